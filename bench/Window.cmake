@@ -1,0 +1,22 @@
+# From a start to the first frame of the progress window.
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(BENCH_GTK REQUIRED IMPORTED_TARGET gtk4)
+pkg_check_modules(BENCH_X11 REQUIRED IMPORTED_TARGET x11 xdamage)
+find_program(KESTRAV_Xvfb Xvfb REQUIRED)
+
+add_executable(window_bare window_bare.cpp)
+target_link_libraries(window_bare PRIVATE kestrav_settings PkgConfig::BENCH_GTK)
+
+# What stands in for Java behind the window; bench and tests share it.
+if(NOT TARGET fake_java)
+  add_executable(fake_java ${PROJECT_SOURCE_DIR}/tests/end_to_end/programs/fake_java.cpp)
+endif()
+add_executable(window_bench window_bench.cpp ${PROJECT_SOURCE_DIR}/tests/end_to_end/AppBundle.cpp)
+target_include_directories(window_bench PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/tests/end_to_end)
+target_link_libraries(window_bench PRIVATE kestrav_settings PkgConfig::BENCH_X11)
+target_compile_definitions(window_bench PRIVATE
+  KESTRAV_TEMPLATE="${CMAKE_BINARY_DIR}/Launcher.app"
+  KESTRAV_FAKE_JAVA="$<TARGET_FILE:fake_java>"
+  KESTRAV_FAKE_UNPACK200=""
+  KESTRAV_WINDOW_BARE="$<TARGET_FILE:window_bare>")
+add_dependencies(window_bench launcher launcher_bundle fake_java window_bare)

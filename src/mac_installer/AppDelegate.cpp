@@ -1,0 +1,80 @@
+#include "mac_installer/AppDelegate.h"
+
+#include "mac_installer/InfoPlist.h"
+#include "mac_installer/Unpacker.h"
+#include "mac_installer/failure.h"
+#include "mac_installer/global.h"
+#include "platform/Bundle.h"
+#include "platform/ProcessInfo.h"
+#include "platform/format.h"
+
+#include <algorithm>
+#include <thread>
+#include <utility>
+
+namespace kestrav {
+
+using platform::Bundle;
+
+namespace {
+
+/// True if configuration or arguments ask for a run without the window.
+bool windowIsUnwanted() {
+    if (booleanValue(infoDictionary(), "ksv.initialProgress") == false) {
+        return true;
+    }
+    const auto &arguments = platform::ProcessInfo::processInfo().arguments();
+    const auto given = [&](std::string_view wanted) {
+        return !arguments.empty() && std::find(arguments.begin() + 1, arguments.end(), wanted) != arguments.end();
+    };
+    return (given("-c") || given("-q")) && !given("-splash");
+}
+
+} // namespace
+
+void AppDelegate::applicationWillFinishLaunching() {
+    static constexpr const char *signature = "-[AppDelegate applicationWillFinishLaunching:]";
+    endOnFailure(signature, [this] {
+        _DLog("%s [Line %d] app will finish launching", signature, __LINE__);
+        if (windowIsUnwanted()) {
+            _DLog("%s [Line %d] hiding progress window", signature, __LINE__);
+            window->close();
+        }
+    });
+}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    static constexpr const char *signature = "-[AppDelegate applicationDidFinishLaunching:]";
+    endOnFailure(signature, [this] {
+        _DLog("%s [Line %d] app finished launching", signature, __LINE__);
+        const Bundle &bundle = Bundle::mainBundle();
+        window->setTitle(bundle.localizedStringForKey("WizardCaption", ""));
+        label->setStringValue(platform::format(bundle.localizedStringForKey("PrepareInstaller", ""), bundleName()));
+        cancelButton->setTitle(bundle.localizedStringForKey("ButtonCancel", ""));
+        iconView->setImage(bundle.pathForResource("app", "icns"));
+        platform::Application::activateIgnoringOtherApps();
+        std::thread([this] { worker(); }).detach();
+    });
+}
+
+void AppDelegate::cancel() {
+    cancelled = true;
+    cancelButton->setEnabled(false);
+    Unpacker::cancel();
+    if (downloader) {
+        // A cancelled download calls nobody back, so the worker is woken here.
+        std::exchange(downloader, nullptr)->cancel();
+        downloadConditionLock->unlockWithCondition(1);
+    }
+}
+
+void AppDelegate::terminate(platform::TerminationSignal signal) {
+    const std::lock_guard lock(childMutex);
+    if (child) {
+        child->passOn(signal);
+    } else {
+        cancel();
+    }
+}
+
+} // namespace kestrav

@@ -1,0 +1,180 @@
+#include "mac_installer/AppDelegate.h"
+
+#include "mac_installer/Cancellation.h"
+#include "mac_installer/InfoPlist.h"
+#include "mac_installer/RuntimeHome.h"
+#include "mac_installer/UnTar.h"
+#include "mac_installer/Unpacker.h"
+#include "mac_installer/global.h"
+#include "platform/Exception.h"
+#include "platform/OperationQueue.h"
+#include "platform/ProcessInfo.h"
+#include "platform/path.h"
+#include "platform/text.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace kestrav {
+
+using platform::appendingPathComponent;
+using platform::Bundle;
+using platform::FileManager;
+using platform::OperationQueue;
+
+namespace {
+
+constexpr const char *signature = "-[AppDelegate worker:]";
+
+// The bar during preparation: extraction up to the first figure, unpacking the rest.
+constexpr double extractionShare = 0.7;
+constexpr double unpackingShare = 0.3;
+constexpr double unpackingStart = 70.0;
+
+/// What the archive is expected to hold, in bytes; for the percentage alone.
+std::int32_t configuredUncompressedSize() {
+    constexpr std::int64_t usualSize = 6'000'000;
+    const auto size = integerValue(infoDictionary(), "ksv.jreUncompressedSize").value_or(usualSize);
+    constexpr std::int64_t largest = std::numeric_limits<std::int32_t>::max();
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(size, 0, largest));
+}
+
+/// Records an extracted runtime like one that was found, so that variables and version-specific options work for it.
+void record(Launcher &launcher, const std::string &runtimePath) {
+    launcher.javaBundlePath = runtimePath;
+    launcher.javaBundle = Bundle::create(runtimePath);
+    setLaunchJavaVersion(launcher.checkJavaVersion({}, {}, true, false, {}));
+}
+
+} // namespace
+
+std::string AppDelegate::createTemporaryDirectory(const FileManager &fileManager) {
+    constexpr mode_t ownerOnly = 0700;
+    const auto parent = platform::temporaryDirectory();
+    if (!parent) {
+        throw platform::Exception("TemporaryDirectoryException", "there is no temporary directory");
+    }
+    std::string path = appendingPathComponent(*parent, platform::ProcessInfo::processInfo().globallyUniqueString());
+    if (const auto error = fileManager.createDirectoryAtPath(path, false, ownerOnly)) {
+        throw platform::Exception("TemporaryDirectoryException",
+                                  platform::format("could not create the directory %@: %@", path, error.message()));
+    }
+    return path;
+}
+
+OptionalText AppDelegate::obtainRuntime(Launcher &launcher, const FileManager &fileManager) {
+    const std::string shipped = appendingPathComponent(Bundle::mainBundle().resourcePath(), "app/jre.tar.gz");
+    if (fileManager.fileExistsAtPath(shipped)) {
+        archive = shipped;
+    } else {
+        _DLog("%s [Line %d] searching for public JREs", signature, __LINE__);
+        if (auto path = launcher.findJavaBundle(false)) {
+            return path;
+        }
+        raiseIfCancelled();
+        _DLog("%s [Line %d] searching for other JREs", signature, __LINE__);
+        if (auto path = launcher.findJavaBundle(true)) {
+            return path;
+        }
+        raiseIfCancelled();
+        archive = downloadRuntime(fileManager);
+    }
+    if (!archive) {
+        return std::nullopt;
+    }
+    std::string runtimePath = handleTar(*archive, fileManager);
+    record(launcher, runtimePath);
+    return runtimePath;
+}
+
+OptionalText AppDelegate::downloadRuntime(const FileManager &fileManager) {
+    const std::string location = stringValue(infoDictionary(), "ksv.jreLocation").value_or("");
+    const std::string url(platform::trimmingWhitespaceAndNewlines(location));
+    if (url.empty()) {
+        return std::nullopt;
+    }
+    const OptionalText applicationName = bundleName();
+    downloadConditionLock = std::make_unique<platform::ConditionLock>(0);
+    expectedLength = -1;
+    bytesReceived = 0;
+    tempDir = createTemporaryDirectory(fileManager);
+    const std::string destination = appendingPathComponent(*tempDir, "jre.tar.gz");
+    OperationQueue &mainQueue = OperationQueue::mainQueue();
+    mainQueue.addOperation([=, this] { startDownload(applicationName, url, destination); });
+
+    _DLog("%s [Line %d] waiting for download to finish", signature, __LINE__);
+    downloadConditionLock->lockWhenCondition(1);
+    downloadConditionLock->unlockWithCondition(0);
+    _DLog("%s [Line %d] download returned", signature, __LINE__);
+
+    raiseIfCancelled();
+    if (!fileManager.fileExistsAtPath(destination)) {
+        Launcher::displayError("DownloadJreError");
+        platform::endProcess(1);
+    }
+    mainQueue.addOperation([=, this] {
+        progressBar->setIndeterminate(false);
+        progressBar->setDoubleValue(0.0);
+        label->setStringValue(
+            platform::format(Bundle::mainBundle().localizedStringForKey("PrepareInstaller", ""), applicationName));
+    });
+    return destination;
+}
+
+std::string AppDelegate::handleTar(const std::string &tarFile, const FileManager &fileManager) {
+    static constexpr const char *tarSignature = "-[AppDelegate handleTar:fileManager:]";
+    if (!tempDir) {
+        tempDir = createTemporaryDirectory(fileManager);
+    }
+    std::string destination = appendingPathComponent(*tempDir, "jre.bundle");
+    if (const auto error = fileManager.createDirectoryAtPath(destination, false)) {
+        throw platform::Exception("ExtractionException", platform::format("could not create the directory %@: %@",
+                                                                          destination, error.message()));
+    }
+    const auto checkpoint = [this] { raiseIfCancelled(); };
+    const auto extracted = UnTar::untar(
+        tarFile, destination, configuredUncompressedSize(),
+        [this](double percentage, const OptionalText &) {
+            raiseIfCancelled();
+            postProgress(percentage * extractionShare);
+        },
+        checkpoint);
+    if (!extracted.complete) {
+        throw platform::Exception("ExtractionException", "could not extract the runtime");
+    }
+    _DLog("%s [Line %d] jre destination %@", tarSignature, __LINE__, destination);
+
+    const std::string home = getJreLocation(destination, fileManager);
+    const std::string inner = appendingPathComponent(home, "jre");
+    raiseIfCancelled();
+    const bool unpacked = Unpacker::unpack(fileManager.fileExistsAtPath(inner) ? inner : home,
+                                           [this](double percentage, const OptionalText &) {
+                                               raiseIfCancelled();
+                                               postProgress(percentage * unpackingShare + unpackingStart);
+                                           });
+    if (!unpacked) {
+        // What was extracted is left for whoever looks into it.
+        Launcher::displayError("dorvik.InternalError", "could not run unpack200");
+        platform::endProcess(1);
+    }
+    return destination;
+}
+
+void AppDelegate::postProgress(double percentage) {
+    OperationQueue::mainQueue().addMergedOperation("progress", [=, this] { progressBar->setDoubleValue(percentage); });
+}
+
+void AppDelegate::removeTemporaryDirectory(const FileManager &fileManager) {
+    if (tempDir) {
+        fileManager.removeItemAtPath(*tempDir);
+        tempDir.reset();
+    }
+}
+
+void AppDelegate::raiseIfCancelled() const {
+    if (cancelled) {
+        raiseCancelled();
+    }
+}
+
+} // namespace kestrav

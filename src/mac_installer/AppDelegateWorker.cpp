@@ -1,0 +1,82 @@
+#include "mac_installer/AppDelegate.h"
+
+#include "mac_installer/Cancellation.h"
+#include "mac_installer/InfoPlist.h"
+#include "mac_installer/RuntimeHome.h"
+#include "mac_installer/failure.h"
+#include "mac_installer/global.h"
+#include "platform/Clock.h"
+#include "platform/OperationQueue.h"
+#include "platform/ProcessInfo.h"
+#include "platform/path.h"
+
+namespace kestrav {
+
+using platform::FileManager;
+using platform::OperationQueue;
+
+namespace {
+
+constexpr const char *signature = "-[AppDelegate worker:]";
+
+/// How long the window stays once the child is started, in microseconds: until the program's own window is likely
+/// there.
+constexpr std::int64_t windowPause = 5'000'000;
+
+} // namespace
+
+void AppDelegate::worker() {
+    const FileManager fileManager;
+    int status = 1;
+    try {
+        _DLog("%s [Line %d] worker started", signature, __LINE__);
+        const auto launcher = Launcher::launcher();
+        const OptionalText runtimePath = obtainRuntime(*launcher, fileManager);
+        raiseIfCancelled();
+        if (!runtimePath) {
+            Launcher::displayError("AppleJavaMinVersionError", Launcher::getJavaMinVersion(), bundleName());
+            platform::endProcess(1);
+        }
+        status = runProgram(*launcher, *runtimePath, fileManager);
+    } catch (const std::exception &exception) {
+        const platform::Exception failure = asPlatformException(exception);
+        if (failure.name() == CancelledException) {
+            _DLog("%s [Line %d] Cancelled", signature, __LINE__);
+        } else {
+            showFailure(failure);
+            logFailure(signature, __LINE__, failure);
+        }
+    }
+    removeTemporaryDirectory(fileManager);
+    platform::endProcess(status);
+}
+
+int AppDelegate::runProgram(Launcher &launcher, const std::string &runtimePath, const FileManager &fileManager) {
+    OperationQueue &mainQueue = OperationQueue::mainQueue();
+    mainQueue.addOperation([this] {
+        progressBar->setIndeterminate(true);
+        progressBar->startAnimation();
+        cancelButton->setEnabled(false);
+    });
+
+    const JavaParameters parameters = launcher.readJavaParameters(fileManager);
+    const auto arguments = launcher.commandLine(parameters, archive);
+    _DLog("%s [Line %d] args: %@", signature, __LINE__, arguments);
+
+    const std::string home = getJreLocation(runtimePath, fileManager);
+    const auto process = std::make_shared<JavaProcess>(platform::appendingPathComponent(home, "bin/java"), arguments);
+    startChild(process);
+
+    platform::sleepMicroseconds(windowPause);
+    mainQueue.addOperation([this] { window->close(); });
+    return process->waitForExit();
+}
+
+void AppDelegate::startChild(const std::shared_ptr<JavaProcess> &process) {
+    const std::lock_guard lock(childMutex);
+    raiseIfCancelled();
+    process->start();
+    child = process;
+}
+
+} // namespace kestrav

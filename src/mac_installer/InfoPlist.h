@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/Bundle.h"
+#include "platform/PropertyList.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// Typed access to the application's configuration. A key that is missing is ordinary; one of the wrong type is a
+// mistake of whoever made the bundle and raises an exception that names it.
+
+namespace kestrav {
+
+/// The text under `key`, empty if there is none.
+[[nodiscard]] std::optional<std::string> stringValue(const platform::PropertyList &dictionary, std::string_view key);
+
+/// The texts of the array under `key`, empty if there is none.
+[[nodiscard]] std::optional<std::vector<std::string>> stringArrayValue(const platform::PropertyList &dictionary,
+                                                                       std::string_view key);
+
+/// The array under `key`, null if there is none. Lives as long as the dictionary.
+[[nodiscard]] const platform::PropertyList::Array *arrayValue(const platform::PropertyList &dictionary,
+                                                              std::string_view key);
+
+/// A boolean, a number, or a text read as a boolean; empty if there is none.
+[[nodiscard]] std::optional<bool> booleanValue(const platform::PropertyList &dictionary, std::string_view key);
+
+/// A number (a text is read as one), rounded toward zero; empty if there is none.
+[[nodiscard]] std::optional<std::int64_t> integerValue(const platform::PropertyList &dictionary, std::string_view key);
+
+/// The texts of an array that stands under `key`; raises for an entry that is no text.
+[[nodiscard]] std::vector<std::string> stringsOf(const platform::PropertyList &array, std::string_view key);
+
+/// The main bundle's information dictionary.
+[[nodiscard]] const platform::PropertyList &infoDictionary();
+
+/// Its `JavaVM` dictionary; an empty one if there is none.
+[[nodiscard]] const platform::PropertyList &javaVMDictionary();
+
+/// The application's name for people (`CFBundleName`), empty if there is none. Never raises: error notices use it.
+[[nodiscard]] std::optional<std::string> bundleName();
+
+/// `text` with every "$APP_PACKAGE" replaced by the application bundle's path.
+[[nodiscard]] std::string replacingAppPackage(std::string_view text, std::string_view bundlePath);
+
+} // namespace kestrav

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/Signals.h"
+#include "platform/Task.h"
+
+#include <string>
+#include <vector>
+
+namespace kestrav {
+
+/// The Java program as a child process. Our standard input goes through a pipe to it; everything else it inherits.
+class JavaProcess {
+public:
+    /// `launchPath` is the runtime's bin/java.
+    JavaProcess(std::string launchPath, std::vector<std::string> arguments);
+
+    /// Starts the child and the forwarding of standard input. Raises if it cannot be started.
+    void start();
+
+    /// Blocks until the child has ended: its exit status, or 128 plus the number of the signal that ended it.
+    [[nodiscard]] int waitForExit();
+
+    /// Passes a signal on. One that the terminal sent to the whole group has reached the child already. Any thread,
+    /// after `start`.
+    void passOn(platform::TerminationSignal signal);
+
+private:
+    platform::Task task_;
+};
+
+} // namespace kestrav

@@ -1,0 +1,131 @@
+#include "mac_installer/InfoPlist.h"
+#include "mac_installer/Launcher.h"
+#include "mac_installer/RuntimeHome.h"
+#include "mac_installer/global.h"
+#include "platform/ProcessInfo.h"
+#include "platform/text.h"
+
+#include <algorithm>
+
+namespace kestrav {
+
+using platform::ProcessInfo;
+using platform::replacingOccurrences;
+
+namespace {
+
+constexpr std::string_view variableStart = "${";
+
+void replaceIn(std::string &text, std::string_view variable, std::string_view value) {
+    if (text.find(variable) != std::string::npos) {
+        text = replacingOccurrences(text, variable, value);
+    }
+}
+
+/// Of the environment variables from `from` on, the first that the text refers to; the end if there is none.
+ProcessInfo::Environment::const_iterator firstReferenced(const std::string &text,
+                                                         const ProcessInfo::Environment &environment,
+                                                         ProcessInfo::Environment::const_iterator from,
+                                                         std::size_t longestName) {
+    auto first = environment.end();
+    for (auto start = text.find(variableStart); start != std::string::npos;
+         start = text.find(variableStart, start + 1)) {
+        const auto nameStart = start + variableStart.size();
+        for (auto end = text.find('}', nameStart); end != std::string::npos && end - nameStart <= longestName;
+             end = text.find('}', end + 1)) {
+            const auto found = environment.find(std::string_view(text).substr(nameStart, end - nameStart));
+            if (found != environment.end() && found->first >= from->first &&
+                (first == environment.end() || found->first < first->first)) {
+                first = found;
+            }
+        }
+    }
+    return first;
+}
+
+/// Replaces variable by variable in the environment's order; one in a value counts if its turn is still to come. Looks
+/// only at the variables that the text names, since an options file has many lines and the environment many variables.
+void replaceEnvironment(std::string &text) {
+    const auto &environment = ProcessInfo::processInfo().environment();
+    std::size_t longestName = 0;
+    for (const auto &[name, value] : environment) {
+        longestName = std::max(longestName, name.size());
+    }
+    for (auto next = environment.begin(); next != environment.end(); ++next) {
+        next = firstReferenced(text, environment, next, longestName);
+        if (next == environment.end()) {
+            return;
+        }
+        text = replacingOccurrences(text, "${" + next->first + "}", next->second);
+    }
+}
+
+void add(OptionalText &result, std::string_view text) {
+    if (result) {
+        result->append(":").append(text);
+    } else {
+        result = text;
+    }
+}
+
+void addArchivesOf(OptionalText &result, const std::string &directory) {
+    static constexpr const char *signature = "-[Launcher resolveArtifactPath:]";
+    _DLog("%s [Line %d] scanning directory %@", signature, __LINE__, directory);
+    const auto names = platform::FileManager().contentsOfDirectoryAtPath(directory);
+    if (!names) {
+        return;
+    }
+    for (const std::string &name : *names) {
+        if (name.ends_with(".zip") || name.ends_with(".jar")) {
+            add(result, directory + name);
+        }
+    }
+}
+
+} // namespace
+
+std::string Launcher::replaceVariables(std::string_view text) const {
+    static constexpr const char *signature = "-[Launcher replaceVariables:]";
+    _DLog("%s [Line %d] replacing %@", signature, __LINE__, text);
+
+    std::string result(text);
+    if (result.find('$') != std::string::npos) {
+        const std::string &bundlePath = platform::Bundle::mainBundle().bundlePath();
+        replaceIn(result, "$APP_PACKAGE", bundlePath);
+        replaceIn(result, "${launcher:sys.launcherDirectory}", bundlePath);
+        replaceIn(result, "${launcher:sys.pathlistSeparator}", ":");
+        if (const auto directory = platform::temporaryDirectory()) {
+            replaceIn(result, "${launcher:sys.tempDir}", *directory);
+        }
+        if (javaBundlePath && result.find("${launcher:sys.jvmHome}") != std::string::npos) {
+            replaceIn(result, "${launcher:sys.jvmHome}", getJreLocation(*javaBundlePath, platform::FileManager()));
+        }
+        if (result.find(variableStart) != std::string::npos) {
+            replaceEnvironment(result);
+        }
+    }
+
+    _DLog("%s [Line %d] returning %@", signature, __LINE__, result);
+    return result;
+}
+
+OptionalText Launcher::resolveArtifactPath(const OptionalText &path) {
+    if (!path) {
+        return std::nullopt;
+    }
+    OptionalText result;
+    for (const std::string &entry : platform::componentsSeparatedBy(*path, ":")) {
+        if (entry.starts_with('$')) {
+            if (const auto value = ProcessInfo::processInfo().environmentVariable(entry.substr(1))) {
+                add(result, *value);
+            }
+        } else if (entry.ends_with("/*")) {
+            addArchivesOf(result, entry.substr(0, entry.size() - 1));
+        } else {
+            add(result, entry);
+        }
+    }
+    return result;
+}
+
+} // namespace kestrav

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "platform/FileManager.h"
+
+#include <string>
+
+// The only place that knows where a runtime's home is: a bundle keeps it in Contents/Home, a plain runtime directory is
+// its own home, and an older JDK keeps the runtime proper in "jre" below it.
+
+namespace kestrav {
+
+/// The home of the runtime at `runtimePath`: the directory itself if it holds bin/java and no Contents/Home, else its
+/// Contents/Home (whether that exists or not).
+[[nodiscard]] std::string runtimeHome(const std::string &runtimePath, const platform::FileManager &fileManager);
+
+/// `runtimeHome`, or the "jre" below it where that exists: the directory whose bin/java is started.
+[[nodiscard]] std::string getJreLocation(const std::string &runtimePath, const platform::FileManager &fileManager);
+
+} // namespace kestrav

@@ -1,0 +1,55 @@
+#include "mac_installer/launcher_main.h"
+
+#include "mac_installer/LaunchLibrary.h"
+#include "mac_installer/Launcher.h"
+#include "mac_installer/failure.h"
+#include "mac_installer/global.h"
+
+#include <string_view>
+
+namespace kestrav {
+
+namespace {
+
+constexpr const char *signature = "int launcher_main(int, char **)";
+
+/// The status that `launch` returns, or 1 after a failure, of which the user and the log are told.
+template <class Launch> int statusOf(Launch launch) {
+    try {
+        return launch();
+    } catch (const std::exception &exception) {
+        const platform::Exception failure = asPlatformException(exception);
+        logFailure(signature, __LINE__, failure);
+        showFailure(failure);
+        return 1;
+    }
+}
+
+} // namespace
+
+int launcher_main(int argc, char **argv) {
+    _DLog("%s [Line %d] launcher_main %d", signature, __LINE__, argc);
+    if (launchGlobals.JLI_LaunchFxnPtr != nullptr) {
+        return callLaunchLibrary(argc, argv);
+    }
+    return statusOf([&] {
+        const auto launcher = Launcher::launcher();
+        if (argc >= 3 && std::string_view(argv[1]) == invokeOtherMarker) {
+            _DLog("%s [Line %d] invoke other %s", signature, __LINE__, argv[2]);
+            return launcher->loadFromArgumentFile(argv[0], argv[2]).launch();
+        }
+        return launcher->load(argc > 0 ? argv[0] : "").launch();
+    });
+}
+
+int resumeLaunch(int argc, char **argv, const platform::Reexecution &reexecution) {
+    _DLog("%s [Line %d] executed again %d, library %@", signature, __LINE__, argc, reexecution.libraryPath);
+    return statusOf([&] {
+        const LaunchLibrary library(reexecution.libraryPath);
+        setLaunchJavaVersion(reexecution.version);
+        platform::prepareReexecution(reexecution.version, library.path());
+        return callLaunchLibrary(argc, argv);
+    });
+}
+
+} // namespace kestrav

@@ -1,0 +1,57 @@
+#include "mac_installer/AppDelegate.h"
+#include "mac_installer/global.h"
+#include "mac_installer/launcher_main.h"
+#include "platform/Application.h"
+#include "platform/FileDescriptor.h"
+#include "platform/ProcessInfo.h"
+#include "platform/Signals.h"
+
+#include <string_view>
+
+using kestrav::_DLog; // NOLINT(bugprone-reserved-identifier): its name
+using kestrav::AppDelegate;
+using kestrav::invokeOtherMarker;
+using kestrav::launcher_main;
+using kestrav::launchGlobals;
+namespace platform = kestrav::platform;
+
+namespace {
+
+/// Runs the Java program as a child of this process, behind the progress window.
+int bootstrap(int argc, char **argv) {
+    static AppDelegate delegate;
+    platform::Signals::handleTermination([](platform::TerminationSignal signal) { delegate.terminate(signal); });
+    return platform::Application::main(argc, argv, delegate);
+}
+
+} // namespace
+
+/// Exported: a runtime's launch library may look it up and enter it again.
+__attribute__((visibility("default"))) int main(int argc, char **argv) {
+    static constexpr const char *signature = "int main(int, char **)";
+    if (launchGlobals.JLI_LaunchFxnPtr != nullptr) {
+        return launcher_main(argc, argv); // entered again, perhaps on another thread
+    }
+    const auto reexecution = platform::takeReexecution();
+    platform::ProcessInfo::processInfo().setArguments(argc, argv);
+    if (reexecution) {
+        return kestrav::resumeLaunch(argc, argv, *reexecution);
+    }
+    const bool inProcess = argc >= 3 && std::string_view(argv[1]) == invokeOtherMarker;
+    if (!inProcess) {
+        // Before the first line is written. In-process mode leaves both as the Java program would find them.
+        platform::ensureStandardDescriptors();
+        platform::Signals::ignoreWriteSignals();
+    }
+
+    _DLog("%s [Line %d] app started %d", signature, __LINE__, argc);
+    for (int i = 0; i < argc; ++i) {
+        _DLog("%s [Line %d] arg %s", signature, __LINE__, argv[i]);
+    }
+    if (inProcess) {
+        _DLog("%s [Line %d] invoke other %s %p", signature, __LINE__, argv[2],
+              reinterpret_cast<const void *>(&launcher_main));
+        return launcher_main(argc, argv);
+    }
+    return bootstrap(argc, argv);
+}

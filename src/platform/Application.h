@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/Controls.h"
+
+namespace kestrav::platform {
+
+/// What the application object asks of the program. All calls come on the main thread; the controls outlive the
+/// delegate's use of them.
+class ApplicationDelegate {
+public:
+    virtual ~ApplicationDelegate() = default;
+
+    virtual void setIconView(ImageView *view) = 0;
+    virtual void setWindow(Window *window) = 0;
+    virtual void setProgressBar(ProgressIndicator *bar) = 0;
+    virtual void setCancelButton(Button *button) = 0;
+    virtual void setLabel(TextField *field) = 0;
+    virtual void setProgressLabel(TextField *field) = 0;
+
+    /// Before any window exists; closing the window here means that none will.
+    virtual void applicationWillFinishLaunching() = 0;
+    /// The controls are there; a window takes over what they hold as soon as it opens.
+    virtual void applicationDidFinishLaunching() = 0;
+    /// The Cancel button, or the window's being closed.
+    virtual void cancel() = 0;
+};
+
+class Application {
+public:
+    /// Connects the controls, calls the two launch callbacks and runs the event loop. The process ends through
+    /// `endProcess`; this returns only if the platform's loop does. Main thread.
+    static int main(int argc, char **argv, ApplicationDelegate &delegate);
+
+    /// Brings the application to the front, ignoring other applications.
+    static void activateIgnoringOtherApps();
+};
+
+} // namespace kestrav::platform

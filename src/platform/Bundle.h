@@ -1,0 +1,59 @@
+#pragma once
+
+#include "platform/PropertyList.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kestrav::platform {
+
+/// A directory with an Info.plist and resources: the application, a runtime, or a bundle of messages. Immutable once
+/// made; any thread.
+class Bundle {
+public:
+    /// The application's own bundle, found from the executable's real path (X.app/Contents/MacOS/NAME). Lives until the
+    /// process ends.
+    [[nodiscard]] static const Bundle &mainBundle();
+
+    /// Opens the bundle at a directory; null if there is no directory. A directory without an Info.plist opens as a
+    /// bundle without keys, or with those of a runtime's `release` file where the platform says so.
+    [[nodiscard]] static std::unique_ptr<Bundle> create(const std::string &path);
+
+    /// Without a trailing "/".
+    [[nodiscard]] const std::string &bundlePath() const { return path_; }
+
+    /// Always a dictionary; empty if there is no Info.plist or it cannot be read.
+    [[nodiscard]] const PropertyList &infoDictionary() const { return info_; }
+
+    /// A top-level entry of the information dictionary, or null.
+    [[nodiscard]] const PropertyList *objectForInfoDictionaryKey(std::string_view key) const { return info_.find(key); }
+
+    /// `CFBundleIdentifier`, if it is a string.
+    [[nodiscard]] std::optional<std::string> bundleIdentifier() const;
+
+    /// The folder of the resources: Contents/Resources, Resources, or the bundle itself, whichever exists first.
+    [[nodiscard]] std::string resourcePath() const;
+
+    /// The path of `NAME.EXTENSION` in the resources, if it exists.
+    [[nodiscard]] std::optional<std::string> pathForResource(std::string_view name, std::string_view extension) const;
+
+    /// The text of a key in the default string table ("Localizable") of the user's preferred language. A missing key
+    /// gives `value`, or the key itself where that is empty.
+    [[nodiscard]] std::string localizedStringForKey(std::string_view key, std::string_view value) const;
+
+    /// The CPU types of the bundle's executable, each empty where it cannot be read; empty as a whole if the bundle has
+    /// no executable that could be examined.
+    [[nodiscard]] std::optional<std::vector<std::optional<std::int32_t>>> executableArchitectures() const;
+
+private:
+    Bundle(std::string path, PropertyList info) : path_(std::move(path)), info_(std::move(info)) {}
+
+    std::string path_;
+    PropertyList info_;
+};
+
+} // namespace kestrav::platform

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+
+namespace kestrav::platform {
+
+/// A lock with a condition value: it can be taken when the value is a certain one, and is given back with a new value.
+/// It belongs to no thread: one may take it and another give it back.
+class ConditionLock {
+public:
+    explicit ConditionLock(int condition) : condition_(condition) {}
+
+    /// Blocks until nobody holds the lock and its condition is `condition`, then takes it.
+    void lockWhenCondition(int condition) {
+        std::unique_lock lock(mutex_);
+        changed_.wait(lock, [&] { return !held_ && condition_ == condition; });
+        held_ = true;
+    }
+
+    /// Gives the lock back with a new condition.
+    void unlockWithCondition(int condition) {
+        {
+            const std::lock_guard lock(mutex_);
+            held_ = false;
+            condition_ = condition;
+        }
+        changed_.notify_all();
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    int condition_;
+    bool held_ = false;
+};
+
+} // namespace kestrav::platform

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+
+namespace kestrav::platform {
+
+/// A shared library opened at run time. It stays open until the process ends: what it started may still be running.
+class DynamicLibrary {
+public:
+    /// Opens the library, its functions bound as they are first called. A relative path is taken from the current
+    /// directory and never looked for among the system's libraries.
+    explicit DynamicLibrary(const std::string &path);
+
+    /// False if it could not be opened; `error` then says why, in the system's words.
+    [[nodiscard]] bool isOpen() const { return handle_ != nullptr; }
+    [[nodiscard]] const std::string &error() const { return error_; }
+
+    /// The function of that name, or null. The library must be open.
+    template <class Function> [[nodiscard]] Function *function(const char *name) const {
+        return reinterpret_cast<Function *>(address(name));
+    }
+
+private:
+    [[nodiscard]] void *address(const char *name) const;
+
+    void *handle_ = nullptr;
+    std::string error_;
+};
+
+} // namespace kestrav::platform

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+#include <utility>
+
+namespace kestrav::platform {
+
+/// Owns one descriptor and closes it. Movable, not copyable.
+class FileDescriptor {
+public:
+    FileDescriptor() = default;
+    explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
+    FileDescriptor(FileDescriptor &&other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+    FileDescriptor &operator=(FileDescriptor &&other) noexcept;
+    FileDescriptor(const FileDescriptor &) = delete;
+    FileDescriptor &operator=(const FileDescriptor &) = delete;
+    ~FileDescriptor() { reset(); }
+
+    [[nodiscard]] int get() const { return descriptor_; }
+    [[nodiscard]] bool valid() const { return descriptor_ >= 0; }
+    void reset();
+
+    /// Opens a file, close-on-exec; invalid with errno set when that fails.
+    [[nodiscard]] static FileDescriptor open(const char *path, int flags, unsigned mode = 0);
+
+private:
+    int descriptor_ = -1;
+};
+
+/// Writes all bytes, however many calls it takes; false with errno set when the receiver fails.
+[[nodiscard]] bool writeAll(int descriptor, std::string_view bytes);
+
+/// Opens /dev/null for each of the three standard descriptors that is closed, so that nothing the process opens later
+/// is taken for one of them.
+void ensureStandardDescriptors();
+
+} // namespace kestrav::platform

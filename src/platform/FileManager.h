@@ -1,0 +1,51 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace kestrav::platform {
+
+/// Questions to and changes of the file system. Holds no state; any thread. Paths are UTF-8 bytes, handed to the
+/// system as they are; a path with a NUL byte names nothing.
+class FileManager {
+public:
+    /// Follows symbolic links: a dangling link does not exist.
+    [[nodiscard]] bool fileExistsAtPath(const std::string &path) const;
+
+    /// True if something exists at the path and is a directory.
+    [[nodiscard]] bool directoryExistsAtPath(const std::string &path) const;
+
+    /// The names in a directory, in the system's order, without "." and ".."; empty if it cannot be listed.
+    [[nodiscard]] std::optional<std::vector<std::string>> contentsOfDirectoryAtPath(const std::string &path) const;
+
+    /// Creates a directory, with mode `permissions` less the umask. An existing directory is an error unless
+    /// intermediate directories are asked for.
+    [[nodiscard]] std::error_code createDirectoryAtPath(const std::string &path, bool withIntermediateDirectories,
+                                                        mode_t permissions = 0777) const;
+
+    /// Removes a file, a link (not what it leads to) or a whole directory.
+    std::error_code removeItemAtPath(const std::string &path) const;
+
+    std::error_code changeCurrentDirectoryPath(const std::string &path) const;
+};
+
+/// The whole content of a regular file; empty if it cannot be read (a directory, a FIFO or a device cannot).
+[[nodiscard]] std::optional<std::string> contentsOfFile(const std::string &path);
+
+/// The whole content of a regular file that is valid UTF-8, without a byte-order mark.
+[[nodiscard]] std::optional<std::string> stringWithContentsOfFile(const std::string &path);
+
+/// Replaces a file by new content: readers see the old or the new one, never a part. Creates missing directories.
+[[nodiscard]] std::error_code writeFileAtomically(const std::string &path, std::string_view content);
+
+/// The directory for temporary files (TMPDIR or /tmp on Linux), without a trailing "/".
+[[nodiscard]] std::optional<std::string> temporaryDirectory();
+
+/// The user's home directory.
+[[nodiscard]] std::string homeDirectory();
+
+} // namespace kestrav::platform

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kestrav::platform {
+
+/// What the process was started with. The environment is a copy of its own, taken at first use: changes reach variables
+/// and children, never the real environment. Filled before other threads exist; one thread changes it afterwards.
+class ProcessInfo {
+public:
+    using Environment = std::map<std::string, std::string, std::less<>>;
+
+    [[nodiscard]] static ProcessInfo &processInfo();
+
+    /// The whole argument vector, entry 0 included.
+    [[nodiscard]] const std::vector<std::string> &arguments() const { return arguments_; }
+    /// Called once by the process's entry.
+    void setArguments(int argc, const char *const *argv);
+
+    [[nodiscard]] const Environment &environment() const { return environment_; }
+    [[nodiscard]] std::optional<std::string> environmentVariable(std::string_view name) const;
+    /// Sets a variable in the copy; an existing one is kept unless `overwrite`.
+    void setEnvironmentVariable(std::string_view name, std::string_view value, bool overwrite);
+
+    /// The last component of entry 0 of the arguments.
+    [[nodiscard]] std::string processName() const;
+
+    /// A text that no other call in this or another process has returned.
+    [[nodiscard]] std::string globallyUniqueString() const;
+
+private:
+    ProcessInfo();
+
+    std::vector<std::string> arguments_;
+    Environment environment_;
+};
+
+/// Ends the process with a status: output is flushed, no destructor of any thread runs. The first caller wins; a later
+/// one waits for the end. Any thread.
+[[noreturn]] void endProcess(int status);
+
+} // namespace kestrav::platform

@@ -1,0 +1,59 @@
+#pragma once
+
+#include "platform/FileDescriptor.h"
+#include "platform/ProcessInfo.h"
+
+#include <sys/types.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace kestrav::platform {
+
+/// A pipe whose two ends are close-on-exec.
+class Pipe {
+public:
+    /// Throws an `Exception` when the system has no descriptors left.
+    Pipe();
+    FileDescriptor readEnd;
+    FileDescriptor writeEnd;
+};
+
+/// One child process. It starts with default signal dispositions, an empty signal mask, this process's copy of the
+/// environment (`ProcessInfo`) and working directory, and no descriptor of ours but its standard three.
+class Task {
+public:
+    Task(std::string launchPath, std::vector<std::string> arguments);
+    Task(const Task &) = delete;
+    Task &operator=(const Task &) = delete;
+    ~Task() = default;
+
+    /// The child's standard input; without it the child inherits ours. The descriptor must stay open until `launch`.
+    void setStandardInput(int descriptor) { standardInput_ = descriptor; }
+
+    /// Starts the child. Throws an `Exception` that names the path and the system's reason when it cannot be started.
+    void launch();
+
+    /// Blocks until the child has exited. Called once, after `launch`.
+    void waitUntilExit();
+
+    /// The child's exit status, or 128 plus the signal's number where one ended it. After `waitUntilExit`.
+    [[nodiscard]] int terminationStatus() const { return status_; }
+
+    /// Sends a signal to the child; does nothing before `launch` or once it has been waited for. Any thread.
+    void sendSignal(int signal);
+
+    [[nodiscard]] pid_t processIdentifier() const { return pid_; }
+
+private:
+    std::string launchPath_;
+    std::vector<std::string> arguments_;
+    int standardInput_ = -1;
+    std::mutex mutex_; // guards pid_ against being signalled after it was reaped
+    pid_t pid_ = -1;
+    bool reaped_ = false;
+    int status_ = -1;
+};
+
+} // namespace kestrav::platform

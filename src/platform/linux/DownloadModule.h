@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// What the launcher and its module of downloads agree on. Only plain C data crosses, and no exception: the two are
+// linked to C++ libraries of their own.
+
+extern "C" {
+
+/// One transfer. The module calls the functions on the thread that makes the transfer.
+struct KestravTransfer {
+    const char *url;
+    const char *certificateFile;      ///< the certificates to trust (PEM); null: the system's
+    std::int64_t timeoutMilliseconds; ///< how long the other side may be silent
+    int wakeDescriptor;               ///< while it is readable, `step` is called without delay
+    void *host;                       ///< handed to each function
+
+    /// The answer is there; its body, of `length` bytes (-1: not announced), follows. 0 ends the transfer.
+    int (*response)(void *host, std::int64_t length) noexcept;
+    /// Bytes as the server sent them, never decoded. 0 ends the transfer.
+    int (*data)(void *host, const char *bytes, std::size_t count) noexcept;
+    /// Called now and then. Returns after how many milliseconds it has to be called again; below 0 ends the transfer.
+    int (*step)(void *host) noexcept;
+};
+
+struct KestravDownloadModule {
+    /// Makes a transfer and returns when it has ended: 1 if it is complete, else 0 with a text for people in `error`.
+    int (*transfer)(const KestravTransfer *transfer, char *error, std::size_t errorSize) noexcept;
+};
+
+/// The module's one export: fills in its functions.
+void kestravDownloadModule(KestravDownloadModule *module) noexcept;
+}
+
+namespace kestrav::platform {
+
+/// The module's file in the bundle, and the name of the function above.
+inline constexpr const char *DownloadModulePath = "Contents/Frameworks/download.so";
+inline constexpr const char *DownloadModuleEntry = "kestravDownloadModule";
+
+} // namespace kestrav::platform

@@ -1,0 +1,77 @@
+#include "platform/linux/Localization.h"
+
+#include "platform/FileManager.h"
+#include "platform/path.h"
+#include "platform/text.h"
+
+#include <algorithm>
+
+namespace kestrav::platform {
+
+namespace {
+
+/// What the locales "C" and "POSIX" say about languages is nothing.
+bool namesLanguage(std::string_view locale) {
+    const std::string_view name = locale.substr(0, locale.find_first_of(".@"));
+    return !name.empty() && name != "C" && name != "POSIX";
+}
+
+/// Appends the folder names for a locale such as "de_DE.UTF-8@euro".
+void appendLanguage(std::vector<std::string> &languages, std::string_view locale) {
+    const std::string name(locale.substr(0, locale.find_first_of(".@")));
+    if (!namesLanguage(locale) || name.find_first_of(std::string_view("/\0", 2)) != std::string::npos) {
+        return;
+    }
+    const std::string underscored = replacingOccurrences(name, "-", "_");
+    languages.push_back(name);
+    languages.push_back(underscored);
+    languages.push_back(replacingOccurrences(name, "_", "-"));
+    if (underscored == "zh_CN" || underscored == "zh_SG") {
+        languages.emplace_back("zh-Hans");
+    } else if (underscored == "zh_TW" || underscored == "zh_HK" || underscored == "zh_MO") {
+        languages.emplace_back("zh-Hant");
+    }
+    languages.push_back(underscored.substr(0, underscored.find('_')));
+}
+
+} // namespace
+
+std::vector<std::string> preferredLanguages(const ProcessInfo::Environment &environment) {
+    std::vector<std::string> languages;
+    std::string locale;
+    for (const char *name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        const auto variable = environment.find(name);
+        if (variable != environment.end() && !variable->second.empty()) {
+            locale = variable->second;
+            break;
+        }
+    }
+    // As everywhere on this system, who asks for the plain locale does not want the list of languages either.
+    const bool plain = locale == "C" || locale == "POSIX";
+    if (const auto list = environment.find("LANGUAGE"); list != environment.end() && !plain) {
+        for (const std::string &language : componentsSeparatedBy(list->second, ":")) {
+            appendLanguage(languages, language);
+        }
+    }
+    appendLanguage(languages, locale);
+    return languages;
+}
+
+std::optional<std::string> localizedResource(const std::string &resources, std::string_view fileName,
+                                             const std::optional<std::string> &developmentRegion) {
+    std::vector<std::string> languages = preferredLanguages(ProcessInfo::processInfo().environment());
+    if (developmentRegion) {
+        appendLanguage(languages, *developmentRegion);
+    }
+    languages.emplace_back("en");
+    for (const std::string &language : languages) {
+        std::string file = appendingPathComponent(appendingPathComponent(resources, language + ".lproj"), fileName);
+        if (FileManager().fileExistsAtPath(file)) {
+            return file;
+        }
+    }
+    std::string file = appendingPathComponent(resources, fileName);
+    return FileManager().fileExistsAtPath(file) ? std::optional(std::move(file)) : std::nullopt;
+}
+
+} // namespace kestrav::platform

@@ -1,0 +1,186 @@
+#include "platform/linux/ModuleWindow.h"
+
+#include "platform/Bundle.h"
+#include "platform/DynamicLibrary.h"
+#include "platform/Environment.h"
+#include "platform/FileManager.h"
+#include "platform/OperationQueue.h"
+#include "platform/ProcessInfo.h"
+#include "platform/SystemLog.h"
+#include "platform/linux/IconImage.h"
+#include "platform/path.h"
+
+#include <unistd.h>
+
+#include <clocale>
+
+namespace kestrav::platform {
+
+namespace {
+
+/// The edge of the icon to load, in pixels: what the window shows, on a screen of double density.
+constexpr std::uint32_t IconEdge = 128;
+
+bool hasValue(const ProcessInfo &process, std::string_view variable) {
+    return !process.environmentVariable(variable).value_or("").empty();
+}
+
+bool sessionBusExists(const ProcessInfo &process) {
+    const std::string socket = process.environmentVariable("XDG_RUNTIME_DIR").value_or("") + "/bus";
+    return hasValue(process, "DBUS_SESSION_BUS_ADDRESS") || access(socket.c_str(), F_OK) == 0;
+}
+
+/// Variables for the window's library; children get the process's own copy of the environment, which lacks them. What
+/// the user has set stays.
+void prepareEnvironment(const ProcessInfo &process) {
+    // Getting OpenGL ready takes as long as all the rest.
+    exportEnvironmentVariable("GSK_RENDERER", "cairo");
+    exportEnvironmentVariable("GDK_DISABLE", "gl");
+    exportEnvironmentVariable("GDK_DEBUG", ""); // the module fills it in where the library's version wants it
+    if (!sessionBusExists(process)) {
+        // Otherwise the library would start one.
+        exportEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+        exportEnvironmentVariable("GTK_A11Y", "none");
+    }
+}
+
+std::string interfaceFile(const Bundle &bundle) {
+    const PropertyList *value = bundle.objectForInfoDictionaryKey("NSMainNibFile");
+    const auto *name = value != nullptr ? value->as<std::string>() : nullptr;
+    return bundle.pathForResource(name != nullptr ? *name : "MainWindow", "ui").value_or("");
+}
+
+} // namespace
+
+ModuleWindow::ModuleWindow(WindowControls &controls, ApplicationDelegate &delegate, std::function<void()> withoutWindow)
+    : controls_(controls), delegate_(delegate), withoutWindow_(std::move(withoutWindow)) {
+    const ProcessInfo &process = ProcessInfo::processInfo();
+    debugLog_ = process.environmentVariable("KESTRAV_LOG") == "yes";
+    displayIsLikely_ = hasValue(process, "WAYLAND_DISPLAY") || hasValue(process, "DISPLAY");
+    if (displayIsLikely_) {
+        interfacePath_ = interfaceFile(Bundle::mainBundle());
+        programName_ = process.processName();
+        prepareEnvironment(process);
+        std::setlocale(LC_CTYPE, ""); // which form of a character the user's language has; nothing else changes
+    }
+}
+
+bool ModuleWindow::open() {
+    if (!displayIsLikely_ || !loadModule()) {
+        return false;
+    }
+    settings_.interfacePath = interfacePath_.c_str();
+    settings_.programName = programName_.c_str();
+    settings_.taskDescriptor = OperationQueue::mainQueue().descriptor();
+    settings_.context = this;
+    settings_.runTasks = [](void *context) noexcept {
+        of(context).act([] { OperationQueue::mainQueue().runPending(); });
+    };
+    settings_.cancelPressed = [](void *context) noexcept {
+        ModuleWindow &self = of(context);
+        self.act([&self] {
+            if (self.controls_.cancelButton.isEnabled()) {
+                self.delegate_.cancel();
+            }
+        });
+    };
+    settings_.closeRequested = [](void *context) noexcept {
+        ModuleWindow &self = of(context);
+        self.act([&self] { self.requestClose(); });
+    };
+    settings_.displayLost = [](void *context) noexcept {
+        ModuleWindow &self = of(context);
+        self.note("the display is gone");
+        self.closed_ = true;
+        self.withoutWindow_();
+    };
+    settings_.message = [](void *context, const char *text) noexcept { of(context).note(text); };
+
+    if (module_.open(&settings_, &content()) == 0) {
+        return false;
+    }
+    controls_.setObserver([this] { changed_ = true; });
+    return true;
+}
+
+void ModuleWindow::run() {
+    showChanges();
+    module_.run();
+}
+
+bool ModuleWindow::loadModule() {
+    if (interfacePath_.empty()) {
+        note("there is no interface file");
+        return false;
+    }
+    const DynamicLibrary library(appendingPathComponent(Bundle::mainBundle().bundlePath(), WindowModulePath));
+    if (!library.isOpen()) {
+        note(library.error());
+        return false;
+    }
+    auto *const fill = library.function<decltype(kestravWindowModule)>(WindowModuleEntry);
+    if (fill == nullptr) {
+        note("the module is damaged");
+        return false;
+    }
+    fill(&module_);
+    return true;
+}
+
+void ModuleWindow::note(std::string_view text) const {
+    if (debugLog_) {
+        Log("window: %@", text);
+    }
+}
+
+template <class Action> void ModuleWindow::act(Action action) {
+    action();
+    showChanges();
+}
+
+void ModuleWindow::requestClose() {
+    if (controls_.cancelButton.isEnabled()) {
+        delegate_.cancel(); // the window stays until the run has come to its end
+    } else {
+        controls_.window.close();
+    }
+}
+
+void ModuleWindow::showChanges() {
+    if (!changed_ || closed_) {
+        return;
+    }
+    changed_ = false;
+    if (controls_.window.isVisible()) {
+        module_.update(&content());
+    } else {
+        closed_ = true;
+        module_.close();
+    }
+}
+
+const KestravWindowContent &ModuleWindow::content() {
+    loadIcon();
+    content_.title = controls_.window.title().c_str();
+    content_.label = controls_.label.stringValue().c_str();
+    content_.progressLabel = controls_.progressLabel.stringValue().c_str();
+    content_.buttonTitle = controls_.cancelButton.title().c_str();
+    content_.buttonEnabled = controls_.cancelButton.isEnabled() ? 1 : 0;
+    content_.value = controls_.progressBar.doubleValue();
+    content_.indeterminate = controls_.progressBar.isIndeterminate() ? 1 : 0;
+    content_.animating = controls_.progressBar.isAnimating() ? 1 : 0;
+    return content_;
+}
+
+void ModuleWindow::loadIcon() {
+    if (controls_.iconView.image() == iconPath_) {
+        return;
+    }
+    iconPath_ = controls_.iconView.image();
+    iconFile_ = iconPath_ ? contentsOfFile(*iconPath_).value_or(std::string()) : std::string();
+    const auto image = iconImage(iconFile_, IconEdge);
+    content_.icon = image ? image->data() : nullptr;
+    content_.iconLength = image ? image->size() : 0;
+}
+
+} // namespace kestrav::platform

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "platform/linux/WindowControls.h"
+#include "platform/linux/WindowModule.h"
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace kestrav::platform {
+
+/// The progress window on the screen: shows the controls through the window module, which is opened for that. Main
+/// thread; one in a process.
+class ModuleWindow {
+public:
+    /// Finds out whether there may be a display and gets the process ready for the module. Before other threads read
+    /// the environment. Controls and delegate have to outlive the object. If the display goes away, `withoutWindow`
+    /// is called wherever that shows; it must not return.
+    ModuleWindow(WindowControls &controls, ApplicationDelegate &delegate, std::function<void()> withoutWindow);
+
+    /// Opens the module and shows the window. False if either is impossible; nothing is said about it then, but in the
+    /// debug log.
+    [[nodiscard]] bool open();
+
+    /// Runs the event loop and the main queue until the window is closed.
+    void run();
+
+private:
+    static ModuleWindow &of(void *context) { return *static_cast<ModuleWindow *>(context); }
+
+    void note(std::string_view text) const;
+    bool loadModule();
+    /// Calls back into the program, then shows what that has changed.
+    template <class Action> void act(Action action);
+    void requestClose();
+    void showChanges();
+    const KestravWindowContent &content();
+    void loadIcon();
+
+    WindowControls &controls_;
+    ApplicationDelegate &delegate_;
+    bool debugLog_ = false;
+    bool displayIsLikely_ = false;
+    std::string interfacePath_;
+    std::string programName_;
+    std::function<void()> withoutWindow_;
+
+    KestravWindowModule module_{};
+    KestravWindowSettings settings_{};
+    KestravWindowContent content_{};
+    std::optional<std::string> iconPath_;
+    std::string iconFile_;
+    bool changed_ = false;
+    bool closed_ = false;
+};
+
+} // namespace kestrav::platform

@@ -1,0 +1,73 @@
+#include "platform/SystemLog.h"
+
+#include "platform/Clock.h"
+#include "platform/FileDescriptor.h"
+#include "platform/ProcessInfo.h"
+#include "platform/posix/NeverDestroyed.h"
+#include "platform/testing.h"
+
+#include <syslog.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <ctime>
+#include <string>
+
+namespace kestrav::platform {
+
+namespace {
+
+std::function<void(std::string_view)> &sinkReplacement() {
+    static NeverDestroyed<std::function<void(std::string_view)>> replacement;
+    return replacement.get();
+}
+
+/// "2026-11-21 07:41:37.123", local time.
+std::string timestamp() {
+    const std::int64_t milliseconds = currentMicroseconds() / 1000;
+    const auto seconds = static_cast<std::time_t>(milliseconds / 1000);
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    std::array<char, 64> text{};
+    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &local);
+    std::snprintf(text.data() + length, text.size() - length, ".%03d", static_cast<int>(milliseconds % 1000));
+    return text.data();
+}
+
+} // namespace
+
+void writeSystemLogOnly(std::string_view message) {
+    if (const auto &replacement = sinkReplacement()) {
+        replacement(message);
+        return;
+    }
+    // openlog keeps the pointer. Neither LOG_NDELAY nor LOG_CONS: a machine without a log daemon loses only the line.
+    static NeverDestroyed<std::string> name([] { return ProcessInfo::processInfo().processName(); });
+    static const bool opened = [] {
+        openlog(name.get().c_str(), LOG_PID, LOG_USER);
+        return true;
+    }();
+    static_cast<void>(opened);
+    syslog(LOG_NOTICE, "%.*s", static_cast<int>(message.size()), message.data());
+}
+
+void writeSystemLog(std::string_view message) {
+    writeSystemLogOnly(message);
+    if (sinkReplacement()) {
+        return;
+    }
+    std::string line = timestamp() + " " + ProcessInfo::processInfo().processName() + "[" + std::to_string(getpid()) +
+                       ":" + std::to_string(gettid()) + "] ";
+    line += message;
+    line += '\n';
+    // Nobody is left to be told that standard error does not work.
+    static_cast<void>(writeAll(STDERR_FILENO, line));
+}
+
+void testing::setLogSink(std::function<void(std::string_view)> sink) {
+    sinkReplacement() = std::move(sink);
+}
+
+} // namespace kestrav::platform

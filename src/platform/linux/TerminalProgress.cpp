@@ -1,0 +1,75 @@
+#include "platform/linux/TerminalProgress.h"
+
+#include "platform/FileDescriptor.h"
+#include "platform/ProcessInfo.h"
+#include "platform/format.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+
+namespace kestrav::platform {
+
+namespace {
+
+std::atomic<bool> lineIsThere = false;
+
+// Without the automatic line break a line that is too long is cut off at the terminal's edge.
+constexpr const char *Begin = "\r\033[K\033[?7l";
+constexpr const char *End = "\033[?7h";
+constexpr const char *Erase = "\r\033[K";
+
+} // namespace
+
+TerminalProgress::TerminalProgress(WindowControls &controls) : controls_(controls) {
+    const auto terminal = ProcessInfo::processInfo().environmentVariable("TERM");
+    usable_ = terminal && !terminal->empty() && terminal != "dumb" && isatty(STDERR_FILENO) == 1;
+    if (usable_) {
+        controls_.setObserver([this] { changed_ = true; });
+        changed_ = false;
+    }
+}
+
+TerminalProgress::~TerminalProgress() {
+    if (usable_) {
+        controls_.setObserver({});
+        erase();
+    }
+}
+
+void TerminalProgress::update() {
+    if (!changed_) {
+        return;
+    }
+    changed_ = false;
+    std::string line = controls_.cancelButton.isEnabled() && controls_.window.isVisible() ? text() : std::string();
+    if (line == shown_) {
+        return;
+    }
+    shown_ = std::move(line);
+    if (shown_.empty()) {
+        erase();
+    } else {
+        lineIsThere = true;
+        static_cast<void>(writeAll(STDERR_FILENO, Begin + shown_ + End));
+    }
+}
+
+void TerminalProgress::erase() {
+    if (lineIsThere.exchange(false)) {
+        static_cast<void>(writeAll(STDERR_FILENO, Erase));
+    }
+}
+
+std::string TerminalProgress::text() const {
+    std::string line = controls_.label.stringValue();
+    if (!controls_.progressBar.isIndeterminate()) {
+        line = format("%3d %%  %@", static_cast<int>(controls_.progressBar.doubleValue()), line);
+    }
+    std::replace_if(
+        line.begin(), line.end(), [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, ' ');
+    return line;
+}
+
+} // namespace kestrav::platform

@@ -1,0 +1,129 @@
+#include "platform/UserNotification.h"
+
+#include "platform/Bundle.h"
+#include "platform/FileDescriptor.h"
+#include "platform/ProcessInfo.h"
+#include "platform/SystemLog.h"
+#include "platform/linux/NoticeModule.h"
+#include "platform/posix/NeverDestroyed.h"
+#include "platform/testing.h"
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <system_error>
+#include <thread>
+
+namespace kestrav::platform {
+
+namespace {
+
+constexpr std::chrono::milliseconds Patience{1000};
+
+std::function<void(std::string_view, std::string_view)> &noticeReplacement() {
+    static NeverDestroyed<std::function<void(std::string_view, std::string_view)>> replacement;
+    return replacement.get();
+}
+
+/// One notice on its way. Shared with the thread that delivers it, which may never come back.
+struct Delivery {
+    std::string modulePath;
+    std::string busAddress;
+    std::string busSocket;
+    std::string application;
+    std::string title;
+    std::string message;
+
+    std::mutex mutex;
+    std::condition_variable ended;
+    bool done = false;
+    bool shown = false;
+};
+
+bool deliver(const Delivery &delivery) {
+    // Never closed: the library's own threads outlive the call.
+    void *const library = dlopen(delivery.modulePath.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr) {
+        return false;
+    }
+    const auto fill = reinterpret_cast<decltype(&kestravNoticeModule)>(dlsym(library, NoticeModuleEntry));
+    if (fill == nullptr) {
+        return false;
+    }
+    KestravNoticeModule module{};
+    fill(&module);
+    KestravNotice notice{};
+    notice.busAddress = delivery.busAddress.empty() ? nullptr : delivery.busAddress.c_str();
+    notice.busSocket = delivery.busSocket.c_str();
+    notice.application = delivery.application.c_str();
+    notice.title = delivery.title.c_str();
+    notice.message = delivery.message.c_str();
+    notice.milliseconds = static_cast<int>(Patience.count());
+    return module.show(&notice) == 1;
+}
+
+/// Hands the notice to a thread of its own, because neither loading a library nor connecting has a time limit.
+bool showOnDesktop(const std::shared_ptr<Delivery> &delivery) {
+    try {
+        std::thread([delivery] {
+            const bool shown = deliver(*delivery);
+            const std::lock_guard lock(delivery->mutex);
+            delivery->shown = shown;
+            delivery->done = true;
+            delivery->ended.notify_one();
+        }).detach();
+    } catch (const std::system_error &) {
+        return false; // no thread to be had
+    }
+    std::unique_lock lock(delivery->mutex);
+    return delivery->ended.wait_for(lock, Patience, [&] { return delivery->done; }) && delivery->shown;
+}
+
+/// Sets where the session bus is; false if there is none.
+bool findSessionBus(Delivery &delivery) {
+    const ProcessInfo &process = ProcessInfo::processInfo();
+    delivery.busAddress = process.environmentVariable("DBUS_SESSION_BUS_ADDRESS").value_or("");
+    if (!delivery.busAddress.empty()) {
+        return true;
+    }
+    const std::string directory = process.environmentVariable("XDG_RUNTIME_DIR").value_or("");
+    delivery.busSocket = directory + "/bus";
+    return !directory.empty() && access(delivery.busSocket.c_str(), F_OK) == 0;
+}
+
+void showOnStandardError(const std::string &title, std::string_view message) {
+    std::string line = title + ": " + std::string(message);
+    std::replace_if(
+        line.begin(), line.end(), [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, ' ');
+    writeSystemLogOnly(line);
+    static_cast<void>(writeAll(STDERR_FILENO, line + "\n"));
+}
+
+} // namespace
+
+void displayNotice(std::string_view title, std::string_view message) {
+    if (const auto &replacement = noticeReplacement()) {
+        replacement(title, message);
+        return;
+    }
+    const auto delivery = std::make_shared<Delivery>();
+    delivery->application = ProcessInfo::processInfo().processName();
+    delivery->title = title.empty() ? delivery->application : std::string(title);
+    delivery->message = message;
+    delivery->modulePath = Bundle::mainBundle().bundlePath() + "/" + NoticeModulePath;
+    if (!findSessionBus(*delivery) || !showOnDesktop(delivery)) {
+        showOnStandardError(delivery->title, message);
+    }
+}
+
+void testing::setNotice(std::function<void(std::string_view, std::string_view)> notice) {
+    noticeReplacement() = std::move(notice);
+}
+
+} // namespace kestrav::platform

@@ -1,0 +1,207 @@
+#include "platform/linux/DownloadModule.h"
+
+#include <curl/curl.h>
+
+#include <strings.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// Frees one of the library's objects with the library's own function.
+template <auto Free> struct Freed {
+    template <class T> void operator()(T *object) const { Free(object); }
+};
+using Url = std::unique_ptr<CURLU, Freed<curl_url_cleanup>>;
+using Headers = std::unique_ptr<curl_slist, Freed<curl_slist_free_all>>;
+using Easy = std::unique_ptr<CURL, Freed<curl_easy_cleanup>>;
+using Multi = std::unique_ptr<CURLM, Freed<curl_multi_cleanup>>;
+
+constexpr long maximalRedirects = 20;
+constexpr long bufferSize = 256L * 1024;
+constexpr long firstErrorStatus = 400;
+
+/// A transfer under way.
+struct Session {
+    const KestravTransfer &request;
+    CURL *easy;
+    Clock::time_point lastSign = Clock::now(); // when the other side was last heard of
+    bool inHeader = false;                     // of an HTTP answer
+    bool answered = false;
+    std::string refusal = {}; // why the answer is not taken
+};
+
+/// Spaces and bytes beyond ASCII percent-encoded, as browsers do; host names have an encoding of their own.
+std::string encoded(std::string_view text) {
+    const std::size_t authority = text.find("://");
+    const std::size_t path =
+        authority == std::string_view::npos ? text.find(':') : text.find_first_of("/?#", authority + 3);
+    std::string result(text.substr(0, path));
+    for (const char character : text.substr(result.size())) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (byte == ' ' || byte >= 0x80) {
+            char code[4];
+            std::snprintf(code, sizeof code, "%%%02X", byte);
+            result += code;
+        } else {
+            result += character;
+        }
+    }
+    return result;
+}
+
+/// Passes on that the body begins; false if it is not wanted.
+bool beginBody(Session &session) {
+    if (!session.answered) {
+        session.answered = true;
+        long status = 0;
+        curl_off_t length = -1;
+        curl_easy_getinfo(session.easy, CURLINFO_RESPONSE_CODE, &status);
+        curl_easy_getinfo(session.easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+        if (session.inHeader) {
+            session.refusal = "The server's answer was cut short";
+        } else if (status == 0 && length < 0) { // from no server; nothing but a file has a length there
+            session.refusal = "Not a file";
+        } else if (status >= firstErrorStatus) {
+            session.refusal = "The server answered with status " + std::to_string(status);
+        } else if (session.request.response(session.request.host, length) == 0) {
+            session.refusal = "The transfer was ended";
+        }
+    }
+    return session.refusal.empty();
+}
+
+std::size_t receiveBody(char *bytes, std::size_t /*one*/, std::size_t count, void *user) noexcept {
+    auto &session = *static_cast<Session *>(user);
+    session.lastSign = Clock::now();
+    return beginBody(session) && session.request.data(session.request.host, bytes, count) != 0 ? count : 0;
+}
+
+std::size_t receiveHeader(char *bytes, std::size_t /*one*/, std::size_t count, void *user) noexcept {
+    auto &session = *static_cast<Session *>(user);
+    session.lastSign = Clock::now();
+    // A header that ends without its empty line is none the library minds.
+    const std::string_view line(bytes, count);
+    session.inHeader = line != "\r\n" && line != "\n" && (session.inHeader || line.substr(0, 5) == "HTTP/");
+    // From an encrypted address no redirect leads to an unencrypted one, however many follow.
+    const char *url = nullptr;
+    const bool known = curl_easy_getinfo(session.easy, CURLINFO_EFFECTIVE_URL, &url) == CURLE_OK && url != nullptr;
+    if (known && strncasecmp(url, "https:", 6) != 0) {
+        return count;
+    }
+    return curl_easy_setopt(session.easy, CURLOPT_REDIR_PROTOCOLS_STR, "https") == CURLE_OK ? count : 0;
+}
+
+/// Hands everything to the library; false if it does not know one of the options.
+bool prepare(Session &session, CURLU *url, curl_slist *headers, char *error) {
+    bool accepted = true;
+    const auto set = [&](CURLoption option, auto value) {
+        accepted = curl_easy_setopt(session.easy, option, value) == CURLE_OK && accepted;
+    };
+    set(CURLOPT_CURLU, url);
+    set(CURLOPT_PROTOCOLS_STR, "http,https,ftp,file");
+    set(CURLOPT_REDIR_PROTOCOLS_STR, "http,https,ftp");
+    set(CURLOPT_FOLLOWLOCATION, 1L);
+    set(CURLOPT_MAXREDIRS, maximalRedirects);
+    set(CURLOPT_SSL_VERIFYPEER, 1L);
+    set(CURLOPT_SSL_VERIFYHOST, 2L);
+    if (session.request.certificateFile != nullptr) {
+        set(CURLOPT_CAINFO, session.request.certificateFile);
+        set(CURLOPT_CAPATH, static_cast<const char *>(nullptr)); // these and no others
+    }
+    set(CURLOPT_HTTPHEADER, headers);
+    set(CURLOPT_USERAGENT, "kestrav");
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // a proxy's answer is not the server's
+    set(CURLOPT_NOSIGNAL, 1L);
+    set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(session.request.timeoutMilliseconds));
+    set(CURLOPT_BUFFERSIZE, bufferSize);
+    set(CURLOPT_ERRORBUFFER, error);
+    set(CURLOPT_HEADERFUNCTION, receiveHeader);
+    set(CURLOPT_HEADERDATA, &session);
+    set(CURLOPT_WRITEFUNCTION, receiveBody);
+    set(CURLOPT_WRITEDATA, &session);
+    // Don't wait for a name server that does not answer; older libraries do.
+    curl_easy_setopt(session.easy, CURLOPT_QUICK_EXIT, 1L);
+    return accepted;
+}
+
+CURLcode perform(Session &session, CURLM *multi) {
+    for (;;) {
+        int running = 0;
+        if (curl_multi_perform(multi, &running) != CURLM_OK) {
+            return CURLE_FAILED_INIT;
+        }
+        const int untilStep = session.request.step(session.request.host);
+        if (untilStep < 0) {
+            return CURLE_ABORTED_BY_CALLBACK;
+        }
+        if (running == 0) {
+            int others = 0;
+            const CURLMsg *message = curl_multi_info_read(multi, &others);
+            return message == nullptr ? CURLE_FAILED_INIT : message->data.result;
+        }
+        const auto silence = std::chrono::ceil<std::chrono::milliseconds>(Clock::now() - session.lastSign).count();
+        const std::int64_t patience = session.request.timeoutMilliseconds - silence;
+        if (patience <= 0) {
+            return CURLE_OPERATION_TIMEDOUT;
+        }
+        curl_waitfd wake{session.request.wakeDescriptor, CURL_WAIT_POLLIN, 0};
+        const auto wait = static_cast<int>(std::min<std::int64_t>(patience, untilStep));
+        if (curl_multi_poll(multi, &wake, 1, wait, nullptr) != CURLM_OK) {
+            return CURLE_FAILED_INIT;
+        }
+    }
+}
+
+/// Empty for a complete transfer, else what went wrong.
+std::string failureOf(const KestravTransfer &request) {
+    static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
+    const Url url(curl_url());
+    // Nothing may be answered from a cache on the way.
+    const Headers headers(curl_slist_append(curl_slist_append(nullptr, "Cache-Control: no-cache"), "Pragma: no-cache"));
+    const Easy easy(curl_easy_init());
+    const Multi multi(curl_multi_init());
+    if (ready != CURLE_OK || !url || !headers || !easy || !multi) {
+        return curl_easy_strerror(CURLE_FAILED_INIT);
+    }
+    if (const CURLUcode code = curl_url_set(url.get(), CURLUPART_URL, encoded(request.url).c_str(), 0);
+        code != CURLUE_OK) {
+        return curl_url_strerror(code);
+    }
+    char detail[CURL_ERROR_SIZE] = "";
+    Session session{request, easy.get()};
+    if (!prepare(session, url.get(), headers.get(), detail)) {
+        return "The installed libcurl is too old";
+    }
+    if (curl_multi_add_handle(multi.get(), easy.get()) != CURLM_OK) {
+        return curl_easy_strerror(CURLE_FAILED_INIT);
+    }
+    const CURLcode code = perform(session, multi.get());
+    curl_multi_remove_handle(multi.get(), easy.get());
+    if (code == CURLE_OK && beginBody(session)) { // an empty body has no first byte
+        return {};
+    }
+    if (!session.refusal.empty()) {
+        return session.refusal;
+    }
+    return detail[0] != '\0' ? detail : curl_easy_strerror(code);
+}
+
+int transfer(const KestravTransfer *request, char *error, std::size_t errorSize) noexcept {
+    const std::string failure = failureOf(*request);
+    std::snprintf(error, errorSize, "%s", failure.c_str());
+    return failure.empty() ? 1 : 0;
+}
+
+} // namespace
+
+extern "C" __attribute__((visibility("default"))) void kestravDownloadModule(KestravDownloadModule *module) noexcept {
+    module->transfer = transfer;
+}

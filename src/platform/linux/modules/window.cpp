@@ -1,0 +1,283 @@
+#include "platform/linux/WindowModule.h"
+
+#include <gdk/wayland/gdkwayland.h>
+#include <gdk/x11/gdkx.h>
+#include <gtk/gtk.h>
+
+#include <glib-unix.h>
+
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace {
+
+/// Frees one of the library's objects with the library's own function.
+template <auto Free> struct Freed {
+    template <class T> void operator()(T *object) const { Free(object); }
+};
+template <class T> using Object = std::unique_ptr<T, Freed<g_object_unref>>;
+
+constexpr unsigned PulseMilliseconds = 100;
+constexpr double PulseStep = 0.04; // of the bar's length
+/// Tasks wait for what the user sees and does: however many are posted, the window stays alive.
+constexpr int TaskPriority = GDK_PRIORITY_REDRAW + 10;
+
+/// The one window of the process. The widgets belong to the library.
+struct ProgressWindow {
+    const KestravWindowSettings *settings = nullptr;
+    GThread *thread = nullptr; // the only one that uses it
+
+    GtkWindow *window = nullptr; // null: closed
+    GtkLabel *label = nullptr;
+    GtkLabel *progressLabel = nullptr;
+    GtkProgressBar *progressBar = nullptr;
+    GtkButton *cancelButton = nullptr;
+    GtkImage *iconView = nullptr;
+
+    // What is shown, so that only changes are drawn again.
+    std::optional<std::string> title;
+    std::optional<std::string> labelText;
+    std::optional<std::string> progressText;
+    std::optional<std::string> buttonTitle;
+    const char *icon = nullptr;
+    double value = -1;
+    unsigned pulse = 0; // the timer that moves an indeterminate bar
+};
+
+ProgressWindow &progressWindow() noexcept {
+    static ProgressWindow instance;
+    return instance;
+}
+
+// A display that goes away makes the library end the process at once, with the program it has started still running.
+
+[[noreturn]] int endWithoutDisplay(Display * /*display*/) {
+    const KestravWindowSettings &settings = *progressWindow().settings;
+    settings.displayLost(settings.context);
+    std::abort();
+}
+
+/// Only on X11 there is a function for it; on Wayland the library says something before it ends the process.
+bool waylandIsLost() {
+    GdkDisplay *const display = gdk_display_get_default();
+    return GDK_IS_WAYLAND_DISPLAY(display) && g_thread_self() == progressWindow().thread &&
+           wl_display_get_error(gdk_wayland_display_get_wl_display(display)) != 0;
+}
+
+GLogWriterOutput writeMessage(GLogLevelFlags level, const GLogField *fields, gsize count, void * /*data*/) {
+    const KestravWindowSettings &settings = *progressWindow().settings;
+    const bool isComplaint = (level & G_LOG_LEVEL_MASK) <= G_LOG_LEVEL_WARNING;
+    for (gsize i = 0; isComplaint && i < count; ++i) {
+        if (g_strcmp0(fields[i].key, "MESSAGE") == 0 && fields[i].length < 0) {
+            settings.message(settings.context, static_cast<const char *>(fields[i].value));
+        }
+    }
+    if (waylandIsLost()) {
+        endWithoutDisplay(nullptr);
+    }
+    return G_LOG_WRITER_HANDLED;
+}
+
+gboolean runTasks(int /*descriptor*/, GIOCondition /*condition*/, void *data) {
+    const auto &settings = *static_cast<const KestravWindowSettings *>(data);
+    settings.runTasks(settings.context);
+    return G_SOURCE_CONTINUE;
+}
+
+/// Of a click this is the beginning's end, of a key its beginning: the library keeps a pressed button down for a while
+/// before it counts as clicked.
+void cancelPressed(GtkButton * /*button*/, void *data) {
+    const auto &settings = *static_cast<const KestravWindowSettings *>(data);
+    settings.cancelPressed(settings.context);
+}
+
+gboolean closeRequested(GtkWindow * /*window*/, void *data) {
+    const auto &settings = *static_cast<const KestravWindowSettings *>(data);
+    settings.closeRequested(settings.context);
+    return TRUE; // the launcher has closed it, or keeps it
+}
+
+/// Sets `shown` to the text; false if it is what is shown already. The library takes nothing but UTF-8.
+bool changed(std::optional<std::string> &shown, const char *text) {
+    const std::unique_ptr<char, Freed<g_free>> valid(g_utf8_make_valid(text, -1));
+    if (shown == valid.get()) {
+        return false;
+    }
+    shown = valid.get();
+    return true;
+}
+
+gboolean movePulse(void *data) {
+    gtk_progress_bar_pulse(static_cast<GtkProgressBar *>(data));
+    return G_SOURCE_CONTINUE;
+}
+
+void stopPulse(ProgressWindow &shown) {
+    if (shown.pulse != 0) {
+        g_source_remove(shown.pulse);
+        shown.pulse = 0;
+    }
+}
+
+void updateBar(ProgressWindow &shown, const KestravWindowContent &content) {
+    if (content.indeterminate != 0) {
+        shown.value = -1;
+        if (content.animating != 0 && shown.pulse == 0) {
+            gtk_progress_bar_set_pulse_step(shown.progressBar, PulseStep);
+            gtk_progress_bar_pulse(shown.progressBar);
+            shown.pulse = g_timeout_add(PulseMilliseconds, movePulse, shown.progressBar);
+        }
+        return;
+    }
+    stopPulse(shown);
+    if (content.value != shown.value) {
+        shown.value = content.value;
+        gtk_progress_bar_set_fraction(shown.progressBar, content.value / 100);
+    }
+}
+
+/// Shows the icon in the window and hands it to the desktop.
+void updateIcon(ProgressWindow &shown, const KestravWindowContent &content) {
+    if (content.icon == shown.icon) {
+        return;
+    }
+    shown.icon = content.icon;
+    Object<GdkTexture> texture;
+    if (content.icon != nullptr) {
+        const std::unique_ptr<GBytes, Freed<g_bytes_unref>> bytes(g_bytes_new(content.icon, content.iconLength));
+        texture.reset(gdk_texture_new_from_bytes(bytes.get(), nullptr));
+    }
+    gtk_image_set_from_paintable(shown.iconView, GDK_PAINTABLE(texture.get()));
+    GdkSurface *const surface = gtk_native_get_surface(GTK_NATIVE(shown.window));
+    if (texture && GDK_IS_TOPLEVEL(surface)) {
+        GList icons{texture.get(), nullptr, nullptr};
+        gdk_toplevel_set_icon_list(GDK_TOPLEVEL(surface), &icons);
+    }
+}
+
+void update(const KestravWindowContent *content) noexcept {
+    ProgressWindow &shown = progressWindow();
+    if (changed(shown.title, content->title)) {
+        gtk_window_set_title(shown.window, shown.title->c_str());
+    }
+    if (shown.label != nullptr && changed(shown.labelText, content->label)) {
+        gtk_label_set_text(shown.label, shown.labelText->c_str());
+    }
+    if (shown.progressLabel != nullptr && changed(shown.progressText, content->progressLabel)) {
+        gtk_label_set_text(shown.progressLabel, shown.progressText->c_str());
+    }
+    if (shown.cancelButton != nullptr) {
+        if (changed(shown.buttonTitle, content->buttonTitle)) {
+            gtk_button_set_label(shown.cancelButton, shown.buttonTitle->c_str());
+        }
+        gtk_widget_set_sensitive(GTK_WIDGET(shown.cancelButton), content->buttonEnabled);
+    }
+    if (shown.progressBar != nullptr) {
+        updateBar(shown, *content);
+    }
+    if (shown.iconView != nullptr) {
+        updateIcon(shown, *content);
+    }
+}
+
+/// The widget of that id, or null if there is none of its kind.
+template <class Widget> Widget *find(GtkBuilder *builder, const char *id, GType type) {
+    GObject *const object = gtk_builder_get_object(builder, id);
+    return object != nullptr && g_type_is_a(G_OBJECT_TYPE(object), type) != FALSE ? reinterpret_cast<Widget *>(object)
+                                                                                  : nullptr;
+}
+
+/// Makes the widgets of the interface file; false if it cannot be read or holds no window.
+bool build(ProgressWindow &made) {
+    const KestravWindowSettings &settings = *made.settings;
+    const Object<GtkBuilder> builder(gtk_builder_new());
+    GError *error = nullptr;
+    if (gtk_builder_add_from_file(builder.get(), settings.interfacePath, &error) == FALSE) {
+        settings.message(settings.context, error->message);
+        g_error_free(error);
+        return false;
+    }
+    made.window = find<GtkWindow>(builder.get(), "window", GTK_TYPE_WINDOW);
+    made.label = find<GtkLabel>(builder.get(), "label", GTK_TYPE_LABEL);
+    made.progressLabel = find<GtkLabel>(builder.get(), "progressLabel", GTK_TYPE_LABEL);
+    made.progressBar = find<GtkProgressBar>(builder.get(), "progressBar", GTK_TYPE_PROGRESS_BAR);
+    made.cancelButton = find<GtkButton>(builder.get(), "cancelButton", GTK_TYPE_BUTTON);
+    made.iconView = find<GtkImage>(builder.get(), "iconView", GTK_TYPE_IMAGE);
+    if (made.window == nullptr) {
+        settings.message(settings.context, "the interface file has no window");
+    }
+    return made.window != nullptr;
+}
+
+/// The texts may be in another language than the user's first, so they decide which way the window reads.
+void setDirection(ProgressWindow &made, const KestravWindowContent &content) {
+    const Object<PangoLayout> layout(gtk_widget_create_pango_layout(GTK_WIDGET(made.window), content.buttonTitle));
+    const bool rightToLeft = pango_layout_get_direction(layout.get(), 0) == PANGO_DIRECTION_RTL;
+    gtk_widget_set_default_direction(rightToLeft ? GTK_TEXT_DIR_RTL : GTK_TEXT_DIR_LTR);
+}
+
+void connect(ProgressWindow &made, const KestravWindowSettings *settings) {
+    auto *const data = const_cast<KestravWindowSettings *>(settings);
+    if (made.cancelButton != nullptr) {
+        g_signal_connect(made.cancelButton, "activate", G_CALLBACK(cancelPressed), data);
+        g_signal_connect(made.cancelButton, "clicked", G_CALLBACK(cancelPressed), data);
+    }
+    g_signal_connect(made.window, "close-request", G_CALLBACK(closeRequested), data);
+    g_unix_fd_add_full(TaskPriority, settings->taskDescriptor, G_IO_IN, runTasks, data, nullptr);
+}
+
+/// Cairo draws so small a window in half the time that OpenGL takes to get ready. The launcher has set the variables
+/// that say so; of this one only the library's version decides the text.
+void turnOpenGLOff() {
+    constexpr unsigned FirstVersionWithOwnVariable = 16;
+    if (gtk_get_minor_version() < FirstVersionWithOwnVariable && g_strcmp0(g_getenv("GDK_DEBUG"), "") == 0) {
+        g_setenv("GDK_DEBUG", "gl-disable", TRUE);
+    }
+}
+
+int open(const KestravWindowSettings *settings, const KestravWindowContent *content) noexcept {
+    ProgressWindow &made = progressWindow();
+    made.settings = settings;
+    made.thread = g_thread_self();
+    g_log_set_writer_func(writeMessage, nullptr, nullptr);
+    turnOpenGLOff();
+    gtk_disable_setlocale(); // numbers must not begin to be written in the user's way
+    g_set_prgname(settings->programName);
+    if (gtk_init_check() == FALSE) {
+        settings->message(settings->context, "the display cannot be opened");
+        return 0;
+    }
+    XSetIOErrorHandler(endWithoutDisplay);
+    if (!build(made)) {
+        return 0;
+    }
+    setDirection(made, *content);
+    connect(made, settings);
+    gtk_widget_realize(GTK_WIDGET(made.window)); // the icon needs it
+    update(content);
+    gtk_window_present(made.window);
+    return 1;
+}
+
+void run() noexcept {
+    while (progressWindow().window != nullptr) {
+        g_main_context_iteration(nullptr, TRUE);
+    }
+}
+
+void close() noexcept {
+    ProgressWindow &shown = progressWindow();
+    stopPulse(shown);
+    GdkDisplay *const display = gtk_widget_get_display(GTK_WIDGET(shown.window));
+    gtk_window_destroy(shown.window);
+    shown.window = nullptr;
+    gdk_display_flush(display); // nobody runs the library's loop any more
+}
+
+} // namespace
+
+extern "C" __attribute__((visibility("default"))) void kestravWindowModule(KestravWindowModule *module) noexcept {
+    *module = {open, update, run, close};
+}

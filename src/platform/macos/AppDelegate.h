@@ -1,0 +1,30 @@
+#pragma once
+
+#include "platform/Application.h"
+
+#import <AppKit/AppKit.h>
+
+/// What the main interface file creates: has the real controls, shows what the program's ones hold in them, and
+/// forwards what happens to the program's delegate.
+@interface AppDelegate : NSObject <NSApplicationDelegate, NSWindowDelegate> {
+    NSImageView *iconView;
+    NSWindow *window;
+    NSProgressIndicator *progressBar;
+    NSButton *cancelButton;
+    NSTextField *label;
+    NSTextField *progressLabel;
+}
+
+@property(assign) IBOutlet NSImageView *iconView;
+@property(assign) IBOutlet NSWindow *window;
+@property(assign) IBOutlet NSProgressIndicator *progressBar;
+@property(assign) IBOutlet NSButton *cancelButton;
+@property(assign) IBOutlet NSTextField *label;
+@property(assign) IBOutlet NSTextField *progressLabel;
+
+/// The program's delegate, to be set before the interface file is loaded. It lives until the process ends.
++ (void)setProgram:(kestrav::platform::ApplicationDelegate *)delegate;
+
+- (IBAction)cancel:(id)sender;
+
+@end

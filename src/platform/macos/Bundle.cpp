@@ -1,0 +1,134 @@
+#include "platform/Bundle.h"
+
+#include "platform/FileManager.h"
+#include "platform/macos/CFPropertyList.h"
+#include "platform/macos/CFText.h"
+#include "platform/posix/NeverDestroyed.h"
+#include "platform/testing.h"
+
+#include <mutex>
+
+namespace kestrav::platform {
+
+namespace {
+
+using BundleHandle = CFHandle<CFBundleRef>;
+
+/// Null if there is no directory. While an application's main bundle is opened by its path, the platform answers with
+/// the object it has already.
+BundleHandle openBundle(const std::string &path) {
+    if (!FileManager().directoryExistsAtPath(path)) {
+        return {};
+    }
+    const CFHandle url(CFURLCreateFromFileSystemRepresentation(
+        kCFAllocatorDefault, reinterpret_cast<const UInt8 *>(path.data()), static_cast<CFIndex>(path.size()), true));
+    return url ? BundleHandle(CFBundleCreate(kCFAllocatorDefault, url.get())) : BundleHandle();
+}
+
+PropertyList informationOf(CFBundleRef bundle) {
+    auto information = propertyListOf(bundle != nullptr ? CFBundleGetInfoDictionary(bundle) : nullptr);
+    return information ? *std::move(information) : PropertyList();
+}
+
+std::string pathOfOwnBundle() {
+    const CFBundleRef bundle = CFBundleGetMainBundle();
+    const CFHandle url(bundle != nullptr ? CFBundleCopyBundleURL(bundle) : nullptr);
+    return url ? pathOf(url.get()) : "/";
+}
+
+std::string withoutTrailingSlash(std::string path) {
+    while (path.size() > 1 && path.ends_with('/')) {
+        path.pop_back();
+    }
+    return path;
+}
+
+struct MainBundle {
+    std::mutex mutex;
+    std::optional<std::string> replacedPath;
+    const Bundle *current = nullptr;                 // null: to be opened
+    std::vector<std::unique_ptr<const Bundle>> made; // earlier ones too: somebody may still refer to them
+};
+
+MainBundle &mainBundleState() {
+    static NeverDestroyed<MainBundle> state;
+    return state.get();
+}
+
+} // namespace
+
+void testing::setMainBundle(const std::optional<std::string> &path) {
+    MainBundle &state = mainBundleState();
+    const std::scoped_lock lock(state.mutex);
+    state.replacedPath = path;
+    state.current = nullptr;
+}
+
+const Bundle &Bundle::mainBundle() {
+    MainBundle &state = mainBundleState();
+    const std::scoped_lock lock(state.mutex);
+    if (state.current == nullptr) {
+        std::string path = withoutTrailingSlash(state.replacedPath ? *state.replacedPath : pathOfOwnBundle());
+        PropertyList information = informationOf(openBundle(path).get());
+        state.made.push_back(std::unique_ptr<Bundle>(new Bundle(std::move(path), std::move(information))));
+        state.current = state.made.back().get();
+    }
+    return *state.current;
+}
+
+std::unique_ptr<Bundle> Bundle::create(const std::string &path) {
+    const BundleHandle bundle = openBundle(path);
+    if (!bundle) {
+        return nullptr;
+    }
+    return std::unique_ptr<Bundle>(new Bundle(withoutTrailingSlash(path), informationOf(bundle.get())));
+}
+
+std::optional<std::string> Bundle::bundleIdentifier() const {
+    const PropertyList *value = objectForInfoDictionaryKey("CFBundleIdentifier");
+    const auto *text = value != nullptr ? value->as<std::string>() : nullptr;
+    return text != nullptr ? std::optional(*text) : std::nullopt;
+}
+
+std::string Bundle::resourcePath() const {
+    const BundleHandle bundle = openBundle(path_);
+    const CFHandle url(bundle ? CFBundleCopyResourcesDirectoryURL(bundle.get()) : nullptr);
+    return url ? withoutTrailingSlash(pathOf(url.get())) : path_;
+}
+
+std::optional<std::string> Bundle::pathForResource(std::string_view name, std::string_view extension) const {
+    const BundleHandle bundle = openBundle(path_);
+    const CFHandle<CFStringRef> type = extension.empty() ? CFHandle<CFStringRef>() : cfText(extension);
+    const CFHandle url(bundle ? CFBundleCopyResourceURL(bundle.get(), cfText(name).get(), type.get(), nullptr)
+                              : nullptr);
+    return url ? std::optional(pathOf(url.get())) : std::nullopt;
+}
+
+std::string Bundle::localizedStringForKey(std::string_view key, std::string_view value) const {
+    const BundleHandle bundle = openBundle(path_);
+    const CFHandle text(
+        bundle ? CFBundleCopyLocalizedString(bundle.get(), cfText(key).get(), cfText(value).get(), nullptr) : nullptr);
+    if (text) {
+        return textOf(text.get());
+    }
+    return std::string(value.empty() ? key : value);
+}
+
+std::optional<std::vector<std::optional<std::int32_t>>> Bundle::executableArchitectures() const {
+    const BundleHandle bundle = openBundle(path_);
+    const CFHandle list(bundle ? CFBundleCopyExecutableArchitectures(bundle.get()) : nullptr);
+    if (!list) {
+        return std::nullopt;
+    }
+    std::vector<std::optional<std::int32_t>> architectures;
+    for (CFIndex index = 0; index < CFArrayGetCount(list.get()); ++index) {
+        const void *entry = CFArrayGetValueAtIndex(list.get(), index);
+        std::int32_t architecture = 0;
+        const bool known = CFGetTypeID(entry) == CFNumberGetTypeID() &&
+                           CFNumberGetValue(static_cast<CFNumberRef>(entry), kCFNumberSInt32Type, &architecture) != 0;
+        architectures.push_back(known ? std::optional(architecture) : std::nullopt);
+    }
+    return architectures;
+}
+
+} // namespace kestrav::platform

@@ -1,0 +1,137 @@
+#include "platform/macos/CFPropertyList.h"
+
+#include "platform/macos/CFText.h"
+
+#include <limits>
+
+namespace kestrav::platform {
+
+namespace {
+
+PropertyList numberValue(CFNumberRef number) {
+    double real = 0;
+    if (CFNumberIsFloatType(number) != 0) {
+        CFNumberGetValue(number, kCFNumberDoubleType, &real);
+        return real;
+    }
+    std::int64_t integer = 0;
+    if (CFNumberGetValue(number, kCFNumberSInt64Type, &integer) != 0) {
+        return integer;
+    }
+    // Beyond the range: the nearest there is.
+    CFNumberGetValue(number, kCFNumberDoubleType, &real);
+    return real < 0 ? std::numeric_limits<std::int64_t>::min() : std::numeric_limits<std::int64_t>::max();
+}
+
+PropertyList dataValue(CFDataRef data) {
+    const UInt8 *bytes = CFDataGetBytePtr(data);
+    return PropertyList::Data{std::vector<std::uint8_t>(bytes, bytes + CFDataGetLength(data))};
+}
+
+PropertyList arrayValue(CFArrayRef array) {
+    PropertyList::Array values;
+    for (CFIndex index = 0; index < CFArrayGetCount(array); ++index) {
+        if (auto value = propertyListOf(CFArrayGetValueAtIndex(array, index))) {
+            values.push_back(*std::move(value));
+        }
+    }
+    return values;
+}
+
+PropertyList dictionaryValue(CFDictionaryRef dictionary) {
+    PropertyList::Dictionary values;
+    CFDictionaryApplyFunction(
+        dictionary,
+        [](const void *key, const void *value, void *context) {
+            auto converted = propertyListOf(value);
+            if (converted && CFGetTypeID(key) == CFStringGetTypeID()) {
+                static_cast<PropertyList::Dictionary *>(context)->insert_or_assign(
+                    textOf(static_cast<CFStringRef>(key)), *std::move(converted));
+            }
+        },
+        &values);
+    return values;
+}
+
+CFTypeRef newNumber(CFNumberType type, const void *value) {
+    return CFNumberCreate(kCFAllocatorDefault, type, value);
+}
+
+CFTypeRef newArray(const PropertyList::Array &values) {
+    CFMutableArrayRef array = CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks);
+    for (const PropertyList &value : values) {
+        CFArrayAppendValue(array, cfValue(value).get());
+    }
+    return array;
+}
+
+CFTypeRef newDictionary(const PropertyList::Dictionary &values) {
+    CFMutableDictionaryRef dictionary = CFDictionaryCreateMutable(
+        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
+    for (const auto &[key, value] : values) {
+        CFDictionarySetValue(dictionary, cfText(key).get(), cfValue(value).get());
+    }
+    return dictionary;
+}
+
+CFTypeRef newValue(const PropertyList &list) {
+    if (const auto *boolean = list.as<bool>()) {
+        return CFRetain(*boolean ? kCFBooleanTrue : kCFBooleanFalse);
+    }
+    if (const auto *integer = list.as<std::int64_t>()) {
+        return newNumber(kCFNumberSInt64Type, integer);
+    }
+    if (const auto *number = list.as<double>()) {
+        return newNumber(kCFNumberDoubleType, number);
+    }
+    if (const auto *text = list.as<std::string>()) {
+        return cfText(*text).release();
+    }
+    if (const auto *data = list.as<PropertyList::Data>()) {
+        return CFDataCreate(kCFAllocatorDefault, data->bytes.data(), static_cast<CFIndex>(data->bytes.size()));
+    }
+    if (const auto *date = list.as<PropertyList::Date>()) {
+        return CFDateCreate(kCFAllocatorDefault, date->secondsSinceReference);
+    }
+    if (const auto *array = list.as<PropertyList::Array>()) {
+        return newArray(*array);
+    }
+    return newDictionary(*list.as<PropertyList::Dictionary>());
+}
+
+} // namespace
+
+std::optional<PropertyList> propertyListOf(CFTypeRef value) {
+    if (value == nullptr) {
+        return std::nullopt;
+    }
+    const CFTypeID type = CFGetTypeID(value);
+    if (type == CFStringGetTypeID()) {
+        return textOf(static_cast<CFStringRef>(value));
+    }
+    if (type == CFBooleanGetTypeID()) {
+        return CFBooleanGetValue(static_cast<CFBooleanRef>(value)) != 0;
+    }
+    if (type == CFNumberGetTypeID()) {
+        return numberValue(static_cast<CFNumberRef>(value));
+    }
+    if (type == CFDictionaryGetTypeID()) {
+        return dictionaryValue(static_cast<CFDictionaryRef>(value));
+    }
+    if (type == CFArrayGetTypeID()) {
+        return arrayValue(static_cast<CFArrayRef>(value));
+    }
+    if (type == CFDataGetTypeID()) {
+        return dataValue(static_cast<CFDataRef>(value));
+    }
+    if (type == CFDateGetTypeID()) {
+        return PropertyList::Date{CFDateGetAbsoluteTime(static_cast<CFDateRef>(value))};
+    }
+    return std::nullopt;
+}
+
+CFHandle<CFTypeRef> cfValue(const PropertyList &list) {
+    return CFHandle(newValue(list));
+}
+
+} // namespace kestrav::platform

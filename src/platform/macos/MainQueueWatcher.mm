@@ -1,0 +1,42 @@
+#import "platform/macos/MainQueueWatcher.h"
+
+#include "platform/OperationQueue.h"
+
+#import <AppKit/AppKit.h>
+
+using kestrav::platform::OperationQueue;
+
+@implementation MainQueueWatcher
+
++ (void)start {
+    static MainQueueWatcher *watcher = nil;
+    if (watcher == nil) {
+        watcher = [[MainQueueWatcher alloc] init];
+        [watcher watch];
+    }
+}
+
+- (id)init {
+    self = [super init];
+    if (self != nil) {
+        queue = [[NSFileHandle alloc] initWithFileDescriptor:OperationQueue::mainQueue().descriptor() closeOnDealloc:NO];
+        [[NSNotificationCenter defaultCenter] addObserver:self
+                                                 selector:@selector(runTasks:)
+                                                     name:NSFileHandleDataAvailableNotification
+                                                   object:queue];
+    }
+    return self;
+}
+
+- (void)watch {
+    NSArray *modes = [NSArray
+        arrayWithObjects:NSDefaultRunLoopMode, NSModalPanelRunLoopMode, NSEventTrackingRunLoopMode, nil];
+    [queue waitForDataInBackgroundAndNotifyForModes:modes];
+}
+
+- (void)runTasks:(NSNotification *)__unused notification {
+    OperationQueue::mainQueue().runPending();
+    [self watch];
+}
+
+@end

@@ -1,0 +1,46 @@
+#include "platform/SystemLog.h"
+
+#include "platform/macos/CFText.h"
+#include "platform/posix/NeverDestroyed.h"
+#include "platform/testing.h"
+
+#import <Foundation/Foundation.h>
+
+#include <syslog.h>
+
+#include <functional>
+
+namespace kestrav::platform {
+
+namespace {
+
+std::function<void(std::string_view)> &sinkReplacement() {
+    static NeverDestroyed<std::function<void(std::string_view)>> replacement;
+    return replacement.get();
+}
+
+} // namespace
+
+void testing::setLogSink(std::function<void(std::string_view)> sink) {
+    sinkReplacement() = std::move(sink);
+}
+
+void writeSystemLog(std::string_view message) {
+    if (const auto &replacement = sinkReplacement()) {
+        replacement(message);
+        return;
+    }
+    NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init]; // any thread: it may have none
+    NSLog(@"%@", (NSString *)cfText(message).get());
+    [pool drain];
+}
+
+void writeSystemLogOnly(std::string_view message) {
+    if (const auto &replacement = sinkReplacement()) {
+        replacement(message);
+        return;
+    }
+    syslog(LOG_NOTICE, "%.*s", static_cast<int>(message.size()), message.data());
+}
+
+} // namespace kestrav::platform

@@ -1,0 +1,47 @@
+#include "platform/UserDefaults.h"
+
+#include "platform/macos/CFPropertyList.h"
+#include "platform/macos/CFText.h"
+#include "platform/posix/NeverDestroyed.h"
+
+#include <algorithm>
+
+namespace kestrav::platform {
+
+UserDefaults &UserDefaults::standardUserDefaults() {
+    static NeverDestroyed<UserDefaults> defaults;
+    return defaults.get();
+}
+
+void UserDefaults::addSuiteNamed(std::string_view suite) {
+    if (std::find(suites_.begin(), suites_.end(), suite) == suites_.end()) {
+        suites_.emplace_back(suite);
+        CFPreferencesAddSuitePreferencesToApp(kCFPreferencesCurrentApplication, cfText(suite).get());
+    }
+}
+
+std::optional<PropertyList> UserDefaults::objectForKey(std::string_view key) const {
+    const CFHandle<CFPropertyListRef> value(
+        CFPreferencesCopyAppValue(cfText(key).get(), kCFPreferencesCurrentApplication));
+    return propertyListOf(value.get());
+}
+
+std::optional<std::string> UserDefaults::stringForKey(std::string_view key) const {
+    const auto value = objectForKey(key);
+    const auto *text = value ? value->as<std::string>() : nullptr;
+    return text != nullptr ? std::optional(*text) : std::nullopt;
+}
+
+std::optional<PropertyList> UserDefaults::dictionaryForKey(std::string_view key) const {
+    auto value = objectForKey(key);
+    const bool isDictionary = value && value->as<PropertyList::Dictionary>() != nullptr;
+    return isDictionary ? std::move(value) : std::nullopt;
+}
+
+void UserDefaults::setObject(const PropertyList &value, std::string_view key) { // NOLINT(*-make-member-function-const)
+    CFPreferencesSetAppValue(cfText(key).get(), cfValue(value).get(), kCFPreferencesCurrentApplication);
+    // The service of the platform logs what it cannot write; a default is no reason to stop.
+    static_cast<void>(CFPreferencesAppSynchronize(kCFPreferencesCurrentApplication));
+}
+
+} // namespace kestrav::platform

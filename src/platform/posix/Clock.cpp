@@ -1,0 +1,61 @@
+#include "platform/Clock.h"
+
+#include "platform/posix/NeverDestroyed.h"
+#include "platform/testing.h"
+
+#include <sys/time.h>
+
+#include <cerrno>
+#include <ctime>
+
+namespace kestrav::platform {
+
+namespace {
+
+constexpr std::int64_t MicrosecondsPerSecond = 1'000'000;
+
+std::function<std::int64_t()> &clockReplacement() {
+    static NeverDestroyed<std::function<std::int64_t()>> replacement;
+    return replacement.get();
+}
+
+std::function<void(std::int64_t)> &sleepReplacement() {
+    static NeverDestroyed<std::function<void(std::int64_t)>> replacement;
+    return replacement.get();
+}
+
+} // namespace
+
+std::int64_t currentMicroseconds() {
+    if (const auto &replacement = clockReplacement()) {
+        return replacement();
+    }
+    timeval now{};
+    gettimeofday(&now, nullptr); // fails only for a bad address
+    return static_cast<std::int64_t>(now.tv_sec) * MicrosecondsPerSecond + static_cast<std::int64_t>(now.tv_usec);
+}
+
+void sleepMicroseconds(std::int64_t microseconds) {
+    if (const auto &replacement = sleepReplacement()) {
+        replacement(microseconds);
+        return;
+    }
+    if (microseconds <= 0) {
+        return;
+    }
+    timespec left{};
+    left.tv_sec = static_cast<time_t>(microseconds / MicrosecondsPerSecond);
+    left.tv_nsec = static_cast<long>(microseconds % MicrosecondsPerSecond * 1000);
+    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
+    }
+}
+
+void testing::setClock(std::function<std::int64_t()> clock) {
+    clockReplacement() = std::move(clock);
+}
+
+void testing::setSleep(std::function<void(std::int64_t)> sleep) {
+    sleepReplacement() = std::move(sleep);
+}
+
+} // namespace kestrav::platform

@@ -1,0 +1,239 @@
+#include "platform/FileManager.h"
+
+#include "platform/FileDescriptor.h"
+#include "platform/ProcessInfo.h"
+#include "platform/path.h"
+#include "platform/posix/directory.h"
+#include "platform/text.h"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace kestrav::platform {
+
+namespace {
+
+/// The system would take the part before the NUL byte for the path.
+bool hasNul(const std::string &path) {
+    return path.find('\0') != std::string::npos;
+}
+
+std::error_code lastError() {
+    return {errno, std::generic_category()};
+}
+
+std::error_code makeError(std::errc error) {
+    return std::make_error_code(error);
+}
+
+std::optional<struct stat> status(const std::string &path) {
+    struct stat result {};
+    if (hasNul(path) || ::stat(path.c_str(), &result) != 0) {
+        return std::nullopt;
+    }
+    return result;
+}
+
+/// Where the symbolic links at the path lead, also if nothing exists there.
+std::string resolvingLinks(std::string path) {
+    constexpr int longestChain = 32;
+    for (int links = 0; links < longestChain; ++links) {
+        std::array<char, PATH_MAX> target{};
+        const ssize_t size = ::readlink(path.c_str(), target.data(), target.size());
+        if (size <= 0) {
+            break;
+        }
+        const std::string_view text(target.data(), static_cast<std::size_t>(size));
+        path =
+            text.starts_with('/') ? std::string(text) : appendingPathComponent(deletingLastPathComponent(path), text);
+    }
+    return path;
+}
+
+/// A new file of unique name that is removed with this object unless it was moved to its place.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(const std::string &directory) : path_(appendingPathComponent(directory, ".kestrav-XXXXXX")) {
+        descriptor_ = FileDescriptor(::mkostemp(path_.data(), O_CLOEXEC));
+    }
+    TemporaryFile(const TemporaryFile &) = delete;
+    TemporaryFile &operator=(const TemporaryFile &) = delete;
+    ~TemporaryFile() {
+        if (descriptor_.valid()) {
+            ::unlink(path_.c_str());
+        }
+    }
+
+    [[nodiscard]] const FileDescriptor &descriptor() const { return descriptor_; }
+
+    bool moveTo(const std::string &path) {
+        if (::rename(path_.c_str(), path.c_str()) != 0) {
+            return false;
+        }
+        descriptor_.reset();
+        return true;
+    }
+
+private:
+    std::string path_;
+    FileDescriptor descriptor_;
+};
+
+std::error_code createDirectory(const std::string &path, mode_t permissions, bool mayExist) {
+    if (::mkdir(path.c_str(), permissions) == 0) {
+        return {};
+    }
+    const std::error_code error = lastError();
+    const auto existing = status(path);
+    return mayExist && existing && S_ISDIR(existing->st_mode) ? std::error_code() : error;
+}
+
+} // namespace
+
+bool FileManager::fileExistsAtPath(const std::string &path) const {
+    return status(path).has_value();
+}
+
+bool FileManager::directoryExistsAtPath(const std::string &path) const {
+    const auto found = status(path);
+    return found && S_ISDIR(found->st_mode);
+}
+
+std::optional<std::vector<std::string>> FileManager::contentsOfDirectoryAtPath(const std::string &path) const {
+    if (hasNul(path)) {
+        return std::nullopt;
+    }
+    return directoryNames(FileDescriptor::open(path.c_str(), O_RDONLY | O_DIRECTORY));
+}
+
+std::error_code FileManager::createDirectoryAtPath(const std::string &path, bool withIntermediateDirectories,
+                                                   mode_t permissions) const {
+    if (hasNul(path)) {
+        return makeError(std::errc::no_such_file_or_directory);
+    }
+    if (path.size() >= PATH_MAX) {
+        return makeError(std::errc::filename_too_long);
+    }
+    if (withIntermediateDirectories && !directoryExistsAtPath(path)) {
+        const std::string parent = deletingLastPathComponent(path);
+        if (!parent.empty() && parent != path) {
+            // What is created on the way must take the next one, whatever permissions are asked for.
+            const std::error_code error = createDirectoryAtPath(parent, true, permissions | S_IWUSR | S_IXUSR);
+            if (error) {
+                return error;
+            }
+        }
+    }
+    return createDirectory(path, permissions, withIntermediateDirectories);
+}
+
+std::error_code FileManager::removeItemAtPath(const std::string &path) const {
+    if (hasNul(path)) {
+        return makeError(std::errc::no_such_file_or_directory);
+    }
+    const std::string name = lastPathComponent(path);
+    if (name == "/" || name == "." || name == "..") {
+        return makeError(std::errc::invalid_argument);
+    }
+    // A slash at the end would make the system follow a link.
+    const std::string item = path.substr(0, path.find_last_not_of('/') + 1);
+    return removeTree(AT_FDCWD, item.c_str());
+}
+
+std::error_code FileManager::changeCurrentDirectoryPath(const std::string &path) const {
+    if (hasNul(path)) {
+        return makeError(std::errc::no_such_file_or_directory);
+    }
+    return ::chdir(path.c_str()) == 0 ? std::error_code() : lastError();
+}
+
+std::optional<std::string> contentsOfFile(const std::string &path) {
+    // Nothing the launcher reads as a whole comes near this; a sparse file may claim any size.
+    constexpr off_t sizeLimit = off_t{1} << 30;
+    if (hasNul(path)) {
+        return std::nullopt;
+    }
+    const FileDescriptor file = FileDescriptor::open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    struct stat found {};
+    if (!file.valid() || ::fstat(file.get(), &found) != 0 || !S_ISREG(found.st_mode) || found.st_size > sizeLimit) {
+        return std::nullopt;
+    }
+    // One byte more than its size shows the end without growing; files of the system's own report no size at all.
+    std::string content(static_cast<std::size_t>(found.st_size) + 1, '\0');
+    std::size_t size = 0;
+    for (;;) {
+        if (size == content.size()) {
+            content.resize(size + 65536);
+        }
+        const ssize_t count = ::read(file.get(), content.data() + size, content.size() - size);
+        if (count == 0) {
+            content.resize(size);
+            return content;
+        }
+        if (count < 0 && errno != EINTR) {
+            return std::nullopt;
+        }
+        size += count > 0 ? static_cast<std::size_t>(count) : 0;
+        if (size > static_cast<std::size_t>(sizeLimit)) {
+            return std::nullopt;
+        }
+    }
+}
+
+std::optional<std::string> stringWithContentsOfFile(const std::string &path) {
+    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+    std::optional<std::string> content = contentsOfFile(path);
+    if (content && !isValidUTF8(*content)) {
+        return std::nullopt;
+    }
+    if (content && content->starts_with(byteOrderMark)) {
+        content->erase(0, byteOrderMark.size());
+    }
+    return content;
+}
+
+std::error_code writeFileAtomically(const std::string &path, std::string_view content) {
+    if (path.empty() || hasNul(path)) {
+        return makeError(std::errc::no_such_file_or_directory);
+    }
+    const std::string target = resolvingLinks(path);
+    const std::string parent = deletingLastPathComponent(target);
+    const std::string directory = parent.empty() ? "." : parent;
+    if (const std::error_code error = FileManager().createDirectoryAtPath(directory, true)) {
+        return error;
+    }
+    const auto existing = status(target);
+    if (existing && !S_ISREG(existing->st_mode)) {
+        return makeError(S_ISDIR(existing->st_mode) ? std::errc::is_a_directory : std::errc::file_exists);
+    }
+    TemporaryFile file(directory);
+    if (!file.descriptor().valid() || !writeAll(file.descriptor().get(), content) ||
+        (existing && ::fchmod(file.descriptor().get(), existing->st_mode & 07777U) != 0) || !file.moveTo(target)) {
+        return lastError();
+    }
+    return {};
+}
+
+std::string homeDirectory() {
+    const std::optional<std::string> home = ProcessInfo::processInfo().environmentVariable("HOME");
+    if (home && !home->empty()) {
+        return *home;
+    }
+    passwd entry{};
+    passwd *found = nullptr;
+    std::string buffer(16384, '\0');
+    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr &&
+        found->pw_dir != nullptr) {
+        return found->pw_dir;
+    }
+    return "/";
+}
+
+} // namespace kestrav::platform

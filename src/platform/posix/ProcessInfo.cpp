@@ -1,0 +1,101 @@
+#include "platform/ProcessInfo.h"
+
+#include "platform/Clock.h"
+#include "platform/posix/NeverDestroyed.h"
+#include "platform/testing.h"
+
+#include <sys/random.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+
+// Declared by some systems' <unistd.h> only.
+extern char **environ; // NOLINT(readability-redundant-declaration)
+
+namespace kestrav::platform {
+
+ProcessInfo &ProcessInfo::processInfo() {
+    static NeverDestroyed<ProcessInfo> info([] { return ProcessInfo(); });
+    return info.get();
+}
+
+ProcessInfo::ProcessInfo() {
+    for (char **entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+        const std::string_view text(*entry);
+        const std::size_t equals = text.find('=');
+        if (equals != std::string_view::npos) {
+            // Of two entries of one name the first counts, as it does for getenv.
+            environment_.emplace(text.substr(0, equals), text.substr(equals + 1));
+        }
+    }
+}
+
+void ProcessInfo::setArguments(int argc, const char *const *argv) {
+    arguments_.assign(argv, argv + argc);
+}
+
+std::optional<std::string> ProcessInfo::environmentVariable(std::string_view name) const {
+    const auto found = environment_.find(name);
+    return found == environment_.end() ? std::nullopt : std::optional(found->second);
+}
+
+void ProcessInfo::setEnvironmentVariable(std::string_view name, std::string_view value, bool overwrite) {
+    if (overwrite) {
+        environment_.insert_or_assign(std::string(name), std::string(value));
+    } else {
+        environment_.emplace(name, value);
+    }
+}
+
+std::string ProcessInfo::processName() const {
+    if (arguments_.empty()) {
+        return {};
+    }
+    return arguments_.front().substr(arguments_.front().rfind('/') + 1);
+}
+
+std::string ProcessInfo::globallyUniqueString() const {
+    static std::atomic<unsigned> counter{0};
+    std::array<unsigned char, 16> random{};
+    // Without entropy the rest still tells processes and calls apart.
+    static_cast<void>(getentropy(random.data(), random.size()));
+    std::string text;
+    std::array<char, 64> piece{};
+    for (std::size_t index = 0; index < random.size(); ++index) {
+        const bool dash = index == 4 || index == 6 || index == 8 || index == 10;
+        std::snprintf(piece.data(), piece.size(), dash ? "-%02X" : "%02X", static_cast<unsigned>(random[index]));
+        text += piece.data();
+    }
+    std::snprintf(piece.data(), piece.size(), "-%ld-%016llX-%X", static_cast<long>(getpid()),
+                  static_cast<unsigned long long>(currentMicroseconds()), counter.fetch_add(1));
+    return text + piece.data();
+}
+
+void endProcess(int status) {
+    static std::atomic<bool> ending{false};
+    if (ending.exchange(true)) {
+        for (;;) {
+            pause();
+        }
+    }
+    static_cast<void>(std::fflush(stdout));
+    static_cast<void>(std::fflush(stderr));
+    std::_Exit(status);
+}
+
+// Through the process's own references, so that the product's class needs no door for tests.
+
+void testing::setArguments(std::vector<std::string> arguments) {
+    const_cast<std::vector<std::string> &>(ProcessInfo::processInfo().arguments()) = std::move(arguments);
+}
+
+void testing::setEnvironment(ProcessInfo::Environment environment) {
+    const_cast<ProcessInfo::Environment &>(ProcessInfo::processInfo().environment()) = std::move(environment);
+}
+
+} // namespace kestrav::platform

@@ -1,0 +1,182 @@
+#include "platform/Task.h"
+
+#include "platform/Exception.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstddef>
+#include <system_error>
+
+namespace kestrav::platform {
+
+namespace {
+
+/// Held while a pipe is made and while a child starts: not every system makes a pipe and its close-on-exec flags in
+/// one step, and a child started in between would keep the pipe open.
+std::mutex spawnMutex;
+
+/// Above the standard three, where a child's own descriptors go.
+FileDescriptor duplicateAboveStandard(int descriptor) {
+    return FileDescriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
+std::string describe(int error) {
+    return std::generic_category().message(error);
+}
+
+/// The attributes and file actions of one start, freed with it. `error` is the first failure among the preparations.
+class SpawnSettings {
+public:
+    SpawnSettings() {
+        check(posix_spawnattr_init(&attributes));
+        check(posix_spawn_file_actions_init(&actions));
+        sigset_t signals;
+        sigfillset(&signals);
+        check(posix_spawnattr_setsigdefault(&attributes, &signals));
+        sigemptyset(&signals);
+        check(posix_spawnattr_setsigmask(&attributes, &signals));
+        check(posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK));
+    }
+    SpawnSettings(const SpawnSettings &) = delete;
+    SpawnSettings &operator=(const SpawnSettings &) = delete;
+    ~SpawnSettings() {
+        posix_spawnattr_destroy(&attributes);
+        posix_spawn_file_actions_destroy(&actions);
+    }
+
+    void check(int result) {
+        if (error == 0) {
+            error = result;
+        }
+    }
+
+    posix_spawnattr_t attributes{};
+    posix_spawn_file_actions_t actions{};
+    int error = 0;
+};
+
+/// With SIGCHLD ignored, which a careless parent hands down, the system would throw the child's status away.
+void keepStatusOfChildren() {
+    struct sigaction current {};
+    if (sigaction(SIGCHLD, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) {
+        current.sa_handler = SIG_DFL;
+        sigaction(SIGCHLD, &current, nullptr);
+    }
+}
+
+/// The null-terminated vector of pointers that the system takes. Refers to `texts`.
+std::vector<char *> pointers(std::vector<std::string> &texts) {
+    std::vector<char *> result(texts.size() + 1);
+    std::transform(texts.begin(), texts.end(), result.begin(), [](std::string &text) { return text.data(); });
+    return result;
+}
+
+/// Blocks until the child has exited and leaves it a zombie, so that its number stays its own. 0 or an error number.
+int awaitExit(pid_t pid) {
+    siginfo_t info{};
+    while (waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT) != 0) {
+        if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+/// Takes the status of a child that has exited; its number is free afterwards. 0 or an error number.
+int reap(pid_t pid, int &status) {
+    while (waitpid(pid, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return errno;
+        }
+    }
+    return 0;
+}
+
+} // namespace
+
+Pipe::Pipe() {
+    const std::lock_guard lock(spawnMutex);
+    std::array<int, 2> ends{};
+    if (pipe(ends.data()) != 0) {
+        throw Exception("PipeException", "could not make a pipe: " + describe(errno));
+    }
+    readEnd = FileDescriptor(ends[0]);
+    writeEnd = FileDescriptor(ends[1]);
+    for (FileDescriptor *end : {&readEnd, &writeEnd}) {
+        if (end->get() <= STDERR_FILENO) {
+            *end = duplicateAboveStandard(end->get());
+        }
+        if (!end->valid() || fcntl(end->get(), F_SETFD, FD_CLOEXEC) != 0) {
+            throw Exception("PipeException", "could not make a pipe: " + describe(errno));
+        }
+    }
+}
+
+Task::Task(std::string launchPath, std::vector<std::string> arguments)
+    : launchPath_(std::move(launchPath)), arguments_(std::move(arguments)) {}
+
+void Task::launch() {
+    std::vector<std::string> vector{launchPath_};
+    vector.insert(vector.end(), arguments_.begin(), arguments_.end());
+    std::vector<std::string> environment;
+    for (const auto &[name, value] : ProcessInfo::processInfo().environment()) {
+        std::string &entry = environment.emplace_back(name);
+        entry += '=';
+        entry += value;
+    }
+
+    SpawnSettings settings;
+    FileDescriptor copy;
+    if (standardInput_ >= 0) {
+        int source = standardInput_;
+        if (source == STDIN_FILENO) {
+            // Duplicating a descriptor onto itself keeps a close-on-exec flag on some systems.
+            copy = duplicateAboveStandard(source);
+            settings.check(copy.valid() ? 0 : errno);
+            source = copy.get();
+        }
+        settings.check(posix_spawn_file_actions_adddup2(&settings.actions, source, STDIN_FILENO));
+    }
+    keepStatusOfChildren();
+    pid_t pid = -1;
+    if (settings.error == 0) {
+        const std::lock_guard lock(spawnMutex);
+        settings.error = posix_spawn(&pid, launchPath_.c_str(), &settings.actions, &settings.attributes,
+                                     pointers(vector).data(), pointers(environment).data());
+    }
+    if (settings.error != 0) {
+        throw Exception("TaskLaunchException", "could not start " + launchPath_ + ": " + describe(settings.error));
+    }
+    const std::lock_guard lock(mutex_);
+    pid_ = pid;
+}
+
+void Task::waitUntilExit() {
+    int error = awaitExit(pid_);
+    const std::lock_guard lock(mutex_);
+    int status = 0;
+    if (error == 0) {
+        error = reap(pid_, status);
+    }
+    reaped_ = true;
+    if (error != 0) {
+        throw Exception("TaskWaitException", "could not wait for " + launchPath_ + ": " + describe(error));
+    }
+    status_ = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+}
+
+void Task::sendSignal(int signal) {
+    const std::lock_guard lock(mutex_);
+    if (pid_ > 0 && !reaped_) {
+        kill(pid_, signal); // fails only for a zombie on some systems, to which it makes no difference
+    }
+}
+
+} // namespace kestrav::platform

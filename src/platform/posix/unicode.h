@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace kestrav::platform {
+
+/// One character at the beginning of a UTF-8 text.
+struct DecodedCharacter {
+    char32_t character = 0xFFFD;
+    std::size_t size = 1;
+    bool valid = false;
+};
+
+/// Reads the first character of a text that is not empty. A byte that begins no character counts as one invalid
+/// character (U+FFFD) of one byte.
+[[nodiscard]] DecodedCharacter decodeCharacter(std::string_view text);
+
+/// Appends a character as UTF-8; surrogates and values beyond U+10FFFF as U+FFFD.
+void appendCharacter(std::string &text, char32_t character);
+
+} // namespace kestrav::platform

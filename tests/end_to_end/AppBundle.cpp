@@ -1,0 +1,115 @@
+#include "AppBundle.h"
+
+#include "programs/packing.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace kestrav::tests {
+
+namespace fs = std::filesystem;
+
+std::string text(std::string_view value) {
+    std::string result = "<string>";
+    for (const char character : value) {
+        switch (character) {
+        case '<':
+            result += "&lt;";
+            break;
+        case '&':
+            result += "&amp;";
+            break;
+        default:
+            result += character;
+        }
+    }
+    return result + "</string>";
+}
+
+std::string integer(std::int64_t value) {
+    return "<integer>" + std::to_string(value) + "</integer>";
+}
+
+std::string array(std::initializer_list<std::string> values) {
+    std::string result = "<array>";
+    for (const std::string &value : values) {
+        result += value;
+    }
+    return result + "</array>";
+}
+
+std::string dictionary(const std::map<std::string, std::string> &values) {
+    std::string result = "<dict>";
+    for (const auto &[key, value] : values) {
+        result += "<key>" + key + "</key>" + value + "\n";
+    }
+    return result + "</dict>";
+}
+
+std::string propertyList(std::string_view value) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">" + std::string(value) + "</plist>\n";
+}
+
+void linkFile(const std::string &from, const std::string &to) {
+    fs::create_directories(fs::path(to).parent_path());
+    std::error_code error;
+    fs::create_hard_link(from, to, error);
+    if (error) {
+        fs::copy_file(from, to);
+    }
+}
+
+std::string contentOf(const std::string &path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+AppBundle::AppBundle(std::string_view name) : path_(folder_ / name) {
+    for (const auto &entry : fs::recursive_directory_iterator(KESTRAV_TEMPLATE)) {
+        const std::string relative = fs::relative(entry.path(), KESTRAV_TEMPLATE).string();
+        const bool configuration = relative == "Contents/Info.plist" || relative.find(".lproj") != std::string::npos;
+        if (entry.is_regular_file() && !configuration) {
+            linkFile(entry.path().string(), path_ + "/" + relative);
+        }
+    }
+    std::ofstream(fs::path(folder_.makeDirectory(std::string(name) + "/Contents/Resources/en.lproj")) /
+                  "Localizable.strings")
+        << R"("dorvik.InternalError" = "internal error: %@";
+"AppleJavaMinVersionError" = "no runtime: %@, %@";
+"NonWritablePackDir" = "not writable";
+)";
+    info = {{"CFBundleName", text("Test")}, {"CFBundleIdentifier", text("org.example.test")}};
+    javaVM = {{"MainClass", text("org.example.Main")}, {"SearchSequence", array({text("R" + runtime())})}};
+    addRuntime("installed.jdk");
+}
+
+void AppBundle::writeInfo() const {
+    auto complete = info;
+    complete.try_emplace("JavaVM", dictionary(javaVM));
+    const std::string content = rawInfo.value_or(propertyList(dictionary(complete)));
+    const std::string file = path_ + "/Contents/Info.plist";
+    if (!fs::is_regular_file(file) || contentOf(file) != content) { // an earlier launch may be reading it
+        std::ofstream(file, std::ios::binary) << content;
+    }
+}
+
+std::string AppBundle::addRuntime(const std::string &path, std::string_view version,
+                                  std::string_view identifier) const {
+    const fs::path runtime = fs::path(folder_.path()) / path;
+    linkFile(KESTRAV_FAKE_JAVA, (runtime / "Contents/Home/bin/java").string());
+    std::ofstream(runtime / "Contents/Info.plist") << propertyList(dictionary(
+        {{"CFBundleIdentifier", text(identifier)}, {"JavaVM", dictionary({{"JVMVersion", text(version)}})}}));
+    return runtime.string();
+}
+
+void AppBundle::addPackedArchives(const std::string &home, const std::map<std::string, std::string> &contents) {
+    linkFile(KESTRAV_FAKE_UNPACK200, home + "/bin/unpack200");
+    for (const auto &[name, content] : contents) {
+        const fs::path file = home + "/" + name + ".pack";
+        fs::create_directories(file.parent_path());
+        std::ofstream(file, std::ios::binary) << pack(content);
+    }
+}
+
+} // namespace kestrav::tests

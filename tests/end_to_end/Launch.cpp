@@ -1,0 +1,232 @@
+#include "Launch.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+namespace kestrav::tests {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::chrono::seconds patience{60};
+constexpr std::chrono::milliseconds pollInterval{5};
+constexpr uid_t nobody = 65534;
+constexpr int lastDescriptor = 255;
+constexpr int failedToStart = 126;
+
+/// Between fork and exec: only calls that are safe there.
+[[noreturn]] void become(const Start &start, int input, int output, int errors, char **arguments, char **environment) {
+    sigset_t mask;
+    sigemptyset(&mask);
+    if (start.signalsIgnored) {
+        for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) {
+            signal(number, SIG_IGN);
+        }
+        sigaddset(&mask, SIGUSR2);
+        sigaddset(&mask, SIGTERM);
+    }
+    if (start.terminal.empty()) {
+        setpgid(0, 0);
+    } else {
+        setsid();
+        input = open(start.terminal.c_str(), O_RDWR); // becomes the controlling terminal
+    }
+    dup2(output, STDOUT_FILENO);
+    dup2(errors, STDERR_FILENO);
+    dup2(input, STDIN_FILENO);
+    if (start.standardInputClosed) {
+        close(STDIN_FILENO);
+    }
+    for (int descriptor = STDERR_FILENO + 1; descriptor <= lastDescriptor; ++descriptor) {
+        close(descriptor);
+    }
+    if (start.inBackground) {
+        // This process is the session's leader, a child in a group of its own the program.
+        sigset_t bringForward;
+        sigemptyset(&bringForward);
+        sigaddset(&bringForward, SIGUSR1);
+        sigprocmask(SIG_BLOCK, &bringForward, nullptr);
+        const pid_t program = fork();
+        if (program != 0) {
+            int number = 0;
+            sigwait(&bringForward, &number);
+            tcsetpgrp(STDIN_FILENO, program);
+            int status = 0;
+            waitpid(program, &status, 0);
+            _exit(WIFEXITED(status) ? WEXITSTATUS(status) : failedToStart);
+        }
+        setpgid(0, 0);
+    }
+    sigprocmask(SIG_SETMASK, &mask, nullptr);
+    if (start.asNobody && getuid() == 0 && (setgid(nobody) != 0 || setuid(nobody) != 0)) {
+        _exit(failedToStart);
+    }
+    execve(arguments[0], arguments, environment);
+    _exit(failedToStart);
+}
+
+std::vector<char *> pointers(std::vector<std::string> &texts) {
+    std::vector<char *> result;
+    for (std::string &entry : texts) {
+        result.push_back(entry.data());
+    }
+    result.push_back(nullptr);
+    return result;
+}
+
+int openFile(const std::string &path, int flags) {
+    const int descriptor = open(path.c_str(), flags | O_CREAT | O_CLOEXEC, 0666);
+    if (descriptor < 0) {
+        throw std::system_error(errno, std::generic_category(), path);
+    }
+    return descriptor;
+}
+
+} // namespace
+
+bool Report::has(std::string_view argument) const {
+    return std::find(arguments.begin(), arguments.end(), argument) != arguments.end();
+}
+
+bool waitUntil(const std::function<bool()> &condition, std::string_view what) {
+    const auto limit = std::chrono::steady_clock::now() + patience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > limit) {
+            ADD_FAILURE() << "waited in vain for " << what;
+            return false;
+        }
+        std::this_thread::sleep_for(pollInterval);
+    }
+    return true;
+}
+
+Launch::Launch(const AppBundle &bundle, const Start &start) {
+    bundle.writeInfo();
+    std::map<std::string, std::string> variables{
+        {"PATH", "/usr/bin:/bin"},
+        {"HOME", folder_.makeDirectory("home")},
+        {"XDG_CONFIG_HOME", folder_.makeDirectory("configuration")},
+        {"TMPDIR", folder_.makeDirectory("temporary")},
+        {"FAKE_REPORT", folder_ / "report"},
+        // A sanitizer's complaint is a crash, not status 1. The program may end with threads and memory in use.
+        {"ASAN_OPTIONS", "abort_on_error=1:detect_leaks=0:disable_coredump=1"},
+        {"UBSAN_OPTIONS", "abort_on_error=1:print_stacktrace=1"},
+    };
+    for (const auto &[name, value] : start.environment) {
+        variables[name] = value;
+    }
+    if (start.asNobody) {
+        for (const std::string &path : {folder_.path(), folder_ / "home", folder_ / "configuration",
+                                        folder_ / "temporary", bundle.folder().path()}) {
+            fs::permissions(path, fs::perms::all);
+        }
+    }
+    std::vector<std::string> environment;
+    for (const auto &[name, value] : variables) {
+        environment.push_back(name + "=" + value);
+    }
+    std::vector<std::string> arguments{bundle.executable()};
+    arguments.insert(arguments.end(), start.arguments.begin(), start.arguments.end());
+    auto argumentPointers = pointers(arguments);
+    auto environmentPointers = pointers(environment);
+
+    const int output = openFile(folder_ / "output", O_WRONLY | O_APPEND);
+    const int errors = openFile(folder_ / "errors", O_WRONLY | O_APPEND);
+    const int nothing = openFile("/dev/null", O_RDONLY);
+    const int input = start.standardInput >= 0 ? start.standardInput : nothing;
+    pid_ = fork();
+    if (pid_ == 0) {
+        become(start, input, output, errors, argumentPointers.data(), environmentPointers.data());
+    }
+    for (const int descriptor : {output, errors, nothing}) {
+        close(descriptor);
+    }
+}
+
+Launch::~Launch() {
+    if (!ended_) {
+        kill(-pid_, SIGKILL); // what the program has started stays in its group
+        kill(pid_, SIGKILL);
+        waitpid(pid_, nullptr, 0);
+    }
+}
+
+void Launch::sendSignal(int number) const {
+    kill(pid_, number);
+}
+
+int Launch::wait() {
+    int status = 0;
+    const auto hasEnded = [&] {
+        siginfo_t info{};
+        return waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == pid_;
+    };
+    if (!waitUntil(hasEnded, "the end of the run")) {
+        ADD_FAILURE() << errors();
+        return -1;
+    }
+    kill(-pid_, SIGKILL); // what it has left behind, while the number is still ours
+    waitpid(pid_, &status, 0);
+    ended_ = true;
+    if (!WIFEXITED(status) || WEXITSTATUS(status) == failedToStart) {
+        ADD_FAILURE() << "status " << status << "\n" << errors();
+        return -1;
+    }
+    return WEXITSTATUS(status);
+}
+
+bool Launch::childStarted() const {
+    return fs::exists(folder_ / "report");
+}
+
+Report Launch::report() const {
+    Report report;
+    if (!waitUntil([&] { return childStarted(); }, "the child's report")) {
+        ADD_FAILURE() << errors();
+        return report;
+    }
+    const std::string content = contentOf(folder_ / "report");
+    for (std::size_t start = 0; start < content.size();) {
+        const std::string entry = content.c_str() + start;
+        start += entry.size() + 1;
+        const auto split = entry.find('=');
+        const std::string key = entry.substr(0, split);
+        const std::string value = entry.substr(split + 1);
+        if (key == "argument") {
+            report.arguments.push_back(value);
+        } else if (key == "environment") {
+            report.environment.emplace(value.substr(0, value.find('=')), value.substr(value.find('=') + 1));
+        } else if (key == "directory") {
+            report.directory = value;
+        } else if (key == "descriptor") {
+            report.descriptors.insert(value);
+        } else if (key == "ignored") {
+            report.ignoredSignals.insert(value);
+        } else if (key == "blocked") {
+            report.blockedSignals.insert(value);
+        }
+    }
+    return report;
+}
+
+void expectRefusal(Launch &run, std::string_view message, std::string_view title) {
+    EXPECT_EQ(run.wait(), 1);
+    EXPECT_FALSE(run.childStarted());
+    const std::string errors = "\n" + run.errors();
+    const auto notice = errors.find("\n" + std::string(title) + ": ");
+    ASSERT_NE(notice, std::string::npos) << errors;
+    const std::string line = errors.substr(notice + 1, errors.find('\n', notice + 1) - notice - 1);
+    EXPECT_NE(line.find(message), std::string::npos) << errors;
+}
+
+} // namespace kestrav::tests

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "AppBundle.h"
+
+#include <sys/types.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kestrav::tests {
+
+/// What `fake_java` saw.
+struct Report {
+    std::vector<std::string> arguments; // argv[0] included
+    std::map<std::string, std::string> environment;
+    std::string directory;
+    std::set<std::string> descriptors;
+    std::set<std::string> ignoredSignals;
+    std::set<std::string> blockedSignals;
+
+    [[nodiscard]] bool has(std::string_view argument) const;
+};
+
+/// How a bundle is started.
+struct Start {
+    std::vector<std::string> arguments = {};
+    std::map<std::string, std::string> environment = {}; // on top of the run's own
+    int standardInput = -1;                              // without one it is empty
+    bool standardInputClosed = false;
+    std::string terminal = {};   // the slave side of a pseudo-terminal: its session's leader, in the foreground
+    bool inBackground = false;   // with a terminal: only SIGUSR1 brings the program to the foreground
+    bool asNobody = false;       // as a user without rights, if the tests run as root
+    bool signalsIgnored = false; // as from a careless parent: termination signals ignored, SIGUSR2 blocked
+};
+
+/// One start of a bundle's executable, with a home, a configuration and a temporary directory of its own, and neither
+/// display nor desktop. A run that does not end within a minute fails its test; whatever is left of it ends with this
+/// object.
+class Launch {
+public:
+    explicit Launch(const AppBundle &bundle, const Start &start = {});
+    Launch(const Launch &) = delete;
+    Launch &operator=(const Launch &) = delete;
+    ~Launch();
+
+    /// Waits for the end and returns the exit status; -1, and a failed test, for a crash or a hang.
+    int wait();
+    void sendSignal(int number) const;
+
+    /// Waits until the child has reported.
+    [[nodiscard]] Report report() const;
+    [[nodiscard]] bool childStarted() const;
+    /// Standard output and standard error up to now.
+    [[nodiscard]] std::string output() const { return contentOf(folder_ / "output"); }
+    [[nodiscard]] std::string errors() const { return contentOf(folder_ / "errors"); }
+    /// The run's own folder: home/, configuration/, temporary/ and what the test wants.
+    [[nodiscard]] const TemporaryDirectory &folder() const { return folder_; }
+    [[nodiscard]] std::string childsInput() const { return folder_ / "input"; }
+
+private:
+    TemporaryDirectory folder_;
+    pid_t pid_ = -1;
+    bool ended_ = false;
+};
+
+/// Several runs at once: each stays for five seconds after the child's start, so tables start them all and then
+/// collect them.
+using Launches = std::vector<std::unique_ptr<Launch>>;
+
+/// Waits until a condition holds; false, and a failed test, if it does not within a minute.
+bool waitUntil(const std::function<bool()> &condition, std::string_view what);
+
+/// Expects a run that ends with status 1 and a notice, one line on standard error that contains `message`, without
+/// having started a child.
+void expectRefusal(Launch &run, std::string_view message, std::string_view title = "Test");
+
+} // namespace kestrav::tests

@@ -1,0 +1,43 @@
+package org.example.program;
+
+import java.io.IOException;
+import java.io.PrintStream;
+import java.nio.charset.StandardCharsets;
+
+/** Tells what it was given on standard output, and ends as its last argument says. */
+public final class Main {
+    private Main() {
+    }
+
+    public static void main(String[] arguments) throws IOException, InterruptedException {
+        PrintStream output = new PrintStream(System.out, true, StandardCharsets.UTF_8);
+        for (String argument : arguments) {
+            output.println("argument " + argument.replace("\r", "<CR>"));
+        }
+        output.println("property " + System.getProperty("program.property"));
+        output.println("module " + Main.class.getModule().getName());
+        output.println("library path " + System.getenv("LD_LIBRARY_PATH"));
+        String end = arguments.length == 0 ? "" : arguments[arguments.length - 1];
+        switch (end) {
+            case "throw":
+                throw new IllegalStateException("thrown");
+            case "halt":
+                Runtime.getRuntime().addShutdownHook(new Thread(() -> output.println("hook")));
+                Runtime.getRuntime().halt(77);
+                break;
+            case "wait":
+                Runtime.getRuntime().addShutdownHook(new Thread(() -> output.println("hook")));
+                output.println("waiting");
+                Thread.sleep(Long.MAX_VALUE);
+                break;
+            case "copy":
+                System.in.transferTo(System.out);
+                System.out.flush();
+                break;
+            default:
+                if (end.startsWith("exit ")) {
+                    System.exit(Integer.parseInt(end.substring(5)));
+                }
+        }
+    }
+}

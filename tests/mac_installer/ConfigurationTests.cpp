@@ -1,0 +1,164 @@
+#include "platform/Exception.h"
+#include "support/LauncherFixture.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+namespace kestrav::tests {
+namespace {
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+class Configuration : public LauncherFixture {
+protected:
+    ~Configuration() override { std::filesystem::current_path("/"); }
+
+    JavaParameters readConfiguration(Dictionary javaVM = {}, Dictionary info = {}) {
+        info.emplace("JavaVM", std::move(javaVM));
+        configure(std::move(info));
+        return launcher.readJavaParameters(platform::FileManager());
+    }
+};
+
+TEST_F(Configuration, EverythingComesInItsPlace) {
+    directory.write("Tool.vmoptions", "-sibling\n-classpath/p first.jar");
+    directory.write("more.txt", "-configured");
+    directory.makeDirectory("Tool.app/Contents/app");
+    launcher.javaVersion = "17.0.2";
+    launcher.javaMajorVersion = 17;
+    platform::testing::setArguments({"Tool", "-psn_0_1", "-J-Xmx2g", "-psn_0_1", "", "word"});
+    const auto parameters = readConfiguration(
+        {{"WorkingDirectory", "$APP_PACKAGE/Contents/app"},
+         {"ClassPath", "$APP_PACKAGE/main.jar"},
+         {"VMOptionArray", Array{"-predefined"}},
+         {"VersionSpecificVMOptions", Array{"17-18", Array{"-specific"}}},
+         {"OptionsFile", "$APP_PACKAGE/../more.txt"},
+         {"SplashFile", "$APP_PACKAGE/splash.png"},
+         {"ModulePath", "$APP_PACKAGE/modules"},
+         {"ArgumentArray", Array{"${HOME}", "two"}},
+         {"MainClass", "com.example.Main"},
+         {"StartOnMainThread", true}},
+        {{"CFBundleIconFile", "app.icns"}, {"CFBundleName", "Tool Name"}, {"ksv.allowPassthrough", true}});
+    EXPECT_THAT(parameters.options,
+                ElementsAre("-predefined", "-specific", "-sibling", "-configured",
+                            "-splash:" + bundlePath + "/splash.png",
+                            "-Djava.class.path=first.jar:" + bundlePath + "/main.jar", "-p", bundlePath + "/modules",
+                            "-Xdock:icon=" + bundlePath + "/Contents/Resources/app.icns", "-Xdock:name=Tool Name",
+                            "-Dksv.ownBundlePath=" + bundlePath, "-Xmx2g"));
+    EXPECT_THAT(parameters.args, ElementsAre(directory / "home", "two", "-psn_0_1", "", "word"));
+    EXPECT_EQ(parameters.mainClass, "com.example.Main");
+    EXPECT_TRUE(parameters.firstThread);
+    EXPECT_EQ(std::filesystem::current_path(), bundlePath + "/Contents/app");
+    EXPECT_THAT(logged("cl arg"), ElementsAre("cl arg: -J-Xmx2g ", "cl arg: -psn_0_1 ", "cl arg:  ", "cl arg: word "));
+}
+
+TEST_F(Configuration, AnEmptyOneGivesOnlyWhatIsAlwaysThere) {
+    platform::testing::setArguments({"Tool", "-J-Xmx1g"});
+    const auto parameters = readConfiguration();
+    EXPECT_THAT(parameters.options, ElementsAre("-Xdock:name=(null)", "-Dksv.ownBundlePath=" + bundlePath));
+    EXPECT_THAT(parameters.args, ElementsAre("-J-Xmx1g"));
+    EXPECT_EQ(parameters.mainClass, std::nullopt);
+    EXPECT_EQ(std::filesystem::current_path(), bundlePath);
+}
+
+TEST_F(Configuration, TheSiblingFileLosesThreeCharactersWhateverTheyAre) {
+    for (const auto &[bundle, sibling] : {std::pair{"A.app", "A.vmoptions"},
+                                          {"Plain", "Plvmoptions"},
+                                          {"x\u00e4\u00f6\u00fc", "xvmoptions"},
+                                          {"xy\U0001F600", "xvmoptions"}}) {
+        directory.makeDirectory(bundle);
+        directory.write(sibling, "-from-sibling");
+        platform::testing::setMainBundle(directory / bundle);
+        EXPECT_THAT(launcher.readJavaParameters(platform::FileManager()).options, Contains("-from-sibling")) << bundle;
+    }
+}
+
+TEST_F(Configuration, TheFirstMatchingVersionPatternCounts) {
+    struct Case {
+        const char *version;
+        int major;
+        Array entries;
+        Strings expected;
+    };
+    const Array a{"-a"};
+    const Array b{"-b"};
+    const Case cases[] = {
+        {"11.0.2", 11, {"9-10", a, "11-17", b}, {"-b"}},
+        {"11.0.2", 11, {"11-11", a, "11-17", b}, {"-a"}},
+        {"1.8.0_202", 8, {"*1.8*", a}, {"-a"}},
+        {"1.8.0_202", 8, {"*1.8", a, "*1.?.0_20?", b}, {"-b"}},
+        {"1.8.0_202", 8, {"9-10", a, "8-8"}, {}}, // the odd last entry has no options
+        {"1.8.0_202", 8, {"8", a}, {}},
+        {"1.8.0_202", 8, {"8-", a}, {}},
+        {"0", 0, {"x-", a}, {"-a"}},
+        {"1.8.0_202", 8, {"7-8-9", a}, {}},
+        {"17", 17, {}, {}},
+    };
+    for (const auto &[version, major, entries, expected] : cases) {
+        launcher.javaVersion = version;
+        launcher.javaMajorVersion = major;
+        auto options = readConfiguration({{"VersionSpecificVMOptions", entries}}).options;
+        options.resize(options.size() - 2);
+        EXPECT_EQ(options, expected) << version << " " << PropertyList(entries).description();
+    }
+    EXPECT_THAT(logged("ERROR in version"), Contains("ERROR in version specific options 8"));
+    EXPECT_THAT(logged("using version"), Contains(HasSubstr("11.0.2 11-17 (\n    \"-b\"\n) 11 11 17")));
+}
+
+TEST_F(Configuration, TheLanguageIsSetUnlessItIsAlready) {
+    directory.write("home/.config/kestrav/.GlobalPreferences.plist",
+                    PropertyList(Dictionary{{"AppleLocale", "fr_CA"}}).serialize());
+    const auto &process = platform::ProcessInfo::processInfo();
+    readConfiguration();
+    EXPECT_EQ(process.environmentVariable("LANG"), "fr_CA.UTF-8");
+    setEnvironment({{"LANG", "C"}});
+    readConfiguration();
+    EXPECT_EQ(process.environmentVariable("LANG"), "C");
+    setEnvironment({{"XDG_CONFIG_HOME", "/nowhere"}});
+    readConfiguration();
+    EXPECT_EQ(process.environmentVariable("LANG"), std::nullopt);
+}
+
+TEST_F(Configuration, AValueOfTheWrongTypeIsNamed) {
+    const PropertyList number(7);
+    const PropertyList text("text");
+    for (const char *key : {"WorkingDirectory", "ClassPath", "OptionsFile", "SplashFile", "ModulePath", "MainClass",
+                            "VMOptionArray", "VersionSpecificVMOptions", "ArgumentArray"}) {
+        const bool isArray = std::string_view(key).ends_with("Array") || std::string_view(key).ends_with("Options");
+        try {
+            readConfiguration({{key, isArray ? text : number}});
+            ADD_FAILURE() << key;
+        } catch (const platform::Exception &exception) {
+            EXPECT_THAT(exception.reason(), HasSubstr(key));
+        }
+    }
+    EXPECT_THROW(readConfiguration({{"VMOptionArray", Array{"-a", 7}}}), platform::Exception);
+    EXPECT_THROW(readConfiguration({{"StartOnMainThread", Array{}}}), platform::Exception);
+    configure({{"JavaVM", "text"}});
+    EXPECT_THROW(launcher.readJavaParameters(platform::FileManager()), platform::Exception);
+}
+
+TEST_F(Configuration, TheCommandLineHasWhatThisPlatformsRuntimesKnow) {
+    launcher.javaBundlePath = "/opt/jdk";
+    const JavaParameters parameters{{"-Xdock:name=x", "-a", "-XstartOnFirstThread"}, "Main", {"-Xdock:name=y"}, false};
+    EXPECT_THAT(
+        launcher.commandLine(parameters, "/tmp/jre.tar.gz"),
+        ElementsAre("-a", "-Dksv.jreBundle=/opt/jdk", "-Dksv.tarFile=/tmp/jre.tar.gz", "Main", "-Xdock:name=y"));
+    EXPECT_THAT(launcher.commandLine(parameters, std::nullopt), Not(Contains(HasSubstr("tarFile"))));
+    EXPECT_TRUE(wasLogged("left out -XstartOnFirstThread"));
+    for (const OptionalText &mainClass : {OptionalText(), OptionalText("")}) {
+        try {
+            static_cast<void>(launcher.commandLine({{}, mainClass, {}, false}, std::nullopt));
+            ADD_FAILURE();
+        } catch (const platform::Exception &exception) {
+            EXPECT_EQ(exception.reason(), "no MainClass");
+        }
+    }
+}
+
+} // namespace
+} // namespace kestrav::tests

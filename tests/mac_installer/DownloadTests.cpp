@@ -1,0 +1,78 @@
+#include "mac_installer/AppDelegate.h"
+#include "support/LauncherFixture.h"
+
+namespace kestrav::tests {
+namespace {
+
+class DownloadProgress : public LauncherFixture {
+protected:
+    DownloadProgress() {
+        directory.write("Tool.app/Contents/Resources/en.lproj/Localizable.strings",
+                        R"("DownloadProgress" = "%@ of %@ MB, %d %%, %d KB/s";)");
+        platform::testing::setClock([this] { return now; });
+        delegate.setProgressBar(&bar);
+        delegate.setProgressLabel(&line);
+    }
+    ~DownloadProgress() override { platform::testing::setClock(nullptr); }
+
+    std::int64_t now = 1'700'000'000'000'000;
+    AppDelegate delegate;
+    platform::ProgressIndicator bar;
+    platform::TextField line;
+};
+
+TEST_F(DownloadProgress, OfAKnownLength) {
+    constexpr std::int64_t mebibyte = 1 << 20;
+    struct Piece {
+        std::int64_t microseconds; // since the one before
+        std::int64_t bytes;
+        double bar;
+        std::string line;
+    };
+    const struct {
+        std::int64_t length;
+        std::vector<Piece> pieces;
+    } cases[] = {
+        {5 * mebibyte, {{1'500'000, 5 * mebibyte / 2, 50, "2.5 of 5.0 MB, 50 %, 1706 KB/s"}}},
+        {2048,
+         {{0, 256, 12.5, ""},
+          {500'000, 256, 25, ""},
+          {1, 512, 50, "0.0 of 0.0 MB, 50 %, 1 KB/s"}, // 1.999996 truncated
+          {500'000, 512, 75, "0.0 of 0.0 MB, 50 %, 1 KB/s"},
+          {-900'000, 256, 87.5, "0.0 of 0.0 MB, 50 %, 1 KB/s"}, // the clock was set
+          {900'001, 256, 100, "0.0 of 0.0 MB, 100 %, 1 KB/s"}}},
+        {3 * mebibyte, {{1'000'000, mebibyte, 100.0 / 3, "1.0 of 3.0 MB, 33 %, 1024 KB/s"}}},
+        {1,
+         {{1'000'000, INT64_C(1) << 50, 112'589'990'684'262'400.0,
+           "1073741824.0 of 0.0 MB, 2147483647 %, "
+           "2147483647 KB/s"}}},
+        {INT64_MAX, {{600'000, 1, 100.0 / 9223372036854775808.0, "0.0 of 8796093022208.0 MB, 0 %, 0 KB/s"}}},
+    };
+    for (const auto &test : cases) {
+        line.setStringValue("");
+        delegate.didReceiveResponse(test.length); // starts anew each time
+        for (const Piece &piece : test.pieces) {
+            now += piece.microseconds;
+            delegate.didReceiveDataOfLength(piece.bytes);
+            EXPECT_DOUBLE_EQ(bar.doubleValue(), piece.bar);
+            EXPECT_EQ(line.stringValue(), piece.line);
+        }
+    }
+    EXPECT_FALSE(bar.isIndeterminate());
+}
+
+TEST_F(DownloadProgress, OfAnUnknownLength) {
+    for (const std::int64_t length : {-1, 0}) {
+        bar = {};
+        delegate.didReceiveResponse(length);
+        EXPECT_FALSE(bar.isIndeterminate());
+        now += 10'000'000;
+        delegate.didReceiveDataOfLength(1000);
+        EXPECT_TRUE(bar.isIndeterminate() && bar.isAnimating());
+        EXPECT_EQ(line.stringValue(), "");
+    }
+    EXPECT_FALSE(delegate.shouldDecodeSourceDataOfMIMEType("application/gzip"));
+}
+
+} // namespace
+} // namespace kestrav::tests

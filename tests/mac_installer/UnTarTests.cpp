@@ -1,0 +1,175 @@
+#include "mac_installer/global.h"
+#include "platform/format.h"
+#include "support/UnTarFixture.h"
+
+#include <cmath>
+#include <vector>
+
+namespace kestrav::tests {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::string_view_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+using UnTarTest = UnTarFixture;
+
+TEST_F(UnTarTest, ArchivesOfOrdinaryToolsAreExtractedAlike) {
+    const std::string source = directory.makeDirectory("source");
+    const std::map<std::string, mode_t> files{
+        {"bin/java", 0755}, {"lib/modules", 0644}, {"readonly", 0444}, {"a folder/private", 0600}};
+    for (const auto &[name, mode] : files) {
+        const std::string file = platform::format("source/jre/%@", name);
+        chmod(directory.write(file, std::string(name.size() * 12345, name.front())).c_str(), mode);
+    }
+    directory.makeDirectory("source/jre/empty");
+    directory.write("source/jre/nothing", "");
+    fs::create_symlink("../lib/modules", source + "/jre/bin/relative");
+    fs::create_symlink("/nowhere", source + "/jre/dangling");
+    const std::string pack = platform::format(" -C '%@' -czf '%@' ", source, archive);
+    const std::string python =
+        platform::format(" -c \"import tarfile; tarfile.open('%@', 'w:gz').add('%@/jre', 'jre')\"", archive, source);
+    for (const std::string &command : {
+             KESTRAV_GNU_TAR " --format=ustar" + pack + "jre",
+             KESTRAV_GNU_TAR " --format=gnu" + pack + ".",
+             KESTRAV_BSDTAR " --format=ustar" + pack + "jre",
+             KESTRAV_BSDTAR + pack + ".",
+             KESTRAV_PYTHON + python,
+         }) {
+        refresh();
+        ASSERT_EQ(std::system(command.c_str()), 0) << command;
+        EXPECT_TRUE(UnTar::untar(archive, destination, 1).complete) << command;
+        EXPECT_EQ(treeOf(destination), treeOf(source)) << command;
+        EXPECT_EQ(log, "");
+    }
+}
+
+TEST_F(UnTarTest, WhatIsExtractedAndWhatIsLogged) {
+    const auto f = [] { return archiveOf("f=data"); };
+    const std::string large(300000, 'x');
+    const std::string packed = gzip(f().closed());
+    const std::string packedWithTail = gzip(f().closed() + std::string(large.size(), '\0'));
+    const auto damaged = [](std::string bytes, std::size_t fromEnd) {
+        bytes[bytes.size() - fromEnd] = static_cast<char>(bytes[bytes.size() - fromEnd] ^ 1);
+        return bytes;
+    };
+    const struct {
+        const char *what;
+        std::string packed;
+        bool complete;
+        std::string tree;
+        std::string logged; ///< "" for nothing
+    } cases[] = {
+        {"skipped kinds",
+         gzip(archiveOf("h#f").entry('\0', "g", large).entry('L', "l", "x").raw(f().closed()).closed()), true, "f=data",
+         ""},
+        {"metadata files", gzip(ArchiveWriter().file("a/._b", large).file("._c", "x").raw(f().closed()).closed()), true,
+         "f=data", ""},
+        {"mode", gzip(ArchiveWriter().file("\u00fc", "x", 06401).closed()), true, "\u00fc=x 601", ""},
+        {"directories only", gzip(archiveOf("a/b/").closed()), true, "a/; a/b/", "203] ERROR: no magic number"},
+        {"no parent", gzip(archiveOf("a/b=x; f=data").closed()), true, "f=data",
+         "95] Could not create file " + destination + "/a/b 2 No such file or directory"},
+        {"file over directory", gzip(archiveOf("a/; a=x; f=data").closed()), true, "a/; f=data",
+         "95] Could not create file " + destination + "/a 21 "},
+        {"directory over file", gzip(archiveOf("f=data; f/; g=x").closed()), false, "f=data",
+         "227] ERROR: extract creating directory"},
+        {"link over tree", gzip(archiveOf("a/b; a/b/c=x; a>f; f=data").closed()), true, "a>f; f=data", ""},
+        {"file over file", gzip(ArchiveWriter().file("f", large, 0444).file("f", "data").closed()), true, "f=data", ""},
+        {"impossible link", gzip(archiveOf("a/l>f; f=data").closed()), true, "f=data",
+         "244] ERROR: could not create symlink at " + destination + "/a/l (No such file or directory)"},
+        {"no closing blocks", gzip(f().unclosed()), true, "f=data", ""},
+        {"several members", gzip(f().closed().substr(0, 700)) + gzip(f().closed().substr(700)), true, "f=data", ""},
+        {"bytes after the gzip stream", packed + "garbage", true, "f=data", ""},
+        {"wrong check sum", damaged(packed, 8), false, "", "197] ERROR: gzread failed"},
+        {"wrong check sum behind a long tail", damaged(packedWithTail, 8), false, "f=data",
+         "197] ERROR: gzread failed"},
+        {"wrong length behind a long tail", damaged(packedWithTail, 4), false, "f=data", "197] ERROR: gzread failed"},
+        {"text for a header", gzip(f().raw(std::string(512, 'x')).closed()), false, "f=data",
+         "203] ERROR: no magic number"},
+        {"part of a header", gzip(f().raw(f().unclosed().substr(0, 499)).unclosed()), false, "f=data",
+         "191] ERROR: unexpected eof"},
+        {"data end", gzip(f().size(70000).unclosed().substr(0, 516)), false, "f=data",
+         "144] ERROR: sizes don't match: 4, 70000"},
+        {"size below zero", gzip(f().patch(124, "-0000000001").closed()), false, "", "236] ERROR: extract file failed"},
+        {"size in base 256", gzip(f().patch(124, "\x80\0\0\0\0\0\0\0\0\0\0\4"sv).closed()), false, "",
+         "236] ERROR: extract file failed"},
+        {"size of 2 GiB", gzip(f().size(1UL << 31).closed()), false, "", "236] ERROR: extract file failed"},
+        {"size of skipped data", gzip(f().entry('x', "x").size(1UL << 32).closed()), false, "f=data",
+         "248] ERROR: gzseek 2 failed"},
+        {"size of unwanted file", gzip(f().file("._x").size(5000).closed()), false, "f=data",
+         "158] ERROR: gzseek 3 failed"},
+        {"no padding", gzip(f().unclosed().substr(0, 600)), false, "f=data", "255] ERROR: gzseek 3 failed"},
+        {"nothing but zeros", gzip(std::string(1024, '\0')), false, "", "203] ERROR: no magic number"},
+        {"empty stream", gzip(""), false, "", "191] ERROR: unexpected eof"},
+        {"empty file", "", false, "", "191] ERROR: unexpected eof"},
+        {"not gzip", f().closed(), false, "", "197] ERROR: gzread failed"},
+    };
+    for (const auto &[what, bytes, complete, tree, logged] : cases) {
+        SCOPED_TRACE(what);
+        refresh();
+        EXPECT_EQ(untar(bytes).complete, complete);
+        EXPECT_EQ(treeOf(destination), tree);
+        EXPECT_THAT(log, HasSubstr(logged));
+        EXPECT_EQ(log.empty(), logged.empty()) << log;
+    }
+}
+
+TEST_F(UnTarTest, TopDirectoryAndUnusablePaths) {
+    launchGlobals.logStatus = 1;
+    EXPECT_EQ(untar(gzip(archiveOf("jre/; readme=x").closed())).topDirectory, "jre");
+    EXPECT_THAT(log, HasSubstr("+[UnTar untar:to:uncompressedLength:withProgress:] [Line 221] extracting jre/\n"));
+    launchGlobals.logStatus = 2;
+    EXPECT_EQ(untar(gzip(archiveOf("readme=x").closed())).topDirectory, std::nullopt);
+    EXPECT_FALSE(UnTar::untar(archive, directory / "missing", 1).complete);
+    for (const std::string &unreadable : {directory / "missing", directory.path()}) {
+        log.clear();
+        EXPECT_FALSE(UnTar::untar(unreadable, destination, 1, [](double, const auto &) { FAIL(); }).complete);
+        EXPECT_THAT(log, HasSubstr("[Line 174] error reading JRE "));
+    }
+}
+
+TEST_F(UnTarTest, ProgressFollowsThePosition) {
+    using Call = std::pair<double, std::optional<std::string>>;
+    std::vector<Call> calls;
+    const auto note = [&](double percent, const std::optional<std::string> &text) {
+        calls.emplace_back(percent, text);
+    };
+    const auto at = [](float position) { return Call(double{position / 100000.0F * 100.0F}, std::nullopt); };
+    const std::string packed = gzip(archiveOf("d/").file("a", std::string(40000, 'a')).file("empty").closed());
+    EXPECT_TRUE(untar(packed, note).complete);
+    EXPECT_THAT(calls,
+                ElementsAre(Call(0.0, destination), at(1024), at(1024 + 32768), at(41024), at(41984), Call(100.0, "")));
+    calls.clear();
+    EXPECT_TRUE(UnTar::untar(archive, destination, 0, note).complete);
+    EXPECT_TRUE(std::isinf(calls[1].first));
+    calls.clear();
+    EXPECT_FALSE(untar("not gzip", note).complete);
+    EXPECT_THAT(calls, ElementsAre(Call(0.0, destination), Call(100.0, "")));
+}
+
+TEST_F(UnTarTest, WhatACallbackThrowsPassesAndNothingStaysOpen) {
+    struct Cancelled {};
+    const auto open = [] { return std::distance(fs::directory_iterator("/dev/fd"), {}); };
+    const auto before = open();
+    for (const char *name : {"a", "._skipped"}) {
+        const std::string packed = gzip(archiveOf("d/; d/x=x").file(name, std::string(200000, 'x')).closed());
+        int checks = 0;
+        int reports = 0;
+        EXPECT_TRUE(untar(
+                        packed, [&](double, const auto &) { ++reports; }, [&] { ++checks; })
+                        .complete);
+        EXPECT_GE(checks, 7 + 4) << "every chunk and every header";
+        for (int last = 1; last <= checks + reports; ++last) {
+            int left = last;
+            const auto cancel = [&] { --left == 0 ? throw Cancelled() : void(); };
+            EXPECT_THROW((void)untar(
+                             packed, [&](double, const auto &) { cancel(); }, cancel),
+                         Cancelled);
+            EXPECT_EQ(open(), before);
+        }
+    }
+}
+
+} // namespace
+} // namespace kestrav::tests

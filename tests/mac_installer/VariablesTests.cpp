@@ -1,0 +1,82 @@
+#include "support/LauncherFixture.h"
+
+#include <gmock/gmock.h>
+
+namespace kestrav::tests {
+namespace {
+
+class Variables : public LauncherFixture {};
+
+TEST_F(Variables, AreReplacedWhereTheyAreKnown) {
+    setEnvironment({{"EMPTY", ""}, {"A", "${B}"}, {"B", "${A}!"}, {"WITH SPACE", "x y"}, {"Z}", "brace"}});
+    const std::string &app = bundlePath;
+    const std::pair<std::string, std::string> cases[] = {
+        {"", ""},
+        {"plain $HOME", "plain $HOME"},
+        {"$APP_PACKAGE/lib:$APP_PACKAGE", app + "/lib:" + app},
+        {"${launcher:sys.launcherDirectory}/lib", app + "/lib"},
+        {"a${launcher:sys.pathlistSeparator}b", "a:b"},
+        {"${launcher:sys.jvmHome}", "${launcher:sys.jvmHome}"}, // no runtime yet
+        {"${NO_SUCH_VAR}${EMPTY}", "${NO_SUCH_VAR}"},
+        {"${WITH SPACE}", "x y"},
+        {"${Z}}", "brace"},
+        {"${A}", "${A}!"}, // B's turn comes after A's, A's does not come again
+        {"${B}", "${A}!"},
+        {"${${A}", "${${A}!"},
+        {"${", "${"},
+    };
+    for (const auto &[text, expected] : cases) {
+        EXPECT_EQ(launcher.replaceVariables(text), expected) << text;
+    }
+    EXPECT_THAT(logged("replacing ${WITH"), testing::ElementsAre("replacing ${WITH SPACE}"));
+    EXPECT_THAT(logged("returning x y"), testing::SizeIs(1));
+}
+
+TEST_F(Variables, TheJavaHomeFollowsTheRuntimesLayout) {
+    launcher.javaBundlePath = makeRuntime("jdk", "17");
+    EXPECT_EQ(launcher.replaceVariables("${launcher:sys.jvmHome}"), directory / "jdk/Contents/Home");
+    directory.makeDirectory("jdk/Contents/Home/jre");
+    EXPECT_EQ(launcher.replaceVariables("${launcher:sys.jvmHome}"), directory / "jdk/Contents/Home/jre");
+    directory.write("plain/bin/java", "");
+    launcher.javaBundlePath = directory / "plain";
+    EXPECT_EQ(launcher.replaceVariables("${launcher:sys.jvmHome}"), directory / "plain");
+}
+
+TEST_F(Variables, TheTemporaryDirectoryIsTheUsers) {
+    EXPECT_EQ(launcher.replaceVariables("${launcher:sys.tempDir}/x"), platform::temporaryDirectory().value() + "/x");
+}
+
+TEST_F(Variables, ArtifactPathsAreResolved) {
+    setEnvironment({{"LIB", "/opt/a:/opt/b"}, {"EMPTY", ""}});
+    directory.write("one/only.jar", "");
+    for (const char *other : {"one/x.JAR", "one/notes.txt", "one/sub/deep.jar"}) {
+        directory.write(other, "");
+    }
+    directory.makeDirectory("none");
+    const std::string one = directory / "one/";
+    const std::pair<std::string, OptionalText> cases[] = {
+        {"", ""},
+        {"a.jar::b.jar", "a.jar::b.jar"},
+        {"$LIB:" + one + "*:main.jar", "/opt/a:/opt/b:" + one + "only.jar:main.jar"},
+        {"$NO_SUCH", std::nullopt},
+        {"$EMPTY:x", ":x"},
+        {directory / "none/*", std::nullopt},
+        {directory / "missing/*", std::nullopt},
+        {"$LIB/x", std::nullopt}, // the whole rest is the name
+        {"x*", "x*"},
+    };
+    for (const auto &[path, expected] : cases) {
+        EXPECT_EQ(Launcher::resolveArtifactPath(path), expected) << path;
+    }
+    EXPECT_EQ(Launcher::resolveArtifactPath(std::nullopt), std::nullopt);
+    EXPECT_THAT(logged("scanning"), testing::Contains("scanning directory " + one));
+
+    directory.write(".hidden/.b.zip", "");
+    directory.write(".hidden/a.jar", "");
+    const std::string hidden = directory / ".hidden/";
+    EXPECT_THAT(Launcher::resolveArtifactPath(hidden + "*"),
+                testing::AnyOf(hidden + ".b.zip:" + hidden + "a.jar", hidden + "a.jar:" + hidden + ".b.zip"));
+}
+
+} // namespace
+} // namespace kestrav::tests

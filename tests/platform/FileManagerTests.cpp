@@ -1,0 +1,177 @@
+#include "platform/FileManager.h"
+#include "platform/testing.h"
+#include "support/TemporaryDirectory.h"
+
+#include <gmock/gmock.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <thread>
+
+namespace kestrav::platform {
+namespace {
+
+using ::testing::Optional;
+using ::testing::UnorderedElementsAre;
+using tests::TemporaryDirectory;
+namespace fs = std::filesystem;
+
+const FileManager fileManager;
+
+unsigned modeOf(const std::string &path) {
+    struct stat found {};
+    EXPECT_EQ(::lstat(path.c_str(), &found), 0) << path;
+    return found.st_mode & 07777U;
+}
+
+TEST(FileManager, TellsWhatExists) {
+    const TemporaryDirectory directory;
+    const std::string file = directory.write("file", "x");
+    fs::create_symlink("nowhere", directory / "dangling");
+    fs::create_directory_symlink(directory.path(), directory / "link");
+    const struct {
+        std::string path;
+        bool exists;
+        bool isDirectory;
+    } cases[] = {
+        {file, true, false},
+        {directory.path() + "/", true, true},
+        {directory / "link", true, true},
+        {directory / "dangling", false, false},
+        {directory / "missing", false, false},
+        {file + "/", false, false},
+        {"", false, false},
+        {file + std::string("\0x", 2), false, false},
+    };
+    for (const auto &[path, exists, isDirectory] : cases) {
+        EXPECT_EQ(fileManager.fileExistsAtPath(path), exists) << path;
+        EXPECT_EQ(fileManager.directoryExistsAtPath(path), isDirectory) << path;
+    }
+    EXPECT_THAT(fileManager.contentsOfDirectoryAtPath(directory.path()),
+                Optional(UnorderedElementsAre("file", "dangling", "link")));
+    EXPECT_EQ(fileManager.contentsOfDirectoryAtPath(file), std::nullopt);
+}
+
+TEST(FileManager, ReadsRegularFilesOnly) {
+    const TemporaryDirectory directory;
+    const std::string large(300000, 'x');
+    EXPECT_EQ(contentsOfFile(directory.write("large", large)), large);
+    EXPECT_EQ(contentsOfFile(directory.write("empty", "")), "");
+    EXPECT_FALSE(contentsOfFile("/proc/self/stat").value_or("").empty()); // such files have no size
+    ASSERT_EQ(::mkfifo((directory / "fifo").c_str(), 0600), 0);
+    for (const std::string &path : {directory / "fifo", directory.path(), std::string("/dev/zero"), directory / "no"}) {
+        EXPECT_EQ(contentsOfFile(path), std::nullopt) << path;
+    }
+    EXPECT_EQ(stringWithContentsOfFile(directory.write("bom", "\xEF\xBB\xBFä")), "ä");
+    EXPECT_EQ(stringWithContentsOfFile(directory.write("latin1", "\xE4")), std::nullopt);
+}
+
+TEST(FileManager, CreatesDirectories) {
+    const TemporaryDirectory directory;
+    EXPECT_TRUE(fileManager.createDirectoryAtPath(directory / "a/b", false));
+    EXPECT_FALSE(fileManager.createDirectoryAtPath(directory / "a/b/c/", true, 0500));
+    EXPECT_EQ(modeOf(directory / "a/b/c"), 0500U);
+    EXPECT_FALSE(fileManager.createDirectoryAtPath(directory / "a/b/c", true));
+    EXPECT_EQ(fileManager.createDirectoryAtPath(directory / "a/b", false), std::errc::file_exists);
+    directory.write("file", "");
+    EXPECT_TRUE(fileManager.createDirectoryAtPath(directory / "file", true));
+    EXPECT_TRUE(fileManager.createDirectoryAtPath(directory / "file/x/y", true));
+    EXPECT_TRUE(fileManager.createDirectoryAtPath("/tmp/" + std::string(9000, '/') + "x", true));
+}
+
+TEST(FileManager, RemovesWholeTreesAndNothingElse) {
+    const TemporaryDirectory directory;
+    const std::string kept = directory.write("outside/kept", "x");
+    directory.write("tree/a/b/file", "x");
+    directory.makeDirectory("tree/locked/inner");
+    directory.write("tree/readonly/file", "x");
+    fs::create_directory_symlink(directory / "outside", directory / "tree/link");
+    fs::create_symlink("nowhere", directory / "tree/dangling");
+    fs::permissions(directory / "tree/locked", fs::perms::none);
+    fs::permissions(directory / "tree/readonly", fs::perms::owner_read | fs::perms::owner_exec);
+    fs::permissions(directory / "tree", fs::perms::owner_read);
+    fs::create_directory_symlink(directory / "outside", directory / "link");
+
+    EXPECT_FALSE(fileManager.removeItemAtPath(directory / "tree/"));
+    EXPECT_FALSE(fileManager.removeItemAtPath(directory / "link/"));
+    EXPECT_THAT(fileManager.contentsOfDirectoryAtPath(directory.path()), Optional(UnorderedElementsAre("outside")));
+    EXPECT_EQ(contentsOfFile(kept), "x");
+    EXPECT_EQ(fileManager.removeItemAtPath(directory / "tree"), std::errc::no_such_file_or_directory);
+    EXPECT_FALSE(fileManager.removeItemAtPath(kept));
+
+    // What would surprise: the root, the working directory, the part before a NUL byte.
+    for (const std::string &path : {std::string(), std::string("/"), directory / "outside/.", directory / "outside/..",
+                                    directory / "outside" + std::string("\0", 1)}) {
+        EXPECT_TRUE(fileManager.removeItemAtPath(path)) << path;
+    }
+    EXPECT_TRUE(fileManager.directoryExistsAtPath(directory / "outside"));
+}
+
+TEST(FileManager, RemovesATreeThatOthersRemoveToo) {
+    const TemporaryDirectory directory;
+    for (int index = 0; index < 200; ++index) {
+        directory.write("tree/" + std::to_string(index) + "/file", "");
+    }
+    std::thread other([&] { static_cast<void>(fileManager.removeItemAtPath(directory / "tree")); });
+    static_cast<void>(fileManager.removeItemAtPath(directory / "tree"));
+    other.join();
+    EXPECT_FALSE(fileManager.fileExistsAtPath(directory / "tree"));
+}
+
+TEST(FileManager, ReplacesFilesAtomically) {
+    const TemporaryDirectory directory;
+    const std::string file = directory / "new/folder/file";
+    ASSERT_FALSE(writeFileAtomically(file, "one"));
+    EXPECT_EQ(modeOf(file), 0600U);
+    fs::permissions(file, static_cast<fs::perms>(0644));
+    ASSERT_FALSE(writeFileAtomically(file, "two"));
+    EXPECT_EQ(modeOf(file), 0644U);
+
+    fs::create_symlink("new/folder/file", directory / "second");
+    fs::create_symlink("second", directory / "first");
+    ASSERT_FALSE(writeFileAtomically(directory / "first", "three"));
+    EXPECT_TRUE(fs::is_symlink(directory / "first"));
+    EXPECT_EQ(contentsOfFile(file), "three");
+    fs::create_symlink("not-yet", directory / "dangling");
+    ASSERT_FALSE(writeFileAtomically(directory / "dangling", "four"));
+    EXPECT_EQ(contentsOfFile(directory / "not-yet"), "four");
+
+    EXPECT_TRUE(writeFileAtomically(directory / "new/folder", "x"));
+    EXPECT_TRUE(writeFileAtomically(file + "/below", "x"));
+    EXPECT_TRUE(writeFileAtomically("", "x"));
+    EXPECT_TRUE(writeFileAtomically("/dev/null", "x"));
+    EXPECT_THAT(fileManager.contentsOfDirectoryAtPath(directory / "new/folder"),
+                Optional(UnorderedElementsAre("file")));
+}
+
+TEST(FileManager, FindsTheUsersDirectories) {
+    const TemporaryDirectory directory;
+    const std::string missing = directory / "missing";
+    const struct {
+        std::string variable;
+        std::optional<std::string> expected;
+    } cases[] = {
+        {directory.path() + "//", directory.path()}, {"relative", "/tmp"}, {"", "/tmp"}, {"/", "/"}, {missing, {}},
+    };
+    const char *before = std::getenv("TMPDIR");
+    const std::optional<std::string> saved = before != nullptr ? std::optional<std::string>(before) : std::nullopt;
+    for (const auto &[variable, expected] : cases) {
+        ::setenv("TMPDIR", variable.c_str(), 1);
+        EXPECT_EQ(temporaryDirectory(), expected) << variable;
+    }
+    if (saved) {
+        ::setenv("TMPDIR", saved->c_str(), 1);
+    } else {
+        ::unsetenv("TMPDIR");
+    }
+    testing::setEnvironment({{"HOME", "/home/somebody"}});
+    EXPECT_EQ(homeDirectory(), "/home/somebody");
+    testing::setEnvironment({});
+    EXPECT_EQ(homeDirectory().front(), '/');
+}
+
+} // namespace
+} // namespace kestrav::platform

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace kestrav::tests {
+
+/// One gzip member that holds the bytes.
+inline std::string gzip(std::string_view bytes) {
+    z_stream stream{};
+    constexpr int gzipFormat = 15 + 16;
+    if (deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, gzipFormat, 8, Z_DEFAULT_STRATEGY) != Z_OK) {
+        throw std::runtime_error("no compressor");
+    }
+    std::string result(deflateBound(&stream, bytes.size()), '\0');
+    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(bytes.data()));
+    stream.avail_in = static_cast<uInt>(bytes.size());
+    stream.next_out = reinterpret_cast<Bytef *>(result.data());
+    stream.avail_out = static_cast<uInt>(result.size());
+    deflate(&stream, Z_FINISH);
+    result.resize(stream.total_out);
+    deflateEnd(&stream);
+    return result;
+}
+
+/// Puts tar archives together by hand, wrong ones too.
+class ArchiveWriter {
+public:
+    ArchiveWriter &file(std::string_view name, std::string_view data = "", unsigned mode = 0644) {
+        return entry('0', name, data, mode);
+    }
+    ArchiveWriter &directory(std::string_view name) { return entry('5', name); }
+    ArchiveWriter &link(std::string_view name, std::string_view to) { return entry('2', name).patch(157, to); }
+
+    ArchiveWriter &entry(char type, std::string_view name, std::string_view data = "", unsigned mode = 0644) {
+        header_ = tar_.size();
+        tar_.append(512, '\0');
+        patch(0, name).patch(100, octal(mode, 7)).size(data.size());
+        patch(156, std::string_view(&type, 1)).patch(257, std::string_view("ustar\00000", 8));
+        tar_.append(data).append((512 - data.size() % 512) % 512, '\0');
+        return *this;
+    }
+    /// The size in the last header, whatever the data.
+    ArchiveWriter &size(unsigned long size) { return patch(124, octal(size, 11)); }
+    /// Bytes of the last header.
+    ArchiveWriter &patch(std::size_t offset, std::string_view bytes) {
+        std::copy(bytes.begin(), bytes.end(), tar_.begin() + static_cast<std::ptrdiff_t>(header_ + offset));
+        return *this;
+    }
+    ArchiveWriter &raw(std::string_view bytes) {
+        tar_ += bytes;
+        return *this;
+    }
+
+    [[nodiscard]] const std::string &unclosed() const { return tar_; }
+    [[nodiscard]] std::string closed() const { return tar_ + std::string(1024, '\0'); }
+
+private:
+    static std::string octal(unsigned long value, int digits) {
+        char text[24];
+        std::snprintf(text, sizeof text, "%0*lo", digits, value);
+        return text;
+    }
+
+    std::string tar_;
+    std::size_t header_ = 0;
+};
+
+} // namespace kestrav::tests

@@ -1,0 +1,83 @@
+#pragma once
+
+#include "platform/FileDescriptor.h"
+
+#include <openssl/ssl.h>
+
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+
+namespace kestrav::tests {
+
+/// One client of a `LoopbackServer`, on a thread of its own.
+class Connection {
+public:
+    explicit Connection(int socket) : socket_(socket) {}
+
+    /// The next line without its end; empty if there is none.
+    std::string readLine();
+    /// False if the client has gone.
+    bool send(std::string_view bytes) const;
+    /// Reads an HTTP request and returns its target, and in `headers` what follows.
+    std::string readRequest(std::string *headers = nullptr);
+    /// Says nothing until the client, or the server, has gone.
+    void waitForEnd();
+
+private:
+    friend class LoopbackServer;
+
+    platform::FileDescriptor socket_;
+    std::unique_ptr<SSL, void (*)(SSL *)> tls_{nullptr, SSL_free};
+};
+
+/// A server on a port of its own of 127.0.0.1. Its end is every connection's end.
+class LoopbackServer {
+public:
+    using Handler = std::function<void(Connection &)>;
+
+    /// `certificate` is a PEM file with certificate and key; with it the server speaks TLS.
+    explicit LoopbackServer(Handler handler, const std::string &certificate = {});
+    LoopbackServer(const LoopbackServer &) = delete;
+    LoopbackServer &operator=(const LoopbackServer &) = delete;
+    ~LoopbackServer();
+
+    [[nodiscard]] int port() const { return port_; }
+    /// "SCHEME://127.0.0.1:PORT" and the path.
+    [[nodiscard]] std::string url(std::string_view path, std::string_view scheme = "http") const {
+        return std::string(scheme) + "://127.0.0.1:" + std::to_string(port_) + std::string(path);
+    }
+
+private:
+    struct Client {
+        std::unique_ptr<Connection> connection;
+        std::thread thread;
+    };
+    void accept();
+    void serve(Connection &connection) const;
+
+    Handler handler_;
+    std::unique_ptr<SSL_CTX, void (*)(SSL_CTX *)> tls_{nullptr, SSL_CTX_free};
+    platform::FileDescriptor socket_;
+    int port_ = 0;
+    std::mutex mutex_; // guards clients_ and the closing of their sockets
+    std::list<Client> clients_;
+    std::thread thread_;
+};
+
+/// Serves whole answers, status line and all, by the request's target.
+LoopbackServer::Handler answers(std::map<std::string, std::string> byTarget);
+
+/// An HTTP answer with its length.
+std::string ok(std::string_view body);
+std::string redirectTo(std::string_view url);
+
+/// Writes a self-signed certificate with its key for an address, and returns the file's path.
+std::string makeCertificate(const std::string &path, const std::string &address = "127.0.0.1");
+
+} // namespace kestrav::tests

@@ -1,0 +1,97 @@
+#pragma once
+
+#include "mac_installer/UnTar.h"
+#include "platform/testing.h"
+#include "support/ArchiveWriter.h"
+#include "support/TemporaryDirectory.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <iterator>
+#include <map>
+#include <sstream>
+
+namespace kestrav::tests {
+
+/// An archive in short: "jre/; jre/f=data; jre/l>target; h#target" is a directory, a file, a symbolic and a hard link.
+inline ArchiveWriter archiveOf(const std::string &entries) {
+    ArchiveWriter archive;
+    std::istringstream list(entries);
+    for (std::string entry; std::getline(list >> std::ws, entry, ';');) {
+        const std::size_t mark = entry.find_first_of("=>#");
+        const std::string name = entry.substr(0, mark);
+        if (mark == std::string::npos) {
+            archive.directory(name);
+        } else if (entry[mark] == '=') {
+            archive.file(name, entry.substr(mark + 1));
+        } else {
+            archive.entry(entry[mark] == '>' ? '2' : '1', name).patch(157, entry.substr(mark + 1));
+        }
+    }
+    return archive;
+}
+
+/// Everything below a directory, sorted, in the same form; of long files the length, and modes other than 644. A file's
+/// mode is the one it has once extracted: its owner may always read and write it.
+inline std::string treeOf(const std::string &root) {
+    std::map<std::string, std::string> tree;
+    for (const auto &entry : std::filesystem::recursive_directory_iterator(root)) {
+        const std::string path = entry.path().string();
+        std::string &text = tree[path.substr(root.size() + 1)];
+        if (entry.is_symlink()) {
+            text = ">" + std::filesystem::read_symlink(path).string();
+        } else if (entry.is_directory()) {
+            text = "/";
+        } else {
+            std::ifstream file(path, std::ios::binary);
+            const std::string content(std::istreambuf_iterator<char>(file), {});
+            const auto mode = static_cast<unsigned>(entry.status().permissions()) | 0600U;
+            std::ostringstream shown;
+            shown << (content.size() < 100 ? "=" + content : "=#" + std::to_string(std::hash<std::string>()(content)));
+            mode == 0644 ? shown : shown << " " << std::oct << mode;
+            text = shown.str();
+        }
+    }
+    std::string text;
+    for (const auto &[path, what] : tree) {
+        text += (text.empty() ? "" : "; ") + path + what;
+    }
+    return text;
+}
+
+/// A destination, and beside it a folder that no archive may touch.
+class UnTarFixture : public testing::Test {
+protected:
+    UnTarFixture() {
+        umask(022);
+        platform::testing::setLogSink([this](std::string_view line) { log.append(line).append("\n"); });
+        directory.write("outside/secret", "secret");
+        refresh();
+    }
+    ~UnTarFixture() override { platform::testing::setLogSink(nullptr); }
+
+    void refresh() {
+        std::filesystem::remove_all(destination);
+        std::filesystem::create_directory(destination);
+        log.clear();
+    }
+    UntarResult untar(const std::string &packed, const ProgressCallback &progress = {},
+                      const std::function<void()> &checkpoint = {}) {
+        std::filesystem::remove(archive); // some file systems flush a file that is written over
+        return UnTar::untar(directory.write("archive", packed), destination, 100000, progress, checkpoint);
+    }
+    [[nodiscard]] bool outsideIsUntouched() const {
+        return treeOf(directory / "outside") == "secret=secret" &&
+               std::distance(std::filesystem::directory_iterator(directory.path()), {}) == 3;
+    }
+
+    TemporaryDirectory directory;
+    std::string destination = directory / "destination";
+    std::string archive = directory / "archive";
+    std::string log;
+};
+
+} // namespace kestrav::tests
