@@ -1,5 +1,6 @@
 # kestrav_cocoa: what the sources of src/platform/macos are compiled against and linked to. On a Mac, its frameworks.
 # Elsewhere (KESTRAV_GNUSTEP), GNUstep and the doubles of tests/macos for what it lacks; that build is only for tests.
+set(CMAKE_OBJCXX_COMPILER ${CMAKE_CXX_COMPILER})
 enable_language(OBJCXX)
 set(CMAKE_OBJCXX_STANDARD ${CMAKE_CXX_STANDARD})
 set(CMAKE_OBJCXX_STANDARD_REQUIRED ON)

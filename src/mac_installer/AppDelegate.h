@@ -60,6 +60,9 @@ private:
     /// Starts the download of an archive into a file; main thread.
     void startDownload(const OptionalText &applicationName, const std::string &url, const std::string &destination);
 
+    /// Shows that the download failed and ends the process; main thread.
+    [[noreturn]] void endWithoutDownload();
+
     // Running the program; worker thread.
     [[nodiscard]] int runProgram(Launcher &launcher, const std::string &runtimePath,
                                  const platform::FileManager &fileManager);

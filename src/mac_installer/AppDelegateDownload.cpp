@@ -48,8 +48,7 @@ void AppDelegate::startDownload(const OptionalText &applicationName, const std::
     label->setStringValue(platform::format(localized("DownloadingJre"), applicationName));
     downloader = platform::URLDownload::create({url, timeoutSeconds}, *this);
     if (!downloader) {
-        Launcher::displayError("DownloadJreError");
-        platform::endProcess(1);
+        endWithoutDownload();
     }
     downloader->setDeletesFileUponFailure(true);
     downloader->setDestination(destination, true);
@@ -93,9 +92,11 @@ void AppDelegate::didFailWithError(const platform::URLError &error) {
     downloader.reset();
     platform::Log("%s [Line %d] Download failed! Error - %@ %@", signature, __LINE__, error.localizedDescription,
                   error.failingURL);
-    if (tempDir) {
-        platform::FileManager().removeItemAtPath(*tempDir);
-    }
+    endWithoutDownload();
+}
+
+void AppDelegate::endWithoutDownload() {
+    removeTemporaryDirectory(platform::FileManager());
     Launcher::displayError("DownloadJreError");
     platform::endProcess(1); // the worker still waits for the lock
 }

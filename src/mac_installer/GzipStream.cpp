@@ -2,9 +2,6 @@
 
 #include <zlib.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -12,7 +9,7 @@
 namespace kestrav {
 
 namespace {
-constexpr unsigned compressedBuffer = 128 * 1024;
+constexpr unsigned compressedBuffer = 256 * 1024;
 constexpr std::int64_t longestTail = 1 << 20;
 } // namespace
 
@@ -20,16 +17,12 @@ void GzipStream::Close::operator()(gzFile_s *file) const {
     gzclose(file);
 }
 
-std::optional<GzipStream> GzipStream::open(const platform::FileDescriptor &archive, std::function<void()> checkpoint) {
-    const int duplicate = fcntl(archive.get(), F_DUPFD_CLOEXEC, 0);
-    if (duplicate < 0) {
-        return std::nullopt;
-    }
-    gzFile_s *file = gzdopen(duplicate, "r");
+std::optional<GzipStream> GzipStream::open(platform::FileDescriptor archive, std::function<void()> checkpoint) {
+    gzFile_s *file = gzdopen(archive.get(), "r");
     if (file == nullptr) {
-        close(duplicate);
         return std::nullopt;
     }
+    static_cast<void>(archive.release());
     gzbuffer(file, compressedBuffer);
     return GzipStream(file, std::move(checkpoint));
 }

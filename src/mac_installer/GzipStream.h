@@ -19,8 +19,8 @@ class GzipStream {
 public:
     static constexpr std::size_t chunkSize = 32768;
 
-    /// Reads from the descriptor's position, through a duplicate of it. Empty if the stream cannot be set up.
-    [[nodiscard]] static std::optional<GzipStream> open(const platform::FileDescriptor &archive,
+    /// Reads from the descriptor's position. Empty if the stream cannot be set up.
+    [[nodiscard]] static std::optional<GzipStream> open(platform::FileDescriptor archive,
                                                         std::function<void()> checkpoint);
 
     /// Fills the buffer (at most `chunkSize` bytes). Fewer bytes, or none, at the end of the stream or before damage;

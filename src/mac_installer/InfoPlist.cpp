@@ -40,6 +40,14 @@ const PropertyList::Array *arrayValue(const PropertyList &dictionary, std::strin
     return typedValue<PropertyList::Array>(dictionary, key, "an array");
 }
 
+std::string stringEntry(const PropertyList &entry, std::string_view key) {
+    const auto *text = entry.as<std::string>();
+    if (text == nullptr) {
+        raiseWrongType(platform::format("an entry of %@", key), entry, "a string");
+    }
+    return *text;
+}
+
 std::vector<std::string> stringsOf(const PropertyList &array, std::string_view key) {
     const auto *entries = array.as<PropertyList::Array>();
     if (entries == nullptr) {
@@ -48,11 +56,7 @@ std::vector<std::string> stringsOf(const PropertyList &array, std::string_view k
     std::vector<std::string> texts;
     texts.reserve(entries->size());
     for (const PropertyList &entry : *entries) {
-        const auto *text = entry.as<std::string>();
-        if (text == nullptr) {
-            raiseWrongType(platform::format("an entry of %@", key), entry, "a string");
-        }
-        texts.push_back(*text);
+        texts.push_back(stringEntry(entry, key));
     }
     return texts;
 }

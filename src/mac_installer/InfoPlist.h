@@ -31,6 +31,9 @@ namespace kestrav {
 /// A number (a text is read as one), rounded toward zero; empty if there is none.
 [[nodiscard]] std::optional<std::int64_t> integerValue(const platform::PropertyList &dictionary, std::string_view key);
 
+/// An entry of the array under `key`; raises if it is no text.
+[[nodiscard]] std::string stringEntry(const platform::PropertyList &entry, std::string_view key);
+
 /// The texts of an array that stands under `key`; raises for an entry that is no text.
 [[nodiscard]] std::vector<std::string> stringsOf(const platform::PropertyList &array, std::string_view key);
 

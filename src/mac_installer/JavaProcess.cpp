@@ -1,7 +1,9 @@
 #include "mac_installer/JavaProcess.h"
 
+#include "platform/Clock.h"
 #include "platform/StandardInput.h"
 
+#include <csignal>
 #include <utility>
 
 namespace kestrav {
@@ -13,7 +15,15 @@ void JavaProcess::start() {
     platform::Pipe input;
     task_.setStandardInput(input.readEnd.get());
     task_.launch();
-    platform::forwardStandardInput(std::move(input.writeEnd));
+    started_ = platform::monotonicNanoseconds();
+    try {
+        platform::forwardStandardInput(std::move(input.writeEnd));
+    } catch (...) {
+        // Nobody would be left to wait for the child.
+        task_.sendSignal(SIGKILL);
+        task_.waitUntilExit();
+        throw;
+    }
 }
 
 int JavaProcess::waitForExit() {
@@ -22,7 +32,7 @@ int JavaProcess::waitForExit() {
 }
 
 void JavaProcess::passOn(platform::TerminationSignal signal) {
-    if (!signal.fromTerminal) {
+    if (!signal.fromTerminal || signal.when <= started_) {
         task_.sendSignal(signal.number);
     }
 }

@@ -3,6 +3,7 @@
 #include "platform/Signals.h"
 #include "platform/Task.h"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,7 @@ public:
 
 private:
     platform::Task task_;
+    std::int64_t started_ = 0; // monotonic nanoseconds, once the child was there
 };
 
 } // namespace kestrav

@@ -4,12 +4,26 @@
 #include "platform/FileManager.h"
 #include "platform/text.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <forward_list>
+#include <utility>
 
 namespace kestrav {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+/// False for what is no argument file, or one only by redirection: /dev/stdin may lead to a file, but is the system's.
+bool mayBeDeleted(const fs::path &path) {
+    std::error_code unknown;
+    const fs::file_type type = fs::status(path, unknown).type();
+    return type != fs::file_type::directory && type != fs::file_type::character && type != fs::file_type::block &&
+           path.parent_path() != "/dev";
+}
+
+} // namespace
 
 void setLaunchVector(const char *programPath, std::vector<std::string> arguments) {
     struct Vector {
@@ -31,10 +45,9 @@ void setLaunchVector(const char *programPath, std::vector<std::string> arguments
 
 std::vector<std::string> takeArgumentFile(const std::string &path) {
     const auto text = platform::stringWithContentsOfFile(path);
-    std::error_code error;
-    const fs::file_type type = fs::status(path, error).type();
-    if (type != fs::file_type::directory && type != fs::file_type::character && type != fs::file_type::block) {
-        fs::remove(path, error);
+    if (mayBeDeleted(path)) {
+        std::error_code ignored;
+        fs::remove(path, ignored);
     }
     std::vector<std::string> lines;
     if (text) {

@@ -11,7 +11,8 @@ namespace kestrav {
 void setLaunchVector(const char *programPath, std::vector<std::string> arguments);
 
 /// The lines of an argument file, separated by line feeds alone and each cut at a NUL byte; none if the file cannot be
-/// read as UTF-8. The file is used once: it is deleted in any case, unless it is a directory or a device.
+/// read as UTF-8. The file is used once: it is deleted in any case, unless it is a directory, a device or an entry of
+/// /dev.
 [[nodiscard]] std::vector<std::string> takeArgumentFile(const std::string &path);
 
 } // namespace kestrav

@@ -7,6 +7,8 @@
 #include "platform/UserDefaults.h"
 #include "platform/text.h"
 
+#include <algorithm>
+
 namespace kestrav {
 
 using platform::ProcessInfo;

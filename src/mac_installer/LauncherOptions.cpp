@@ -68,9 +68,15 @@ public:
     }
 
 private:
+    /// Files that include one another more than once multiply; nobody needs as many.
+    static constexpr int mostFiles = 20'000;
     static constexpr const char *signature = "-[Launcher readOptionsFile:options:classPath:bundlePath:]";
 
     void open(const std::string &path) {
+        if (++opened_ > mostFiles) {
+            _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, path, "too many files are included");
+            return;
+        }
         std::string expanded = replacingAppPackage(path, bundlePath_);
         if (expanded.find('~') != std::string::npos) {
             expanded = platform::replacingOccurrences(expanded, "~", platform::homeDirectory());
@@ -123,6 +129,7 @@ private:
     OptionalText classPath_;
     const std::string &bundlePath_;
     std::vector<OpenFile> files_;
+    int opened_ = 0;                            // files so far, those read again counted again
     std::unordered_set<std::string> beingRead_; // the identities of files_
 };
 

@@ -46,8 +46,8 @@ bool Launcher::findOwnRuntime(const FileManager &fileManager) {
             javaBundle = openIfExists(*javaBundlePath, fileManager);
         }
     }
-    const auto baseDir = stringValue(infoDictionary(), "ksv.baseDir");
-    if (!javaBundle && baseDir) {
+    const auto baseDir = javaBundle ? std::nullopt : stringValue(infoDictionary(), "ksv.baseDir");
+    if (baseDir) {
         const std::string base = replacingAppPackage(*baseDir, bundlePath);
         javaBundlePath = appendingPathComponent(base, ".kestrav/jre.bundle");
         if (fileManager.directoryExistsAtPath(*javaBundlePath)) {

@@ -8,6 +8,7 @@
 #include "platform/path.h"
 
 #include <algorithm>
+#include <filesystem>
 
 namespace kestrav {
 
@@ -80,6 +81,11 @@ OptionalText Launcher::findJavaBundle(bool searchOtherInstallations) {
 
     if (launchGlobals.launchJavaVersion == nullptr) {
         javaBundlePath.reset();
+    } else if (!platform::isAbsolutePath(*javaBundlePath)) {
+        // The working directory changes before the runtime is started.
+        std::error_code unknown;
+        const auto absolute = std::filesystem::absolute(*javaBundlePath, unknown);
+        javaBundlePath = unknown ? javaBundlePath : absolute.string();
     }
     return javaBundlePath;
 }
@@ -87,12 +93,13 @@ OptionalText Launcher::findJavaBundle(bool searchOtherInstallations) {
 void Launcher::searchConfiguredSequence(const FileManager &fileManager, const RuntimeBounds &bounds) {
     const platform::PropertyList &javaVM = javaVMDictionary();
     _DLog("%s [Line %d] search sequence %@", searchSignature, 633, javaVM.find("SearchSequence"));
-    const auto sequence = stringArrayValue(javaVM, "SearchSequence");
-    if (!sequence) {
+    const auto *sequence = arrayValue(javaVM, "SearchSequence");
+    if (sequence == nullptr) {
         findPublicJavaBundle(fileManager, bounds);
         return;
     }
-    for (const std::string &entry : *sequence) {
+    for (const platform::PropertyList &element : *sequence) {
+        const std::string entry = stringEntry(element, "SearchSequence"); // each is looked at when its turn has come
         const char kind = entry.empty() ? '\0' : entry.front();
         const std::string argument = entry.empty() ? "" : entry.substr(1);
         if (kind == 'E') {

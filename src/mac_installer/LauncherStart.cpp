@@ -8,8 +8,8 @@
 #include "platform/Reexecution.h"
 #include "platform/UserDefaults.h"
 
-#include <iterator>
 #include <span>
+#include <utility>
 
 namespace kestrav {
 

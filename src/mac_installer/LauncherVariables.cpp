@@ -94,8 +94,9 @@ std::string Launcher::replaceVariables(std::string_view text) const {
         replaceIn(result, "$APP_PACKAGE", bundlePath);
         replaceIn(result, "${launcher:sys.launcherDirectory}", bundlePath);
         replaceIn(result, "${launcher:sys.pathlistSeparator}", ":");
-        if (const auto directory = platform::temporaryDirectory()) {
-            replaceIn(result, "${launcher:sys.tempDir}", *directory);
+        constexpr std::string_view tempDir = "${launcher:sys.tempDir}";
+        if (result.find(tempDir) != std::string::npos) {
+            replaceIn(result, tempDir, platform::temporaryDirectory().value_or(std::string(tempDir)));
         }
         if (javaBundlePath && result.find("${launcher:sys.jvmHome}") != std::string::npos) {
             replaceIn(result, "${launcher:sys.jvmHome}", getJreLocation(*javaBundlePath, platform::FileManager()));

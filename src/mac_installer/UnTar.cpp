@@ -1,15 +1,12 @@
 #include "mac_installer/UnTar.h"
 
-#include "mac_installer/ExtractionDirectory.h"
 #include "mac_installer/GzipStream.h"
 #include "mac_installer/TarHeader.h"
 #include "mac_installer/global.h"
+#include "platform/ConfinedDirectory.h"
 #include "platform/FileDescriptor.h"
 #include "platform/SystemLog.h"
 #include "platform/path.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
@@ -27,7 +24,7 @@ using platform::Log;
 /// What the operations of one run share.
 struct UnTar::Extraction {
     GzipStream stream;
-    ExtractionDirectory directory;
+    platform::ConfinedDirectory directory;
     const std::string &to;
     std::int32_t uncompressedLength;
     const ProgressCallback &progress;
@@ -47,24 +44,9 @@ struct UnTar::Extraction {
 namespace {
 
 constexpr const char *untarSignature = "+[UnTar untar:to:uncompressedLength:withProgress:]";
-constexpr mode_t ownerReadWrite = S_IRUSR | S_IWUSR;
+constexpr mode_t ownerReadWrite = 0600;
 /// Without the bits that let a program run as somebody else: what an archive brings never gets those.
-constexpr mode_t permissionBits = S_IRWXU | S_IRWXG | S_IRWXO;
-
-std::string errorText(int error) {
-    return std::generic_category().message(error);
-}
-
-/// Opens a regular file only: anything else could keep the reader waiting.
-FileDescriptor openArchive(const std::string &path) {
-    FileDescriptor archive = FileDescriptor::open(path.c_str(), O_RDONLY | O_NONBLOCK);
-    struct stat status {};
-    if (archive.valid() && fstat(archive.get(), &status) == 0 && !S_ISREG(status.st_mode)) {
-        archive.reset();
-        errno = S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-    }
-    return archive;
-}
+constexpr mode_t permissionBits = 0777;
 
 bool fail(int line, std::string_view message) {
     Log("%s [Line %d] ERROR: %s", untarSignature, line, message);
@@ -83,19 +65,19 @@ bool isClosingBlock(GzipStream &stream, std::span<char, TarHeader::blockSize> bl
 UntarResult UnTar::untar(const std::string &archive, const std::string &to, std::int32_t uncompressedLength,
                          const ProgressCallback &progress, const std::function<void()> &checkpoint) {
     UntarResult result;
-    const FileDescriptor file = openArchive(archive);
+    FileDescriptor file = FileDescriptor::openRegularFile(archive);
     if (!file.valid()) {
-        Log("%s [Line %d] error reading JRE %@", untarSignature, 174, errorText(errno));
+        Log("%s [Line %d] error reading JRE %@", untarSignature, 174, std::generic_category().message(errno));
         return result;
     }
     if (progress) {
         progress(0.0, to);
     }
-    std::optional<GzipStream> stream = GzipStream::open(file, checkpoint);
+    std::optional<GzipStream> stream = GzipStream::open(std::move(file), checkpoint);
     if (!stream) {
         Log("%s [Line %d] error opening gzip file", untarSignature, 263);
     } else {
-        Extraction extraction{std::move(*stream), ExtractionDirectory(to), to, uncompressedLength, progress};
+        Extraction extraction{std::move(*stream), platform::ConfinedDirectory(to), to, uncompressedLength, progress};
         result.complete = extraction.directory.valid() ? extractEntries(extraction, result.topDirectory)
                                                        : fail(227, "extract creating directory");
     }
@@ -160,7 +142,7 @@ bool UnTar::extractEntry(Extraction &extraction, const TarHeader &header, const 
         const auto result = extraction.directory.createSymbolicLink(name, header.linkName());
         if (!result.succeeded()) {
             Log("%s [Line %d] ERROR: could not create symlink at %@ (%@)", untarSignature, 244, extraction.path(name),
-                errorText(result.error));
+                result.error.message());
         }
         break;
     }
@@ -190,11 +172,11 @@ bool UnTar::extractFile(Extraction &extraction, const std::string &name, std::in
         return skip(extraction.stream, fileLength); // a platform's metadata, not the runtime's
     }
     const mode_t permissions = (static_cast<mode_t>(mode) & permissionBits) | ownerReadWrite;
-    OutputFile file;
+    FileDescriptor file;
     const auto result = extraction.directory.createFile(name, permissions, file);
     if (!result.succeeded()) {
-        Log("%s [Line %d] Could not create file %@ %d %s\n", signature, 95, extraction.path(name), result.error,
-            errorText(result.error));
+        Log("%s [Line %d] Could not create file %@ %d %s\n", signature, 95, extraction.path(name), result.error.value(),
+            result.error.message());
         return skip(extraction.stream, fileLength);
     }
     std::array<char, GzipStream::chunkSize> chunk;
@@ -208,7 +190,7 @@ bool UnTar::extractFile(Extraction &extraction, const std::string &name, std::in
             break;
         }
         copied += count;
-        written = file.write(std::string_view(chunk.data(), static_cast<std::size_t>(count)));
+        written = platform::writeAll(file.get(), {chunk.data(), static_cast<std::size_t>(count)});
         const float percent = extraction.percent();
         if (written && percent != lastPercent) {
             extraction.report();

@@ -6,6 +6,7 @@
 #include "platform/path.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <mutex>
 
 namespace kestrav {
@@ -28,6 +29,11 @@ public:
             if (cancelled_) {
                 raiseCancelled();
             }
+            // Neither our standard input nor the terminal's signals are the tool's: a cancel ends it, and whatever it
+            // started.
+            const auto nothing = platform::FileDescriptor::open("/dev/null", O_RDONLY);
+            tool.setStandardInput(nothing.get());
+            tool.setOwnGroup();
             tool.launch();
             tool_ = &tool;
         }

@@ -1,4 +1,5 @@
 #include "mac_installer/AppDelegate.h"
+#include "mac_installer/failure.h"
 #include "mac_installer/global.h"
 #include "mac_installer/launcher_main.h"
 #include "platform/Application.h"
@@ -19,9 +20,13 @@ namespace {
 
 /// Runs the Java program as a child of this process, behind the progress window.
 int bootstrap(int argc, char **argv) {
-    static AppDelegate delegate;
-    platform::Signals::handleTermination([](platform::TerminationSignal signal) { delegate.terminate(signal); });
-    return platform::Application::main(argc, argv, delegate);
+    int status = 1;
+    kestrav::endOnFailure("int main(int, char **)", [&] {
+        static AppDelegate delegate;
+        platform::Signals::handleTermination([](platform::TerminationSignal signal) { delegate.terminate(signal); });
+        status = platform::Application::main(argc, argv, delegate);
+    });
+    return status;
 }
 
 } // namespace
@@ -39,10 +44,9 @@ __attribute__((visibility("default"))) int main(int argc, char **argv) {
     }
     const bool inProcess = argc >= 3 && std::string_view(argv[1]) == invokeOtherMarker;
     if (!inProcess) {
-        // Before the first line is written. In-process mode leaves both as the Java program would find them.
         platform::ensureStandardDescriptors();
-        platform::Signals::ignoreWriteSignals();
     }
+    platform::Signals::ignoreWriteSignals(); // before the first line is written; a Java virtual machine does the same
 
     _DLog("%s [Line %d] app started %d", signature, __LINE__, argc);
     for (int i = 0; i < argc; ++i) {

@@ -7,6 +7,9 @@ namespace kestrav::platform {
 /// Wall-clock time in microseconds since the epoch.
 [[nodiscard]] std::int64_t currentMicroseconds();
 
+/// Nanoseconds since some moment in the past, never set back. May be called in a signal handler.
+[[nodiscard]] std::int64_t monotonicNanoseconds();
+
 /// Blocks the calling thread for at least that long.
 void sleepMicroseconds(std::int64_t microseconds);
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -20,9 +21,17 @@ public:
     [[nodiscard]] int get() const { return descriptor_; }
     [[nodiscard]] bool valid() const { return descriptor_ >= 0; }
     void reset();
+    /// Closes, and tells whether everything written has arrived: some file systems report a full disk only here.
+    [[nodiscard]] bool close();
+    /// Hands the descriptor over to the caller.
+    [[nodiscard]] int release() { return std::exchange(descriptor_, -1); }
 
     /// Opens a file, close-on-exec; invalid with errno set when that fails.
     [[nodiscard]] static FileDescriptor open(const char *path, int flags, unsigned mode = 0);
+    /// The same for a path that begins in an open directory.
+    [[nodiscard]] static FileDescriptor openAt(int directory, const char *path, int flags, unsigned mode = 0);
+    /// Opens a regular file for reading, and nothing else: a FIFO or a device could keep the reader waiting.
+    [[nodiscard]] static FileDescriptor openRegularFile(const std::string &path);
 
 private:
     int descriptor_ = -1;
@@ -30,6 +39,10 @@ private:
 
 /// Writes all bytes, however many calls it takes; false with errno set when the receiver fails.
 [[nodiscard]] bool writeAll(int descriptor, std::string_view bytes);
+
+/// Writes what the receiver takes within so many milliseconds each time; false if it takes no more, or fails. For
+/// receivers that may have stopped reading, such as standard error.
+[[nodiscard]] bool writeWithin(int descriptor, std::string_view bytes, int milliseconds);
 
 /// Opens /dev/null for each of the three standard descriptors that is closed, so that nothing the process opens later
 /// is taken for one of them.

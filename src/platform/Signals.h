@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 
 namespace kestrav::platform {
@@ -7,8 +8,11 @@ namespace kestrav::platform {
 /// A request to end that came from outside: SIGINT, SIGTERM or SIGHUP.
 struct TerminationSignal {
     int number = 0;
-    /// True if the terminal sent it, which it does to the whole foreground group: a child of ours has it already.
+    /// True if the terminal sent it to the whole foreground group: a child of ours that ran by then has it already.
+    /// Never for SIGHUP, which goes to the session's leader alone.
     bool fromTerminal = false;
+    /// When it came, on the clock of `monotonicNanoseconds`.
+    std::int64_t when = 0;
 };
 
 class Signals {

@@ -32,6 +32,10 @@ public:
     /// The child's standard input; without it the child inherits ours. The descriptor must stay open until `launch`.
     void setStandardInput(int descriptor) { standardInput_ = descriptor; }
 
+    /// Puts the child into a process group of its own: the terminal's signals do not reach it, and `sendSignal` reaches
+    /// its children as well.
+    void setOwnGroup() { ownGroup_ = true; }
+
     /// Starts the child. Throws an `Exception` that names the path and the system's reason when it cannot be started.
     void launch();
 
@@ -47,9 +51,12 @@ public:
     [[nodiscard]] pid_t processIdentifier() const { return pid_; }
 
 private:
+    [[nodiscard]] std::string reason(int error) const;
+
     std::string launchPath_;
     std::vector<std::string> arguments_;
     int standardInput_ = -1;
+    bool ownGroup_ = false;
     std::mutex mutex_; // guards pid_ against being signalled after it was reaped
     pid_t pid_ = -1;
     bool reaped_ = false;

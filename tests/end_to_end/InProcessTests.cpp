@@ -7,16 +7,17 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <csignal>
 #include <filesystem>
+#include <regex>
 #include <sstream>
 
 namespace kestrav::tests {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::ContainsRegex;
 using testing::EndsWith;
 using testing::StartsWith;
 
@@ -79,7 +80,6 @@ TEST_F(InProcess, JavaProgramRunsAsUnderTheRuntimesOwnCommand) {
          "argument exit 3\nproperty null\nmodule org.example.program\n"},
         {{javaBundle, "-jar", jar, "halt"}, 77, "argument halt\nproperty null\nmodule null\nlibrary path null\n"},
         {{KESTRAV_JDK, "@" + options, mainClass, "throw"}, 1, "argument throw\nproperty 'q' \"Q\"\n"},
-        {{javaBundle, "-Dprogram.property=x", "-jar", jar}, 0, "property x\n"},
         {{KESTRAV_JDK, "-cp", jar, "no.such.Main"}, 1, ""},
     };
     for (const auto &[lines, status, output] : cases) {
@@ -138,90 +138,68 @@ TEST_F(InProcess, ConfiguredRuntimeIsLoaded) {
     EXPECT_EQ(run.output(), "argument täxt\nargument exit 5\nproperty " + runtime +
                                 "/Contents/Home\nmodule null\nlibrary path null\n");
 
-    bundle.javaVM.erase("MainClass");
-    Launch incomplete(bundle, start);
-    expectRefusal(incomplete, "internal error: no MainClass");
-}
-
-TEST_F(InProcess, EveryStatusComesBack) {
-    const std::string runtime = testRuntime();
-    for (const int status : {0, 1, 2, 77, 127, 128, 143, 254, 255}) {
-        Launch run(bundle, fromFile({runtime, "Main"}, {{"TEST_JLI_STATUS", std::to_string(status)}}));
-        EXPECT_EQ(run.wait(), status) << run.errors();
-    }
+    bundle.javaVM["SearchSequence"] = array({});
+    Launch without(bundle, start);
+    expectRefusal(without, "no runtime: ");
 }
 
 TEST_F(InProcess, LibraryMayEnterMainAgainOrExecuteTheFileAgain) {
     const std::string runtime = testRuntime();
     const std::string other = bundle.folder().write("kept", "");
-    const std::pair<const char *, const char *> cases[] = {{"TEST_JLI_ENTER_MAIN", invokeOtherMarker},
-                                                           {"TEST_JLI_ENTER_MAIN", "-Xint"},
-                                                           {"TEST_JLI_EXECUTE", invokeOtherMarker},
-                                                           {"TEST_JLI_EXECUTE", "-Xint"}};
-    for (const auto &[variable, first] : cases) {
-        Launch run(bundle, fromFile({runtime, first, other, "@a", "", "two words"},
-                                    {{variable, "1"}, {"TEST_JLI_STATUS", "9"}}));
-        EXPECT_EQ(run.wait(), 9) << run.errors();
-        const std::string once = bundle.executable() + "\n" + first + "\n" + other +
-                                 "\na-1\na-2\n\ntwo words\nnull; 0 0 0 0; 17.0.9 17.0.9 java java; 0 0 0 0; ";
-        const std::string output = run.output();
-        EXPECT_THAT(output, StartsWith("init 1 0\n" + once)) << variable;
-        const auto second = output.find(once, output.find(once) + 1);
-        ASSERT_NE(second, std::string::npos) << output;
-        EXPECT_EQ(output.find('\n', second + once.size()), output.size() - 1) << output;
-        EXPECT_EQ(run.errors(), "");
-        EXPECT_TRUE(fs::exists(other));
+    for (const char *variable : {"TEST_JLI_ENTER_MAIN", "TEST_JLI_EXECUTE"}) {
+        for (const char *first : {invokeOtherMarker, "-Xint"}) {
+            Launch run(bundle, fromFile({runtime, first, other, "@a", "", "two words"},
+                                        {{variable, "1"}, {"TEST_JLI_STATUS", "9"}}));
+            EXPECT_EQ(run.wait(), 9) << run.errors();
+            const std::string once = bundle.executable() + "\n" + first + "\n" + other +
+                                     "\na-1\na-2\n\ntwo words\nnull; 0 0 0 0; 17.0.9 17.0.9 java java; 0 0 0 0; ";
+            // The last number is of no matter here.
+            EXPECT_EQ(std::regex_replace(run.output(), std::regex("; [0-9]+\n"), "; "), "init 1 0\n" + once + once)
+                << variable;
+            EXPECT_EQ(run.errors(), "");
+            EXPECT_TRUE(fs::exists(other));
+        }
     }
 }
 
 TEST_F(InProcess, NoOtherLibrariesAreOpened) {
     Launch run(bundle, fromFile({testRuntime(), "Main"}, {{"TEST_JLI_LIBRARIES", "1"}}));
     EXPECT_EQ(run.wait(), 0) << run.errors();
-    const std::string output = run.output();
-    std::vector<std::string> allowed{"/libc.so",         "/libm.so",   "/ld-linux", "/libz.so",
-                                     "/libplist-2.0.so", "/libjli.so", "linux-vdso"};
+    std::string known = "^$|^null;|^linux-vdso|/(libc|libm|ld-linux[^/]*|libz|libplist-2\\.0|libjli)\\.so";
 #ifdef __SANITIZE_ADDRESS__
-    allowed.insert(allowed.end(), {"/libasan.so", "/libubsan.so", "/libstdc++.so", "/libgcc_s.so", "/libdl.so",
-                                   "/librt.so", "/libpthread.so"});
+    known += "|/lib(asan|ubsan|stdc\\+\\+|gcc_s|dl|rt|pthread)\\.so";
 #endif
+    const std::string output = run.output();
     std::istringstream lines(output.substr(output.find("null;")));
-    std::string line;
-    std::getline(lines, line);
-    int libraries = 0;
-    while (std::getline(lines, line)) {
-        const bool known = line.empty() || std::any_of(allowed.begin(), allowed.end(), [&](const std::string &name) {
-                               return line.find(name) != std::string::npos;
-                           });
-        EXPECT_TRUE(known) << line;
-        ++libraries;
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count) {
+        EXPECT_TRUE(std::regex_search(line, std::regex(known))) << line;
     }
-    EXPECT_GE(libraries, 4);
+    EXPECT_GE(count, 5);
 }
 
 TEST_F(InProcess, FailuresAreNoticesAndStatusOne) {
-    const auto refuse = [&](const std::vector<std::string> &lines, const std::string &message) {
-        Launch run(bundle, fromFile(lines));
-        expectRefusal(run, message);
+    const auto refuse = [&](const std::string &runtime, const std::string &reason) {
+        Launch run(bundle, fromFile({runtime, "Main"}));
+        expectRefusal(run, "internal error: " + reason);
         EXPECT_EQ(run.output(), "");
-        const bool logged = run.errors().find("int launcher_main(int, char **) [Line ") != std::string::npos;
-        EXPECT_EQ(logged, message.starts_with("internal error")) << run.errors();
+        // With the call stack.
+        EXPECT_THAT(run.errors(), ContainsRegex("int launcher_main\\(int, char \\*\\*\\) \\[Line [0-9]+\\] " + reason +
+                                                ": \\(\n    \"0 "));
     };
-    const std::string notLoaded = "internal error: Could not load JRE.";
-    refuse({bundle.runtime(), "Main"}, notLoaded);
-    refuse({"/no/such/runtime", "Main"}, notLoaded);
-    refuse({bundle.runtime()}, "no runtime: ");
+    const std::string notLoaded = "Could not load JRE.";
+    refuse(bundle.runtime(), notLoaded);
+    refuse("/no/such/runtime", notLoaded);
 
-    const std::string library = bundle.runtime() + "/Contents/Home/lib/libjli.so";
-    std::string image = contentOf(KESTRAV_TEST_JLI "/COMPLETE/libjli.so");
-    const std::string sound = image;
-    image[18] ^= 1; // e_machine: another architecture
-    for (const std::string &content : {image, std::string("no library"), std::string(), sound.substr(0, 100)}) {
-        bundle.folder().write("installed.jdk/Contents/Home/lib/libjli.so", content);
-        refuse({bundle.runtime(), "Main"}, notLoaded);
+    std::string foreign = contentOf(KESTRAV_TEST_JLI "/COMPLETE/libjli.so");
+    foreign[18] ^= 1; // e_machine: another architecture
+    for (const std::string &content : {foreign, std::string("no library")}) {
+        const std::string library = bundle.folder().write("installed.jdk/Contents/Home/lib/libjli.so", content);
+        refuse(bundle.runtime(), notLoaded);
         fs::remove(library);
     }
     testRuntime("WITHOUT_LAUNCH");
-    refuse({bundle.runtime(), "Main"}, "internal error: Could not get function pointer for JLI_Launch.");
+    refuse(bundle.runtime(), "Could not get function pointer for JLI_Launch.");
 }
 
 } // namespace

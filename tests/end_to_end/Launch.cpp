@@ -19,6 +19,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::chrono::seconds patience{60};
+constexpr std::chrono::seconds patienceAfterFailure{1}; // the rest of a failed test need not take minutes
 constexpr std::chrono::milliseconds pollInterval{5};
 constexpr uid_t nobody = 65534;
 constexpr int lastDescriptor = 255;
@@ -44,10 +45,7 @@ constexpr int failedToStart = 126;
     dup2(output, STDOUT_FILENO);
     dup2(errors, STDERR_FILENO);
     dup2(input, STDIN_FILENO);
-    if (start.standardInputClosed) {
-        close(STDIN_FILENO);
-    }
-    for (int descriptor = STDERR_FILENO + 1; descriptor <= lastDescriptor; ++descriptor) {
+    for (int descriptor = start.descriptorsClosed ? 0 : STDERR_FILENO + 1; descriptor <= lastDescriptor; ++descriptor) {
         close(descriptor);
     }
     if (start.inBackground) {
@@ -99,7 +97,8 @@ bool Report::has(std::string_view argument) const {
 }
 
 bool waitUntil(const std::function<bool()> &condition, std::string_view what) {
-    const auto limit = std::chrono::steady_clock::now() + patience;
+    const auto limit =
+        std::chrono::steady_clock::now() + (testing::Test::HasFailure() ? patienceAfterFailure : patience);
     while (!condition()) {
         if (std::chrono::steady_clock::now() > limit) {
             ADD_FAILURE() << "waited in vain for " << what;

@@ -31,7 +31,7 @@ struct Start {
     std::vector<std::string> arguments = {};
     std::map<std::string, std::string> environment = {}; // on top of the run's own
     int standardInput = -1;                              // without one it is empty
-    bool standardInputClosed = false;
+    bool descriptorsClosed = false;                      // all three of them
     std::string terminal = {};   // the slave side of a pseudo-terminal: its session's leader, in the foreground
     bool inBackground = false;   // with a terminal: only SIGUSR1 brings the program to the foreground
     bool asNobody = false;       // as a user without rights, if the tests run as root

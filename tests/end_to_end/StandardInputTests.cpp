@@ -75,7 +75,8 @@ TEST(StandardInput, ReachesTheChildWholeAndInOrder) {
     };
 
     start("nothing", {}, "");
-    start("closed", {.standardInputClosed = true}, "");
+    start("closed", {.descriptorsClosed = true}, "");
+    EXPECT_EQ(runs["closed"]->report().descriptors, (std::set<std::string>{"0", "1", "2"}));
     const int writeOnly = open("/dev/null", O_WRONLY | O_CLOEXEC);
     start("unreadable", {.standardInput = writeOnly}, "");
     close(writeOnly);

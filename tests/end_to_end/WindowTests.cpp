@@ -49,7 +49,8 @@ public:
         addPackedArchives(runtime + "/Contents/Home", {{"lib/rt.jar", "content"}});
         fs::create_directories(path() + "/Contents/Resources/app");
         const std::string archive = path() + "/Contents/Resources/app/jre.tar.gz";
-        EXPECT_EQ(std::system(("tar -C '" + runtime + "' -czf '" + archive + "' Contents").c_str()), 0);
+        EXPECT_EQ(std::system(("bsdtar -C '" + runtime + "' --format ustar -czf '" + archive + "' Contents").c_str()),
+                  0);
     }
 
     [[nodiscard]] std::string unpacker() const { return folder() / "unpacker"; }

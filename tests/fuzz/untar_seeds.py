@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the seeds of the archive fuzzer: small archives with the tricks that hostile ones play."""
+"""Writes the seeds of UnTarFuzzer (seeds/UnTarFuzzer): small archives with the tricks that hostile ones play."""
 import gzip
 import os
 import sys

@@ -84,6 +84,17 @@ TEST_F(Options, AFileThatIncludesItselfIsReadOnce) {
     EXPECT_TRUE(wasLogged("includes itself"));
 }
 
+TEST_F(Options, FilesThatMultiplyEnd) {
+    constexpr int length = 40; // each includes the next one twice
+    for (int i = 0; i < length; ++i) {
+        const std::string next = "-include-options " + std::to_string(i + 1) + "\n";
+        directory.write("twice/" + std::to_string(i), next + next);
+    }
+    read("-include-options twice/0\n-last");
+    EXPECT_THAT(options, ElementsAre("-last"));
+    EXPECT_TRUE(wasLogged("too many files are included"));
+}
+
 TEST_F(Options, ALongChainOfIncludesNeedsNoStack) {
     constexpr int length = 10'000;
     for (int i = 0; i < length; ++i) {

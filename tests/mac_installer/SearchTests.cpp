@@ -66,6 +66,13 @@ TEST_F(Search, TheSequenceIsTriedInOrder) {
     EXPECT_STREQ(launchGlobals.launchJavaVersion, "17");
 }
 
+TEST_F(Search, ARelativeDirectoryOutlivesTheWorkingDirectory) {
+    const std::string runtime = makeRuntime("jdk", "17");
+    std::filesystem::current_path(directory.path());
+    EXPECT_EQ(findBySequence({"Rjdk"}), runtime);
+    std::filesystem::current_path("/");
+}
+
 TEST_F(Search, EveryRefusalIsExplained) {
     const std::string runtime = makeRuntime("jdk", "17-ea", {{"CFBundleIdentifier", "org.other"}});
     directory.write("file", "");
@@ -152,6 +159,7 @@ TEST_F(Search, ThePluginComesFirstIfItIsTheRightOne) {
 
 TEST_F(Search, AConfigurationOfTheWrongTypeRaises) {
     EXPECT_THROW(findBySequence({"Y", 7}), platform::Exception);
+    EXPECT_NE(findBySequence({"R" + makeRuntime("good", "17"), 7}), std::nullopt); // its turn never comes
     EXPECT_THROW(find({{"JavaVM", Dictionary{{"SearchSequence", "Y"}}}}), platform::Exception);
     EXPECT_THROW(find({{"ksv.minVersion", 1.8}}), platform::Exception);
     EXPECT_THROW(find({{"ksv.allowBeta", Array{}}}), platform::Exception);

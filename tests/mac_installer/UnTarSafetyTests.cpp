@@ -83,20 +83,6 @@ TEST_F(UnTarSafetyTest, EveryDamagedArchiveEnds) {
     EXPECT_TRUE(outsideIsUntouched());
 }
 
-TEST_F(UnTarSafetyTest, ADirectoryOfAnyDepthIsReplaced) {
-    std::string path = destination;
-    for (int depth = 0; depth < 300; ++depth) {
-        ASSERT_EQ(mkdir((path += "/d").c_str(), 0700), 0);
-    }
-    rlimit all{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &all), 0);
-    const rlimit few{64, all.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
-    EXPECT_TRUE(untar(gzip(archiveOf("d>e; f=x").closed())).complete) << log;
-    EXPECT_EQ(treeOf(destination), "d>e; f=x");
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &all), 0);
-}
-
 TEST_F(UnTarSafetyTest, AFullDiskEndsTheExtraction) {
     constexpr std::size_t mebibyte = 1 << 20;
     std::string packed = gzip(ArchiveWriter().file("zeros").size(1024 * mebibyte).unclosed());

@@ -1,23 +1,15 @@
 #include "platform/Bundle.h"
-#include "platform/RuntimeSupport.h"
-#include "platform/SystemControl.h"
-#include "platform/linux/ReleaseFile.h"
 #include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 
-#include <sys/stat.h>
-
 namespace kestrav::platform {
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::Optional;
 using tests::TemporaryDirectory;
 using Dictionary = PropertyList::Dictionary;
-using Architectures = std::vector<std::optional<std::int32_t>>;
 
 std::string information(const std::string &identifier) {
     return PropertyList(Dictionary{{"CFBundleIdentifier", identifier}, {"CFBundleExecutable", "program"}}).serialize();
@@ -57,36 +49,6 @@ TEST(Bundle, FindsItsInformationAndResources) {
     EXPECT_EQ(bundle->pathForResource("x", "png"), std::nullopt);
 }
 
-TEST(Bundle, LogsADamagedInformationList) {
-    std::vector<std::string> lines;
-    testing::setLogSink([&lines](std::string_view line) { lines.emplace_back(line); });
-    const TemporaryDirectory directory;
-    directory.write("release", "JAVA_VERSION=\"17\"\n");
-    for (const char *content : {"", "<plist><dict>", "<plist><array/></plist>"}) {
-        directory.write("Contents/Info.plist", content);
-        EXPECT_EQ(Bundle::create(directory.path())->infoDictionary(), Dictionary{}) << content;
-    }
-    ASSERT_EQ(::rename((directory / "Contents/Info.plist").c_str(), (directory / "Contents/old").c_str()), 0);
-    ASSERT_EQ(::mkfifo((directory / "Contents/Info.plist").c_str(), 0600), 0);
-    EXPECT_EQ(Bundle::create(directory.path())->infoDictionary(), Dictionary{});
-    testing::setLogSink(nullptr);
-    ASSERT_EQ(lines.size(), 4U);
-    EXPECT_THAT(lines.front(), HasSubstr("Info.plist of " + directory.path() + " is damaged"));
-}
-
-TEST(Bundle, ReadsTheReleaseFileOfARuntime) {
-    const TemporaryDirectory directory;
-    const auto opened = [&] { return Bundle::create(directory.path())->infoDictionary(); };
-    EXPECT_EQ(opened(), Dictionary{});
-    directory.write("Contents/Home/release", "JAVA_VERSION=\"17\"\n");
-    EXPECT_EQ(opened(), Dictionary{});
-    directory.write("release", "IMPLEMENTOR=\"Maker of \"Java\"\"\r\nX=\"=\"\r\n JAVA_VERSION = 17.0.2 \r\n");
-    EXPECT_EQ(opened(), Dictionary({{"CFBundleIdentifier", "Maker of \"Java\""},
-                                    {"JavaVM", Dictionary{{"JVMVersion", "17.0.2"}}}}));
-    directory.write("release", "nonsense\n#JAVA_VERSION=1\n=\n\"");
-    EXPECT_EQ(opened(), Dictionary{});
-}
-
 TEST(Bundle, ReplacesTheMainBundle) {
     const TemporaryDirectory directory;
     directory.write("App.app/Contents/Info.plist", information("one"));
@@ -100,66 +62,6 @@ TEST(Bundle, ReplacesTheMainBundle) {
     EXPECT_EQ(first.bundlePath(), directory / "App.app");
     testing::setMainBundle(std::nullopt);
     EXPECT_THAT(Bundle::mainBundle().bundlePath(), HasSubstr("/tests/platform"));
-}
-
-TEST(Bundle, TellsArchitecturesOfItsExecutable) {
-    constexpr std::int32_t x86 = 0x01000007;
-    constexpr std::int32_t arm = 0x0100000C;
-    const std::string x86Entry("\x01\x00\x00\x07", 4);
-    const std::string armEntry("\x01\x00\x00\x0C", 4);
-    const auto zeros = [](std::size_t count) { return std::string(count, '\0'); };
-    const std::string fat = "\xCA\xFE\xBA\xBE" + zeros(3) + '\x02' + x86Entry + zeros(16) + armEntry + zeros(16);
-    const std::string fat64 = "\xCA\xFE\xBA\xBF" + zeros(3) + '\x02' + x86Entry + zeros(28) + armEntry + zeros(28);
-    const auto elf = [&](char order, const std::string &machine) {
-        return std::string("\x7F") + "ELF\x02" + order + zeros(12) + machine;
-    };
-    const struct {
-        const char *what;
-        std::string content;
-        std::optional<Architectures> expected;
-    } cases[] = {
-        {"64 bits, little-endian", "\xCF\xFA\xED\xFE" + std::string("\x07\x00\x00\x01", 4), Architectures{x86}},
-        {"32 bits, big-endian", "\xFE\xED\xFA\xCE" + zeros(3) + '\x12', Architectures{18}},
-        {"fat", fat, Architectures{x86, arm}},
-        {"fat with 64-bit entries", fat64, Architectures{x86, arm}},
-        {"fat, cut off in the second entry", fat.substr(0, 30), Architectures{x86, std::nullopt}},
-        {"fat, cut off after the count", fat.substr(0, 8), Architectures{std::nullopt, std::nullopt}},
-        {"fat, cut off before the count", fat.substr(0, 6), std::nullopt},
-        {"fat, far too many", "\xCA\xFE\xBA\xBE\x7F" + zeros(100), std::nullopt},
-        {"Java class file", "\xCA\xFE\xBA\xBE" + zeros(3) + '\x34' + zeros(100), std::nullopt},
-        {"ELF x86-64", elf('\x01', std::string("\x3E\0", 2)), Architectures{x86}},
-        {"ELF aarch64", elf('\x01', std::string("\xB7\0", 2)), Architectures{arm}},
-        {"ELF i386, big-endian", elf('\x02', std::string("\0\x03", 2)), Architectures{7}},
-        {"ELF of another machine", elf('\x01', std::string("\xF3\0", 2)), std::nullopt},
-        {"thin, cut off", "\xCF\xFA\xED\xFE\x07", std::nullopt},
-        {"script", "#!/bin/sh\n", std::nullopt},
-        {"empty", "", std::nullopt},
-    };
-    for (const bool flat : {false, true}) {
-        const TemporaryDirectory directory;
-        directory.write(flat ? "Info.plist" : "Contents/Info.plist", information("x"));
-        EXPECT_EQ(Bundle::create(directory.path())->executableArchitectures(), std::nullopt);
-        for (const auto &[what, content, expected] : cases) {
-            directory.write(flat ? "program" : "Contents/MacOS/program", content);
-            EXPECT_EQ(Bundle::create(directory.path())->executableArchitectures(), expected) << what;
-        }
-    }
-}
-
-TEST(RuntimeSupport, KnowsTheSystem) {
-    testing::setSystemRoot("/elsewhere");
-    EXPECT_THAT(standardRuntimeDirectories(),
-                ElementsAre("/elsewhere/Library/Java/JavaVirtualMachines", "/elsewhere/usr/lib/jvm"));
-    testing::setSystemRoot("");
-    EXPECT_FALSE(runtimeKnowsOption("-Xdock:name=x"));
-    EXPECT_FALSE(runtimeKnowsOption("-XstartOnFirstThread"));
-    EXPECT_TRUE(runtimeKnowsOption("-XstartOnFirstThreads"));
-    EXPECT_TRUE(runtimeKnowsOption("-Xmx1g"));
-
-    EXPECT_EQ(systemControlInteger("sysctl.proc_translated"), std::nullopt);
-    testing::setSystemControl([](const std::string &name) { return static_cast<std::int32_t>(name.size()); });
-    EXPECT_THAT(systemControlInteger("four"), Optional(4));
-    testing::setSystemControl(nullptr);
 }
 
 } // namespace

@@ -35,6 +35,7 @@ TEST(OperationQueueTests, OrderAndMerging) {
         }
         queue.runPending();
         EXPECT_EQ(ran, test.ran);
+        EXPECT_FALSE(readable(queue));
     }
 }
 

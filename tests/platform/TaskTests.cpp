@@ -14,6 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <csignal>
@@ -76,6 +77,13 @@ private:
     FileDescriptor saved_;
 };
 
+TEST(WriteWithin, GivesUpOnAReceiverThatStoppedReading) {
+    const Pipe pipe;
+    const std::string more(1 << 20, 'x'); // than a pipe holds
+    EXPECT_TRUE(writeWithin(pipe.writeEnd.get(), "line", 10));
+    EXPECT_FALSE(writeWithin(pipe.writeEnd.get(), more, 10));
+}
+
 TEST(TaskTests, StatusOfTheChild) {
     const struct {
         std::vector<std::string> arguments;
@@ -107,7 +115,7 @@ TEST(TaskTests, FailuresToStartNamePathAndReason) {
                  {plain, {}, "Permission denied"},
                  {plain + "/java", {}, "Not a directory"},
                  {noProgram, {}, "Exec format error"},
-                 {orphan, {}, "No such file or directory"},
+                 {orphan, {}, "the program that it needs to run is missing"},
                  {Child, std::vector<std::string>(100'000, std::string(100, 'x')), "Argument list too long"}};
     for (const auto &test : cases) {
         Task task(test.path, test.arguments);
@@ -133,10 +141,11 @@ TEST(TaskTests, ChildStartsClean) {
     ProcessInfo::processInfo().setEnvironmentVariable("CHANGED", "a=b", true);
     ProcessInfo::processInfo().setEnvironmentVariable("ADDED", "", false);
 
+    constexpr std::array Numbers = {SIGINT, SIGTERM, SIGPIPE, SIGUSR1};
     sigset_t blocked;
     sigset_t previous;
     sigemptyset(&blocked);
-    for (const int number : {SIGINT, SIGTERM, SIGPIPE, SIGUSR1}) {
+    for (const int number : Numbers) {
         ASSERT_NE(std::signal(number, SIG_IGN), SIG_ERR);
         sigaddset(&blocked, number);
     }
@@ -149,6 +158,7 @@ TEST(TaskTests, ChildStartsClean) {
     task.launch();
     task.waitUntilExit();
     pthread_sigmask(SIG_SETMASK, &previous, nullptr);
+    std::for_each(Numbers.begin(), Numbers.end(), [](int number) { std::signal(number, SIG_DFL); });
 
     const std::string report = read(directory / "report");
     EXPECT_THAT(values(report, "descriptor"), ::testing::IsSubsetOf(inherited));

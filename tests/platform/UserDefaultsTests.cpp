@@ -1,81 +1,42 @@
 #include "platform/UserDefaults.h"
-#include "platform/testing.h"
-#include "support/TemporaryDirectory.h"
+#include "platform/support/UserSettings.h"
 
 #include <gtest/gtest.h>
 
 namespace kestrav::platform {
 namespace {
 
-using tests::TemporaryDirectory;
+using Array = PropertyList::Array;
 using Dictionary = PropertyList::Dictionary;
+using tests::DefaultsDomain;
 
-class UserDefaultsTest : public ::testing::Test {
-protected:
-    void TearDown() override {
-        testing::setMainBundle(std::nullopt);
-        testing::setEnvironment({});
-        testing::setArguments({});
-    }
+TEST(UserDefaults, SearchesOwnDomainSuitesAndGlobalDomain) {
+    tests::setDefaults(DefaultsDomain::own, Dictionary{{"a", "own"}});
+    tests::setDefaults(DefaultsDomain::suite,
+                       Dictionary{{"a", "suite"}, {"b", "suite"}, {"d", Dictionary{{"k", Array{1, "x", true}}}}});
+    tests::setDefaults(DefaultsDomain::global, Dictionary{{"b", "global"}, {"AppleLocale", "de_DE"}});
 
-    void writeDomain(const std::string &folder, const std::string &domain, const PropertyList &values) const {
-        directory_.write(folder + "/kestrav/" + domain + ".plist", values.serialize());
-    }
-
-    void useBundle(const PropertyList &information) const {
-        directory_.write("App.app/Contents/Info.plist", information.serialize());
-        testing::setMainBundle(directory_ / "App.app");
-    }
-
-    TemporaryDirectory directory_;
-    UserDefaults defaults_;
-};
-
-TEST_F(UserDefaultsTest, SearchesOwnDomainSuitesAndGlobalDomain) {
-    useBundle(Dictionary{{"CFBundleIdentifier", "com.example.app"}});
-    testing::setEnvironment({{"XDG_CONFIG_HOME", directory_ / "config"}, {"HOME", directory_ / "home"}});
-    writeDomain("config", "com.example.app", Dictionary{{"a", "own"}});
-    writeDomain("config", "suite", Dictionary{{"a", "suite"}, {"b", "suite"}, {"d", Dictionary{{"k", 1}}}});
-    writeDomain("config", ".GlobalPreferences", Dictionary{{"b", "global"}, {"AppleLocale", "de_DE"}});
-    writeDomain("home/.config", "com.example.app", Dictionary{{"AppleLocale", "elsewhere"}});
-
-    EXPECT_EQ(defaults_.stringForKey("a"), "own");
-    EXPECT_EQ(defaults_.stringForKey("b"), "global");
-    defaults_.addSuiteNamed("suite");
-    defaults_.addSuiteNamed("../kestrav/suite");
-    EXPECT_EQ(defaults_.stringForKey("b"), "suite");
-    EXPECT_EQ(defaults_.stringForKey("AppleLocale"), "de_DE");
-    EXPECT_EQ(defaults_.dictionaryForKey("d"), Dictionary({{"k", 1}}));
-    EXPECT_EQ(defaults_.stringForKey("d"), std::nullopt);
-    EXPECT_EQ(defaults_.dictionaryForKey("a"), std::nullopt);
-    EXPECT_EQ(defaults_.objectForKey("missing"), std::nullopt);
+    UserDefaults defaults;
+    EXPECT_EQ(defaults.stringForKey("a"), "own");
+    EXPECT_EQ(defaults.stringForKey("b"), "global");
+    EXPECT_EQ(defaults.dictionaryForKey("d"), std::nullopt);
+    defaults.addSuiteNamed(tests::suiteName);
+    defaults.addSuiteNamed(tests::suiteName);
+    EXPECT_EQ(defaults.stringForKey("a"), "own");
+    EXPECT_EQ(defaults.stringForKey("b"), "suite");
+    EXPECT_EQ(defaults.stringForKey("AppleLocale"), "de_DE");
+    EXPECT_EQ(defaults.dictionaryForKey("d"), Dictionary({{"k", Array{1, "x", true}}}));
+    EXPECT_EQ(defaults.stringForKey("d"), std::nullopt);
+    EXPECT_EQ(defaults.dictionaryForKey("a"), std::nullopt);
+    EXPECT_EQ(defaults.objectForKey("missing"), std::nullopt);
 }
 
-TEST_F(UserDefaultsTest, NamesItsOwnDomain) {
-    testing::setArguments({"/opt/App/launcher"});
-    const struct {
-        PropertyList information;
-        const char *domain;
-    } cases[] = {
-        {Dictionary{{"CFBundleIdentifier", "id"}, {"CFBundleName", "Name"}}, "id"},
-        {Dictionary{{"CFBundleIdentifier", 5}, {"CFBundleName", "Name"}}, "Name"},
-        {Dictionary{}, "launcher"},
-    };
-    // A relative configuration directory counts as none.
-    testing::setEnvironment({{"XDG_CONFIG_HOME", "relative"}, {"HOME", directory_ / "home"}});
-    for (const auto &[information, domain] : cases) {
-        useBundle(information);
-        writeDomain("home/.config", domain, Dictionary{{"key", domain}});
-        EXPECT_EQ(defaults_.stringForKey("key"), domain);
-    }
-}
-
-TEST_F(UserDefaultsTest, PassesOverDamagedDomains) {
-    useBundle(Dictionary{{"CFBundleIdentifier", "id"}});
-    testing::setEnvironment({{"XDG_CONFIG_HOME", directory_ / "config"}});
-    directory_.write("config/kestrav/id.plist", "<plist><dict><key>a</key>");
-    writeDomain("config", ".GlobalPreferences", Dictionary{{"a", "global"}});
-    EXPECT_EQ(defaults_.stringForKey("a"), "global");
+TEST(UserDefaults, WritesToTheOwnDomain) {
+    tests::setDefaults(DefaultsDomain::own, Dictionary{{"old", Array{1, 2}}});
+    tests::setDefaults(DefaultsDomain::global, Dictionary{{"key", "global"}});
+    UserDefaults::standardUserDefaults().setObject("manual", "key");
+    EXPECT_EQ(UserDefaults().stringForKey("key"), "manual");
+    EXPECT_EQ(UserDefaults().objectForKey("old"), Array({1, 2}));
 }
 
 } // namespace

@@ -40,6 +40,7 @@ struct Entry {
 };
 
 [[maybe_unused]] void *enterMain(void *argument) {
+    unsetenv("KESTRAV_REEXEC"); // where runtimes do this, there is no such variable
     auto *entry = static_cast<Entry *>(argument);
     const auto main = reinterpret_cast<int (*)(int, char **)>(dlsym(RTLD_DEFAULT, "main"));
     entry->status = main(entry->argc, entry->argv);

@@ -40,7 +40,7 @@ PropertyList readInformation(const std::string &bundlePath) {
         if (information && information->as<PropertyList::Dictionary>() != nullptr) {
             return *std::move(information);
         }
-        Log("Info.plist of %@ is damaged or cannot be read", bundlePath);
+        Log("%s [Line %d] Info.plist of %@ is damaged or cannot be read", "+[Bundle create:]", __LINE__, bundlePath);
         return {};
     }
     return releaseInformation(bundlePath);

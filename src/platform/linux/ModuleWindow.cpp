@@ -129,7 +129,7 @@ bool ModuleWindow::loadModule() {
 
 void ModuleWindow::note(std::string_view text) const {
     if (debugLog_) {
-        Log("window: %@", text);
+        Log("%s [Line %d] no window: %@", "-[ModuleWindow open]", __LINE__, text);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "platform/Clock.h"
 #include "platform/FileDescriptor.h"
 #include "platform/ProcessInfo.h"
+#include "platform/linux/StandardError.h"
 #include "platform/posix/NeverDestroyed.h"
 #include "platform/testing.h"
 
@@ -63,7 +64,7 @@ void writeSystemLog(std::string_view message) {
     line += message;
     line += '\n';
     // Nobody is left to be told that standard error does not work.
-    static_cast<void>(writeAll(STDERR_FILENO, line));
+    static_cast<void>(writeToStandardError(line));
 }
 
 void testing::setLogSink(std::function<void(std::string_view)> sink) {

@@ -20,11 +20,6 @@ struct FreeNode {
 };
 using Node = std::unique_ptr<plist_t, FreeNode>;
 
-/// The content of a new file.
-std::string emptyList() {
-    return PropertyList().serialize();
-}
-
 Node nodeOf(std::string_view content) {
     plist_t node = nullptr;
     plist_from_memory(content.data(), static_cast<std::uint32_t>(content.size()), &node);
@@ -62,7 +57,7 @@ void UserDefaults::setObject(const PropertyList &value, std::string_view key) { 
     }
     auto content = contentsOfFile(*path);
     if (!content && !FileManager().fileExistsAtPath(*path)) {
-        content = emptyList();
+        content = PropertyList().serialize(); // a new one
     }
     const auto list = content ? PropertyList::parse(*content) : std::nullopt;
     if (!list) {

@@ -5,6 +5,7 @@
 #include "platform/ProcessInfo.h"
 #include "platform/SystemLog.h"
 #include "platform/linux/NoticeModule.h"
+#include "platform/linux/StandardError.h"
 #include "platform/posix/NeverDestroyed.h"
 #include "platform/testing.h"
 
@@ -102,7 +103,7 @@ void showOnStandardError(const std::string &title, std::string_view message) {
     std::replace_if(
         line.begin(), line.end(), [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, ' ');
     writeSystemLogOnly(line);
-    static_cast<void>(writeAll(STDERR_FILENO, line + "\n"));
+    static_cast<void>(writeToStandardError(line + "\n"));
 }
 
 } // namespace

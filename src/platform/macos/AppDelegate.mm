@@ -44,7 +44,7 @@ Program &program() {
     program().delegate = delegate;
 }
 
-- (void)applicationWillFinishLaunching:(NSNotification *)__unused notification {
+- (void)applicationWillFinishLaunching:(NSNotification *)notification {
     Program &state = program();
     observe(state.iconView, iconView);
     observe(state.window, window);
@@ -62,7 +62,7 @@ Program &program() {
     state.delegate->applicationWillFinishLaunching();
 }
 
-- (void)applicationDidFinishLaunching:(NSNotification *)__unused notification {
+- (void)applicationDidFinishLaunching:(NSNotification *)notification {
     if (program().window.isVisible()) {
         [window center];
         [window makeKeyAndOrderFront:nil];
@@ -70,12 +70,12 @@ Program &program() {
     program().delegate->applicationDidFinishLaunching();
 }
 
-- (IBAction)cancel:(id)__unused sender {
+- (IBAction)cancel:(id)sender {
     program().delegate->cancel();
 }
 
 /// Closing the window is the Cancel button, for as long as that works.
-- (BOOL)windowShouldClose:(id)__unused sender {
+- (BOOL)windowShouldClose:(id)sender {
     if (program().cancelButton.isEnabled()) {
         program().delegate->cancel();
         return NO;
@@ -83,9 +83,14 @@ Program &program() {
     return YES;
 }
 
+/// Arguments are the Java program's. The platform takes those without a "-" for files to open and would complain.
+- (BOOL)application:(NSApplication *)sender openFile:(NSString *)file {
+    return YES;
+}
+
 /// Quitting is asking the process to end, from the Dock or the system's shutting down: a cancel, or passed on to the
 /// child. The worker ends the process when all is done.
-- (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication *)__unused sender {
+- (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication *)sender {
     return kill(getpid(), SIGTERM) == 0 ? NSTerminateLater : NSTerminateNow;
 }
 

@@ -8,11 +8,14 @@
 namespace kestrav::platform {
 
 int Application::main(int argc, char **argv, ApplicationDelegate &delegate) {
-    if (Bundle::mainBundle().objectForInfoDictionaryKey("NSMainNibFile") == nullptr) {
+    NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init];
+    const bool hasInterface = Bundle::mainBundle().objectForInfoDictionaryKey("NSMainNibFile") != nullptr;
+    [AppDelegate setProgram:&delegate];
+    [pool drain];
+    if (!hasInterface) {
         Log("Info.plist names no NSMainNibFile"); // otherwise nothing would ever happen
         return 1;
     }
-    [AppDelegate setProgram:&delegate];
     return NSApplicationMain(argc, const_cast<const char **>(argv));
 }
 

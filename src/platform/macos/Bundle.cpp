@@ -31,7 +31,7 @@ PropertyList informationOf(CFBundleRef bundle) {
 }
 
 std::string pathOfOwnBundle() {
-    const CFBundleRef bundle = CFBundleGetMainBundle();
+    CFBundleRef bundle = CFBundleGetMainBundle(); // not ours to release
     const CFHandle url(bundle != nullptr ? CFBundleCopyBundleURL(bundle) : nullptr);
     return url ? pathOf(url.get()) : "/";
 }

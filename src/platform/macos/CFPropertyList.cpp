@@ -58,20 +58,20 @@ CFTypeRef newNumber(CFNumberType type, const void *value) {
 }
 
 CFTypeRef newArray(const PropertyList::Array &values) {
-    CFMutableArrayRef array = CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks);
+    CFHandle array(CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks));
     for (const PropertyList &value : values) {
-        CFArrayAppendValue(array, cfValue(value).get());
+        CFArrayAppendValue(array.get(), cfValue(value).get());
     }
-    return array;
+    return array.release();
 }
 
 CFTypeRef newDictionary(const PropertyList::Dictionary &values) {
-    CFMutableDictionaryRef dictionary = CFDictionaryCreateMutable(
-        kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks, &kCFTypeDictionaryValueCallBacks);
+    CFHandle dictionary(CFDictionaryCreateMutable(kCFAllocatorDefault, 0, &kCFTypeDictionaryKeyCallBacks,
+                                                  &kCFTypeDictionaryValueCallBacks));
     for (const auto &[key, value] : values) {
-        CFDictionarySetValue(dictionary, cfText(key).get(), cfValue(value).get());
+        CFDictionarySetValue(dictionary.get(), cfText(key).get(), cfValue(value).get());
     }
-    return dictionary;
+    return dictionary.release();
 }
 
 CFTypeRef newValue(const PropertyList &list) {

@@ -17,7 +17,9 @@ bool isDecimalDigit(char16_t unit) {
 }
 
 bool isWhitespaceOrNewline(char16_t unit) {
-    return isMember(kCFCharacterSetWhitespaceAndNewline, unit);
+    // The set also has the zero-width space, which Unicode took from among the spaces long ago.
+    constexpr char16_t zeroWidthSpace = 0x200B;
+    return unit != zeroWidthSpace && isMember(kCFCharacterSetWhitespaceAndNewline, unit);
 }
 
 bool isPunctuation(char16_t unit) {

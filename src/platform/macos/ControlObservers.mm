@@ -30,6 +30,7 @@ void observe(Window &window, NSWindow *shown) {
 }
 
 void observe(ProgressIndicator &bar, NSProgressIndicator *shown) {
+    [shown setDisplayedWhenStopped:YES];
     bar.setObserver([&bar, shown] {
         [shown setIndeterminate:bar.isIndeterminate()];
         [shown setDoubleValue:bar.doubleValue()];

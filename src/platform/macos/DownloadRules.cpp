@@ -8,7 +8,7 @@ std::string percentEncoded(std::string_view url) {
     std::string result;
     for (const char character : url) {
         const auto byte = static_cast<unsigned char>(character);
-        if (byte == ' ' || byte > 0x7E) {
+        if (byte <= ' ' || byte > 0x7E) {
             result += format("%%%02X", static_cast<unsigned>(byte));
         } else {
             result += character;

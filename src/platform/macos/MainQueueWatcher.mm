@@ -19,7 +19,8 @@ using kestrav::platform::OperationQueue;
 - (id)init {
     self = [super init];
     if (self != nil) {
-        queue = [[NSFileHandle alloc] initWithFileDescriptor:OperationQueue::mainQueue().descriptor() closeOnDealloc:NO];
+        queue = [[NSFileHandle alloc] initWithFileDescriptor:OperationQueue::mainQueue().descriptor()
+                                              closeOnDealloc:NO];
         [[NSNotificationCenter defaultCenter] addObserver:self
                                                  selector:@selector(runTasks:)
                                                      name:NSFileHandleDataAvailableNotification
@@ -29,12 +30,12 @@ using kestrav::platform::OperationQueue;
 }
 
 - (void)watch {
-    NSArray *modes = [NSArray
-        arrayWithObjects:NSDefaultRunLoopMode, NSModalPanelRunLoopMode, NSEventTrackingRunLoopMode, nil];
+    NSArray *modes =
+        [NSArray arrayWithObjects:NSDefaultRunLoopMode, NSModalPanelRunLoopMode, NSEventTrackingRunLoopMode, nil];
     [queue waitForDataInBackgroundAndNotifyForModes:modes];
 }
 
-- (void)runTasks:(NSNotification *)__unused notification {
+- (void)runTasks:(NSNotification *)notification {
     OperationQueue::mainQueue().runPending();
     [self watch];
 }

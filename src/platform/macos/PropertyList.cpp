@@ -15,8 +15,8 @@ std::optional<PropertyList> PropertyList::parse(std::string_view bytes) {
 }
 
 std::string PropertyList::serialize() const {
-    const CFHandle data(CFPropertyListCreateData(kCFAllocatorDefault, cfValue(*this).get(),
-                                                 kCFPropertyListXMLFormat_v1_0, 0, nullptr));
+    const CFHandle data(
+        CFPropertyListCreateData(kCFAllocatorDefault, cfValue(*this).get(), kCFPropertyListXMLFormat_v1_0, 0, nullptr));
     if (!data) {
         return {};
     }

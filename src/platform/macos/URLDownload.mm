@@ -56,7 +56,7 @@ public:
         [service_ setDeletesFileUponFailure:deletes];
     }
     void setDestination(const std::string &path, bool allowOverwrite) override {
-        path_ = path;
+        path_ = allowOverwrite ? path : std::string(); // else the service may choose another name
         [service_ setDestination:(NSString *)cfText(path).get() allowOverwrite:allowOverwrite];
     }
     void cancel() override {
@@ -86,7 +86,7 @@ private:
     URLDownloadDelegate &delegate_;
     DownloadReceiver *receiver_;
     NSURLDownload *service_ = nil;
-    std::string path_;
+    std::string path_; // of the file, as far as it is known to be ours
     bool deletesFile_ = true;
     std::int64_t expected_ = -1;
     std::int64_t received_ = 0;
@@ -127,10 +127,11 @@ std::unique_ptr<URLDownload> URLDownload::create(const URLRequest &request, URLD
     if (url == nil || [url scheme] == nil) {
         return nullptr;
     }
-    auto download = std::make_unique<Download>([NSURLRequest requestWithURL:url
-                                                                cachePolicy:NSURLRequestReloadIgnoringLocalAndRemoteCacheData
-                                                            timeoutInterval:request.timeoutSeconds],
-                                               delegate);
+    auto download =
+        std::make_unique<Download>([NSURLRequest requestWithURL:url
+                                                    cachePolicy:NSURLRequestReloadIgnoringLocalAndRemoteCacheData
+                                                timeoutInterval:request.timeoutSeconds],
+                                   delegate);
     return download->isPossible() ? std::move(download) : nullptr;
 }
 
@@ -138,7 +139,7 @@ std::unique_ptr<URLDownload> URLDownload::create(const URLRequest &request, URLD
 
 @implementation DownloadReceiver
 
-- (NSURLRequest *)download:(NSURLDownload *)__unused service
+- (NSURLRequest *)download:(NSURLDownload *)service
            willSendRequest:(NSURLRequest *)request
           redirectResponse:(NSURLResponse *)response {
     const auto scheme = [](NSURL *url) { return kestrav::platform::textOfString([[url scheme] lowercaseString]); };
@@ -152,23 +153,23 @@ std::unique_ptr<URLDownload> URLDownload::create(const URLRequest &request, URLD
     return nil;
 }
 
-- (BOOL)download:(NSURLDownload *)__unused service shouldDecodeSourceDataOfMIMEType:(NSString *)type {
+- (BOOL)download:(NSURLDownload *)service shouldDecodeSourceDataOfMIMEType:(NSString *)type {
     return download != nullptr && download->shouldDecode(type);
 }
 
-- (void)download:(NSURLDownload *)__unused service didReceiveResponse:(NSURLResponse *)response {
+- (void)download:(NSURLDownload *)service didReceiveResponse:(NSURLResponse *)response {
     if (download != nullptr) {
         download->didReceiveResponse(response);
     }
 }
 
-- (void)download:(NSURLDownload *)__unused service didReceiveDataOfLength:(NSUInteger)length {
+- (void)download:(NSURLDownload *)service didReceiveDataOfLength:(NSUInteger)length {
     if (download != nullptr) {
         download->didReceiveDataOfLength(static_cast<std::int64_t>(length));
     }
 }
 
-- (void)download:(NSURLDownload *)__unused service didFailWithError:(NSError *)error {
+- (void)download:(NSURLDownload *)service didFailWithError:(NSError *)error {
     if (download != nullptr) {
         NSString *url = [[error userInfo] objectForKey:NSURLErrorFailingURLStringErrorKey];
         download->fail(kestrav::platform::textOfString([error localizedDescription]),
@@ -176,7 +177,7 @@ std::unique_ptr<URLDownload> URLDownload::create(const URLRequest &request, URLD
     }
 }
 
-- (void)downloadDidFinish:(NSURLDownload *)__unused service {
+- (void)downloadDidFinish:(NSURLDownload *)service {
     if (download != nullptr) {
         download->didFinish();
     }

@@ -30,9 +30,8 @@ void displayNotice(std::string_view title, std::string_view message) {
         return;
     }
     constexpr CFTimeInterval noTimeout = 0;
-    const SInt32 error =
-        CFUserNotificationDisplayNotice(noTimeout, kCFUserNotificationStopAlertLevel, nullptr, nullptr, nullptr,
-                                        cfText(title).get(), cfText(message).get(), nullptr);
+    const SInt32 error = CFUserNotificationDisplayNotice(noTimeout, kCFUserNotificationStopAlertLevel, nullptr, nullptr,
+                                                         nullptr, cfText(title).get(), cfText(message).get(), nullptr);
     if (error != 0) {
         Log("%@: %@", title, message); // also on standard error
     }

@@ -35,6 +35,12 @@ std::int64_t currentMicroseconds() {
     return static_cast<std::int64_t>(now.tv_sec) * MicrosecondsPerSecond + static_cast<std::int64_t>(now.tv_usec);
 }
 
+std::int64_t monotonicNanoseconds() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now); // fails for no clock that exists
+    return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
+}
+
 void sleepMicroseconds(std::int64_t microseconds) {
     if (const auto &replacement = sleepReplacement()) {
         replacement(microseconds);

@@ -4,6 +4,7 @@
 #include "platform/ProcessInfo.h"
 #include "platform/path.h"
 #include "platform/posix/directory.h"
+#include "platform/posix/removeTree.h"
 #include "platform/text.h"
 
 #include <array>
@@ -157,12 +158,9 @@ std::error_code FileManager::changeCurrentDirectoryPath(const std::string &path)
 std::optional<std::string> contentsOfFile(const std::string &path) {
     // Nothing the launcher reads as a whole comes near this; a sparse file may claim any size.
     constexpr off_t sizeLimit = off_t{1} << 30;
-    if (hasNul(path)) {
-        return std::nullopt;
-    }
-    const FileDescriptor file = FileDescriptor::open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    const FileDescriptor file = FileDescriptor::openRegularFile(path);
     struct stat found {};
-    if (!file.valid() || ::fstat(file.get(), &found) != 0 || !S_ISREG(found.st_mode) || found.st_size > sizeLimit) {
+    if (!file.valid() || ::fstat(file.get(), &found) != 0 || found.st_size > sizeLimit) {
         return std::nullopt;
     }
     // One byte more than its size shows the end without growing; files of the system's own report no size at all.

@@ -1,5 +1,6 @@
 #include "platform/Signals.h"
 
+#include "platform/Clock.h"
 #include "platform/Exception.h"
 #include "platform/OperationQueue.h"
 #include "platform/Task.h"
@@ -28,8 +29,8 @@ static_assert(std::atomic<int>::is_always_lock_free, "used in a signal handler")
 /// what a pipe takes in one piece.
 void handleSignal(int number, siginfo_t *info, void * /*context*/) {
     const int savedErrno = errno;
-    const bool fromTerminal = info != nullptr && info->si_pid == 0 && info->si_code != SI_USER;
-    const TerminationSignal record{number, fromTerminal};
+    const bool fromTerminal = number == SIGINT && info != nullptr && info->si_pid == 0 && info->si_code != SI_USER;
+    const TerminationSignal record{number, fromTerminal, monotonicNanoseconds()};
     static_cast<void>(write(handlerDescriptor.load(), &record, sizeof record));
     errno = savedErrno;
 }
@@ -73,6 +74,7 @@ void Signals::ignoreWriteSignals() {
 }
 
 void Signals::handleTermination(std::function<void(TerminationSignal)> receiver) {
+    static_cast<void>(OperationQueue::mainQueue()); // made here, where a failure has a caller
     Pipe pipe;
     if (fcntl(pipe.writeEnd.get(), F_SETFL, O_NONBLOCK) != 0) {
         throw Exception("SignalsException", std::generic_category().message(errno));

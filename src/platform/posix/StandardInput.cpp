@@ -7,6 +7,7 @@
 #include <csignal>
 #include <poll.h>
 #include <string_view>
+#include <termios.h>
 #include <thread>
 #include <unistd.h>
 
@@ -18,7 +19,7 @@ constexpr std::size_t bufferSize = 65536;
 constexpr std::int64_t backgroundPause = 250'000; // microseconds between two looks whether we are in the foreground
 
 bool inTerminalsBackground() {
-    return isatty(STDIN_FILENO) == 1 && tcgetpgrp(STDIN_FILENO) != getpgrp();
+    return isatty(STDIN_FILENO) == 1 && tcgetsid(STDIN_FILENO) == getsid(0) && tcgetpgrp(STDIN_FILENO) != getpgrp();
 }
 
 /// The next bytes, none at the end of the input.

@@ -34,7 +34,7 @@ std::string describe(int error) {
 /// The attributes and file actions of one start, freed with it. `error` is the first failure among the preparations.
 class SpawnSettings {
 public:
-    SpawnSettings() {
+    explicit SpawnSettings(bool ownGroup) {
         check(posix_spawnattr_init(&attributes));
         check(posix_spawn_file_actions_init(&actions));
         sigset_t signals;
@@ -42,7 +42,9 @@ public:
         check(posix_spawnattr_setsigdefault(&attributes, &signals));
         sigemptyset(&signals);
         check(posix_spawnattr_setsigmask(&attributes, &signals));
-        check(posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK));
+        check(posix_spawnattr_setpgroup(&attributes, 0));
+        const int flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | (ownGroup ? POSIX_SPAWN_SETPGROUP : 0);
+        check(posix_spawnattr_setflags(&attributes, static_cast<short>(flags)));
     }
     SpawnSettings(const SpawnSettings &) = delete;
     SpawnSettings &operator=(const SpawnSettings &) = delete;
@@ -122,7 +124,20 @@ Pipe::Pipe() {
 Task::Task(std::string launchPath, std::vector<std::string> arguments)
     : launchPath_(std::move(launchPath)), arguments_(std::move(arguments)) {}
 
+std::string Task::reason(int error) const {
+    if (error == ENOENT && access(launchPath_.c_str(), F_OK) == 0) {
+        return "the program that it needs to run is missing"; // the interpreter or loader that the file names
+    }
+    return describe(error);
+}
+
 void Task::launch() {
+    for (const std::string &argument : arguments_) {
+        if (argument.find('\0') != std::string::npos) {
+            throw Exception("TaskLaunchException",
+                            "could not start " + launchPath_ + ": an argument holds a NUL character: " + argument);
+        }
+    }
     std::vector<std::string> vector{launchPath_};
     vector.insert(vector.end(), arguments_.begin(), arguments_.end());
     std::vector<std::string> environment;
@@ -132,7 +147,7 @@ void Task::launch() {
         entry += value;
     }
 
-    SpawnSettings settings;
+    SpawnSettings settings(ownGroup_);
     FileDescriptor copy;
     if (standardInput_ >= 0) {
         int source = standardInput_;
@@ -152,7 +167,7 @@ void Task::launch() {
                                      pointers(vector).data(), pointers(environment).data());
     }
     if (settings.error != 0) {
-        throw Exception("TaskLaunchException", "could not start " + launchPath_ + ": " + describe(settings.error));
+        throw Exception("TaskLaunchException", "could not start " + launchPath_ + ": " + reason(settings.error));
     }
     const std::lock_guard lock(mutex_);
     pid_ = pid;
@@ -175,7 +190,8 @@ void Task::waitUntilExit() {
 void Task::sendSignal(int signal) {
     const std::lock_guard lock(mutex_);
     if (pid_ > 0 && !reaped_) {
-        kill(pid_, signal); // fails only for a zombie on some systems, to which it makes no difference
+        kill(ownGroup_ ? -pid_ : pid_,
+             signal); // fails only for a zombie on some systems, to which it makes no difference
     }
 }
 

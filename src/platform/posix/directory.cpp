@@ -1,12 +1,13 @@
 #include "platform/posix/directory.h"
 
-#include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
 #include <memory>
 #include <string_view>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <utility>
 
 namespace kestrav::platform {
 
@@ -16,35 +17,35 @@ struct CloseDirectory {
     void operator()(DIR *directory) const { ::closedir(directory); }
 };
 
-std::error_code lastError() {
-    return {errno, std::generic_category()};
-}
-
-/// Opens a directory for removing its entries; its owner may have taken those rights from himself.
-FileDescriptor openForRemoval(int parent, const char *name) {
-    constexpr int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-    FileDescriptor directory(::openat(parent, name, flags));
-    if (!directory.valid() && errno == EACCES && ::fchmodat(parent, name, S_IRWXU, AT_SYMLINK_NOFOLLOW) == 0) {
-        directory = FileDescriptor(::openat(parent, name, flags));
-    }
-    struct stat found {};
-    if (directory.valid() && ::fstat(directory.get(), &found) == 0 && (found.st_mode & S_IRWXU) != S_IRWXU) {
-        // If this fails, the removal of the entries tells why.
-        static_cast<void>(::fchmod(directory.get(), (found.st_mode & 07777U) | S_IRWXU));
-    }
-    return directory;
-}
-
 } // namespace
+
+std::optional<FileIdentity> identityOf(const FileDescriptor &file) {
+    struct stat status {};
+    if (::fstat(file.get(), &status) != 0) {
+        return std::nullopt;
+    }
+    return FileIdentity{status.st_dev, status.st_ino};
+}
+
+FileDescriptor openDirectory(int parent, const std::string &name, bool followLink) {
+    return FileDescriptor::openAt(parent, name.c_str(), O_RDONLY | O_DIRECTORY | (followLink ? 0 : O_NOFOLLOW));
+}
+
+mode_t entryType(int directory, const std::string &name) {
+    struct stat status {};
+    return ::fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0
+               ? static_cast<mode_t>(status.st_mode & S_IFMT)
+               : mode_t{0};
+}
 
 std::optional<std::vector<std::string>> directoryNames(const FileDescriptor &directory) {
     // The stream takes a descriptor over, so it gets one of its own.
-    const int own = directory.valid() ? ::fcntl(directory.get(), F_DUPFD_CLOEXEC, 0) : -1;
-    const std::unique_ptr<DIR, CloseDirectory> stream(own >= 0 ? ::fdopendir(own) : nullptr);
+    FileDescriptor own(directory.valid() ? ::fcntl(directory.get(), F_DUPFD_CLOEXEC, 0) : -1);
+    const std::unique_ptr<DIR, CloseDirectory> stream(own.valid() ? ::fdopendir(own.get()) : nullptr);
     if (stream == nullptr) {
-        FileDescriptor(own).reset();
         return std::nullopt;
     }
+    static_cast<void>(own.release());
     ::rewinddir(stream.get());
     std::vector<std::string> names;
     for (;;) {
@@ -58,39 +59,6 @@ std::optional<std::vector<std::string>> directoryNames(const FileDescriptor &dir
             names.emplace_back(name);
         }
     }
-}
-
-std::error_code removeTree(int parent, const char *name) {
-    if (::unlinkat(parent, name, 0) == 0) {
-        return {};
-    }
-    const std::error_code unlinkError = lastError();
-    // Linux says EISDIR of a directory, other systems EPERM; EACCES comes before either.
-    if (unlinkError.value() != EISDIR && unlinkError.value() != EPERM && unlinkError.value() != EACCES) {
-        return unlinkError;
-    }
-    // Entries may come while others go; who fills the directory faster than it is emptied gets it kept.
-    constexpr int passes = 8;
-    std::error_code error;
-    for (int pass = 0; pass < passes && !error; ++pass) {
-        const FileDescriptor directory = openForRemoval(parent, name);
-        if (!directory.valid()) {
-            return errno == ENOTDIR || errno == ELOOP ? unlinkError : lastError();
-        }
-        for (const std::string &entry : directoryNames(directory).value_or(std::vector<std::string>())) {
-            const std::error_code entryError = removeTree(directory.get(), entry.c_str());
-            if (entryError && entryError != std::errc::no_such_file_or_directory && !error) {
-                error = entryError;
-            }
-        }
-        if (::unlinkat(parent, name, AT_REMOVEDIR) == 0) {
-            return {};
-        }
-        if (errno != ENOTEMPTY && errno != EEXIST) {
-            return error ? error : lastError();
-        }
-    }
-    return error ? error : std::make_error_code(std::errc::directory_not_empty);
 }
 
 } // namespace kestrav::platform

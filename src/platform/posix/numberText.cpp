@@ -8,11 +8,11 @@ namespace kestrav::platform {
 
 namespace {
 
-std::string printed(const char *specification, int width, int precision, double value) {
+std::string printed(const char *conversion, int width, int precision, double value) {
     // Short enough for nearly every number; 1e308 with "%f" is one of the others.
     std::string text(64, '\0');
     for (;;) {
-        const int size = std::snprintf(text.data(), text.size(), specification, width, precision, value);
+        const int size = std::snprintf(text.data(), text.size(), conversion, width, precision, value);
         if (size < 0) {
             return {};
         }
@@ -38,8 +38,8 @@ void restoreDecimalPoint(std::string &text) {
 } // namespace
 
 std::string formatDouble(double value, const std::string &flags, int width, int precision, char conversion) {
-    const std::string specification = "%" + flags + "*.*" + conversion;
-    std::string text = printed(specification.c_str(), width, precision, value);
+    const std::string full = "%" + flags + "*.*" + conversion;
+    std::string text = printed(full.c_str(), width, precision, value);
     restoreDecimalPoint(text);
     return text;
 }

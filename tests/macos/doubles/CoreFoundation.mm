@@ -1,5 +1,7 @@
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <cstring>
+
 #import <Foundation/Foundation.h>
 
 // Values: each is an object of Foundation.
@@ -8,11 +10,6 @@ namespace {
 
 id object(CFTypeRef reference) {
     return static_cast<id>(const_cast<void *>(reference));
-}
-
-/// Gives the caller a reference of its own.
-template <class Reference> Reference owned(id value) {
-    return reinterpret_cast<Reference>([value retain]);
 }
 
 enum Kind : CFTypeID { None, String, Number, BooleanKind, Data, Date, Array, Dictionary };
@@ -28,8 +25,6 @@ bool isFloating(NSNumber *number) {
 } // namespace
 
 const CFAllocatorRef kCFAllocatorDefault = nullptr;
-const CFBooleanRef kCFBooleanTrue = reinterpret_cast<CFBooleanRef>([[NSNumber numberWithBool:YES] retain]);
-const CFBooleanRef kCFBooleanFalse = reinterpret_cast<CFBooleanRef>([[NSNumber numberWithBool:NO] retain]);
 const CFArrayCallBacks kCFTypeArrayCallBacks = {};
 const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks = {};
 const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {};
@@ -87,9 +82,9 @@ CFIndex CFStringGetLength(CFStringRef string) {
 }
 
 void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar *buffer) {
-    [(NSString *)string getCharacters:buffer
-                                range:NSMakeRange(static_cast<NSUInteger>(range.location),
-                                                  static_cast<NSUInteger>(range.length))];
+    [(NSString *)string
+        getCharacters:buffer
+                range:NSMakeRange(static_cast<NSUInteger>(range.location), static_cast<NSUInteger>(range.length))];
 }
 
 CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void *value) {
@@ -115,6 +110,10 @@ Boolean CFNumberGetValue(CFNumberRef reference, CFNumberType type, void *value) 
     }
     *static_cast<int64_t *>(value) = [number longLongValue];
     return *[number objCType] != *@encode(unsigned long long) || [number longLongValue] >= 0;
+}
+
+CFBooleanRef CFBooleanDouble(Boolean value) {
+    return (CFBooleanRef)[NSNumber numberWithBool:value];
 }
 
 Boolean CFBooleanGetValue(CFBooleanRef boolean) {
@@ -176,9 +175,13 @@ CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef, CFDataRef data, C
                                                CFPropertyListFormat *format, CFErrorRef *) {
     NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init];
     NSPropertyListFormat found = NSPropertyListXMLFormat_v1_0;
+    NSData *bytes = (NSData *)data;
+    if ([bytes length] >= 3 && memcmp([bytes bytes], "\xEF\xBB\xBF", 3) == 0) {
+        bytes = [bytes subdataWithRange:NSMakeRange(3, [bytes length] - 3)];
+    }
     id list = nil;
     @try {
-        list = [[NSPropertyListSerialization propertyListWithData:(NSData *)data
+        list = [[NSPropertyListSerialization propertyListWithData:bytes
                                                           options:NSPropertyListImmutable
                                                            format:&found
                                                             error:nullptr] retain];

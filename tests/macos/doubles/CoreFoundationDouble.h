@@ -29,10 +29,7 @@ void setArchitectures(std::optional<std::vector<std::optional<std::int32_t>>> ar
 /// Answers `sysctlbyname`: the number of bytes copied to the receiver, none for an error.
 void setSysctl(std::function<std::optional<std::vector<std::uint8_t>>(const std::string &name)> control);
 
-/// Replaces a domain of the user's defaults; `xml` is a property list. "" is the application's own domain.
-void setDefaultsDomain(const std::string &domain, const std::string &xml);
-
-/// The user's languages, the preferred one first.
-void setPreferredLanguages(const std::vector<std::string> &languages);
+/// The languages that tables are looked for in, the preferred one first.
+void setLanguagesOfBundles(const std::vector<std::string> &languages);
 
 } // namespace kestrav::tests

@@ -53,7 +53,8 @@ BundleDouble *bundleOf(CFBundleRef bundle) {
 - (id)initWithPath:(NSString *)bundlePath {
     self = [super init];
     path = [bundlePath copy];
-    for (NSString *place in [NSArray arrayWithObjects:@"Contents/Info.plist", @"Resources/Info.plist", @"Info.plist", nil]) {
+    for (NSString *place in
+         [NSArray arrayWithObjects:@"Contents/Info.plist", @"Resources/Info.plist", @"Info.plist", nil]) {
         NSData *data = [NSData dataWithContentsOfFile:[path stringByAppendingPathComponent:place]];
         if (data != nil) {
             id list = [NSPropertyListSerialization propertyListWithData:data options:0 format:nullptr error:nullptr];
@@ -89,14 +90,19 @@ BundleDouble *bundleOf(CFBundleRef bundle) {
 }
 
 - (NSString *)pathForResource:(NSString *)file {
-    NSMutableArray *folders = [NSMutableArray arrayWithObject:@""];
+    NSMutableArray *folders = [NSMutableArray array];
     for (NSString *language in preferredLanguages) {
         [folders addObject:[language stringByAppendingString:@".lproj"]];
     }
     NSString *region = [information objectForKey:@"CFBundleDevelopmentRegion"];
-    [folders addObject:[(region != nil ? region : @"en") stringByAppendingString:@".lproj"]];
+    if (region != nil) {
+        [folders addObject:[region stringByAppendingString:@".lproj"]];
+    }
+    [folders addObject:@"en.lproj"];
+    [folders addObject:@""];
     for (NSString *folder in folders) {
-        NSString *candidate = [[[self resources] stringByAppendingPathComponent:folder] stringByAppendingPathComponent:file];
+        NSString *candidate =
+            [[[self resources] stringByAppendingPathComponent:folder] stringByAppendingPathComponent:file];
         if ([[NSFileManager defaultManager] fileExistsAtPath:candidate]) {
             return candidate;
         }
@@ -160,7 +166,8 @@ CFURLRef CFBundleCopyResourcesDirectoryURL(CFBundleRef bundle) {
 
 CFURLRef CFBundleCopyResourceURL(CFBundleRef bundle, CFStringRef name, CFStringRef type, CFStringRef) {
     NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init];
-    NSString *file = type != nullptr ? [(NSString *)name stringByAppendingPathExtension:(NSString *)type] : (NSString *)name;
+    NSString *file =
+        type != nullptr ? [(NSString *)name stringByAppendingPathExtension:(NSString *)type] : (NSString *)name;
     NSString *path = [bundleOf(bundle) pathForResource:file];
     NSURL *url = path != nil ? [[NSURL alloc] initFileURLWithPath:path] : nil;
     [pool drain];
@@ -173,8 +180,9 @@ CFStringRef CFBundleCopyLocalizedString(CFBundleRef bundle, CFStringRef key, CFS
     NSData *data = path != nil ? [NSData dataWithContentsOfFile:path] : nil;
     const auto *bytes = static_cast<const unsigned char *>([data bytes]);
     const bool isWide = [data length] >= 2 && (bytes[0] ^ bytes[1]) == (0xFE ^ 0xFF);
-    NSString *table = [[[NSString alloc] initWithData:data
-                                             encoding:isWide ? NSUnicodeStringEncoding : NSUTF8StringEncoding] autorelease];
+    NSString *table =
+        [[[NSString alloc] initWithData:data
+                               encoding:isWide ? NSUnicodeStringEncoding : NSUTF8StringEncoding] autorelease];
     NSString *found = [[table propertyListFromStringsFileFormat] objectForKey:(NSString *)key];
     if (found == nil) {
         found = [(NSString *)value length] > 0 ? (NSString *)value : (NSString *)key;
@@ -261,21 +269,7 @@ void setSysctl(std::function<std::optional<std::vector<std::uint8_t>>(const std:
     control = std::move(answer);
 }
 
-void setDefaultsDomain(const std::string &domain, const std::string &xml) {
-    NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init];
-    NSUserDefaults *defaults = [NSUserDefaults standardUserDefaults];
-    NSData *data = [NSData dataWithBytes:xml.data() length:xml.size()];
-    NSDictionary *values = [NSPropertyListSerialization propertyListWithData:data
-                                                                     options:0
-                                                                      format:nullptr
-                                                                       error:nullptr];
-    NSString *name = domain.empty() ? [[NSProcessInfo processInfo] processName] : string(domain);
-    [defaults removePersistentDomainForName:name];
-    [defaults setPersistentDomain:values forName:name];
-    [pool drain];
-}
-
-void setPreferredLanguages(const std::vector<std::string> &languages) {
+void setLanguagesOfBundles(const std::vector<std::string> &languages) {
     [preferredLanguages release];
     NSMutableArray *list = [[NSMutableArray alloc] init];
     for (const std::string &language : languages) {

@@ -86,8 +86,7 @@ gboolean runTasks(int /*descriptor*/, GIOCondition /*condition*/, void *data) {
     return G_SOURCE_CONTINUE;
 }
 
-/// Of a click this is the beginning's end, of a key its beginning: the library keeps a pressed button down for a while
-/// before it counts as clicked.
+/// For "clicked" and for "activate": with a key the button is first shown pressed for a while, then clicked.
 void cancelPressed(GtkButton * /*button*/, void *data) {
     const auto &settings = *static_cast<const KestravWindowSettings *>(data);
     settings.cancelPressed(settings.context);

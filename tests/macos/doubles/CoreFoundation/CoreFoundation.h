@@ -61,8 +61,10 @@ CFNumberRef CFNumberCreate(CFAllocatorRef allocator, CFNumberType type, const vo
 Boolean CFNumberIsFloatType(CFNumberRef number);
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void *value);
 
-extern const CFBooleanRef kCFBooleanTrue;
-extern const CFBooleanRef kCFBooleanFalse;
+// Constants there; here no object can be made before the program runs.
+CFBooleanRef CFBooleanDouble(Boolean value);
+#define kCFBooleanTrue CFBooleanDouble(true)
+#define kCFBooleanFalse CFBooleanDouble(false)
 CFTypeID CFBooleanGetTypeID(void);
 Boolean CFBooleanGetValue(CFBooleanRef boolean);
 
@@ -98,11 +100,7 @@ typedef void (*CFDictionaryApplierFunction)(const void *key, const void *value, 
 void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFunction function, void *context);
 
 typedef CFIndex CFPropertyListFormat;
-enum {
-    kCFPropertyListOpenStepFormat = 1,
-    kCFPropertyListXMLFormat_v1_0 = 100,
-    kCFPropertyListBinaryFormat_v1_0 = 200
-};
+enum { kCFPropertyListOpenStepFormat = 1, kCFPropertyListXMLFormat_v1_0 = 100, kCFPropertyListBinaryFormat_v1_0 = 200 };
 enum { kCFPropertyListImmutable = 0 };
 CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef allocator, CFDataRef data, CFOptionFlags options,
                                                CFPropertyListFormat *format, CFErrorRef *error);

@@ -1,36 +1,37 @@
 #pragma once
 
-#include "mac_installer/OutputFile.h"
 #include "platform/FileDescriptor.h"
 
-#include <sys/stat.h>
+#include <sys/types.h>
 
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <utility>
 #include <vector>
 
-namespace kestrav {
+namespace kestrav::platform {
 
-/// The directory that an archive is extracted into. Whatever names and links the archive holds, nothing outside is
-/// created, changed or removed: every path is walked from this directory, one component at a time, on open directories.
-/// A component that is a link is followed only if it leads to a directory inside; a link or file at a path itself is
-/// replaced. Not for several threads.
-class ExtractionDirectory {
+/// A directory that names of unknown origin, such as those in an archive, are created in. Whatever names and links
+/// come, nothing outside is created, changed or removed: every path is walked from this directory, one component at a
+/// time, on open directories. A component that is a link is followed only if it leads to a directory inside; a link or
+/// file at a path itself is replaced. Not for several threads.
+class ConfinedDirectory {
 public:
     /// How one operation went; `refused` if the path was not acceptable, whatever the system would have said.
     struct Result {
-        int error = 0; ///< an errno value, 0 for success
+        std::error_code error = {};
         bool refused = false;
-        [[nodiscard]] bool succeeded() const { return error == 0; }
+        [[nodiscard]] bool succeeded() const { return !error; }
     };
 
     /// Opens an existing directory (itself reached by following links).
-    explicit ExtractionDirectory(const std::string &path);
+    explicit ConfinedDirectory(const std::string &path);
     /// False if that failed.
     [[nodiscard]] bool valid() const { return root_.valid(); }
 
     /// Creates an empty file for writing, with exactly these permission bits. Its parent must exist.
-    [[nodiscard]] Result createFile(std::string_view name, mode_t permissions, OutputFile &file);
+    [[nodiscard]] Result createFile(std::string_view name, mode_t permissions, FileDescriptor &file);
 
     /// Creates a directory, missing parents too. An existing one is fine.
     [[nodiscard]] Result createDirectory(std::string_view name);
@@ -49,17 +50,15 @@ private:
     };
     [[nodiscard]] Place locate(std::string_view name, bool createParents);
     [[nodiscard]] Result enter(const Components &components, bool create);
-    [[nodiscard]] Result step(int directory, const std::string &component, bool create,
-                              platform::FileDescriptor &next) const;
+    [[nodiscard]] Result step(int directory, const std::string &component, bool create, FileDescriptor &next) const;
     [[nodiscard]] bool isInside(int directory) const;
-    [[nodiscard]] bool replace(const Place &place);
+    [[nodiscard]] Result replace(const Place &place);
 
-    platform::FileDescriptor root_;
-    struct stat rootStatus_ {};
+    FileDescriptor root_;
     // The directory entered last and the path to it: most entries lie in the same one as their predecessor. The path is
     // emptied whenever something is removed, since it may then lead elsewhere.
     std::string enteredPath_;
-    platform::FileDescriptor entered_;
+    FileDescriptor entered_;
 };
 
-} // namespace kestrav
+} // namespace kestrav::platform

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string_view>
+
+namespace kestrav::platform {
+
+/// Writes whole lines to standard error, where the terminal's progress line makes room for them. Waits at most a second
+/// for a receiver that has stopped reading, and no longer from then on: false if the lines were lost. Any thread.
+bool writeToStandardError(std::string_view lines);
+
+} // namespace kestrav::platform

@@ -1,0 +1,212 @@
+// The runtime travels with the application, as an archive.
+
+#include "Launch.h"
+#include "programs/packing.h"
+#include "support/ArchiveWriter.h"
+
+#include <gmock/gmock.h>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+
+namespace kestrav::tests {
+namespace {
+
+namespace fs = std::filesystem;
+
+using testing::HasSubstr;
+using testing::Not;
+
+/// A runtime as a bundle.
+ArchiveWriter runtimeBundle() {
+    return ArchiveWriter()
+        .directory("Contents/Home/bin/")
+        .directory("Contents/Home/lib/")
+        .file("Contents/Info.plist",
+              propertyList(dictionary({{"JavaVM", dictionary({{"JVMVersion", text("17.0.9")}})}})))
+        .file("Contents/Home/bin/java", contentOf(KESTRAV_FAKE_JAVA), 0755);
+}
+
+/// The same with a packed jar.
+ArchiveWriter packedRuntime() {
+    return runtimeBundle()
+        .file("Contents/Home/bin/unpack200", contentOf(KESTRAV_FAKE_UNPACK200), 0755)
+        .file("Contents/Home/lib/rt.jar.pack", pack("content"));
+}
+
+/// A runtime as a plain directory.
+ArchiveWriter plainRuntime() {
+    return ArchiveWriter()
+        .directory("bin/")
+        .file("release", "JAVA_VERSION=\"17.0.9\"\n")
+        .file("bin/real", contentOf(KESTRAV_FAKE_JAVA), 0755)
+        .link("bin/java", "real");
+}
+
+/// A bundle that ships an archive, with no other runtime in reach.
+struct ShippingBundle : AppBundle {
+    explicit ShippingBundle(const std::string &archive) {
+        javaVM["SearchSequence"] = array({});
+        fs::remove_all(runtime());
+        folder().write("Test.app/Contents/Resources/app/jre.tar.gz", archive);
+    }
+    [[nodiscard]] std::string archive() const { return path() + "/Contents/Resources/app/jre.tar.gz"; }
+};
+
+bool leftNothing(const Launch &launch) {
+    return fs::is_empty(launch.folder() / "temporary");
+}
+
+/// The folder of the run below its temporary directory.
+std::string runFolder(const Launch &launch) {
+    const fs::directory_iterator found(launch.folder() / "temporary");
+    return found == fs::directory_iterator() ? "" : found->path().string();
+}
+
+void expectCancelled(Launch &launch) {
+    launch.sendSignal(SIGTERM);
+    EXPECT_EQ(launch.wait(), 1);
+    EXPECT_FALSE(launch.childStarted());
+    EXPECT_THAT(launch.errors(), HasSubstr("] Cancelled\n"));
+    EXPECT_THAT(launch.errors(), Not(HasSubstr("\nTest: ")));
+    EXPECT_TRUE(leftNothing(launch));
+}
+
+TEST(Archive, RuntimeRunsAndLeavesNothing) {
+    const struct {
+        ArchiveWriter archive;
+        const char *home;
+    } cases[] = {{runtimeBundle(), "/Contents/Home"}, {packedRuntime(), "/Contents/Home"}, {plainRuntime(), ""}};
+    std::vector<std::unique_ptr<ShippingBundle>> bundles;
+    Launches launches;
+    for (const auto &[archive, home] : cases) {
+        ShippingBundle &bundle = *bundles.emplace_back(std::make_unique<ShippingBundle>(gzip(archive.closed())));
+        bundle.javaVM["VersionSpecificVMOptions"] =
+            array({text("9-16"), array({text("-Dfrom=older")}), text("17-17"), array({text("-Dfrom=17")})});
+        bundle.javaVM["ArgumentArray"] = array({text("home=${launcher:sys.jvmHome}")});
+        launches.push_back(std::make_unique<Launch>(bundle, Start{.environment = {{"FAKE_EXIT", "42"}}}));
+    }
+    for (std::size_t i = 0; i < launches.size(); ++i) {
+        Launch &launch = *launches[i];
+        const Report report = launch.report();
+        EXPECT_EQ(launch.wait(), 42) << launch.errors();
+        EXPECT_EQ(launch.errors(), "");
+        const std::string suffix = cases[i].home + std::string("/bin/java");
+        const std::string &java = report.arguments.front();
+        ASSERT_THAT(java, testing::EndsWith("/jre.bundle" + suffix));
+        const std::string runtime = java.substr(0, java.size() - suffix.size());
+        EXPECT_EQ(fs::path(runtime).parent_path().parent_path(), launch.folder() / "temporary");
+        EXPECT_TRUE(report.has("-Dksv.jreBundle=" + runtime));
+        EXPECT_TRUE(report.has("-Dksv.tarFile=" + bundles[i]->archive()));
+        EXPECT_TRUE(report.has("home=" + runtime + cases[i].home));
+        EXPECT_TRUE(report.has("-Dfrom=17"));
+        EXPECT_FALSE(report.has("-Dfrom=older"));
+        EXPECT_TRUE(leftNothing(launch));
+    }
+}
+
+TEST(Archive, SignalEndsTheChildAndItsEndCleansUp) {
+    const ShippingBundle bundle(gzip(packedRuntime().closed()));
+    Launch launch(bundle, {.environment = {{"FAKE_PAUSE", "1"}}});
+    EXPECT_TRUE(launch.report().has("org.example.Main"));
+    const std::string jar = runFolder(launch) + "/jre.bundle/Contents/Home/lib/rt.jar";
+    EXPECT_EQ(contentOf(jar), "content");
+    EXPECT_FALSE(fs::exists(jar + ".pack"));
+    struct stat found {};
+    EXPECT_EQ(stat(runFolder(launch).c_str(), &found), 0);
+    EXPECT_EQ(found.st_mode & 0777U, 0700U);
+    launch.sendSignal(SIGTERM);
+    EXPECT_EQ(launch.wait(), 128 + SIGTERM);
+    EXPECT_TRUE(leftNothing(launch));
+}
+
+TEST(Archive, WhatIsNotWholeIsNotStarted) {
+    const std::string whole = gzip(runtimeBundle().closed());
+    std::string changed = whole;
+    changed[whole.size() - 8] = static_cast<char>(changed[whole.size() - 8] ^ 1); // in the check sum
+    for (const std::string &archive : {whole.substr(0, whole.size() / 2), whole.substr(0, whole.size() - 1), changed,
+                                       std::string(), std::string("no archive"), runtimeBundle().closed(),
+                                       gzip(runtimeBundle().file("large").size(1U << 31).closed())}) {
+        const ShippingBundle bundle(archive);
+        Launch launch(bundle);
+        expectRefusal(launch, "internal error: could not extract the runtime");
+        EXPECT_THAT(launch.errors(), HasSubstr("+[UnTar "));
+        EXPECT_TRUE(leftNothing(launch));
+    }
+    for (const bool directory : {true, false}) {
+        const ShippingBundle bundle("");
+        fs::remove(bundle.archive());
+        ASSERT_EQ(directory ? mkdir(bundle.archive().c_str(), 0700) : mkfifo(bundle.archive().c_str(), 0600), 0);
+        Launch launch(bundle);
+        expectRefusal(launch, "internal error: could not extract the runtime");
+        EXPECT_TRUE(leftNothing(launch));
+    }
+}
+
+TEST(Archive, NeedsATemporaryDirectory) {
+    const ShippingBundle bundle(gzip(runtimeBundle().closed()));
+    const TemporaryDirectory folder;
+    const std::string readOnly = folder.makeDirectory("read-only");
+    fs::permissions(folder.path(), fs::perms::all);
+    fs::permissions(readOnly, static_cast<fs::perms>(0555));
+    for (const std::string &path : {readOnly, folder / "missing"}) {
+        Launch launch(bundle, {.environment = {{"TMPDIR", path}}, .asNobody = true});
+        expectRefusal(launch, "internal error: ");
+    }
+    EXPECT_TRUE(fs::is_empty(readOnly));
+}
+
+TEST(Archive, AFullDiskEndsTheRun) {
+    constexpr rlim_t mebibyte = 1 << 20;
+    const ShippingBundle bundle(gzip(runtimeBundle().file("zeros", std::string(4 * mebibyte, '\0')).closed()));
+    rlimit all{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &all), 0);
+    const rlimit few{mebibyte, all.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &few), 0);
+    Launch launch(bundle);
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &all), 0);
+    expectRefusal(launch, "internal error: could not extract the runtime");
+    EXPECT_THAT(launch.errors(), HasSubstr("] ERROR: stream error\n"));
+    EXPECT_TRUE(leftNothing(launch));
+}
+
+TEST(Archive, CancelEndsTheExtraction) {
+    // Data that are passed over, without end for all this test can tell, once the first file is there.
+    std::string archive = gzip(runtimeBundle().unclosed());
+    const std::string zeros = gzip(std::string(1U << 24, '\0'));
+    for (int entry = 0; entry < 4; ++entry) {
+        archive += gzip(ArchiveWriter().entry('x', "skipped").size(1UL << 32).unclosed());
+        for (int part = 0; part < (1 << 8); ++part) {
+            archive += zeros;
+        }
+    }
+    const ShippingBundle bundle(archive);
+    Launch launch(bundle, {.environment = {{"KESTRAV_LOG", "yes"}}});
+    waitUntil([&] { return launch.errors().find("] extracting skipped\n") != std::string::npos; }, "the extraction");
+    expectCancelled(launch);
+}
+
+TEST(Archive, CancelEndsTheUnpacking) {
+    const ShippingBundle bundle(gzip(packedRuntime().closed()));
+    const TemporaryDirectory folder;
+    const std::string pidFile = folder / "pid";
+    Launch launch(bundle,
+                  {.environment = {{"FAKE_UNPACK", "hang"}, {"FAKE_UNPACK_PID", pidFile}, {"KESTRAV_LOG", "yes"}}});
+    waitUntil([&] { return contentOf(pidFile).ends_with('\n'); }, "the unpacker");
+    expectCancelled(launch);
+    EXPECT_TRUE(kill(std::stoi(contentOf(pidFile)), 0) != 0 && errno == ESRCH) << "the unpacker lives on";
+}
+
+TEST(Archive, WhatCannotBeUnpackedIsKeptToBeLookedInto) {
+    const ShippingBundle bundle(gzip(packedRuntime().closed()));
+    Launch launch(bundle, {.environment = {{"FAKE_UNPACK", "fail"}}});
+    expectRefusal(launch, "internal error: could not run unpack200");
+    EXPECT_TRUE(fs::exists(runFolder(launch) + "/jre.bundle/Contents/Home/lib/rt.jar.pack"));
+}
+
+} // namespace
+} // namespace kestrav::tests

@@ -1,0 +1,36 @@
+#include "platform/FileManager.h"
+#include "support/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace kestrav::platform {
+namespace {
+
+using tests::TemporaryDirectory;
+
+TEST(FileManager, TakesTheTemporaryDirectoryOfTheEnvironment) {
+    const TemporaryDirectory directory;
+    const std::string missing = directory / "missing";
+    const struct {
+        std::string variable;
+        std::optional<std::string> expected;
+    } cases[] = {
+        {directory.path() + "//", directory.path()}, {"relative", "/tmp"}, {"", "/tmp"}, {"/", "/"}, {missing, {}},
+    };
+    const char *before = std::getenv("TMPDIR");
+    const std::optional<std::string> saved = before != nullptr ? std::optional<std::string>(before) : std::nullopt;
+    for (const auto &[variable, expected] : cases) {
+        ::setenv("TMPDIR", variable.c_str(), 1);
+        EXPECT_EQ(temporaryDirectory(), expected) << variable;
+    }
+    if (saved) {
+        ::setenv("TMPDIR", saved->c_str(), 1);
+    } else {
+        ::unsetenv("TMPDIR");
+    }
+}
+
+} // namespace
+} // namespace kestrav::platform

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+// Property lists as files hold them.
+
+namespace kestrav::tests {
+
+inline std::string xml(const std::string &value) {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n<plist version=\"1.0\">\n" +
+           value + "\n</plist>\n";
+}
+
+inline std::string repeated(const std::string &text, std::size_t count) {
+    std::string result;
+    for (; count > 0; --count) {
+        result += text;
+    }
+    return result;
+}
+
+/// A number of two bytes, big-endian.
+inline std::string twoBytes(std::size_t number) {
+    return {static_cast<char>(number >> 8U), static_cast<char>(number & 0xFFU)};
+}
+
+/// A binary list of the given objects, with offsets and references of two bytes; the first object is the outermost.
+inline std::string binary(const std::vector<std::string> &objects) {
+    std::string bytes = "bplist00";
+    std::string offsets;
+    for (const std::string &object : objects) {
+        offsets += twoBytes(bytes.size());
+        bytes += object;
+    }
+    const std::string table = twoBytes(bytes.size());
+    const std::string zeros(6, '\0');
+    return bytes + offsets + zeros + "\x02\x02" + zeros + twoBytes(objects.size()) + zeros + twoBytes(0) + zeros +
+           table;
+}
+
+inline std::string reference(const std::string &marker, std::initializer_list<std::size_t> objects) {
+    std::string bytes = marker;
+    for (const std::size_t object : objects) {
+        bytes += twoBytes(object);
+    }
+    return bytes;
+}
+
+inline std::string text(const std::string &ascii) {
+    return static_cast<char>(0x50U | ascii.size()) + ascii;
+}
+
+} // namespace kestrav::tests
