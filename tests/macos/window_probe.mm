@@ -57,6 +57,11 @@ public:
     void applicationDidFinishLaunching() override {
         check([[(AppDelegate *)[NSApp delegate] window] isVisible], "the window is shown");
         showContent();
+        // Only now: GNUstep has put a handler of its own in before.
+        platform::Signals::handleTermination([](platform::TerminationSignal signal) {
+            check(signal.number == SIGTERM, "quitting asks the process to end");
+            std::_Exit(failures == 0 ? 0 : 1);
+        });
         // What follows comes through the main queue, from another thread.
         std::thread([this] {
             for (int number = 0; number < 1000; ++number) {
@@ -125,9 +130,5 @@ private:
 int main(int argc, char **argv) {
     alarm(60);
     static Probe probe;
-    platform::Signals::handleTermination([](platform::TerminationSignal signal) {
-        check(signal.number == SIGTERM, "quitting asks the process to end");
-        std::_Exit(failures == 0 ? 0 : 1);
-    });
     return platform::Application::main(argc, argv, probe);
 }

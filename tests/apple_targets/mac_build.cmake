@@ -1,0 +1,51 @@
+# Makes the build description for a Mac as the preset "macos" does, with stand-ins for the tools that only a Mac has, and
+# looks at the commands. cmake -DSOURCE=… -DFOLDER=… -DCLANG=… -P mac_build.cmake
+file(REMOVE_RECURSE ${FOLDER})
+foreach(tool ibtool plutil codesign install_name_tool)
+  file(WRITE ${FOLDER}/bin/${tool} "#!/bin/sh\n")
+  file(CHMOD ${FOLDER}/bin/${tool} PERMISSIONS OWNER_READ OWNER_EXECUTE)
+endforeach()
+set(ENV{PATH} ${FOLDER}/bin:$ENV{PATH})
+
+file(READ ${SOURCE}/CMakePresets.json presets)
+string(JSON count LENGTH ${presets} configurePresets)
+math(EXPR last "${count} - 1")
+set(variables)
+foreach(index RANGE ${last})
+  string(JSON name GET ${presets} configurePresets ${index} name)
+  if(name STREQUAL "macos")
+    string(JSON values GET ${presets} configurePresets ${index} cacheVariables)
+    string(JSON length LENGTH ${values})
+    math(EXPR end "${length} - 1")
+    foreach(member RANGE ${end})
+      string(JSON variable MEMBER ${values} ${member})
+      string(JSON value GET ${values} ${variable})
+      list(APPEND variables "-D${variable}=${value}")
+    endforeach()
+  endif()
+endforeach()
+
+file(WRITE ${FOLDER}/libz.tbd "")
+execute_process(
+  COMMAND ${CMAKE_COMMAND} -S ${SOURCE} -B ${FOLDER}/build -G Ninja ${variables} -DCMAKE_SYSTEM_NAME=Darwin
+          -DCMAKE_C_COMPILER=${CLANG} -DCMAKE_C_COMPILER_FORCED=ON -DCMAKE_CXX_COMPILER=${CLANG}
+          -DCMAKE_CXX_COMPILER_FORCED=ON -DCMAKE_OBJCXX_COMPILER_FORCED=ON -DCMAKE_HAVE_LIBC_PTHREAD=ON
+          -DZLIB_LIBRARY=${FOLDER}/libz.tbd -DZLIB_INCLUDE_DIR=/usr/include
+  OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND ninja -C ${FOLDER}/build -n -v OUTPUT_VARIABLE commands COMMAND_ERROR_IS_FATAL ANY)
+foreach(expected
+    "-arch x86_64 -mmacosx-version-min=10.15 [^\n]*src/mac_installer/main.cpp"
+    "-exported_symbol -Xlinker _main [^\n]*launcher.app/Contents/MacOS/launcher [^\n]*-framework AppKit"
+    "ibtool [^\n]*--minimum-deployment-target 10.15 --compile [^\n]*MainWindow.xib"
+    "launcher.app/Contents/Resources/MainWindow.nib"
+    "launcher.app/Contents/Resources/app.icns"
+    "launcher.app/Contents/Resources/en.lproj/Localizable.strings"
+    "codesign --force --options runtime --entitlements [^\n]*launcher.entitlements --sign - [^\n]*/Launcher.app")
+  if(NOT commands MATCHES "${expected}")
+    message(FATAL_ERROR "Missing among the commands of the build: ${expected}")
+  endif()
+endforeach()
+file(GLOB information ${FOLDER}/build/src/mac_installer/launcher.app/Contents/Info.plist)
+if(NOT information)
+  message(FATAL_ERROR "The bundle has no Info.plist")
+endif()
