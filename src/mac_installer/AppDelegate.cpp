@@ -5,6 +5,7 @@
 #include "mac_installer/failure.h"
 #include "mac_installer/global.h"
 #include "platform/Bundle.h"
+#include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
 #include "platform/format.h"
 
@@ -72,9 +73,12 @@ void AppDelegate::terminate(platform::TerminationSignal signal) {
     const std::lock_guard lock(childMutex);
     if (child) {
         child->passOn(signal);
-    } else {
-        cancel();
+        return;
     }
+    // The worker heeds it at once; the rest of a cancel is the main thread's.
+    cancelled = true;
+    Unpacker::cancel();
+    platform::OperationQueue::mainQueue().addOperation([this] { cancel(); });
 }
 
 } // namespace kestrav

@@ -38,7 +38,7 @@ public:
     void didFailWithError(const platform::URLError &error) override;
     void downloadDidFinish() override;
 
-    /// A signal that asks the process to end: passed on to the child while it runs, else a cancel. Main thread.
+    /// A signal that asks the process to end: passed on to the child while it runs, else a cancel. Any thread.
     void terminate(platform::TerminationSignal signal);
 
     /// The worker: obtains a runtime, runs the program, ends the process. Its own thread.
@@ -52,6 +52,7 @@ private:
     // Obtaining a runtime; worker thread.
     [[nodiscard]] OptionalText obtainRuntime(Launcher &launcher, const platform::FileManager &fileManager);
     [[nodiscard]] OptionalText downloadRuntime(const platform::FileManager &fileManager);
+    void awaitDownload();
     [[nodiscard]] std::string handleTar(const std::string &tarFile, const platform::FileManager &fileManager);
     void postProgress(double percentage);
     void removeTemporaryDirectory(const platform::FileManager &fileManager);

@@ -13,6 +13,7 @@
 #include "platform/text.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <limits>
 
 namespace kestrav {
@@ -37,6 +38,18 @@ std::int32_t configuredUncompressedSize() {
     const auto size = integerValue(infoDictionary(), "ksv.jreUncompressedSize").value_or(usualSize);
     constexpr std::int64_t largest = std::numeric_limits<std::int32_t>::max();
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(size, 0, largest));
+}
+
+/// Raises if one of the folders that are unpacked lies, through a link of the archive's, outside the extracted runtime.
+void requireInside(const std::string &destination, const std::string &home) {
+    std::error_code missing;
+    const std::string inside = std::filesystem::canonical(destination, missing).string() + "/";
+    for (const char *folder : {"", "jre", "jre/lib", "jre/lib/ext", "lib", "lib/ext"}) {
+        const auto real = std::filesystem::canonical(appendingPathComponent(home, folder), missing);
+        if (!missing && !(real.string() + "/").starts_with(inside)) {
+            throw platform::Exception("ExtractionException", "could not extract the runtime");
+        }
+    }
 }
 
 /// Records an extracted runtime like one that was found, so that variables and version-specific options work for it.
@@ -103,8 +116,7 @@ OptionalText AppDelegate::downloadRuntime(const FileManager &fileManager) {
     mainQueue.addOperation([=, this] { startDownload(applicationName, url, destination); });
 
     _DLog("%s [Line %d] waiting for download to finish", signature, __LINE__);
-    downloadConditionLock->lockWhenCondition(1);
-    downloadConditionLock->unlockWithCondition(0);
+    awaitDownload();
     _DLog("%s [Line %d] download returned", signature, __LINE__);
 
     raiseIfCancelled();
@@ -119,6 +131,18 @@ OptionalText AppDelegate::downloadRuntime(const FileManager &fileManager) {
             platform::format(Bundle::mainBundle().localizedStringForKey("PrepareInstaller", ""), applicationName));
     });
     return destination;
+}
+
+void AppDelegate::awaitDownload() {
+    constexpr int patience = 200; // milliseconds
+    bool cancelledBefore = false;
+    while (!downloadConditionLock->lockWhenCondition(1, patience)) {
+        if (cancelledBefore) {
+            raiseCancelled(); // the main thread, which should have woken us, is held up
+        }
+        cancelledBefore = cancelled;
+    }
+    downloadConditionLock->unlockWithCondition(0);
 }
 
 std::string AppDelegate::handleTar(const std::string &tarFile, const FileManager &fileManager) {
@@ -147,6 +171,7 @@ std::string AppDelegate::handleTar(const std::string &tarFile, const FileManager
     const std::string home = getJreLocation(destination, fileManager);
     const std::string inner = appendingPathComponent(home, "jre");
     raiseIfCancelled();
+    requireInside(destination, home);
     const bool unpacked = Unpacker::unpack(fileManager.fileExistsAtPath(inner) ? inner : home,
                                            [this](double percentage, const OptionalText &) {
                                                raiseIfCancelled();

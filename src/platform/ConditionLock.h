@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <mutex>
 
@@ -16,6 +17,15 @@ public:
         std::unique_lock lock(mutex_);
         changed_.wait(lock, [&] { return !held_ && condition_ == condition; });
         held_ = true;
+    }
+
+    /// The same for a limited time, in milliseconds; false if the lock could not be taken.
+    [[nodiscard]] bool lockWhenCondition(int condition, int milliseconds) {
+        std::unique_lock lock(mutex_);
+        const bool taken = changed_.wait_for(lock, std::chrono::milliseconds(milliseconds),
+                                             [&] { return !held_ && condition_ == condition; });
+        held_ = held_ || taken;
+        return taken;
     }
 
     /// Gives the lock back with a new condition.

@@ -20,8 +20,8 @@ public:
     /// Makes SIGPIPE and SIGXFSZ harmless: a write fails with an error instead of ending the process.
     static void ignoreWriteSignals();
 
-    /// From now on SIGINT, SIGTERM and SIGHUP are handed to `receiver` on the main queue, each one, in order. Called
-    /// once.
+    /// From now on SIGINT, SIGTERM and SIGHUP are handed to `receiver`, each one, in order, on a thread of their own:
+    /// the main thread may be held up by a display that does not answer. Called once.
     static void handleTermination(std::function<void(TerminationSignal)> receiver);
 };
 

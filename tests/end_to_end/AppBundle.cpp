@@ -5,26 +5,14 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <numeric>
 
 namespace kestrav::tests {
 
 namespace fs = std::filesystem;
 
 std::string text(std::string_view value) {
-    std::string result = "<string>";
-    for (const char character : value) {
-        switch (character) {
-        case '<':
-            result += "&lt;";
-            break;
-        case '&':
-            result += "&amp;";
-            break;
-        default:
-            result += character;
-        }
-    }
-    return result + "</string>";
+    return "<string>" + std::string(value) + "</string>";
 }
 
 std::string integer(std::int64_t value) {
@@ -32,23 +20,23 @@ std::string integer(std::int64_t value) {
 }
 
 std::string array(std::initializer_list<std::string> values) {
-    std::string result = "<array>";
-    for (const std::string &value : values) {
-        result += value;
-    }
-    return result + "</array>";
+    return std::accumulate(values.begin(), values.end(), std::string("<array>")) + "</array>";
 }
 
 std::string dictionary(const std::map<std::string, std::string> &values) {
     std::string result = "<dict>";
     for (const auto &[key, value] : values) {
-        result += "<key>" + key + "</key>" + value + "\n";
+        result.append("<key>").append(key).append("</key>").append(value).append("\n");
     }
     return result + "</dict>";
 }
 
 std::string propertyList(std::string_view value) {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">" + std::string(value) + "</plist>\n";
+}
+
+std::string runtimeInfo(std::string_view version) {
+    return propertyList(dictionary({{"JavaVM", dictionary({{"JVMVersion", text(version)}})}}));
 }
 
 void linkFile(const std::string &from, const std::string &to) {
@@ -94,19 +82,17 @@ void AppBundle::writeInfo() const {
     }
 }
 
-std::string AppBundle::addRuntime(const std::string &path, std::string_view version,
-                                  std::string_view identifier) const {
+std::string AppBundle::addRuntime(const std::string &path, std::string_view version) const {
     const fs::path runtime = fs::path(folder_.path()) / path;
     linkFile(KESTRAV_FAKE_JAVA, (runtime / "Contents/Home/bin/java").string());
-    std::ofstream(runtime / "Contents/Info.plist") << propertyList(dictionary(
-        {{"CFBundleIdentifier", text(identifier)}, {"JavaVM", dictionary({{"JVMVersion", text(version)}})}}));
+    std::ofstream(runtime / "Contents/Info.plist") << runtimeInfo(version);
     return runtime.string();
 }
 
 void AppBundle::addPackedArchives(const std::string &home, const std::map<std::string, std::string> &contents) {
     linkFile(KESTRAV_FAKE_UNPACK200, home + "/bin/unpack200");
     for (const auto &[name, content] : contents) {
-        const fs::path file = home + "/" + name + ".pack";
+        const fs::path file = fs::path(home) / (name + ".pack");
         fs::create_directories(file.parent_path());
         std::ofstream(file, std::ios::binary) << pack(content);
     }

@@ -11,13 +11,15 @@
 
 namespace kestrav::tests {
 
-/// Values as they stand in an XML property list.
+/// Values as they stand in an XML property list; texts are not escaped.
 std::string text(std::string_view value);
 std::string integer(std::int64_t value);
 std::string array(std::initializer_list<std::string> values);
 std::string dictionary(const std::map<std::string, std::string> &values);
 /// A whole property list around a value.
 std::string propertyList(std::string_view value);
+/// The Info.plist of a runtime of this version.
+std::string runtimeInfo(std::string_view version);
 
 /// An application bundle made from the built template, in a folder of its own. Its configuration names a test runtime
 /// beside it, so that nothing installed on the machine matters.
@@ -38,8 +40,7 @@ public:
     void writeInfo() const;
 
     /// Makes a runtime bundle around `fake_java` and returns its path. `path` is absolute or below the folder.
-    std::string addRuntime(const std::string &path, std::string_view version = "17.0.9",
-                           std::string_view identifier = "org.example.runtime") const;
+    std::string addRuntime(const std::string &path, std::string_view version = "17.0.9") const;
     /// The application's own runtime, which comes before all others.
     [[nodiscard]] std::string addOwnRuntime() const { return addRuntime(path_ + "/Contents/PlugIns/jre.bundle"); }
     /// Puts the test programs' `fake_unpack200` and a packed archive for each content into a runtime's home.

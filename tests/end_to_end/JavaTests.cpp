@@ -2,80 +2,51 @@
 
 #include "Launch.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <array>
 #include <filesystem>
-#include <fstream>
 
 namespace kestrav::tests {
 namespace {
 
-/// The bundle's runtime is the installed JDK; its class path holds the Java program.
-void useJava(AppBundle &bundle) {
-    linkFile(KESTRAV_PROBE_JAR, bundle.path() + "/Contents/Resources/app/probe.jar");
-    bundle.javaVM["MainClass"] = text("Probe");
+/// Starts the bundle with the Java program on its class path, and something to copy on its standard input.
+void expectProgramRuns(AppBundle &bundle, const std::string &home, const std::string &property) {
+    linkFile(KESTRAV_PROGRAM_JAR, bundle.path() + "/Contents/Resources/app/program.jar");
+    bundle.javaVM["MainClass"] = text("org.example.program.Main");
     bundle.javaVM["ClassPath"] = text("$APP_PACKAGE/Contents/Resources/app/*");
-    bundle.javaVM["VMOptionArray"] = array({text("-Dprobe.array=an \"array\"")});
+    bundle.javaVM["VMOptionArray"] = array({text("-Dprogram.property=an \"array\"")});
     bundle.javaVM["ArgumentArray"] = array({text("configured in ${launcher:sys.jvmHome}")});
+    const std::string typed = "typed täxt\nsecond line\n";
+    const int input = open(bundle.folder().write("typed", typed).c_str(), O_RDONLY | O_CLOEXEC);
+    Launch run(bundle, {.arguments = {"-psn_0_12345", "two words", "", "copy"},
+                        .environment = {{"LC_ALL", "C.UTF-8"}, {"PROBE_TEXT", "a täxt"}},
+                        .standardInput = input});
+    close(input);
+    EXPECT_EQ(run.wait(), 77);
+    EXPECT_EQ(run.output(), "argument configured in " + home +
+                                "\nargument two words\nargument \nargument copy\nproperty " + property +
+                                "\nmodule null\nlibrary path null\n" + typed);
+    EXPECT_EQ(run.errors(), "");
 }
 
-TEST(Java, ProgramRunsOnEitherRuntimeAndItsStatusComesBack) {
-    // An installed runtime, a plain directory; its version has to be within the bounds.
-    AppBundle installed("Ein \"schönes\" Programm's.app");
-    useJava(installed);
-    installed.javaVM["SearchSequence"] = array({text("ENO_SUCH_VARIABLE"), text("R" KESTRAV_JDK)});
-    installed.info["ksv.minVersion"] = text("17");
-    installed.info["ksv.maxVersion"] = text("17");
-    installed.folder().write("Ein \"schönes\" Programm's.vmoptions", "# a comment\n-Dprobe.file=${PROBE_TEXT}\n");
-    // The application's own, a runtime bundle; bounds are for others.
-    AppBundle own;
-    useJava(own);
-    const std::string ownRuntime = own.path() + "/Contents/Resources/jre.bundle";
-    own.folder().write("Test.app/Contents/Resources/jre.bundle/Contents/Info.plist",
-                       propertyList(dictionary({{"JavaVM", dictionary({{"JVMVersion", text("17.0.1")}})}})));
-    std::filesystem::create_directory_symlink(KESTRAV_JDK, ownRuntime + "/Contents/Home");
-    own.info["ksv.minVersion"] = text("99");
-
-    const std::array<std::pair<AppBundle *, std::string>, 2> cases{{{&installed, KESTRAV_JDK}, {&own, ownRuntime}}};
-    Launches runs;
-    std::array<int, 2> input{};
-    for (const auto &[bundle, runtime] : cases) {
-        ASSERT_EQ(pipe(input.data()), 0);
-        const std::string typed = "typed täxt\nsecond line\n";
-        ASSERT_EQ(write(input[1], typed.data(), typed.size()), static_cast<ssize_t>(typed.size()));
-        close(input[1]);
-        runs.push_back(
-            std::make_unique<Launch>(*bundle, Start{.arguments = {"-psn_0_12345", "two words", "", "77"},
-                                                    .environment = {{"LC_ALL", "C.UTF-8"}, {"PROBE_TEXT", "a täxt"}},
-                                                    .standardInput = input[0]}));
-        close(input[0]);
-    }
-    for (std::size_t i = 0; i < cases.size(); ++i) {
-        const auto &[bundle, runtime] = cases[i];
-        const std::string home = i == 0 ? runtime : runtime + "/Contents/Home";
-        EXPECT_EQ(runs[i]->wait(), 77) << runs[i]->errors();
-        EXPECT_EQ(runs[i]->output(), "argument configured in " + home + "\n" +
-                                         "argument two words\nargument \nargument 77\n"
-                                         "probe.array an \"array\"\n"
-                                         "probe.file " +
-                                         (i == 0 ? "a täxt" : "null") + "\nksv.jreBundle " + runtime +
-                                         "\nksv.ownBundlePath " + bundle->path() + "\nuser.dir " + bundle->path() +
-                                         "\ninput typed täxt\nsecond line\n\n");
-        EXPECT_EQ(runs[i]->errors(), "");
-    }
-}
-
-TEST(Java, StandardLocationsOfTheSystemHoldIt) {
-    AppBundle bundle;
-    useJava(bundle);
-    bundle.javaVM["SearchSequence"] = array({text("Y")});
+TEST(Java, ProgramRunsOnAnInstalledRuntimeWithinTheBounds) {
+    AppBundle bundle("Ein \"schönes\" Programm's.app");
+    bundle.javaVM["SearchSequence"] = array({text("ENO_SUCH_VARIABLE"), text("R" KESTRAV_JDK)});
     bundle.info["ksv.minVersion"] = text("17");
     bundle.info["ksv.maxVersion"] = text("17");
-    Launch run(bundle, {.arguments = {"3"}});
-    EXPECT_EQ(run.wait(), 3);
-    EXPECT_NE(run.output().find("ksv.jreBundle /usr/lib/jvm/"), std::string::npos) << run.output();
+    bundle.folder().write("Ein \"schönes\" Programm's.vmoptions", "# a comment\n-Dprogram.property=${PROBE_TEXT}\n");
+    expectProgramRuns(bundle, KESTRAV_JDK, "a täxt");
+}
+
+TEST(Java, ProgramRunsOnTheApplicationsOwnRuntimeWhateverTheBounds) {
+    AppBundle bundle;
+    const std::string runtime = "Test.app/Contents/Resources/jre.bundle/Contents/";
+    bundle.folder().write(runtime + "Info.plist", runtimeInfo("17.0.1"));
+    std::filesystem::create_directory_symlink(KESTRAV_JDK, bundle.folder() / (runtime + "Home"));
+    bundle.info["ksv.minVersion"] = text("99");
+    expectProgramRuns(bundle, bundle.folder() / (runtime + "Home"), "an \"array\"");
 }
 
 } // namespace

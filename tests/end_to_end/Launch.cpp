@@ -6,10 +6,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <sstream>
 #include <thread>
 
 namespace kestrav::tests {
@@ -29,12 +29,11 @@ constexpr int failedToStart = 126;
 [[noreturn]] void become(const Start &start, int input, int output, int errors, char **arguments, char **environment) {
     sigset_t mask;
     sigemptyset(&mask);
-    if (start.signalsIgnored) {
-        for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) {
+        if (start.signalsIgnored) {
             signal(number, SIG_IGN);
+            sigaddset(&mask, number == SIGTERM ? SIGTERM : SIGUSR2);
         }
-        sigaddset(&mask, SIGUSR2);
-        sigaddset(&mask, SIGTERM);
     }
     if (start.terminal.empty()) {
         setpgid(0, 0);
@@ -74,20 +73,14 @@ constexpr int failedToStart = 126;
 }
 
 std::vector<char *> pointers(std::vector<std::string> &texts) {
-    std::vector<char *> result;
-    for (std::string &entry : texts) {
-        result.push_back(entry.data());
-    }
+    std::vector<char *> result(texts.size());
+    std::transform(texts.begin(), texts.end(), result.begin(), [](std::string &entry) { return entry.data(); });
     result.push_back(nullptr);
     return result;
 }
 
-int openFile(const std::string &path, int flags) {
-    const int descriptor = open(path.c_str(), flags | O_CREAT | O_CLOEXEC, 0666);
-    if (descriptor < 0) {
-        throw std::system_error(errno, std::generic_category(), path);
-    }
-    return descriptor;
+int openFile(const std::string &path) {
+    return open(path.c_str(), O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
 }
 
 } // namespace
@@ -111,7 +104,8 @@ bool waitUntil(const std::function<bool()> &condition, std::string_view what) {
 
 Launch::Launch(const AppBundle &bundle, const Start &start) {
     bundle.writeInfo();
-    std::map<std::string, std::string> variables{
+    auto variables = start.environment;
+    variables.merge(std::map<std::string, std::string>{
         {"PATH", "/usr/bin:/bin"},
         {"HOME", folder_.makeDirectory("home")},
         {"XDG_CONFIG_HOME", folder_.makeDirectory("configuration")},
@@ -120,10 +114,7 @@ Launch::Launch(const AppBundle &bundle, const Start &start) {
         // A sanitizer's complaint is a crash, not status 1. The program may end with threads and memory in use.
         {"ASAN_OPTIONS", "abort_on_error=1:detect_leaks=0:disable_coredump=1"},
         {"UBSAN_OPTIONS", "abort_on_error=1:print_stacktrace=1"},
-    };
-    for (const auto &[name, value] : start.environment) {
-        variables[name] = value;
-    }
+    });
     if (start.asNobody) {
         for (const std::string &path : {folder_.path(), folder_ / "home", folder_ / "configuration",
                                         folder_ / "temporary", bundle.folder().path()}) {
@@ -139,9 +130,9 @@ Launch::Launch(const AppBundle &bundle, const Start &start) {
     auto argumentPointers = pointers(arguments);
     auto environmentPointers = pointers(environment);
 
-    const int output = openFile(folder_ / "output", O_WRONLY | O_APPEND);
-    const int errors = openFile(folder_ / "errors", O_WRONLY | O_APPEND);
-    const int nothing = openFile("/dev/null", O_RDONLY);
+    const int output = openFile(folder_ / "output");
+    const int errors = openFile(folder_ / "errors");
+    const int nothing = openFile("/dev/null");
     const int input = start.standardInput >= 0 ? start.standardInput : nothing;
     pid_ = fork();
     if (pid_ == 0) {
@@ -194,10 +185,8 @@ Report Launch::report() const {
         ADD_FAILURE() << errors();
         return report;
     }
-    const std::string content = contentOf(folder_ / "report");
-    for (std::size_t start = 0; start < content.size();) {
-        const std::string entry = content.c_str() + start;
-        start += entry.size() + 1;
+    std::istringstream entries(contentOf(folder_ / "report"));
+    for (std::string entry; std::getline(entries, entry, '\0');) {
         const auto split = entry.find('=');
         const std::string key = entry.substr(0, split);
         const std::string value = entry.substr(split + 1);
@@ -207,15 +196,18 @@ Report Launch::report() const {
             report.environment.emplace(value.substr(0, value.find('=')), value.substr(value.find('=') + 1));
         } else if (key == "directory") {
             report.directory = value;
-        } else if (key == "descriptor") {
-            report.descriptors.insert(value);
-        } else if (key == "ignored") {
-            report.ignoredSignals.insert(value);
-        } else if (key == "blocked") {
-            report.blockedSignals.insert(value);
+        } else {
+            (key == "descriptor" ? report.descriptors : report.signals).insert(value);
         }
     }
     return report;
+}
+
+void expectStatus(const Launches &runs, int status) {
+    for (const auto &run : runs) {
+        EXPECT_EQ(run->wait(), status);
+        EXPECT_EQ(run->errors(), "");
+    }
 }
 
 void expectRefusal(Launch &run, std::string_view message, std::string_view title) {

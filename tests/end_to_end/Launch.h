@@ -20,8 +20,7 @@ struct Report {
     std::map<std::string, std::string> environment;
     std::string directory;
     std::set<std::string> descriptors;
-    std::set<std::string> ignoredSignals;
-    std::set<std::string> blockedSignals;
+    std::set<std::string> signals; // those ignored or blocked
 
     [[nodiscard]] bool has(std::string_view argument) const;
 };
@@ -60,7 +59,6 @@ public:
     [[nodiscard]] std::string errors() const { return contentOf(folder_ / "errors"); }
     /// The run's own folder: home/, configuration/, temporary/ and what the test wants.
     [[nodiscard]] const TemporaryDirectory &folder() const { return folder_; }
-    [[nodiscard]] std::string childsInput() const { return folder_ / "input"; }
 
 private:
     TemporaryDirectory folder_;
@@ -71,6 +69,9 @@ private:
 /// Several runs at once: each stays for five seconds after the child's start, so tables start them all and then
 /// collect them.
 using Launches = std::vector<std::unique_ptr<Launch>>;
+
+/// Expects that the runs end with this status, and without a word.
+void expectStatus(const Launches &runs, int status);
 
 /// Waits until a condition holds; false, and a failed test, if it does not within a minute.
 bool waitUntil(const std::function<bool()> &condition, std::string_view what);

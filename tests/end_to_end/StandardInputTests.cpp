@@ -7,10 +7,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
-#include <map>
 #include <random>
+#include <utility>
 
 namespace kestrav::tests {
 namespace {
@@ -30,18 +31,9 @@ public:
     }
     [[nodiscard]] int readEnd() const { return ends_[0]; }
     void write(std::string_view bytes) const {
-        while (!bytes.empty()) {
-            const ssize_t count = ::write(ends_[1], bytes.data(), bytes.size());
-            ASSERT_GT(count, 0);
-            bytes.remove_prefix(static_cast<std::size_t>(count));
-        }
+        EXPECT_EQ(::write(ends_[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
     }
-    void closeWriteEnd() {
-        if (ends_[1] >= 0) {
-            close(ends_[1]);
-            ends_[1] = -1;
-        }
-    }
+    void closeWriteEnd() { close(std::exchange(ends_[1], -1)); }
 
 private:
     std::array<int, 2> ends_{-1, -1};
@@ -49,11 +41,8 @@ private:
 
 /// Every byte value, in no order that a lost or doubled block would keep.
 std::string noise(std::size_t size) {
-    std::mt19937_64 random(size); // NOLINT(cert-msc51-cpp): the same every time
     std::string bytes(size, '\0');
-    for (char &byte : bytes) {
-        byte = static_cast<char>(random());
-    }
+    std::generate(bytes.begin(), bytes.end(), std::mt19937_64(size)); // NOLINT: the same every time
     return bytes;
 }
 
@@ -67,42 +56,40 @@ std::unique_ptr<Launch> copyingRun(const AppBundle &bundle, Start start, const T
 TEST(StandardInput, ReachesTheChildWholeAndInOrder) {
     const AppBundle bundle;
     const TemporaryDirectory folder;
-    std::map<std::string, std::string> expected;
-    std::map<std::string, std::unique_ptr<Launch>> runs;
-    const auto start = [&](const std::string &name, Start settings, std::string content) {
-        expected[name] = std::move(content);
-        runs[name] = copyingRun(bundle, std::move(settings), folder, name);
-    };
-
-    start("nothing", {}, "");
-    start("closed", {.descriptorsClosed = true}, "");
-    EXPECT_EQ(runs["closed"]->report().descriptors, (std::set<std::string>{"0", "1", "2"}));
-    const int writeOnly = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    start("unreadable", {.standardInput = writeOnly}, "");
-    close(writeOnly);
     const std::string fileContent = noise(3'000'001);
     const int file = open(folder.write("file", fileContent).c_str(), O_RDONLY | O_CLOEXEC);
-    start("file copy", {.standardInput = file}, fileContent);
-    close(file);
-
+    const int writeOnly = open("/dev/null", O_WRONLY | O_CLOEXEC);
     InputPipe burst;
-    start("burst", {.standardInput = burst.readEnd()}, noise(64U << 20U));
-    burst.write(expected["burst"]);
+    InputPipe slow(O_NONBLOCK); // as a parent may leave it
+    struct Case {
+        const char *name;
+        Start start;
+        std::string expected;
+    };
+    Case cases[] = {{"nothing", {}, ""},
+                    {"closed", {.descriptorsClosed = true}, ""},
+                    {"unreadable", {.standardInput = writeOnly}, ""},
+                    {"file copy", {.standardInput = file}, fileContent},
+                    {"burst", {.standardInput = burst.readEnd()}, noise(64U << 20U)},
+                    {"slow", {.standardInput = slow.readEnd()}, ""}};
+    Launches runs;
+    for (const Case &each : cases) {
+        runs.push_back(copyingRun(bundle, each.start, folder, each.name));
+    }
+    close(file);
+    close(writeOnly);
+    EXPECT_EQ(runs[1]->report().descriptors, (std::set<std::string>{"0", "1", "2"}));
+    burst.write(cases[4].expected);
     burst.closeWriteEnd();
-
-    // The next piece only when the child has all before it; the descriptor does not block, as a parent may leave it.
-    InputPipe slow(O_NONBLOCK);
-    start("slow", {.standardInput = slow.readEnd()}, "");
-    for (const char *piece : {"a", "line\n", "\xFF", "last"}) {
+    for (const char *piece : {"a", "line\n", "\xFF", "last"}) { // the next only when the child has all before it
         slow.write(piece);
-        expected["slow"] += piece;
-        waitUntil([&] { return contentOf(folder / "slow") == expected["slow"]; }, "a piece of the input");
+        cases[5].expected += piece;
+        waitUntil([&] { return contentOf(folder / "slow") == cases[5].expected; }, "a piece of the input");
     }
     slow.closeWriteEnd();
-
-    for (const auto &[name, run] : runs) {
-        EXPECT_EQ(run->wait(), 0) << name << run->errors();
-        EXPECT_TRUE(contentOf(folder / name) == expected[name]) << name;
+    expectStatus(runs, 0);
+    for (const Case &each : cases) {
+        EXPECT_TRUE(contentOf(folder / each.name) == each.expected) << each.name;
     }
 }
 

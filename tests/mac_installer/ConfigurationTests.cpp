@@ -53,7 +53,6 @@ TEST_F(Configuration, EverythingComesInItsPlace) {
     EXPECT_EQ(parameters.mainClass, "com.example.Main");
     EXPECT_TRUE(parameters.firstThread);
     EXPECT_EQ(std::filesystem::current_path(), bundlePath + "/Contents/app");
-    EXPECT_THAT(logged("cl arg"), ElementsAre("cl arg: -J-Xmx2g ", "cl arg: -psn_0_1 ", "cl arg:  ", "cl arg: word "));
 }
 
 TEST_F(Configuration, AnEmptyOneGivesOnlyWhatIsAlwaysThere) {
@@ -89,13 +88,10 @@ TEST_F(Configuration, TheFirstMatchingVersionPatternCounts) {
     const Case cases[] = {
         {"11.0.2", 11, {"9-10", a, "11-17", b}, {"-b"}},
         {"11.0.2", 11, {"11-11", a, "11-17", b}, {"-a"}},
-        {"1.8.0_202", 8, {"*1.8*", a}, {"-a"}},
         {"1.8.0_202", 8, {"*1.8", a, "*1.?.0_20?", b}, {"-b"}},
         {"1.8.0_202", 8, {"9-10", a, "8-8"}, {}}, // the odd last entry has no options
         {"1.8.0_202", 8, {"8", a}, {}},
-        {"1.8.0_202", 8, {"8-", a}, {}},
         {"0", 0, {"x-", a}, {"-a"}},
-        {"1.8.0_202", 8, {"7-8-9", a}, {}},
         {"17", 17, {}, {}},
     };
     for (const auto &[version, major, entries, expected] : cases) {
@@ -106,7 +102,6 @@ TEST_F(Configuration, TheFirstMatchingVersionPatternCounts) {
         EXPECT_EQ(options, expected) << version << " " << PropertyList(entries).description();
     }
     EXPECT_THAT(logged("ERROR in version"), Contains("ERROR in version specific options 8"));
-    EXPECT_THAT(logged("using version"), Contains(HasSubstr("11.0.2 11-17 (\n    \"-b\"\n) 11 11 17")));
 }
 
 TEST_F(Configuration, TheLanguageIsSetUnlessItIsAlready) {
@@ -118,28 +113,27 @@ TEST_F(Configuration, TheLanguageIsSetUnlessItIsAlready) {
     setEnvironment({{"LANG", "C"}});
     readConfiguration();
     EXPECT_EQ(process.environmentVariable("LANG"), "C");
-    setEnvironment({{"XDG_CONFIG_HOME", "/nowhere"}});
-    readConfiguration();
-    EXPECT_EQ(process.environmentVariable("LANG"), std::nullopt);
 }
 
 TEST_F(Configuration, AValueOfTheWrongTypeIsNamed) {
-    const PropertyList number(7);
-    const PropertyList text("text");
-    for (const char *key : {"WorkingDirectory", "ClassPath", "OptionsFile", "SplashFile", "ModulePath", "MainClass",
-                            "VMOptionArray", "VersionSpecificVMOptions", "ArgumentArray"}) {
-        const bool isArray = std::string_view(key).ends_with("Array") || std::string_view(key).ends_with("Options");
+    const Dictionary cases[] = {{{"WorkingDirectory", 7}},
+                                {{"ClassPath", 7}},
+                                {{"OptionsFile", 7}},
+                                {{"SplashFile", 7}},
+                                {{"ModulePath", 7}},
+                                {{"MainClass", 7}},
+                                {{"StartOnMainThread", Array{}}},
+                                {{"VMOptionArray", Array{"-a", 7}}},
+                                {{"VersionSpecificVMOptions", "text"}},
+                                {{"ArgumentArray", "text"}}};
+    for (const Dictionary &javaVM : cases) {
         try {
-            readConfiguration({{key, isArray ? text : number}});
-            ADD_FAILURE() << key;
+            readConfiguration(javaVM);
+            ADD_FAILURE() << javaVM.begin()->first;
         } catch (const platform::Exception &exception) {
-            EXPECT_THAT(exception.reason(), HasSubstr(key));
+            EXPECT_THAT(exception.reason(), HasSubstr(javaVM.begin()->first));
         }
     }
-    EXPECT_THROW(readConfiguration({{"VMOptionArray", Array{"-a", 7}}}), platform::Exception);
-    EXPECT_THROW(readConfiguration({{"StartOnMainThread", Array{}}}), platform::Exception);
-    configure({{"JavaVM", "text"}});
-    EXPECT_THROW(launcher.readJavaParameters(platform::FileManager()), platform::Exception);
 }
 
 TEST_F(Configuration, TheCommandLineHasWhatThisPlatformsRuntimesKnow) {
@@ -150,14 +144,7 @@ TEST_F(Configuration, TheCommandLineHasWhatThisPlatformsRuntimesKnow) {
         ElementsAre("-a", "-Dksv.jreBundle=/opt/jdk", "-Dksv.tarFile=/tmp/jre.tar.gz", "Main", "-Xdock:name=y"));
     EXPECT_THAT(launcher.commandLine(parameters, std::nullopt), Not(Contains(HasSubstr("tarFile"))));
     EXPECT_TRUE(wasLogged("left out -XstartOnFirstThread"));
-    for (const OptionalText &mainClass : {OptionalText(), OptionalText("")}) {
-        try {
-            static_cast<void>(launcher.commandLine({{}, mainClass, {}, false}, std::nullopt));
-            ADD_FAILURE();
-        } catch (const platform::Exception &exception) {
-            EXPECT_EQ(exception.reason(), "no MainClass");
-        }
-    }
+    EXPECT_THROW(static_cast<void>(launcher.commandLine({}, std::nullopt)), platform::Exception); // no class
 }
 
 } // namespace

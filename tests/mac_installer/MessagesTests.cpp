@@ -1,13 +1,7 @@
 #include "support/LauncherFixture.h"
 
-#include <gmock/gmock.h>
-
 namespace kestrav::tests {
 namespace {
-
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
 
 class Messages : public LauncherFixture {
 protected:
@@ -16,32 +10,17 @@ protected:
         Launcher::displayError(key, a, b);
         return notices.empty() ? "nothing" : notices.front();
     }
-    static constexpr const char *table =
-        R"("one" = "is 100%d %@"; "two" = "%2$@ needs %1$@, not %3$@"; "plain" = "Plain";)";
 };
 
 TEST_F(Messages, AreFilledOnlyWithAFirstArgument) {
     configure({{"CFBundleName", "Tool"}});
-    directory.write("Tool.app/Contents/Resources/en.lproj/Localizable.strings", table);
+    directory.write("Tool.app/Contents/Resources/en.lproj/Localizable.strings",
+                    R"("one" = "is 100%d %@"; "two" = "%2$@ needs %1$@, not %3$@"; "plain" = "Plain";)");
     EXPECT_EQ(shown("plain"), "Tool: Plain");
     EXPECT_EQ(shown("one"), "Tool: is 100%d %@");
-    EXPECT_EQ(shown("one", std::nullopt, "b"), "Tool: is 100%d %@");
     EXPECT_EQ(shown("two", "17", "App %@"), "Tool: App %@ needs 17, not (null)");
     EXPECT_EQ(shown("two", "17"), "Tool: (null) needs 17, not (null)");
     EXPECT_EQ(shown("No such key"), "Tool: No such key");
-}
-
-TEST_F(Messages, ComeFromTheConfiguredBundle) {
-    directory.write("Tool.app/Contents/Resources/en.lproj/Localizable.strings", table);
-    directory.write("Tool.app/Contents/app/.kestrav/Messages.bundle/Contents/Resources/en.lproj/Localizable.strings",
-                    R"("plain" = "Theirs";)");
-    configure({{"CFBundleName", "Tool"}, {"ksv.baseDir", "$APP_PACKAGE/Contents/app"}});
-    EXPECT_EQ(shown("plain"), "Tool: Theirs");
-    EXPECT_EQ(shown("one"), "Tool: one");
-    configure({{"CFBundleName", "Tool"}, {"ksv.baseDir", "/nowhere"}});
-    launchGlobals.logStatus = 2; // the line is no debug line
-    EXPECT_EQ(shown("plain"), "nothing");
-    EXPECT_THAT(log, ElementsAre(HasSubstr("message plain not found")));
 }
 
 TEST_F(Messages, SurviveAConfigurationOfTheWrongType) {

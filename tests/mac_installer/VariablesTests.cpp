@@ -1,7 +1,5 @@
 #include "support/LauncherFixture.h"
 
-#include <gmock/gmock.h>
-
 namespace kestrav::tests {
 namespace {
 
@@ -17,6 +15,7 @@ TEST_F(Variables, AreReplacedWhereTheyAreKnown) {
         {"${launcher:sys.launcherDirectory}/lib", app + "/lib"},
         {"a${launcher:sys.pathlistSeparator}b", "a:b"},
         {"${launcher:sys.jvmHome}", "${launcher:sys.jvmHome}"}, // no runtime yet
+        {"${launcher:sys.tempDir}/x", platform::temporaryDirectory().value() + "/x"},
         {"${NO_SUCH_VAR}${EMPTY}", "${NO_SUCH_VAR}"},
         {"${WITH SPACE}", "x y"},
         {"${Z}}", "brace"},
@@ -28,8 +27,6 @@ TEST_F(Variables, AreReplacedWhereTheyAreKnown) {
     for (const auto &[text, expected] : cases) {
         EXPECT_EQ(launcher.replaceVariables(text), expected) << text;
     }
-    EXPECT_THAT(logged("replacing ${WITH"), testing::ElementsAre("replacing ${WITH SPACE}"));
-    EXPECT_THAT(logged("returning x y"), testing::SizeIs(1));
 }
 
 TEST_F(Variables, TheJavaHomeFollowsTheRuntimesLayout) {
@@ -40,10 +37,6 @@ TEST_F(Variables, TheJavaHomeFollowsTheRuntimesLayout) {
     directory.write("plain/bin/java", "");
     launcher.javaBundlePath = directory / "plain";
     EXPECT_EQ(launcher.replaceVariables("${launcher:sys.jvmHome}"), directory / "plain");
-}
-
-TEST_F(Variables, TheTemporaryDirectoryIsTheUsers) {
-    EXPECT_EQ(launcher.replaceVariables("${launcher:sys.tempDir}/x"), platform::temporaryDirectory().value() + "/x");
 }
 
 TEST_F(Variables, ArtifactPathsAreResolved) {
@@ -69,13 +62,6 @@ TEST_F(Variables, ArtifactPathsAreResolved) {
         EXPECT_EQ(Launcher::resolveArtifactPath(path), expected) << path;
     }
     EXPECT_EQ(Launcher::resolveArtifactPath(std::nullopt), std::nullopt);
-    EXPECT_THAT(logged("scanning"), testing::Contains("scanning directory " + one));
-
-    directory.write(".hidden/.b.zip", "");
-    directory.write(".hidden/a.jar", "");
-    const std::string hidden = directory / ".hidden/";
-    EXPECT_THAT(Launcher::resolveArtifactPath(hidden + "*"),
-                testing::AnyOf(hidden + ".b.zip:" + hidden + "a.jar", hidden + "a.jar:" + hidden + ".b.zip"));
 }
 
 } // namespace

@@ -15,16 +15,13 @@ TEST_F(ProgressWindow, IsHiddenByConfigurationOrArguments) {
     const Dictionary off{{"ksv.initialProgress", false}};
     const Dictionary on{{"ksv.initialProgress", true}};
     const Case cases[] = {
-        {{}, {"Tool"}, true},
         {{}, {}, true},
         {{}, {"-c"}, true}, // entry 0 is the program
         {{}, {"Tool", "-c"}, false},
         {{}, {"Tool", "x", "-q"}, false},
         {{}, {"Tool", "-q", "-splash"}, true},
-        {{}, {"Tool", "-splash", "-c"}, true},
         {{}, {"Tool", "-C", "-quiet", "q", "-cx"}, true},
         {on, {"Tool", "-q"}, false},
-        {on, {"Tool"}, true},
         {off, {"Tool", "-splash"}, false},
         {{{"ksv.initialProgress", "NO"}}, {"Tool"}, false},
     };

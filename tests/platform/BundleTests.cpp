@@ -1,4 +1,6 @@
 #include "platform/Bundle.h"
+#include "platform/support/UserSettings.h"
+#include "platform/support/utf16Bytes.h"
 #include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
 
@@ -9,25 +11,18 @@ namespace {
 
 using ::testing::HasSubstr;
 using tests::TemporaryDirectory;
-using Dictionary = PropertyList::Dictionary;
-
-std::string information(const std::string &identifier) {
-    return PropertyList(Dictionary{{"CFBundleIdentifier", identifier}, {"CFBundleExecutable", "program"}}).serialize();
-}
 
 TEST(Bundle, OpensDirectoriesOnly) {
     const TemporaryDirectory directory;
     EXPECT_EQ(Bundle::create(directory.write("file", "")), nullptr);
     EXPECT_EQ(Bundle::create(directory / "missing"), nullptr);
-    EXPECT_EQ(Bundle::create(""), nullptr);
     EXPECT_EQ(Bundle::create(directory.path() + "//")->bundlePath(), directory.path());
     EXPECT_EQ(Bundle::create("/")->bundlePath(), "/");
 }
 
 TEST(Bundle, FindsItsInformationAndResources) {
     const struct {
-        const char *file;
-        const char *resources;
+        const char *file, *resources;
     } cases[] = {
         {"Info.plist", ""},
         {"Resources/Info.plist", "/Resources"},
@@ -36,7 +31,7 @@ TEST(Bundle, FindsItsInformationAndResources) {
     };
     const TemporaryDirectory directory; // each case adds what counts more than what is there
     for (const auto &[file, resources] : cases) {
-        directory.write(file, information(file));
+        directory.write(file, PropertyList(PropertyList::Dictionary{{"CFBundleIdentifier", file}}).serialize());
         const auto bundle = Bundle::create(directory.path());
         EXPECT_EQ(bundle->resourcePath(), directory.path() + resources);
         if (std::string_view(file).ends_with("Info.plist")) {
@@ -49,19 +44,57 @@ TEST(Bundle, FindsItsInformationAndResources) {
     EXPECT_EQ(bundle->pathForResource("x", "png"), std::nullopt);
 }
 
-TEST(Bundle, ReplacesTheMainBundle) {
-    const TemporaryDirectory directory;
-    directory.write("App.app/Contents/Info.plist", information("one"));
-    testing::setMainBundle(directory / "App.app/");
-    const Bundle &first = Bundle::mainBundle();
-    EXPECT_EQ(&first, &Bundle::mainBundle());
-    directory.write("App.app/Contents/Info.plist", information("two"));
-    testing::setMainBundle(directory / "App.app");
-    EXPECT_EQ(Bundle::mainBundle().bundleIdentifier(), "two");
-    EXPECT_EQ(first.bundleIdentifier(), "one");
-    EXPECT_EQ(first.bundlePath(), directory / "App.app");
+TEST(Bundle, MainBundleIsTheProcesssOwn) {
     testing::setMainBundle(std::nullopt);
     EXPECT_THAT(Bundle::mainBundle().bundlePath(), HasSubstr("/tests/platform"));
+}
+
+class LocalizedBundleTest : public ::testing::Test {
+protected:
+    [[nodiscard]] std::string text(const std::vector<std::string> &languages, const std::string &key = "k",
+                                   const std::string &value = "") const {
+        tests::setPreferredLanguages(languages);
+        return Bundle::create(directory_.path())->localizedStringForKey(key, value);
+    }
+
+    void write(const std::string &folder, const std::string &table) const {
+        directory_.write("Contents/Resources/" + folder + "Localizable.strings", table);
+    }
+
+    tests::TemporaryDirectory directory_;
+};
+
+TEST_F(LocalizedBundleTest, TakesTheTableOfTheBestLanguage) {
+    EXPECT_EQ(text({"de"}), "k") << "no table at all";
+    write("", "k = plain;");
+    EXPECT_EQ(text({"de"}), "plain");
+    write("en.lproj/", "k = english; only = english;");
+    directory_.write("Contents/Info.plist",
+                     PropertyList(PropertyList::Dictionary{{"CFBundleDevelopmentRegion", "sv"}}).serialize());
+    EXPECT_EQ(text({"de"}), "english");
+    write("sv.lproj/", "k = swedish;");
+    EXPECT_EQ(text({"de"}), "swedish");
+    write("de.lproj/", "k = german;");
+    EXPECT_EQ(text({"fr", "de"}), "german");
+    EXPECT_EQ(text({"de"}, "only"), "only") << "one table, not a mixture";
+}
+
+TEST_F(LocalizedBundleTest, KeysThatAreMissing) {
+    write("en.lproj/", R"("" = "nothing"; empty = "";)");
+    EXPECT_EQ(text({"en"}, "missing"), "missing");
+    EXPECT_EQ(text({"en"}, "missing", "value"), "value");
+    EXPECT_EQ(text({"en"}, "empty", "value"), "");
+}
+
+TEST_F(LocalizedBundleTest, FormsOfTables) {
+    const std::string table = "/* a comment */\n\"k\" = \"100 %@, \\\"quoted\\\"\";\n";
+    for (const std::string &content :
+         {table, tests::utf16Bytes(table, true, "\xFE\xFF"), tests::utf16Bytes(table, false, "\xFF\xFE")}) {
+        write("en.lproj/", content);
+        EXPECT_EQ(text({"en"}), "100 %@, \"quoted\"");
+    }
+    write("en.lproj/", "k = \"\xC3\xA4 \xF0\x9F\x98\x80 \\U00e9\";");
+    EXPECT_EQ(text({"en"}), "\xC3\xA4 \xF0\x9F\x98\x80 \xC3\xA9");
 }
 
 } // namespace

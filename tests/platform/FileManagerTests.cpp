@@ -1,18 +1,13 @@
-#include "platform/FileDescriptor.h"
 #include "platform/FileManager.h"
 #include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 
-#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <atomic>
 #include <filesystem>
-#include <thread>
 
 namespace kestrav::platform {
 namespace {
@@ -37,15 +32,12 @@ TEST(FileManager, TellsWhatExists) {
     fs::create_directory_symlink(directory.path(), directory / "link");
     const struct {
         std::string path;
-        bool exists;
-        bool isDirectory;
+        bool exists, isDirectory;
     } cases[] = {
         {file, true, false},
         {directory.path() + "/", true, true},
         {directory / "link", true, true},
         {directory / "dangling", false, false},
-        {directory / "missing", false, false},
-        {file + "/", false, false},
         {"", false, false},
         {file + std::string("\0x", 2), false, false},
     };
@@ -62,7 +54,6 @@ TEST(FileManager, ReadsRegularFilesOnly) {
     const TemporaryDirectory directory;
     const std::string large(300000, 'x');
     EXPECT_EQ(contentsOfFile(directory.write("large", large)), large);
-    EXPECT_EQ(contentsOfFile(directory.write("empty", "")), "");
     EXPECT_FALSE(contentsOfFile("/proc/self/stat").value_or("").empty()); // such files have no size
     ASSERT_EQ(::mkfifo((directory / "fifo").c_str(), 0600), 0);
     for (const std::string &path : {directory / "fifo", directory.path(), std::string("/dev/zero"), directory / "no"}) {
@@ -80,30 +71,33 @@ TEST(FileManager, CreatesDirectories) {
     EXPECT_FALSE(fileManager.createDirectoryAtPath(directory / "a/b/c", true));
     EXPECT_EQ(fileManager.createDirectoryAtPath(directory / "a/b", false), std::errc::file_exists);
     directory.write("file", "");
-    EXPECT_TRUE(fileManager.createDirectoryAtPath(directory / "file", true));
     EXPECT_TRUE(fileManager.createDirectoryAtPath(directory / "file/x/y", true));
-    EXPECT_TRUE(fileManager.createDirectoryAtPath("/tmp/" + std::string(9000, '/') + "x", true));
 }
 
 TEST(FileManager, RemovesWholeTreesAndNothingElse) {
     const TemporaryDirectory directory;
     const std::string kept = directory.write("outside/kept", "x");
-    directory.write("tree/a/b/file", "x");
-    directory.makeDirectory("tree/locked/inner");
+    std::string deep = "tree";
+    for (int depth = 0; depth < 300; ++depth) {
+        deep += "/d";
+    }
+    directory.write(deep + "/file", "x");
     directory.write("tree/readonly/file", "x");
     fs::create_directory_symlink(directory / "outside", directory / "tree/link");
-    fs::create_symlink("nowhere", directory / "tree/dangling");
-    fs::permissions(directory / "tree/locked", fs::perms::none);
     fs::permissions(directory / "tree/readonly", fs::perms::owner_read | fs::perms::owner_exec);
     fs::permissions(directory / "tree", fs::perms::owner_read);
     fs::create_directory_symlink(directory / "outside", directory / "link");
 
+    rlimit all{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &all), 0);
+    const rlimit fewerThanLevels{64, all.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &fewerThanLevels), 0);
     EXPECT_FALSE(fileManager.removeItemAtPath(directory / "tree/"));
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &all), 0);
     EXPECT_FALSE(fileManager.removeItemAtPath(directory / "link/"));
     EXPECT_THAT(fileManager.contentsOfDirectoryAtPath(directory.path()), Optional(UnorderedElementsAre("outside")));
     EXPECT_EQ(contentsOfFile(kept), "x");
     EXPECT_EQ(fileManager.removeItemAtPath(directory / "tree"), std::errc::no_such_file_or_directory);
-    EXPECT_FALSE(fileManager.removeItemAtPath(kept));
 
     // What would surprise: the root, the working directory, the part before a NUL byte.
     for (const std::string &path : {std::string(), std::string("/"), directory / "outside/.", directory / "outside/..",
@@ -111,32 +105,6 @@ TEST(FileManager, RemovesWholeTreesAndNothingElse) {
         EXPECT_TRUE(fileManager.removeItemAtPath(path)) << path;
     }
     EXPECT_TRUE(fileManager.directoryExistsAtPath(directory / "outside"));
-}
-
-TEST(FileManager, RemovesATreeOfAnyDepthWithFewDescriptors) {
-    const TemporaryDirectory directory;
-    FileDescriptor current = FileDescriptor::open(directory.path().c_str(), O_RDONLY);
-    for (int depth = 0; depth < 300; ++depth) {
-        ASSERT_EQ(::mkdirat(current.get(), "d", 0700), 0);
-        current = FileDescriptor::openAt(current.get(), "d", O_RDONLY);
-    }
-    rlimit all{};
-    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &all), 0);
-    const rlimit few{64, all.rlim_max};
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
-    EXPECT_EQ(fileManager.removeItemAtPath(directory / "d"), std::error_code());
-    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &all), 0);
-}
-
-TEST(FileManager, RemovesATreeThatOthersRemoveToo) {
-    const TemporaryDirectory directory;
-    for (int index = 0; index < 200; ++index) {
-        directory.write("tree/" + std::to_string(index) + "/file", "");
-    }
-    std::thread other([&] { static_cast<void>(fileManager.removeItemAtPath(directory / "tree")); });
-    static_cast<void>(fileManager.removeItemAtPath(directory / "tree"));
-    other.join();
-    EXPECT_FALSE(fileManager.fileExistsAtPath(directory / "tree"));
 }
 
 TEST(FileManager, ReplacesFilesAtomically) {
@@ -148,18 +116,15 @@ TEST(FileManager, ReplacesFilesAtomically) {
     ASSERT_FALSE(writeFileAtomically(file, "two"));
     EXPECT_EQ(modeOf(file), 0644U);
 
-    fs::create_symlink("new/folder/file", directory / "second");
-    fs::create_symlink("second", directory / "first");
-    ASSERT_FALSE(writeFileAtomically(directory / "first", "three"));
-    EXPECT_TRUE(fs::is_symlink(directory / "first"));
+    fs::create_symlink("new/folder/file", directory / "link");
+    ASSERT_FALSE(writeFileAtomically(directory / "link", "three"));
+    EXPECT_TRUE(fs::is_symlink(directory / "link"));
     EXPECT_EQ(contentsOfFile(file), "three");
     fs::create_symlink("not-yet", directory / "dangling");
     ASSERT_FALSE(writeFileAtomically(directory / "dangling", "four"));
     EXPECT_EQ(contentsOfFile(directory / "not-yet"), "four");
 
     EXPECT_TRUE(writeFileAtomically(directory / "new/folder", "x"));
-    EXPECT_TRUE(writeFileAtomically(file + "/below", "x"));
-    EXPECT_TRUE(writeFileAtomically("", "x"));
     EXPECT_TRUE(writeFileAtomically("/dev/null", "x"));
     EXPECT_THAT(fileManager.contentsOfDirectoryAtPath(directory / "new/folder"),
                 Optional(UnorderedElementsAre("file")));

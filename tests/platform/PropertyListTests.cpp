@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
-
 namespace kestrav::platform {
 namespace {
 
@@ -23,9 +21,7 @@ TEST(PropertyList, ReadsXML) {
         {"<dict/>", Dictionary{}},
         {"<string> a &lt;&#228;&gt; </string>", " a <ä> "},
         {"<integer>-5</integer>", -5},
-        {"<integer>9223372036854775807</integer>", std::numeric_limits<std::int64_t>::max()},
-        {"<integer>-9223372036854775808</integer>", std::numeric_limits<std::int64_t>::min()},
-        {"<integer>18446744073709551615</integer>", std::numeric_limits<std::int64_t>::max()},
+        {"<integer>18446744073709551615</integer>", INT64_MAX},
         {"<real>2.5</real>", 2.5},
         {"<array><true/><false/></array>", Array{true, false}},
         {"<data>\n AQID\n</data>", PropertyList::Data{{1, 2, 3}}},
@@ -49,7 +45,7 @@ TEST(PropertyList, ReadsBinary) {
 
 TEST(PropertyList, WritesWhatItReads) {
     const PropertyList list(Dictionary{{"text", "<&>\" ä"},
-                                       {"numbers", Array{0, -1, std::numeric_limits<std::int64_t>::min(), 0.1, 1e300}},
+                                       {"numbers", Array{0, -1, INT64_MIN, 0.1, 1e300}},
                                        {"flags", Array{true, false}},
                                        {"data", PropertyList::Data{std::vector<std::uint8_t>(100, 7)}},
                                        {"dates", Array{PropertyList::Date{-86400}, PropertyList::Date{700000000}}},
@@ -60,11 +56,9 @@ TEST(PropertyList, WritesWhatItReads) {
 
 TEST(PropertyList, DescribesItselfAsThePlatformDoes) {
     EXPECT_EQ(PropertyList("two words").description(), "two words");
-    EXPECT_EQ(PropertyList(true).description(), "1");
     EXPECT_EQ(PropertyList(PropertyList::Date{-0.5}).description(), "2000-12-31 23:59:59 +0000");
     EXPECT_EQ(PropertyList(PropertyList::Date{362620800 + 59 * 86400}).description(), "2012-08-27 00:00:00 +0000");
     EXPECT_EQ(PropertyList(PropertyList::Data{{0, 0xAB}}).description(), "{length = 2, bytes = 0x00ab}");
-    EXPECT_EQ(PropertyList(Array{}).description(), "(\n)");
     EXPECT_EQ(PropertyList(Dictionary{}).description(), "{\n}");
     EXPECT_EQ(description({}), "(\n)");
     EXPECT_EQ(description({"a", "-b", ""}), "(\n    a,\n    \"-b\",\n    \"\"\n)");
@@ -87,16 +81,6 @@ TEST(PropertyList, DescribesItselfAsThePlatformDoes) {
         k = v;
     };
 })");
-}
-
-TEST(PropertyList, FindsEntriesOfDictionariesOnly) {
-    const PropertyList list(Dictionary{{"a", 1}});
-    ASSERT_NE(list.find("a"), nullptr);
-    EXPECT_EQ(*list.find("a"), 1);
-    EXPECT_EQ(list.find("b"), nullptr);
-    EXPECT_EQ(PropertyList("a").find("a"), nullptr);
-    EXPECT_EQ(list.typeName(), "a dictionary");
-    EXPECT_EQ(PropertyList(1.5).typeName(), "a number");
 }
 
 } // namespace

@@ -9,8 +9,6 @@
 
 namespace kestrav::tests {
 
-using platform::FileDescriptor;
-
 namespace {
 
 void require(bool condition, const char *what) {
@@ -20,21 +18,6 @@ void require(bool condition, const char *what) {
 }
 
 } // namespace
-
-std::string Connection::readLine() {
-    std::string line;
-    char byte = 0;
-    while ((tls_ ? SSL_read(tls_.get(), &byte, 1) : static_cast<int>(recv(socket_.get(), &byte, 1, 0))) == 1) {
-        if (byte == '\n') {
-            if (!line.empty() && line.back() == '\r') {
-                line.pop_back();
-            }
-            break;
-        }
-        line += byte;
-    }
-    return line;
-}
 
 bool Connection::send(std::string_view bytes) const {
     while (!bytes.empty()) {
@@ -48,18 +31,21 @@ bool Connection::send(std::string_view bytes) const {
     return true;
 }
 
-std::string Connection::readRequest(std::string *headers) {
-    const std::string request = readLine();
-    for (std::string line = readLine(); !line.empty(); line = readLine()) {
-        if (headers != nullptr) {
-            *headers += line + "\n";
-        }
+std::string Connection::readRequest(std::string *all) const {
+    std::string request;
+    char byte = 0;
+    while (!request.ends_with("\r\n\r\n") &&
+           (tls_ ? SSL_read(tls_.get(), &byte, 1) : recv(socket_.get(), &byte, 1, 0)) == 1) {
+        request += byte;
+    }
+    if (all != nullptr) {
+        *all = request;
     }
     const std::size_t begin = request.find(' ') + 1;
-    return request.substr(begin, request.rfind(' ') - begin);
+    return request.substr(begin, request.find(' ', begin) - begin);
 }
 
-void Connection::waitForEnd() {
+void Connection::waitForEnd() const {
     char byte = 0;
     while (recv(socket_.get(), &byte, 1, 0) > 0) {
     }
@@ -88,50 +74,39 @@ LoopbackServer::LoopbackServer(Handler handler, const std::string &certificate)
 LoopbackServer::~LoopbackServer() {
     shutdown(socket_.get(), SHUT_RDWR);
     thread_.join();
-    {
-        const std::lock_guard lock(mutex_);
-        for (const Client &client : clients_) {
-            shutdown(client.connection->socket_.get(), SHUT_RDWR);
+    for (Connection &connection : connections_) {
+        {
+            const std::lock_guard lock(mutex_);
+            shutdown(connection.socket_.get(), SHUT_RDWR);
         }
-    }
-    for (Client &client : clients_) {
-        client.thread.join();
+        connection.thread_.join();
     }
 }
 
 void LoopbackServer::accept() {
-    for (;;) {
-        const int socket = accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC);
-        if (socket < 0) {
-            return;
-        }
-        const std::lock_guard lock(mutex_);
-        Client &client = clients_.emplace_back();
-        client.connection = std::make_unique<Connection>(socket);
-        client.thread = std::thread([this, &connection = *client.connection] {
-            serve(connection);
-            const std::lock_guard lockAgain(mutex_);
-            connection.socket_.reset();
-        });
+    for (int socket = 0; (socket = accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC)) >= 0;) {
+        Connection &connection = connections_.emplace_back(socket);
+        connection.thread_ = std::thread([&] { serve(connection); });
     }
 }
 
-void LoopbackServer::serve(Connection &connection) const {
+void LoopbackServer::serve(Connection &connection) {
     if (tls_) {
         connection.tls_.reset(SSL_new(tls_.get()));
         SSL_set_fd(connection.tls_.get(), connection.socket_.get());
-        if (SSL_accept(connection.tls_.get()) != 1) {
-            return;
+    }
+    if (!tls_ || SSL_accept(connection.tls_.get()) == 1) {
+        handler_(connection);
+        if (tls_) {
+            SSL_shutdown(connection.tls_.get());
         }
     }
-    handler_(connection);
-    if (connection.tls_) {
-        SSL_shutdown(connection.tls_.get());
-    }
+    const std::lock_guard lock(mutex_);
+    connection.socket_.reset();
 }
 
 LoopbackServer::Handler answers(std::map<std::string, std::string> byTarget) {
-    return [byTarget = std::move(byTarget)](Connection &connection) {
+    return [byTarget = std::move(byTarget)](const Connection &connection) {
         const auto answer = byTarget.find(connection.readRequest());
         connection.send(answer == byTarget.end() ? "HTTP/1.1 404 Not Found\r\nContent-Length: 4\r\n\r\nnone"
                                                  : answer->second);
@@ -148,11 +123,10 @@ std::string redirectTo(std::string_view url) {
 }
 
 std::string makeCertificate(const std::string &path, const std::string &address) {
-    const std::string command =
-        "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 -subj /CN=test -addext "
-        "subjectAltName=IP:" +
-        address + " -keyout '" + path + "' -out '" + path + ".crt' 2>/dev/null && cat '" + path + ".crt' >>'" + path +
-        "'";
+    // The key first; the shell adds the certificate from standard output.
+    const std::string command = "openssl req -x509 -newkey ec -pkeyopt ec_paramgen_curve:prime256v1 -nodes -days 2 "
+                                "-subj /CN=test -addext subjectAltName=IP:" +
+                                address + " -keyout '" + path + "' 2>/dev/null >>'" + path + "'";
     require(std::system(command.c_str()) == 0, "openssl made no certificate");
     return path;
 }

@@ -20,20 +20,19 @@ class Connection {
 public:
     explicit Connection(int socket) : socket_(socket) {}
 
-    /// The next line without its end; empty if there is none.
-    std::string readLine();
     /// False if the client has gone.
     bool send(std::string_view bytes) const;
-    /// Reads an HTTP request and returns its target, and in `headers` what follows.
-    std::string readRequest(std::string *headers = nullptr);
+    /// Reads an HTTP request and returns its target.
+    std::string readRequest(std::string *all = nullptr) const;
     /// Says nothing until the client, or the server, has gone.
-    void waitForEnd();
+    void waitForEnd() const;
 
 private:
     friend class LoopbackServer;
 
     platform::FileDescriptor socket_;
     std::unique_ptr<SSL, void (*)(SSL *)> tls_{nullptr, SSL_free};
+    std::thread thread_;
 };
 
 /// A server on a port of its own of 127.0.0.1. Its end is every connection's end.
@@ -54,19 +53,15 @@ public:
     }
 
 private:
-    struct Client {
-        std::unique_ptr<Connection> connection;
-        std::thread thread;
-    };
     void accept();
-    void serve(Connection &connection) const;
+    void serve(Connection &connection);
 
     Handler handler_;
     std::unique_ptr<SSL_CTX, void (*)(SSL_CTX *)> tls_{nullptr, SSL_CTX_free};
     platform::FileDescriptor socket_;
     int port_ = 0;
-    std::mutex mutex_; // guards clients_ and the closing of their sockets
-    std::list<Client> clients_;
+    std::mutex mutex_; // guards the closing of the connections' sockets
+    std::list<Connection> connections_;
     std::thread thread_;
 };
 

@@ -6,11 +6,9 @@
 #include "platform/linux/ReleaseFile.h"
 #include "platform/linux/StringTable.h"
 #include "platform/path.h"
-#include "platform/posix/NeverDestroyed.h"
-#include "platform/testing.h"
+#include "platform/posix/ownBundlePath.h"
 
 #include <filesystem>
-#include <mutex>
 
 namespace kestrav::platform {
 
@@ -46,47 +44,15 @@ PropertyList readInformation(const std::string &bundlePath) {
     return releaseInformation(bundlePath);
 }
 
-/// X.app for X.app/Contents/MacOS/NAME, otherwise the executable's directory.
-std::string pathOfOwnBundle() {
+} // namespace
+
+std::string ownBundlePath() {
     std::error_code error;
     const std::string executable = std::filesystem::read_symlink("/proc/self/exe", error).string();
     const std::string directory = deletingLastPathComponent(error ? "/" : executable);
     const std::string contents = deletingLastPathComponent(directory);
     const bool isBundle = lastPathComponent(directory) == "MacOS" && lastPathComponent(contents) == "Contents";
     return isBundle ? deletingLastPathComponent(contents) : directory;
-}
-
-struct MainBundle {
-    std::mutex mutex;
-    std::optional<std::string> replacedPath;
-    const Bundle *current = nullptr;                 // null: to be opened
-    std::vector<std::unique_ptr<const Bundle>> made; // earlier ones too: somebody may still refer to them
-};
-
-MainBundle &mainBundleState() {
-    static NeverDestroyed<MainBundle> state;
-    return state.get();
-}
-
-} // namespace
-
-void testing::setMainBundle(const std::optional<std::string> &path) {
-    MainBundle &state = mainBundleState();
-    const std::scoped_lock lock(state.mutex);
-    state.replacedPath = path;
-    state.current = nullptr;
-}
-
-const Bundle &Bundle::mainBundle() {
-    MainBundle &state = mainBundleState();
-    const std::scoped_lock lock(state.mutex);
-    if (state.current == nullptr) {
-        std::string path = withoutTrailingSlash(state.replacedPath ? *state.replacedPath : pathOfOwnBundle());
-        PropertyList information = readInformation(path);
-        state.made.push_back(std::unique_ptr<Bundle>(new Bundle(std::move(path), std::move(information))));
-        state.current = state.made.back().get();
-    }
-    return *state.current;
 }
 
 std::unique_ptr<Bundle> Bundle::create(const std::string &path) {
@@ -96,12 +62,6 @@ std::unique_ptr<Bundle> Bundle::create(const std::string &path) {
     std::string ownPath = withoutTrailingSlash(path);
     PropertyList information = readInformation(ownPath);
     return std::unique_ptr<Bundle>(new Bundle(std::move(ownPath), std::move(information)));
-}
-
-std::optional<std::string> Bundle::bundleIdentifier() const {
-    const PropertyList *value = objectForInfoDictionaryKey("CFBundleIdentifier");
-    const auto *text = value != nullptr ? value->as<std::string>() : nullptr;
-    return text != nullptr ? std::optional(*text) : std::nullopt;
 }
 
 std::string Bundle::resourcePath() const {

@@ -1,6 +1,7 @@
 #include "platform/PropertyList.h"
 
 #include "platform/linux/PropertyListLimits.h"
+#include "platform/linux/PropertyListNode.h"
 #include "platform/text.h"
 
 #include <plist/plist.h>
@@ -13,12 +14,6 @@
 namespace kestrav::platform {
 
 namespace {
-
-struct FreeNode {
-    using pointer = plist_t;
-    void operator()(plist_t node) const { plist_free(node); }
-};
-using Node = std::unique_ptr<plist_t, FreeNode>;
 
 struct FreeMemory {
     void operator()(void *memory) const { std::free(memory); } // NOLINT(cppcoreguidelines-no-malloc,*-owning-memory)

@@ -1,30 +1,10 @@
-#include "platform/SystemControl.h"
-
-#include "platform/posix/NeverDestroyed.h"
-#include "platform/testing.h"
-
-#include <functional>
+#include "platform/posix/readSystemControl.h"
 
 namespace kestrav::platform {
 
-namespace {
-
-using Control = std::function<std::optional<std::int32_t>(const std::string &)>;
-
-Control &replacedControl() {
-    static NeverDestroyed<Control> control;
-    return control.get();
-}
-
-} // namespace
-
-void testing::setSystemControl(Control control) {
-    replacedControl() = std::move(control);
-}
-
 /// The settings that the program asks for are those of another system.
-std::optional<std::int32_t> systemControlInteger(const std::string &name) {
-    return replacedControl() ? replacedControl()(name) : std::nullopt;
+std::optional<std::int32_t> readSystemControl(const std::string & /*name*/) {
+    return std::nullopt;
 }
 
 } // namespace kestrav::platform

@@ -52,20 +52,21 @@ void TerminalProgress::update() {
         erase();
     } else {
         lineIsThere = true;
-        static_cast<void>(writeAll(STDERR_FILENO, Begin + shown_ + End));
+        static_cast<void>(writeWithin(STDERR_FILENO, Begin + shown_ + End, 0)); // a terminal may be halted
     }
 }
 
 void TerminalProgress::erase() {
     if (lineIsThere.exchange(false)) {
-        static_cast<void>(writeAll(STDERR_FILENO, Erase));
+        static_cast<void>(writeWithin(STDERR_FILENO, Erase, 0));
     }
 }
 
 std::string TerminalProgress::text() const {
     std::string line = controls_.label.stringValue();
     if (!controls_.progressBar.isIndeterminate()) {
-        line = format("%3d %%  %@", static_cast<int>(controls_.progressBar.doubleValue()), line);
+        const double value = controls_.progressBar.doubleValue(); // beyond 100, or no number, for a size that was wrong
+        line = format("%3d %%  %@", value > 0 ? static_cast<int>(std::min(value, 100.0)) : 0, line);
     }
     std::replace_if(
         line.begin(), line.end(), [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, ' ');

@@ -1,6 +1,7 @@
 #include "platform/UserDefaults.h"
 
 #include "platform/FileManager.h"
+#include "platform/linux/PropertyListNode.h"
 #include "platform/linux/UserDefaultsDomain.h"
 
 #include <plist/plist.h>
@@ -13,12 +14,6 @@
 namespace kestrav::platform {
 
 namespace {
-
-struct FreeNode {
-    using pointer = plist_t;
-    void operator()(plist_t node) const { plist_free(node); }
-};
-using Node = std::unique_ptr<plist_t, FreeNode>;
 
 Node nodeOf(std::string_view content) {
     plist_t node = nullptr;

@@ -3,10 +3,7 @@
 #include "platform/FileManager.h"
 #include "platform/macos/CFPropertyList.h"
 #include "platform/macos/CFText.h"
-#include "platform/posix/NeverDestroyed.h"
-#include "platform/testing.h"
-
-#include <mutex>
+#include "platform/posix/ownBundlePath.h"
 
 namespace kestrav::platform {
 
@@ -30,12 +27,6 @@ PropertyList informationOf(CFBundleRef bundle) {
     return information ? *std::move(information) : PropertyList();
 }
 
-std::string pathOfOwnBundle() {
-    CFBundleRef bundle = CFBundleGetMainBundle(); // not ours to release
-    const CFHandle url(bundle != nullptr ? CFBundleCopyBundleURL(bundle) : nullptr);
-    return url ? pathOf(url.get()) : "/";
-}
-
 std::string withoutTrailingSlash(std::string path) {
     while (path.size() > 1 && path.ends_with('/')) {
         path.pop_back();
@@ -43,37 +34,12 @@ std::string withoutTrailingSlash(std::string path) {
     return path;
 }
 
-struct MainBundle {
-    std::mutex mutex;
-    std::optional<std::string> replacedPath;
-    const Bundle *current = nullptr;                 // null: to be opened
-    std::vector<std::unique_ptr<const Bundle>> made; // earlier ones too: somebody may still refer to them
-};
-
-MainBundle &mainBundleState() {
-    static NeverDestroyed<MainBundle> state;
-    return state.get();
-}
-
 } // namespace
 
-void testing::setMainBundle(const std::optional<std::string> &path) {
-    MainBundle &state = mainBundleState();
-    const std::scoped_lock lock(state.mutex);
-    state.replacedPath = path;
-    state.current = nullptr;
-}
-
-const Bundle &Bundle::mainBundle() {
-    MainBundle &state = mainBundleState();
-    const std::scoped_lock lock(state.mutex);
-    if (state.current == nullptr) {
-        std::string path = withoutTrailingSlash(state.replacedPath ? *state.replacedPath : pathOfOwnBundle());
-        PropertyList information = informationOf(openBundle(path).get());
-        state.made.push_back(std::unique_ptr<Bundle>(new Bundle(std::move(path), std::move(information))));
-        state.current = state.made.back().get();
-    }
-    return *state.current;
+std::string ownBundlePath() {
+    CFBundleRef bundle = CFBundleGetMainBundle(); // not ours to release
+    const CFHandle url(bundle != nullptr ? CFBundleCopyBundleURL(bundle) : nullptr);
+    return url ? pathOf(url.get()) : "/";
 }
 
 std::unique_ptr<Bundle> Bundle::create(const std::string &path) {
@@ -82,12 +48,6 @@ std::unique_ptr<Bundle> Bundle::create(const std::string &path) {
         return nullptr;
     }
     return std::unique_ptr<Bundle>(new Bundle(withoutTrailingSlash(path), informationOf(bundle.get())));
-}
-
-std::optional<std::string> Bundle::bundleIdentifier() const {
-    const PropertyList *value = objectForInfoDictionaryKey("CFBundleIdentifier");
-    const auto *text = value != nullptr ? value->as<std::string>() : nullptr;
-    return text != nullptr ? std::optional(*text) : std::nullopt;
 }
 
 std::string Bundle::resourcePath() const {

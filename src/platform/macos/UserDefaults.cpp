@@ -26,18 +26,6 @@ std::optional<PropertyList> UserDefaults::objectForKey(std::string_view key) con
     return propertyListOf(value.get());
 }
 
-std::optional<std::string> UserDefaults::stringForKey(std::string_view key) const {
-    const auto value = objectForKey(key);
-    const auto *text = value ? value->as<std::string>() : nullptr;
-    return text != nullptr ? std::optional(*text) : std::nullopt;
-}
-
-std::optional<PropertyList> UserDefaults::dictionaryForKey(std::string_view key) const {
-    auto value = objectForKey(key);
-    const bool isDictionary = value && value->as<PropertyList::Dictionary>() != nullptr;
-    return isDictionary ? std::move(value) : std::nullopt;
-}
-
 void UserDefaults::setObject(const PropertyList &value, std::string_view key) { // NOLINT(*-make-member-function-const)
     CFPreferencesSetAppValue(cfText(key).get(), cfValue(value).get(), kCFPreferencesCurrentApplication);
     // The service of the platform logs what it cannot write; a default is no reason to stop.

@@ -40,7 +40,7 @@ void forwardSignals(const FileDescriptor &readEnd, const std::function<void(Term
         TerminationSignal record;
         const ssize_t count = read(readEnd.get(), &record, sizeof record);
         if (count == static_cast<ssize_t>(sizeof record)) {
-            OperationQueue::mainQueue().addOperation([receiver, record] { receiver(record); });
+            receiver(record);
         } else if (count >= 0 || errno != EINTR) {
             return;
         }

@@ -42,11 +42,9 @@ std::string reportText(int argc, char **argv) {
     sigprocmask(SIG_BLOCK, nullptr, &mask);
     for (int number = 1; number < NSIG; ++number) {
         struct sigaction action {};
-        if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_DFL) {
-            add("ignored", std::to_string(number));
-        }
-        if (sigismember(&mask, number) == 1) {
-            add("blocked", std::to_string(number));
+        const bool ignored = sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_DFL;
+        if (ignored || sigismember(&mask, number) == 1) {
+            add("signal", std::to_string(number));
         }
     }
     return text;
@@ -81,10 +79,10 @@ int main(int argc, char **argv) {
     sigset_t signals;
     sigemptyset(&signals);
     const char *signalFile = std::getenv("FAKE_SIGNALS");
+    for (const int number : {SIGINT, SIGHUP, SIGTERM}) {
+        sigaddset(&signals, number);
+    }
     if (signalFile != nullptr) {
-        for (const int number : {SIGINT, SIGHUP, SIGTERM}) {
-            sigaddset(&signals, number);
-        }
         sigprocmask(SIG_BLOCK, &signals, nullptr);
     }
     if (const char *path = std::getenv("FAKE_REPORT")) {

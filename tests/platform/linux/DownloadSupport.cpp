@@ -10,7 +10,7 @@ namespace kestrav::tests {
 
 void prepareDownloads() {
     platform::Signals::ignoreWriteSignals();
-    for (const char *variable : {"http_proxy", "all_proxy", "ALL_PROXY"}) {
+    for (const char *variable : {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"}) {
         unsetenv(variable);
     }
     platform::testing::setMainBundle(KESTRAV_TEST_BUNDLE);

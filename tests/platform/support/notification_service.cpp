@@ -13,38 +13,37 @@
 
 namespace {
 
-constexpr const char *Interface = "<node><interface name='org.freedesktop.Notifications'>"
-                                  "<method name='GetCapabilities'><arg type='as' direction='out'/></method>"
-                                  "<method name='Notify'>"
-                                  "<arg type='s' direction='in'/><arg type='u' direction='in'/>"
-                                  "<arg type='s' direction='in'/><arg type='s' direction='in'/>"
-                                  "<arg type='s' direction='in'/><arg type='as' direction='in'/>"
-                                  "<arg type='a{sv}' direction='in'/><arg type='i' direction='in'/>"
-                                  "<arg type='u' direction='out'/>"
-                                  "</method></interface></node>";
+// The program's arguments.
+const char *record;
+std::string mode;
 
-struct Options {
-    std::string record;
-    std::string mode;
-};
-
-void answer(GDBusConnection * /*connection*/, const char * /*sender*/, const char * /*path*/,
-            const char * /*interface*/, const char *method, GVariant *parameters, GDBusMethodInvocation *invocation,
-            void *data) {
-    const auto &options = *static_cast<const Options *>(data);
-    if (std::string(method) == "GetCapabilities") {
-        const char *const names[] = {"body", options.mode == "markup" ? "body-markup" : "icon-static", nullptr};
-        g_dbus_method_invocation_return_value(invocation, g_variant_new("(^as)", names));
-        return;
+/// Answers the calls of the service's methods and passes other messages on.
+GDBusMessage *answer(GDBusConnection *connection, GDBusMessage *message, int incoming, void * /*data*/) {
+    const char *member = g_dbus_message_get_member(message);
+    const std::string method = incoming != 0 && member != nullptr ? member : "";
+    if (method != "GetCapabilities" && method != "Notify") {
+        return message;
     }
-    char *text = g_variant_print(parameters, TRUE);
-    std::ofstream(options.record, std::ios::app) << text << "\n";
-    g_free(text);
-    if (options.mode == "error") {
-        g_dbus_method_invocation_return_dbus_error(invocation, "org.freedesktop.Notifications.Error", "full");
-    } else if (options.mode != "silent") {
-        g_dbus_method_invocation_return_value(invocation, g_variant_new("(u)", 1U));
+    GDBusMessage *reply = g_dbus_message_new_method_reply(message);
+    if (method == "GetCapabilities") {
+        const char *const names[] = {"body", mode == "markup" ? "body-markup" : "icon-static", nullptr};
+        g_dbus_message_set_body(reply, g_variant_new("(^as)", names));
+    } else {
+        char *text = g_variant_print(g_dbus_message_get_body(message), TRUE);
+        std::ofstream(record, std::ios::app) << text << "\n";
+        g_free(text);
+        g_dbus_message_set_body(reply, g_variant_new("(u)", 1U));
+        if (mode == "error") {
+            g_object_unref(reply);
+            reply = g_dbus_message_new_method_error(message, "org.freedesktop.Notifications.Error", "full");
+        }
     }
+    if (method != "Notify" || mode != "silent") {
+        g_dbus_connection_send_message(connection, reply, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
+    }
+    g_object_unref(reply);
+    g_object_unref(message);
+    return nullptr;
 }
 
 void nameAcquired(GDBusConnection * /*connection*/, const char * /*name*/, void * /*data*/) {
@@ -57,19 +56,16 @@ int main(int argc, char **argv) {
     if (argc != 4) {
         return EXIT_FAILURE;
     }
-    Options options{argv[2], argv[3]};
+    record = argv[2];
+    mode = argv[3];
     const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
     GDBusConnection *connection = g_dbus_connection_new_for_address_sync(argv[1], flags, nullptr, nullptr, nullptr);
     if (connection == nullptr) {
         return EXIT_FAILURE;
     }
-    GDBusNodeInfo *node = g_dbus_node_info_new_for_xml(Interface, nullptr);
-    GDBusInterfaceVTable table{};
-    table.method_call = answer;
-    g_dbus_connection_register_object(connection, "/org/freedesktop/Notifications", node->interfaces[0], &table,
-                                      &options, nullptr, nullptr);
+    g_dbus_connection_add_filter(connection, answer, nullptr, nullptr);
     g_bus_own_name_on_connection(connection, "org.freedesktop.Notifications", G_BUS_NAME_OWNER_FLAGS_NONE, nameAcquired,
-                                 nullptr, &options, nullptr);
+                                 nullptr, nullptr, nullptr);
     g_main_loop_run(g_main_loop_new(nullptr, FALSE));
 }

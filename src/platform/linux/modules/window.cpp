@@ -59,6 +59,18 @@ ProgressWindow &progressWindow() noexcept {
     std::abort();
 }
 
+XErrorHandler libraryErrorHandler = nullptr;
+bool inErrorHandler = false;
+
+/// The library's own handler passes over the errors that it expects; of another one it says something, then it ends the
+/// process.
+int handleXError(Display *display, XErrorEvent *event) {
+    inErrorHandler = true;
+    const int result = libraryErrorHandler(display, event);
+    inErrorHandler = false;
+    return result;
+}
+
 /// Only on X11 there is a function for it; on Wayland the library says something before it ends the process.
 bool waylandIsLost() {
     GdkDisplay *const display = gdk_display_get_default();
@@ -74,7 +86,7 @@ GLogWriterOutput writeMessage(GLogLevelFlags level, const GLogField *fields, gsi
             settings.message(settings.context, static_cast<const char *>(fields[i].value));
         }
     }
-    if (waylandIsLost()) {
+    if (inErrorHandler || waylandIsLost()) {
         endWithoutDisplay(nullptr);
     }
     return G_LOG_WRITER_HANDLED;
@@ -249,6 +261,7 @@ int open(const KestravWindowSettings *settings, const KestravWindowContent *cont
         return 0;
     }
     XSetIOErrorHandler(endWithoutDisplay);
+    libraryErrorHandler = XSetErrorHandler(handleXError);
     if (!build(made)) {
         return 0;
     }

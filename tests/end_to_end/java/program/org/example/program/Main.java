@@ -33,6 +33,7 @@ public final class Main {
             case "copy":
                 System.in.transferTo(System.out);
                 System.out.flush();
+                System.exit(77);
                 break;
             default:
                 if (end.startsWith("exit ")) {
