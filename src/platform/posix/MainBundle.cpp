@@ -37,7 +37,7 @@ const Bundle &Bundle::mainBundle() {
         const std::string path = state.replacedPath ? *state.replacedPath : ownBundlePath();
         auto bundle = create(path);
         if (!bundle) {
-            bundle.reset(new Bundle(path, {})); // removed while it runs
+            bundle = std::unique_ptr<Bundle>(new Bundle(path, {})); // removed while it runs
         }
         state.current = bundle.get();
         state.made.push_back(std::move(bundle));
