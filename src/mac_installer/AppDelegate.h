@@ -76,7 +76,7 @@ private:
     platform::TextField *label = nullptr;
     platform::TextField *progressLabel = nullptr;
 
-    std::atomic<bool> cancelled = false; // set by the main thread, for good; polled by the worker
+    std::atomic<bool> cancelled = false; // set by a cancel or a signal, for good; polled by the worker
 
     OptionalText tempDir; // the run's temporary directory, if one was made; the worker's until it ends
     OptionalText archive; // what the runtime was extracted from, if it was; the worker's
