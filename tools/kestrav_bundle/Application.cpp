@@ -1,0 +1,216 @@
+#include "Application.h"
+
+#include "Configuration.h"
+#include "Program.h"
+#include "Runtime.h"
+#include "RuntimeArchive.h"
+#include "checks.h"
+#include "platform/FileManager.h"
+#include "platform/path.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+
+namespace kestrav::tools {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using platform::appendingPathComponent;
+using platform::Bundle;
+
+constexpr const char *executable = "Contents/MacOS/launcher";
+
+/// A folder beside the application in which it is made; it goes with this object.
+class Workshop {
+public:
+    explicit Workshop(const std::string &output) {
+        const std::string parent = platform::deletingLastPathComponent(output);
+        path_ = appendingPathComponent(parent.empty() ? "." : parent, ".kestrav-bundle-XXXXXX");
+        if (::mkdtemp(path_.data()) == nullptr) {
+            throw Refusal("Could not make a folder beside " + output + ": " + std::generic_category().message(errno));
+        }
+    }
+    Workshop(const Workshop &) = delete;
+    Workshop &operator=(const Workshop &) = delete;
+    ~Workshop() {
+        std::error_code left;
+        fs::remove_all(path_, left);
+    }
+
+    [[nodiscard]] std::string place(const char *name) const { return appendingPathComponent(path_, name); }
+
+private:
+    std::string path_;
+};
+
+/// The template that was asked for, or the one that was installed or built with this program.
+std::string findTemplate(const Request &request, const std::string &ownFolder) {
+    std::vector<std::string> places;
+    if (request.bundleTemplate) {
+        places.push_back(*request.bundleTemplate);
+    } else {
+        for (const char *place : {KESTRAV_INSTALLED_TEMPLATE, "../Launcher.app"}) {
+            places.push_back(appendingPathComponent(ownFolder, place));
+        }
+    }
+    for (const std::string &place : places) {
+        if (::access(appendingPathComponent(place, executable).c_str(), X_OK) == 0) {
+            return fs::canonical(place).string();
+        }
+    }
+    throw Refusal("There is no launcher template at " + places.front() + " (" + executable + " is missing there)");
+}
+
+/// Copies a file, or a folder with all that is in it.
+void copy(const std::string &from, const std::string &to) {
+    fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+}
+
+void placeIcon(const std::string &icon, const std::string &resources) {
+    constexpr std::string_view magic = "icns";
+    const auto content = platform::contentsOfFile(icon);
+    if (!content || !content->starts_with(magic)) {
+        throw Refusal("The icon " + icon + (content ? " is no .icns file" : " cannot be read"));
+    }
+    if (const auto error = platform::writeFileAtomically(appendingPathComponent(resources, "app.icns"), *content)) {
+        throw fs::filesystem_error("cannot write the icon", error);
+    }
+}
+
+/// Keeps the languages that were asked for, and adds the user's own.
+void placeLanguages(const std::vector<Language> &languages, const std::string &resources) {
+    if (languages.empty()) {
+        return;
+    }
+    const std::string kept = appendingPathComponent(resources, "kept");
+    fs::create_directory(kept);
+    for (const Language &language : languages) {
+        const std::string name = language.name + ".lproj";
+        const std::string from = appendingPathComponent(resources, name);
+        const std::string to = appendingPathComponent(kept, name);
+        if (language.name.empty() || language.name.find('/') != std::string::npos || fs::exists(to)) {
+            throw Refusal("\"" + language.name + "\" is no language, or there twice");
+        }
+        if (language.table) {
+            if (!platform::contentsOfFile(*language.table)) {
+                throw Refusal("The string table " + *language.table + " cannot be read");
+            }
+            fs::create_directory(to);
+            fs::copy_file(*language.table, appendingPathComponent(to, "Localizable.strings"));
+        } else if (fs::exists(from)) {
+            fs::rename(from, to);
+        } else {
+            throw Refusal("The template has no messages in " + language.name + "; give a table: " + language.name +
+                          "=Localizable.strings");
+        }
+    }
+    for (const auto &entry : fs::directory_iterator(resources)) {
+        if (entry.path().extension() == ".lproj") {
+            fs::remove_all(entry.path());
+        }
+    }
+    for (const auto &entry : fs::directory_iterator(kept)) {
+        fs::rename(entry.path(), fs::path(resources) / entry.path().filename());
+    }
+    fs::remove(kept);
+}
+
+/// Puts the runtime into the application; the size of its archive before compression, 0 for a folder.
+std::uint64_t placeRuntime(const Runtime &runtime, RuntimeForm form, const std::string &application,
+                           std::vector<std::string> &notes) {
+    const RuntimeTree tree = runtimeTree(runtime);
+    notes.insert(notes.end(), tree.notes.begin(), tree.notes.end());
+    const std::string what = "runtime: Java " + runtime.version + ", ";
+    if (form == RuntimeForm::folder) {
+        copyTree(tree, appendingPathComponent(application, "Contents/PlugIns/jre.bundle"));
+        notes.push_back(what + "in Contents/PlugIns/jre.bundle");
+        return 0;
+    }
+    const std::string archive = appendingPathComponent(application, "Contents/Resources/app/jre.tar.gz");
+    const std::uint64_t size = writeRuntimeArchive(tree, archive);
+    constexpr std::uint64_t million = 1'000'000;
+    notes.push_back(what + "in Contents/Resources/app/jre.tar.gz (" +
+                    std::to_string((fs::file_size(archive) + million / 2) / million) + " MB, " +
+                    std::to_string((size + million / 2) / million) + " MB extracted)");
+    return size;
+}
+
+void requireFree(const Request &request) {
+    if (!fs::exists(fs::symlink_status(request.output))) {
+        return;
+    }
+    if (!request.replace) {
+        throw Refusal(request.output + " is already there; --replace puts the new one in its place");
+    }
+    if (!fs::exists(appendingPathComponent(request.output, "Contents/Info.plist"))) {
+        throw Refusal(request.output + " is no application, so it is not replaced");
+    }
+}
+
+/// Puts the finished application where it belongs; the one that was there goes last.
+void deliver(const Request &request, const Workshop &workshop, const std::string &finished) {
+    requireFree(request);
+    const std::string old = workshop.place("old");
+    const bool replaces = fs::exists(fs::symlink_status(request.output));
+    if (replaces) {
+        fs::rename(request.output, old);
+    }
+    std::error_code error;
+    fs::rename(finished, request.output, error);
+    if (error) {
+        if (replaces) {
+            fs::rename(old, request.output);
+        }
+        throw fs::filesystem_error("cannot put the application in its place", request.output, error);
+    }
+}
+
+} // namespace
+
+std::vector<std::string> makeApplication(const Request &request, const std::string &ownFolder) {
+    checkTexts(request);
+    requireFree(request);
+    const std::string bundleTemplate = findTemplate(request, ownFolder);
+    const Program program = examineProgram(request);
+    const RuntimeBounds bounds = effectiveBounds(request, program);
+    std::optional<Runtime> runtime;
+    if (request.runtime) {
+        runtime = examineRuntime(*request.runtime, bounds, appendingPathComponent(bundleTemplate, executable));
+    }
+    const auto templateInfo = Bundle::create(bundleTemplate)->infoDictionary();
+    static_cast<void>(configuration(templateInfo, request, program, 0)); // refuses before anything is written
+
+    std::vector<std::string> notes;
+    const Workshop workshop(request.output);
+    const std::string application = workshop.place("new.app");
+    copy(bundleTemplate, application);
+    const std::string resources = appendingPathComponent(application, "Contents/Resources");
+    const std::string files = appendingPathComponent(resources, "app");
+    fs::create_directories(files);
+    for (const Program::File &file : program.files) {
+        copy(file.source, appendingPathComponent(files, file.name));
+    }
+    if (request.icon) {
+        placeIcon(*request.icon, resources);
+    }
+    placeLanguages(request.languages, resources);
+    const std::uint64_t size = runtime ? placeRuntime(*runtime, request.runtimeForm, application, notes) : 0;
+    const auto info = configuration(templateInfo, request, program, size);
+    if (const auto error = platform::writeFileAtomically(appendingPathComponent(application, "Contents/Info.plist"),
+                                                         info.serialize())) {
+        throw fs::filesystem_error("cannot write Info.plist", error);
+    }
+    deliver(request, workshop, application);
+    if (!runtime) {
+        notes.push_back("runtime: an installed one, Java " + bounds.minVersion.value_or("of any version") +
+                        (bounds.maxVersion ? " to " + *bounds.maxVersion : " or newer") +
+                        (request.runtimeURL ? ", else the one from " + *request.runtimeURL : ""));
+    }
+    return notes;
+}
+
+} // namespace kestrav::tools

@@ -1,0 +1,150 @@
+#include "CommandLine.h"
+
+#include "Usage.h"
+#include "platform/path.h"
+
+#include <getopt.h>
+
+#include <cstdio>
+#include <functional>
+#include <string_view>
+
+namespace kestrav::tools {
+
+namespace {
+
+/// Something that an option with a value does to the request.
+using Apply = std::function<void(Request &, std::string)>;
+
+struct Option {
+    const char *name;
+    bool hasValue;
+    Apply apply;
+};
+
+Apply to(std::string Request::*field) {
+    return [field](Request &request, std::string value) { request.*field = std::move(value); };
+}
+
+Apply to(std::optional<std::string> Request::*field) {
+    return [field](Request &request, std::string value) { request.*field = std::move(value); };
+}
+
+Apply to(std::vector<std::string> Request::*field) {
+    return [field](Request &request, std::string value) { (request.*field).push_back(std::move(value)); };
+}
+
+Apply to(OptionalText RuntimeBounds::*field) {
+    return [field](Request &request, std::string value) { request.bounds.*field = std::move(value); };
+}
+
+void addLanguage(Request &request, const std::string &value) {
+    const std::size_t equals = value.find('=');
+    request.languages.push_back({value.substr(0, equals),
+                                 equals == std::string::npos ? std::nullopt : std::optional(value.substr(equals + 1))});
+}
+
+void setRuntimeForm(Request &request, const std::string &value) {
+    if (value != "archive" && value != "folder") {
+        throw Refusal("--runtime-form is archive or folder, not " + value);
+    }
+    request.runtimeForm = value == "archive" ? RuntimeForm::archive : RuntimeForm::folder;
+}
+
+void addSearch(Request &request, std::string value) {
+    if (!request.search) {
+        request.search.emplace();
+    }
+    request.search->push_back(std::move(value));
+}
+
+const std::vector<Option> &options() {
+    static const std::vector<Option> all{
+        {"name", true, to(&Request::name)},
+        {"identifier", true, to(&Request::identifier)},
+        {"app-version", true, to(&Request::version)},
+        {"jar", true, to(&Request::jar)},
+        {"main-class", true, to(&Request::mainClass)},
+        {"class-path", true, to(&Request::classPath)},
+        {"file", true, to(&Request::files)},
+        {"vm-option", true, to(&Request::vmOptions)},
+        {"argument", true, to(&Request::arguments)},
+        {"icon", true, to(&Request::icon)},
+        {"language", true, addLanguage},
+        {"info", true, to(&Request::info)},
+        {"runtime", true, to(&Request::runtime)},
+        {"runtime-form", true, setRuntimeForm},
+        {"runtime-url", true, to(&Request::runtimeURL)},
+        {"min-version", true, to(&RuntimeBounds::minVersion)},
+        {"max-version", true, to(&RuntimeBounds::maxVersion)},
+        {"vm-id-prefix", true, to(&RuntimeBounds::requiredVmIdPrefix)},
+        {"allow-beta", false, [](Request &request, const std::string &) { request.bounds.allowBeta = true; }},
+        {"search", true, addSearch},
+        {"no-search", false, [](Request &request, const std::string &) { request.search.emplace(); }},
+        {"template", true, to(&Request::bundleTemplate)},
+        {"replace", false, [](Request &request, const std::string &) { request.replace = true; }},
+    };
+    return all;
+}
+
+constexpr int firstOption = 256; // above every character that getopt could mean
+constexpr int helpOption = 'h';
+constexpr int versionOption = 'V';
+
+std::vector<option> longOptions() {
+    std::vector<option> table{{"help", no_argument, nullptr, helpOption},
+                              {"version", no_argument, nullptr, versionOption}};
+    int value = firstOption;
+    for (const Option &each : options()) {
+        table.push_back({each.name, each.hasValue ? required_argument : no_argument, nullptr, value++});
+    }
+    table.push_back({nullptr, 0, nullptr, 0});
+    return table;
+}
+
+/// The part of a path before ".app"; refuses any other.
+std::string applicationName(std::string_view path) {
+    constexpr std::string_view suffix = ".app";
+    const std::string name = platform::lastPathComponent(path);
+    if (!name.ends_with(suffix) || name.size() == suffix.size()) {
+        throw Refusal("The application's name has to end in \".app\": " + std::string(path));
+    }
+    return name.substr(0, name.size() - suffix.size());
+}
+
+} // namespace
+
+std::optional<Request> parseCommandLine(int argc, char **argv) {
+    Request request;
+    const auto table = longOptions();
+    opterr = 0;
+    for (int found = 0; (found = getopt_long(argc, argv, ":hV", table.data(), nullptr)) != -1;) {
+        if (found == helpOption || found == versionOption) {
+            std::fputs(found == helpOption ? usage : versionText, stdout);
+            return std::nullopt;
+        }
+        if (found == ':') {
+            throw Refusal(std::string(argv[optind - 1]) + " needs a value");
+        }
+        if (found < firstOption) {
+            throw Refusal(std::string("There is no option ") + argv[optind - 1] + "; try --help");
+        }
+        const Option &option = options().at(static_cast<std::size_t>(found - firstOption));
+        option.apply(request, option.hasValue ? optarg : "");
+    }
+    if (optind + 1 != argc) {
+        throw Refusal(optind == argc ? "Which application is to be made? Try --help"
+                                     : std::string("One application at a time: ") + argv[optind + 1]);
+    }
+    request.output = argv[optind];
+    while (request.output.size() > 1 && request.output.ends_with('/')) {
+        request.output.pop_back();
+    }
+    const std::string name = applicationName(request.output);
+    if (request.name.empty()) {
+        request.name = name;
+    }
+    return request;
+}
+
+} // namespace kestrav::tools

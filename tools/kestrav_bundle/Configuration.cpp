@@ -1,0 +1,176 @@
+#include "Configuration.h"
+
+#include "mac_installer/InfoPlist.h"
+#include "platform/Exception.h"
+#include "platform/FileManager.h"
+#include "platform/text.h"
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace kestrav::tools {
+
+namespace {
+
+using platform::PropertyList;
+using Dictionary = PropertyList::Dictionary;
+
+PropertyList::Array arrayOf(const std::vector<std::string> &texts) {
+    return {texts.begin(), texts.end()};
+}
+
+void addIfAny(Dictionary &dictionary, const char *key, const std::vector<std::string> &texts) {
+    if (!texts.empty()) {
+        dictionary[key] = arrayOf(texts);
+    }
+}
+
+void addIfAny(Dictionary &dictionary, const char *key, const OptionalText &text) {
+    if (text && !text->empty()) {
+        dictionary[key] = *text;
+    }
+}
+
+Dictionary javaVM(const Request &request, const Program &program) {
+    Dictionary javaVM;
+    addIfAny(javaVM, "MainClass", program.mainClass);
+    addIfAny(javaVM, "ClassPath", program.classPath);
+    javaVM["WorkingDirectory"] = "$APP_PACKAGE/Contents/Resources/app";
+    addIfAny(javaVM, "VMOptionArray", request.vmOptions);
+    addIfAny(javaVM, "ArgumentArray", request.arguments);
+    if (request.search) {
+        javaVM["SearchSequence"] = arrayOf(*request.search);
+    }
+    return javaVM;
+}
+
+/// macOS lets an application fetch without encryption only from hosts that it names (App Transport Security).
+void allowPlainTransport(Dictionary &info, const std::string &url) {
+    constexpr std::string_view scheme = "http://";
+    if (url.starts_with(scheme)) {
+        const std::string authority = url.substr(scheme.size(), url.find('/', scheme.size()) - scheme.size());
+        const std::string host = authority.substr(authority.find('@') + 1);
+        info["NSAppTransportSecurity"] = Dictionary{
+            {"NSExceptionDomains",
+             Dictionary{{host.substr(0, host.find(':')), Dictionary{{"NSExceptionAllowsInsecureHTTPLoads", true}}}}}};
+    }
+}
+
+/// The user's property list; an empty one without it.
+Dictionary userInfo(const Request &request) {
+    if (!request.info) {
+        return {};
+    }
+    const auto content = platform::contentsOfFile(*request.info);
+    const auto list = content ? PropertyList::parse(*content) : std::nullopt;
+    const auto *dictionary = list ? list->as<Dictionary>() : nullptr;
+    if (dictionary == nullptr) {
+        throw Refusal(*request.info + (content ? " is no property list with a dictionary" : " cannot be read"));
+    }
+    return *dictionary;
+}
+
+void merge(Dictionary &info, Dictionary above) {
+    const auto theirs = above.find("JavaVM");
+    auto *ours = info["JavaVM"].as<Dictionary>();
+    if (theirs != above.end() && theirs->second.as<Dictionary>() != nullptr) {
+        Dictionary entries = *theirs->second.as<Dictionary>();
+        entries.merge(*ours);
+        theirs->second = std::move(entries);
+    }
+    above.merge(info);
+    info = std::move(above);
+}
+
+/// Reads every key as the launcher will, which raises for a wrong type.
+void readAll(const PropertyList &info) {
+    for (const char *key : {"CFBundleName", "CFBundleIconFile", "CFBundleIdentifier", "ksv.minVersion",
+                            "ksv.maxVersion", "ksv.vmIdPrefix", "ksv.appId", "ksv.baseDir", "ksv.jreLocation"}) {
+        static_cast<void>(stringValue(info, key));
+    }
+    for (const char *key : {"ksv.allowBeta", "ksv.allowPassthrough", "ksv.initialProgress"}) {
+        static_cast<void>(booleanValue(info, key));
+    }
+    static_cast<void>(integerValue(info, "ksv.jreUncompressedSize"));
+    const PropertyList &javaVM = *info.find("JavaVM");
+    if (javaVM.as<Dictionary>() == nullptr) {
+        throw Refusal("\"JavaVM\" in Info.plist is no dictionary");
+    }
+    for (const char *key : {"MainClass", "ClassPath", "ModulePath", "WorkingDirectory", "OptionsFile", "SplashFile"}) {
+        static_cast<void>(stringValue(javaVM, key));
+    }
+    for (const char *key : {"VMOptionArray", "ArgumentArray", "SearchSequence"}) {
+        static_cast<void>(stringArrayValue(javaVM, key));
+    }
+    static_cast<void>(booleanValue(javaVM, "StartOnMainThread"));
+    static_cast<void>(arrayValue(javaVM, "VersionSpecificVMOptions"));
+    if (stringValue(javaVM, "MainClass").value_or("").empty()) {
+        throw Refusal("The application has no main class: give --jar or --main-class");
+    }
+}
+
+/// "1.8" for 8, as runtimes of that time number themselves.
+std::string versionText(int javaVersion) {
+    constexpr int lastOldStyle = 8;
+    return (javaVersion <= lastOldStyle ? "1." : "") + std::to_string(javaVersion);
+}
+
+} // namespace
+
+PropertyList configuration(const PropertyList &templateInfo, const Request &request, const Program &program,
+                           std::uint64_t archiveSize) {
+    const auto *general = templateInfo.as<Dictionary>();
+    Dictionary info = general == nullptr ? Dictionary() : *general;
+    std::erase_if(info, [](const auto &entry) { return entry.first.starts_with("ksv."); });
+    info["CFBundleName"] = request.name;
+    info["CFBundleIdentifier"] = request.identifier;
+    info["CFBundleVersion"] = request.version;
+    info["CFBundleShortVersionString"] = request.version;
+    if (!request.languages.empty()) {
+        info["CFBundleDevelopmentRegion"] = request.languages.front().name;
+    }
+    const RuntimeBounds bounds = effectiveBounds(request, program);
+    addIfAny(info, "ksv.minVersion", bounds.minVersion);
+    addIfAny(info, "ksv.maxVersion", bounds.maxVersion);
+    addIfAny(info, "ksv.vmIdPrefix", bounds.requiredVmIdPrefix);
+    if (bounds.allowBeta) {
+        info["ksv.allowBeta"] = true;
+    }
+    addIfAny(info, "ksv.jreLocation", request.runtimeURL);
+    allowPlainTransport(info, request.runtimeURL.value_or(""));
+    if (archiveSize > 0) {
+        constexpr std::uint64_t largest = std::numeric_limits<std::int32_t>::max();
+        info["ksv.jreUncompressedSize"] = static_cast<std::int64_t>(std::min(archiveSize, largest));
+    }
+    info["JavaVM"] = javaVM(request, program);
+    merge(info, userInfo(request));
+    PropertyList result(std::move(info));
+    try {
+        readAll(result);
+    } catch (const platform::Exception &error) {
+        throw Refusal(error.reason());
+    }
+    return result;
+}
+
+RuntimeBounds effectiveBounds(const Request &request, const Program &program) {
+    RuntimeBounds bounds = request.bounds;
+    if (program.javaVersion == 0) {
+        return bounds;
+    }
+    const std::string needed = versionText(program.javaVersion);
+    const std::string what = "The main class " + program.mainClass + " needs Java " + needed + " or newer";
+    if (bounds.maxVersion && !Launcher::compareVersion(needed, Launcher::versionListOf(*bounds.maxVersion), false)) {
+        throw Refusal(what + ", --max-version is " + *bounds.maxVersion);
+    }
+    if (bounds.minVersion && !Launcher::compareVersion(needed, Launcher::versionListOf(*bounds.minVersion), false)) {
+        throw Refusal(what + ", --min-version is " + *bounds.minVersion);
+    }
+    if (!bounds.minVersion) {
+        bounds.minVersion = needed;
+    }
+    return bounds;
+}
+
+} // namespace kestrav::tools

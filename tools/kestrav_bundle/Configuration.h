@@ -1,0 +1,21 @@
+#pragma once
+
+#include "Program.h"
+#include "Runtime.h"
+
+#include <cstdint>
+#include <string>
+
+namespace kestrav::tools {
+
+/// The application's Info.plist: the template's general entries, what the request, the program and the runtime's
+/// archive (of `archiveSize` bytes before compression; 0: none) say, and above all the user's own property list.
+/// Refuses what the launcher could not read.
+[[nodiscard]] platform::PropertyList configuration(const platform::PropertyList &templateInfo, const Request &request,
+                                                   const Program &program, std::uint64_t archiveSize);
+
+/// The bounds as the application will have them: without a minimum, the oldest version that can read the main class.
+/// Refuses bounds within which no runtime could start it.
+[[nodiscard]] RuntimeBounds effectiveBounds(const Request &request, const Program &program);
+
+} // namespace kestrav::tools

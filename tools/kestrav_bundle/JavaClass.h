@@ -1,0 +1,18 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+// What can be told of a Java program without starting it.
+
+namespace kestrav::tools {
+
+/// The `Main-Class` of an archive's manifest; empty if it names none. Raises `Refusal` for a file that is no archive.
+[[nodiscard]] std::optional<std::string> mainClassOf(const std::string &jar);
+
+/// The Java version (8, 11, 17, …) that a class needs, by the number in its class file; empty if the class is not in
+/// that archive or folder. Raises `Refusal` for an archive that cannot be read, or something else under its name.
+[[nodiscard]] std::optional<int> javaVersionOfClass(const std::string &archiveOrFolder, std::string_view className);
+
+} // namespace kestrav::tools

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "Request.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kestrav::tools {
+
+/// The Java program as it will lie in the application.
+struct Program {
+    struct File {
+        std::string source; ///< the user's file or folder
+        std::string name;   ///< its name in Contents/Resources/app
+    };
+    std::vector<File> files;
+    std::string classPath; ///< as Info.plist has it
+    std::string mainClass; ///< empty if only the user's property list can name it
+    int javaVersion = 0;   ///< the oldest that can read the main class; 0: unknown
+};
+
+/// Puts the program together and refuses what could not start: files that are missing or would hide one another, and a
+/// main class that is not there.
+[[nodiscard]] Program examineProgram(const Request &request);
+
+} // namespace kestrav::tools

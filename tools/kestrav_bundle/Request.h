@@ -1,0 +1,58 @@
+#pragma once
+
+#include "mac_installer/Launcher.h"
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace kestrav::tools {
+
+/// Why no application is made: a whole sentence without its full stop, for the user.
+class Refusal : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// How a runtime travels with the application.
+enum class RuntimeForm {
+    archive, ///< packed, extracted at every start
+    folder,  ///< as it is, used in place
+};
+
+struct Language {
+    std::string name;                 ///< as in `de.lproj`
+    std::optional<std::string> table; ///< a string table of the user's; else the template's
+};
+
+/// The application that the user asks for. Paths are the user's files; texts are checked when the request is carried
+/// out.
+struct Request {
+    std::string output; ///< ends in ".app"
+    std::string name;
+    std::string identifier;
+    std::string version = "1.0.0";
+
+    std::optional<std::string> jar;
+    std::optional<std::string> mainClass;
+    std::vector<std::string> classPath; ///< what begins with "$" is looked up where the application runs
+    std::vector<std::string> files;     ///< copied beside the class path
+    std::vector<std::string> vmOptions;
+    std::vector<std::string> arguments;
+
+    std::optional<std::string> icon;
+    std::vector<Language> languages; ///< none: those of the template
+    std::optional<std::string> info; ///< a property list whose entries stand above the ones made here
+
+    std::optional<std::string> runtime;
+    RuntimeForm runtimeForm = RuntimeForm::archive;
+    std::optional<std::string> runtimeURL;
+    RuntimeBounds bounds;
+    std::optional<std::vector<std::string>> search; ///< none: the standard locations; empty: nowhere
+
+    std::optional<std::string> bundleTemplate; ///< none: the one that was built or installed with this program
+    bool replace = false;                      ///< an application of that name may be there
+};
+
+} // namespace kestrav::tools

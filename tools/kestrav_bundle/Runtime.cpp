@@ -1,0 +1,94 @@
+#include "Runtime.h"
+
+#include "mac_installer/CandidateInfo.h"
+#include "mac_installer/CandidateRefusal.h"
+#include "mac_installer/RuntimeHome.h"
+#include "platform/FileDescriptor.h"
+#include "platform/path.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <filesystem>
+#include <string_view>
+
+namespace kestrav::tools {
+
+namespace {
+
+using platform::appendingPathComponent;
+using platform::Bundle;
+using platform::FileManager;
+
+/// What kind of machine a program is for: the system's executable format and, where it is one number, the processor.
+/// Empty for anything else, such as a script.
+std::string machineOf(const std::string &path) {
+    // The ELF specification, "ELF Header"; Apple's <mach-o/loader.h>, <mach-o/fat.h>.
+    constexpr std::size_t elfMachine = 18;
+    std::array<char, elfMachine + 2> header{};
+    const auto file = platform::FileDescriptor::openRegularFile(path);
+    if (!file.valid() || ::read(file.get(), header.data(), header.size()) != static_cast<ssize_t>(header.size())) {
+        return "";
+    }
+    const std::string_view bytes(header.data(), header.size());
+    if (bytes.starts_with("\x7F"
+                          "ELF")) {
+        return "ELF" + std::string(bytes.substr(elfMachine));
+    }
+    const bool mach = bytes.starts_with("\xCF\xFA\xED\xFE") || bytes.starts_with("\xCA\xFE\xBA\xBE");
+    return mach ? "Mach-O" : "";
+}
+
+/// The bundle that a home belongs to, so that the home alone may be named; else the folder itself.
+std::string wholeRuntime(const std::string &path, const FileManager &files) {
+    const std::filesystem::path real = std::filesystem::canonical(path);
+    const std::filesystem::path contents = real.parent_path();
+    const bool isHome = real.filename() == "Home" && contents.filename() == "Contents";
+    return isHome && files.fileExistsAtPath((contents / "Info.plist").string()) ? contents.parent_path().string()
+                                                                                : real.string();
+}
+
+} // namespace
+
+Runtime examineRuntime(const std::string &path, const RuntimeBounds &bounds, const std::string &launcher) {
+    const FileManager files;
+    if (!files.directoryExistsAtPath(path)) {
+        throw Refusal("The runtime " + path + " is no folder");
+    }
+    Runtime runtime;
+    runtime.folder = wholeRuntime(path, files);
+    const std::string home = runtimeHome(runtime.folder, files);
+    const std::string java = appendingPathComponent(getJreLocation(runtime.folder, files), "bin/java");
+    if (!files.fileExistsAtPath(java) || files.directoryExistsAtPath(java) || ::access(java.c_str(), X_OK) != 0) {
+        throw Refusal(path + " is no Java runtime: it has no executable bin/java");
+    }
+    const std::string ours = machineOf(launcher);
+    const std::string theirs = machineOf(java);
+    if (!ours.empty() && !theirs.empty() && ours != theirs) {
+        throw Refusal("The runtime " + path + " is for another kind of machine than the launcher");
+    }
+    runtime.isBundle = home != runtime.folder;
+    const std::string info = appendingPathComponent(runtime.folder, "Contents/Info.plist");
+    runtime.hasInfo = runtime.isBundle && files.fileExistsAtPath(info);
+
+    const auto checker = Launcher::launcher();
+    checker->javaBundle = Bundle::create(runtime.isBundle && !runtime.hasInfo ? home : runtime.folder);
+    const CandidateInfo declared = candidateInfo(*checker->javaBundle, false);
+    if (!declared.version) {
+        throw Refusal("The runtime " + path + " does not declare its version, neither in " +
+                      (runtime.isBundle ? "Contents/Info.plist (JavaVM, JVMVersion)" : "a file \"release\"") +
+                      " nor anywhere else that the launcher reads");
+    }
+    // The application's maker chose this runtime: only the bounds count.
+    if (!checker->checkJavaVersion(bounds.minVersion, bounds.maxVersion, true, false, {})) {
+        RuntimeBounds asked = bounds;
+        asked.allowBeta = true;
+        throw Refusal("The runtime " + path + " will not do: " + versionRefusalReason(declared.version, asked));
+    }
+    runtime.version = *declared.version;
+    runtime.majorVersion = checker->javaMajorVersion;
+    runtime.identifier = declared.identifier.value_or("");
+    return runtime;
+}
+
+} // namespace kestrav::tools

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Request.h"
+
+#include <optional>
+#include <string>
+
+namespace kestrav::tools {
+
+/// A Java runtime that travels with an application.
+struct Runtime {
+    std::string folder;     ///< what is copied: the bundle, or the home alone
+    bool isBundle = false;  ///< its home is Contents/Home in it
+    bool hasInfo = false;   ///< it says by itself, in Contents/Info.plist, what it is
+    std::string version;    ///< as it declares it: "17.0.9"
+    int majorVersion = 0;   ///< 17
+    std::string identifier; ///< its maker
+};
+
+/// Looks at a JDK or JRE folder: a bundle, or a home (the home of a bundle stands for the bundle). Refuses what is no
+/// runtime, runs on another system than `launcher` (an executable), or lies outside the bounds.
+[[nodiscard]] Runtime examineRuntime(const std::string &path, const RuntimeBounds &bounds, const std::string &launcher);
+
+} // namespace kestrav::tools

@@ -1,0 +1,130 @@
+#include "RuntimeArchive.h"
+
+#include "platform/FileDescriptor.h"
+
+#include <archive.h>
+#include <archive_entry.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+#include <memory>
+
+namespace kestrav::tools {
+
+namespace {
+
+constexpr std::size_t longestName = 99;
+constexpr std::uint64_t largestFile = std::numeric_limits<std::int32_t>::max();
+
+void requireExtractable(const TreeEntry &entry, const std::string &name) {
+    if (name.size() > longestName || entry.target.size() > longestName) {
+        throw Refusal("The runtime cannot travel as an archive (but with --runtime-form folder): \"" + name +
+                      "\" or where it leads is longer than " + std::to_string(longestName) + " bytes");
+    }
+    if (entry.size > largestFile) {
+        throw Refusal("The runtime cannot travel as an archive (but with --runtime-form folder): \"" + name +
+                      "\" has 2 GiB or more");
+    }
+}
+
+class Writer {
+public:
+    explicit Writer(const std::string &path) : path_(path), archive_(archive_write_new()) {
+        check(archive_write_set_format_ustar(archive_.get()));
+        check(archive_write_add_filter_gzip(archive_.get()));
+        // Without the time of day the same runtime gives the same archive.
+        check(archive_write_set_filter_option(archive_.get(), "gzip", "timestamp", nullptr));
+        check(archive_write_open_filename(archive_.get(), path.c_str()));
+    }
+
+    void add(const TreeEntry &entry) {
+        const bool isDirectory = entry.kind == TreeEntry::Kind::directory;
+        const bool isLink = entry.kind == TreeEntry::Kind::link;
+        const std::string name = entry.name + (isDirectory ? "/" : "");
+        requireExtractable(entry, name);
+        archive_entry *header = archive_entry_clear(entry_.get());
+        archive_entry_set_pathname(header, name.c_str());
+        archive_entry_set_filetype(header, isDirectory ? AE_IFDIR : isLink ? AE_IFLNK : AE_IFREG);
+        archive_entry_set_perm(header, entry.mode);
+        archive_entry_set_mtime(header, entry.modified, 0);
+        archive_entry_set_size(header, static_cast<la_int64_t>(entry.size));
+        if (isLink) {
+            archive_entry_set_symlink(header, entry.target.c_str());
+        }
+        check(archive_write_header(archive_.get(), header));
+        if (entry.source.empty()) {
+            addData(entry.content);
+        } else if (entry.kind == TreeEntry::Kind::file) {
+            addFile(entry);
+        }
+    }
+
+    /// Ends the archive; returns how many bytes there were before compression.
+    std::uint64_t close() {
+        check(archive_write_close(archive_.get()));
+        return static_cast<std::uint64_t>(archive_filter_bytes(archive_.get(), 0));
+    }
+
+private:
+    struct Free {
+        void operator()(archive *writer) const { archive_write_free(writer); }
+        void operator()(archive_entry *entry) const { archive_entry_free(entry); }
+    };
+
+    void check(int status) const {
+        if (status != ARCHIVE_OK) {
+            const char *reason = archive_error_string(archive_.get());
+            throw Refusal("Could not write " + path_ + ": " + (reason == nullptr ? "out of memory" : reason));
+        }
+    }
+
+    void addData(std::string_view bytes) {
+        while (!bytes.empty()) {
+            const la_ssize_t count = archive_write_data(archive_.get(), bytes.data(), bytes.size());
+            if (count <= 0) {
+                check(ARCHIVE_FATAL);
+            }
+            bytes.remove_prefix(static_cast<std::size_t>(count));
+        }
+    }
+
+    void addFile(const TreeEntry &entry) {
+        constexpr std::size_t pieceSize = 1 << 18;
+        const auto file = platform::FileDescriptor::openRegularFile(entry.source);
+        std::string piece(pieceSize, '\0');
+        std::uint64_t copied = 0;
+        ssize_t count = file.valid() ? 1 : -1;
+        while (count > 0 || (count < 0 && errno == EINTR)) {
+            count = ::read(file.get(), piece.data(), piece.size());
+            copied += static_cast<std::uint64_t>(std::max<ssize_t>(count, 0));
+            if (copied > entry.size) {
+                break;
+            }
+            if (count > 0) {
+                addData({piece.data(), static_cast<std::size_t>(count)});
+            }
+        }
+        if (count < 0 || copied != entry.size) {
+            throw Refusal("Could not read " + entry.source + ": " +
+                          (count < 0 ? std::generic_category().message(errno) : "its size changes"));
+        }
+    }
+
+    std::string path_;
+    std::unique_ptr<archive, Free> archive_;
+    std::unique_ptr<archive_entry, Free> entry_{archive_entry_new()};
+};
+
+} // namespace
+
+std::uint64_t writeRuntimeArchive(const RuntimeTree &tree, const std::string &path) {
+    Writer writer(path);
+    for (const TreeEntry &entry : tree.entries) {
+        writer.add(entry);
+    }
+    return writer.close();
+}
+
+} // namespace kestrav::tools

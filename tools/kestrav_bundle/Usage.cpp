@@ -1,0 +1,55 @@
+#include "Usage.h"
+
+namespace kestrav::tools {
+
+const char *const usage =
+    R"(Usage: kestrav-bundle --identifier ID [--jar FILE | --main-class CLASS] [OPTION...] NAME.app
+
+Makes an application bundle that starts a Java program.
+
+The application
+  --identifier ID       its identifier, such as com.example.tool
+  --name NAME           its name for people (default: what stands before ".app")
+  --app-version V       its version (default: 1.0.0)
+  --icon FILE           its icon, an .icns file
+  --language LANG       a language of the launcher's messages: en, de, ja or ar; LANG=FILE adds one of your own with its
+                        Localizable.strings. May be given several times; the first is used where none suits the user
+                        (default: all four, en first)
+
+The program
+  --jar FILE            its archive, which names the main class, unless --main-class does
+  --main-class CLASS    the class to start
+  --class-path FILE     a further archive, or a folder of classes. What begins with "$" is not copied but looked up
+                        where the application runs: '$APP_PACKAGE/../plugins/*', '$NAME' (an environment variable)
+  --file FILE           a file or a folder that is copied beside the archives, into Contents/Resources/app
+  --vm-option OPTION    an option for the virtual machine, such as -Xmx512m
+  --argument TEXT       an argument for the program; those of the command line follow
+  The last four may be given several times.
+
+Its runtime: one that it carries, one that it downloads, or one that is installed
+  --runtime FOLDER      a JDK or JRE that travels with the application
+  --runtime-form FORM   how: "archive" (default: small, extracted at each start) or "folder" (starts faster)
+  --runtime-url URL     where to fetch an archive from if no installed runtime suits: http, https, ftp or file
+  --min-version V       the oldest and the newest version that will do, such as 11 or 17.0.2; 1.8 is Java 8
+  --max-version V       (default: the oldest that can read the main class)
+  --allow-beta          pre-releases will do as well
+  --vm-id-prefix TEXT   how the identifier of an installed runtime has to begin
+  --search ENTRY        where to look for an installed one: Y the system's standard locations, RFOLDER a folder, ENAME
+                        an environment variable with a folder. May be given several times (default: Y)
+  --no-search           nowhere
+
+More
+  --info FILE           a property list whose entries go into Info.plist, above those made by the options
+  --template FOLDER     the Launcher.app to start from (default: the one that belongs to this program)
+  --replace             an application of that name that is already there goes, once the new one is complete
+  --help, --version
+
+Exit status: 0 made; 1 refused or failed, with the reason on standard error; nothing is left behind then.
+
+Example:
+  kestrav-bundle --identifier com.example.tool --jar tool.jar --runtime /usr/lib/jvm/java-17-openjdk-amd64 Tool.app
+)";
+
+const char *const versionText = "kestrav-bundle " KESTRAV_VERSION "\n";
+
+} // namespace kestrav::tools

@@ -1,0 +1,134 @@
+#include "checks.h"
+
+#include "mac_installer/Launcher.h"
+#include "platform/path.h"
+#include "platform/text.h"
+
+#include <algorithm>
+#include <array>
+
+namespace kestrav::tools {
+
+namespace {
+
+/// A property list is XML, which has no place for control characters.
+void requireText(const std::string &text, const std::string &what) {
+    const auto isControl = [](char character) {
+        const auto code = static_cast<unsigned char>(character);
+        return code < ' ' && character != '\t' && character != '\n';
+    };
+    if (!platform::isValidUTF8(text) || std::any_of(text.begin(), text.end(), isControl)) {
+        throw Refusal(what + " is no UTF-8 text, or has control characters");
+    }
+}
+
+void requireTexts(const std::vector<std::string> &texts, const std::string &what) {
+    for (const std::string &text : texts) {
+        requireText(text, what);
+    }
+}
+
+bool isIdentifierCharacter(char character) {
+    return (character >= '0' && character <= '9') || (character >= 'a' && character <= 'z') ||
+           (character >= 'A' && character <= 'Z') || character == '-' || character == '.';
+}
+
+/// The platform's rule for bundle identifiers: letters, digits, "-" and "." of ASCII.
+void checkIdentifier(const std::string &identifier) {
+    if (identifier.empty()) {
+        throw Refusal("The application needs an identifier, such as --identifier com.example.tool");
+    }
+    const auto pieces = platform::componentsSeparatedBy(identifier, ".");
+    const bool good = std::all_of(identifier.begin(), identifier.end(), isIdentifierCharacter) && pieces.size() > 1 &&
+                      std::none_of(pieces.begin(), pieces.end(), [](const auto &piece) { return piece.empty(); });
+    if (!good) {
+        throw Refusal(
+            "The identifier \"" + identifier +
+            R"(" has to be words of letters, digits and "-" with dots between them, such as com.example.tool)");
+    }
+}
+
+void checkBounds(const RuntimeBounds &bounds) {
+    for (const OptionalText &bound : {bounds.minVersion, bounds.maxVersion}) {
+        if (bound && (bound->empty() || !platform::isDecimalDigit(static_cast<unsigned char>(bound->front())))) {
+            throw Refusal("A version begins with a digit, such as 11 or 17.0.2, unlike \"" + *bound + "\"");
+        }
+    }
+    constexpr int lastOldStyle = 8;
+    if (bounds.minVersion && platform::intValue(*bounds.minVersion) > 1 &&
+        platform::intValue(*bounds.minVersion) <= lastOldStyle) {
+        throw Refusal("Java " + *bounds.minVersion + " calls itself 1." + *bounds.minVersion +
+                      "; give --min-version that way");
+    }
+    if (bounds.minVersion && bounds.maxVersion &&
+        !Launcher::compareVersion(bounds.maxVersion, Launcher::versionListOf(*bounds.minVersion), true)) {
+        throw Refusal("No version is at least " + *bounds.minVersion + " and at most " + *bounds.maxVersion);
+    }
+}
+
+void checkURL(const std::string &url) {
+    constexpr std::string_view separator = "://";
+    const std::size_t end = url.find(separator);
+    const std::string scheme = url.substr(0, end);
+    const std::string rest = end == std::string::npos ? "" : url.substr(end + separator.size());
+    constexpr std::array schemes{"http", "https", "ftp", "file"};
+    const bool known = std::find(schemes.begin(), schemes.end(), scheme) != schemes.end();
+    const bool complete = !rest.empty() && (scheme == "file") == rest.starts_with('/');
+    if (!known || !complete || url.find_first_of(" \t\n") != std::string::npos) {
+        throw Refusal("\"" + url +
+                      "\" is no address such as https://example.com/jre.tar.gz or file:///folder/jre.tar.gz");
+    }
+}
+
+void checkRuntime(const Request &request) {
+    if (request.runtime && (request.runtimeURL || request.search)) {
+        throw Refusal("An application that carries its runtime looks for no other: give either --runtime or " +
+                      std::string(request.runtimeURL ? "--runtime-url" : "--search"));
+    }
+    if (request.runtimeURL) {
+        checkURL(*request.runtimeURL);
+    }
+    if (request.search && request.search->empty() && !request.runtimeURL && !request.info) {
+        throw Refusal("With --no-search the application would find no runtime: give --runtime-url as well");
+    }
+    for (const std::string &entry : request.search.value_or(std::vector<std::string>())) {
+        const bool named = entry.size() > 1 && (entry.front() == 'R' || entry.front() == 'E');
+        if (entry != "Y" && !named) {
+            throw Refusal("\"" + entry + "\" is nowhere to search: give Y, R and a folder, or E and a variable's name");
+        }
+    }
+    checkBounds(request.bounds);
+}
+
+} // namespace
+
+void checkTexts(const Request &request) {
+    requireText(request.name, "The name");
+    requireText(request.version, "The version");
+    requireTexts(request.classPath, "The class path");
+    requireTexts(request.files, "A file's name");
+    requireTexts(request.vmOptions, "A VM option");
+    requireTexts(request.arguments, "An argument");
+    requireTexts(request.search.value_or(std::vector<std::string>()), "A place to search");
+    requireText(request.jar.value_or(""), "The archive's name");
+    requireText(request.mainClass.value_or(""), "The main class");
+    requireText(request.runtimeURL.value_or(""), "The address");
+    for (const OptionalText &text :
+         {request.bounds.minVersion, request.bounds.maxVersion, request.bounds.requiredVmIdPrefix}) {
+        requireText(text.value_or(""), "A bound for the runtime");
+    }
+    checkIdentifier(request.identifier);
+    if (request.name.empty() || request.version.empty()) {
+        throw Refusal("The application's name and its version must not be empty");
+    }
+    for (const std::string &option : request.vmOptions) {
+        if (!option.starts_with('-')) {
+            throw Refusal(R"(A VM option begins with "-", unlike ")" + option +
+                          "\", which would be taken for the main class" +
+                          "; an option with a value is one text, as in --add-modules=java.sql");
+        }
+    }
+    checkRuntime(request);
+}
+
+} // namespace kestrav::tools
