@@ -1,76 +1,76 @@
 #include "mac_installer/GzipStream.h"
 
-#include <zlib.h>
-
 #include <algorithm>
-#include <array>
-#include <utility>
 
 namespace kestrav {
 
 namespace {
-constexpr unsigned compressedBuffer = 256 * 1024;
 constexpr std::int64_t longestTail = 1 << 20;
 } // namespace
 
-void GzipStream::Close::operator()(gzFile_s *file) const {
-    gzclose(file);
-}
-
 std::optional<GzipStream> GzipStream::open(platform::FileDescriptor archive, std::function<void()> checkpoint) {
-    gzFile_s *file = gzdopen(archive.get(), "r");
-    if (file == nullptr) {
+    auto inflater = InflateAhead::open(std::move(archive));
+    if (!inflater) {
         return std::nullopt;
     }
-    static_cast<void>(archive.release());
-    gzbuffer(file, compressedBuffer);
-    return GzipStream(file, std::move(checkpoint));
+    return GzipStream(std::move(inflater), std::move(checkpoint));
+}
+
+std::span<const char> GzipStream::next(std::size_t limit) {
+    check();
+    return take(std::min(limit, chunkSize));
 }
 
 int GzipStream::read(std::span<char> buffer) {
-    if (checkpoint_) {
-        checkpoint_();
+    check();
+    std::size_t count = 0;
+    while (count < buffer.size()) {
+        const std::span<const char> piece = take(buffer.size() - count);
+        if (piece.empty()) {
+            break;
+        }
+        std::copy(piece.begin(), piece.end(), buffer.data() + count);
+        count += piece.size();
     }
-    const int count = gzread(file_.get(), buffer.data(), static_cast<unsigned>(std::min(buffer.size(), chunkSize)));
-    position_ += std::max(count, 0);
-    return count;
+    return count == 0 && inflater_->isDamaged() ? -1 : static_cast<int>(count);
 }
 
 bool GzipStream::skip(std::int64_t length) {
-    // Reading, where gzseek would only note the wish down: it would succeed beyond the end of the stream, and pass over
-    // gigabytes without a checkpoint.
-    std::array<char, chunkSize> chunk;
     while (length > 0) {
-        const auto wanted = static_cast<std::size_t>(std::min<std::int64_t>(length, chunkSize));
-        const int count = read(std::span(chunk).first(wanted));
-        if (count <= 0) {
+        const auto passed = next(static_cast<std::size_t>(std::min<std::int64_t>(length, chunkSize))).size();
+        if (passed == 0) {
             return false;
         }
-        length -= count;
+        length -= static_cast<std::int64_t>(passed);
     }
     return length == 0;
 }
 
 bool GzipStream::finish() {
-    std::array<char, chunkSize> chunk;
     for (std::int64_t passed = 0; passed < longestTail;) {
-        const int count = read(chunk);
-        if (count <= 0) {
-            return count == 0 && !isTruncated();
+        const auto count = next(chunkSize).size();
+        if (count == 0) {
+            return !inflater_->isDamaged() && !isTruncated();
         }
-        passed += count;
+        passed += static_cast<std::int64_t>(count);
     }
     return true;
 }
 
-bool GzipStream::isPlain() const {
-    return gzdirect(file_.get()) != 0;
+void GzipStream::check() const {
+    if (checkpoint_) {
+        checkpoint_();
+    }
 }
 
-bool GzipStream::isTruncated() const {
-    int error = Z_OK;
-    gzerror(file_.get(), &error);
-    return error == Z_BUF_ERROR;
+std::span<const char> GzipStream::take(std::size_t limit) {
+    if (rest_.empty()) {
+        rest_ = inflater_->nextChunk();
+    }
+    const std::span<const char> piece = rest_.first(std::min(limit, rest_.size()));
+    rest_ = rest_.subspan(piece.size());
+    position_ += static_cast<std::int64_t>(piece.size());
+    return piece;
 }
 
 } // namespace kestrav

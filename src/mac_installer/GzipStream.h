@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mac_installer/InflateAhead.h"
 #include "platform/FileDescriptor.h"
 
 #include <cstddef>
@@ -8,13 +9,13 @@
 #include <memory>
 #include <optional>
 #include <span>
-
-struct gzFile_s;
+#include <utility>
 
 namespace kestrav {
 
-/// One gzip file read from front to back; several members are one stream. The checkpoint is called before every piece
-/// is inflated (32768 bytes at most, also while skipping); what it throws passes through.
+/// One gzip file read from front to back; several members are one stream. It is inflated ahead on another thread, but
+/// what a caller learns is what belongs to the position it has reached. The checkpoint is called on the caller's thread
+/// before every piece is handed out (32768 bytes at most, also while skipping); what it throws passes through.
 class GzipStream {
 public:
     static constexpr std::size_t chunkSize = 32768;
@@ -23,8 +24,12 @@ public:
     [[nodiscard]] static std::optional<GzipStream> open(platform::FileDescriptor archive,
                                                         std::function<void()> checkpoint);
 
-    /// Fills the buffer (at most `chunkSize` bytes). Fewer bytes, or none, at the end of the stream or before damage;
-    /// -1 if damage or a read error is all that is left.
+    /// Hands out what follows: `limit` bytes at most, `chunkSize` at most, often fewer. Valid until the next call of
+    /// any operation. Nothing at the end of the stream, or if damage or a read error is all that is left.
+    [[nodiscard]] std::span<const char> next(std::size_t limit);
+
+    /// Fills the buffer (of at most `chunkSize` bytes). Fewer bytes, or none, at the end of the stream or before
+    /// damage; -1 if damage or a read error is all that is left.
     [[nodiscard]] int read(std::span<char> buffer);
 
     /// Passes over that many bytes; false if the stream has fewer, or for a length below zero.
@@ -34,22 +39,24 @@ public:
     [[nodiscard]] bool finish();
 
     /// True if the file, of which something was read, is no gzip file: it would be passed through as it is.
-    [[nodiscard]] bool isPlain() const;
+    [[nodiscard]] bool isPlain() const { return inflater_->isPlain(); }
 
-    /// True once the file turned out to end in the middle of the compressed data.
-    [[nodiscard]] bool isTruncated() const;
+    /// True once the end was reached, and the file turned out to end in the middle of the compressed data.
+    [[nodiscard]] bool isTruncated() const { return inflater_->isTruncated(); }
 
     /// Offset in the uncompressed stream.
     [[nodiscard]] std::int64_t position() const { return position_; }
 
 private:
-    struct Close {
-        void operator()(gzFile_s *file) const;
-    };
-    GzipStream(gzFile_s *file, std::function<void()> checkpoint) : file_(file), checkpoint_(std::move(checkpoint)) {}
+    GzipStream(std::unique_ptr<InflateAhead> inflater, std::function<void()> checkpoint)
+        : inflater_(std::move(inflater)), checkpoint_(std::move(checkpoint)) {}
 
-    std::unique_ptr<gzFile_s, Close> file_;
+    void check() const;
+    [[nodiscard]] std::span<const char> take(std::size_t limit);
+
+    std::unique_ptr<InflateAhead> inflater_;
     std::function<void()> checkpoint_;
+    std::span<const char> rest_; ///< of the inflater's chunk
     std::int64_t position_ = 0;
 };
 

@@ -12,6 +12,7 @@
 #include <array>
 #include <cerrno>
 #include <limits>
+#include <span>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -179,18 +180,16 @@ bool UnTar::extractFile(Extraction &extraction, const std::string &name, std::in
             result.error.message());
         return skip(extraction.stream, fileLength);
     }
-    std::array<char, GzipStream::chunkSize> chunk;
     std::int32_t copied = 0;
     float lastPercent = 0.0F;
     bool written = true;
     while (written && copied < fileLength) {
-        const auto wanted = std::min(static_cast<std::size_t>(fileLength - copied), chunk.size());
-        const int count = extraction.stream.read(std::span(chunk).first(wanted));
-        if (count <= 0) {
+        const std::span<const char> piece = extraction.stream.next(static_cast<std::size_t>(fileLength - copied));
+        if (piece.empty()) {
             break;
         }
-        copied += count;
-        written = platform::writeAll(file.get(), {chunk.data(), static_cast<std::size_t>(count)});
+        copied += static_cast<std::int32_t>(piece.size());
+        written = platform::writeAll(file.get(), {piece.data(), piece.size()});
         const float percent = extraction.percent();
         if (written && percent != lastPercent) {
             extraction.report();

@@ -2,7 +2,12 @@
 #include "platform/format.h"
 #include "support/UnTarFixture.h"
 
+#include <pthread.h>
+#include <unistd.h>
+
 #include <cmath>
+#include <system_error>
+#include <thread>
 #include <vector>
 
 namespace kestrav::tests {
@@ -49,8 +54,8 @@ TEST_F(UnTarTest, WhatIsExtractedAndWhatIsLogged) {
     const auto f = [] { return archiveOf("f=data"); };
     const std::string large(300000, 'x');
     const std::string packed = gzip(f().closed());
-    constexpr std::size_t longerThanZlibReadsAhead = 800'000;
-    const std::string packedWithTail = gzip(f().closed() + std::string(longerThanZlibReadsAhead, '\0'));
+    constexpr std::size_t longerThanAChunk = 800'000; // which is inflated as one, ahead of what is extracted
+    const std::string packedWithTail = gzip(f().closed() + std::string(longerThanAChunk, '\0'));
     const auto damaged = [](std::string bytes, std::size_t fromEnd) {
         bytes[bytes.size() - fromEnd] = static_cast<char>(bytes[bytes.size() - fromEnd] ^ 1);
         return bytes;
@@ -149,12 +154,36 @@ TEST_F(UnTarTest, ProgressFollowsThePosition) {
     EXPECT_THAT(calls, ElementsAre(Call(0.0, destination), Call(100.0, "")));
 }
 
+TEST_F(UnTarTest, ALongFileArrivesWholeAlsoWithoutAThread) {
+    std::string data;
+    for (unsigned number = 0; data.size() < 3'000'000; ++number) {
+        data += std::to_string(number);
+    }
+    directory.write("archive", gzip(ArchiveWriter().file("f", data).closed()));
+    const auto isWhole = [&] {
+        refresh();
+        const bool complete = UnTar::untar(archive, destination, 1).complete;
+        std::ifstream file(destination + "/f", std::ios::binary);
+        return complete && std::string(std::istreambuf_iterator<char>(file), {}) == data;
+    };
+    EXPECT_TRUE(isWhole());
+    const auto run = [&] {
+        pthread_attr_t tooLarge;
+        const bool ready = pthread_attr_init(&tooLarge) == 0 && pthread_attr_setstacksize(&tooLarge, 1UL << 48) == 0 &&
+                           pthread_setattr_default_np(&tooLarge) == 0;
+        EXPECT_THROW(std::thread([] {}).join(), std::system_error);
+        _exit(ready && !HasFailure() && isWhole() ? 0 : 1);
+    };
+    EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
+}
+
 TEST_F(UnTarTest, WhatACallbackThrowsPassesAndNothingStaysOpen) {
     struct Cancelled {};
     const auto open = [] { return std::distance(fs::directory_iterator("/dev/fd"), {}); };
     const auto before = open();
+    const std::string moreThanIsInflatedAhead(1'500'000, 'x');
     for (const char *name : {"a", "._skipped"}) {
-        const std::string packed = gzip(archiveOf("d/; d/x=x").file(name, std::string(200000, 'x')).closed());
+        const std::string packed = gzip(archiveOf("d/; d/x=x").file(name, moreThanIsInflatedAhead).closed());
         int checks = 0;
         int reports = 0;
         EXPECT_TRUE(untar(

@@ -3,6 +3,7 @@
 #include "platform/Clock.h"
 #include "platform/Exception.h"
 #include "platform/OperationQueue.h"
+#include "platform/SignalsBlocked.h"
 #include "platform/Task.h"
 #include "platform/posix/NeverDestroyed.h"
 
@@ -47,23 +48,17 @@ void forwardSignals(const FileDescriptor &readEnd, const std::function<void(Term
     }
 }
 
-/// Blocks all signals of the calling thread, and of the threads it starts meanwhile.
-class SignalsBlocked {
-public:
-    SignalsBlocked() {
-        sigset_t all;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &saved_);
-    }
-    SignalsBlocked(const SignalsBlocked &) = delete;
-    SignalsBlocked &operator=(const SignalsBlocked &) = delete;
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &saved_, nullptr); }
-
-private:
-    sigset_t saved_{};
-};
-
 } // namespace
+
+SignalsBlocked::SignalsBlocked() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &saved_);
+}
+
+SignalsBlocked::~SignalsBlocked() {
+    pthread_sigmask(SIG_SETMASK, &saved_, nullptr);
+}
 
 void Signals::ignoreWriteSignals() {
     struct sigaction action {};

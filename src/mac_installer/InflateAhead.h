@@ -1,0 +1,77 @@
+#pragma once
+
+#include "platform/FileDescriptor.h"
+
+#include <array>
+#include <condition_variable>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <thread>
+
+struct gzFile_s;
+
+namespace kestrav {
+
+/// The uncompressed bytes of one gzip file, in chunks. From the second chunk on they are inflated on a thread of its
+/// own, which runs a bounded number of chunks ahead of whoever uses them; where no thread can be started, by the
+/// caller. The operations are for one thread; the destructor ends the other one, wherever it is.
+class InflateAhead {
+public:
+    /// Reads from the descriptor's position. Null if the stream cannot be set up.
+    [[nodiscard]] static std::unique_ptr<InflateAhead> open(platform::FileDescriptor archive);
+    InflateAhead(const InflateAhead &) = delete;
+    InflateAhead &operator=(const InflateAhead &) = delete;
+    ~InflateAhead();
+
+    /// The bytes that follow, valid until the next call; none at the end of the stream, or if damage or a read error is
+    /// all that is left.
+    [[nodiscard]] std::span<const char> nextChunk();
+
+    /// True once there were no more bytes because of damage or a read error.
+    [[nodiscard]] bool isDamaged() const { return end_ == End::damage; }
+
+    /// True once there were no more bytes because the file ends in the middle of the compressed data.
+    [[nodiscard]] bool isTruncated() const;
+
+    /// True if the file, of which something was read, is no gzip file: it is passed through as it is.
+    [[nodiscard]] bool isPlain() const { return plain_; }
+
+private:
+    // zlib inflates straight into buffers that hold twice its own. Chunks are this large because each may cost waking
+    // the other thread up.
+    static constexpr unsigned compressedBuffer = 128 * 1024;
+    static constexpr std::size_t chunkSize = 2 * std::size_t{compressedBuffer};
+    static constexpr std::size_t chunkCount = 4;
+
+    struct Close {
+        void operator()(gzFile_s *file) const;
+    };
+    struct Chunk {
+        std::array<char, chunkSize> bytes;
+        int count; ///< as zlib says it: 0 at the end, below zero for damage; both are last
+    };
+    enum class End { none, regular, damage };
+
+    explicit InflateAhead(gzFile_s *file);
+    const Chunk &fill(Chunk &chunk);
+    void startThread();
+    void inflateAhead();
+    [[nodiscard]] const Chunk &awaitChunk();
+
+    std::unique_ptr<gzFile_s, Close> file_; ///< the thread's, from its start until its last chunk is taken
+    bool started_ = false;
+    bool plain_ = false;
+    End end_ = End::none;
+
+    std::array<Chunk, chunkCount> ring_;
+    std::size_t current_ = 0; ///< the chunk that the caller uses
+    std::mutex mutex_;
+    std::condition_variable changed_; ///< never do both threads wait for it
+    std::size_t filled_ = 0;          ///< chunks from the current one on; the mutex guards it
+    bool stopped_ = false;            ///< the mutex guards it
+    std::thread thread_;
+};
+
+} // namespace kestrav
