@@ -16,7 +16,7 @@ struct URLRequest {
 
 struct URLError {
     std::string localizedDescription;
-    std::optional<std::string> failingURL;
+    std::optional<std::string> failingURL; // its password replaced by "***"
 };
 
 /// Told how a download goes. All calls come on the main thread, in order, none after `URLDownload::cancel`. Each may

@@ -6,6 +6,7 @@
 #include "platform/ProcessInfo.h"
 #include "platform/linux/DownloadModule.h"
 #include "platform/linux/DownloadedFile.h"
+#include "platform/posix/downloadRules.h"
 
 #include <sys/eventfd.h>
 
@@ -213,7 +214,7 @@ void Transfer::end(bool complete) {
     if (complete) {
         post([](URLDownloadDelegate &delegate) { delegate.downloadDidFinish(); }, true);
     } else {
-        const URLError error{failure_, request_.url};
+        const URLError error{failure_, withoutPassword(request_.url)};
         post([error](URLDownloadDelegate &delegate) { delegate.didFailWithError(error); }, true);
     }
 }

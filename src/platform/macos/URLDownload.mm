@@ -3,6 +3,7 @@
 #include "platform/format.h"
 #include "platform/macos/CFText.h"
 #include "platform/macos/DownloadRules.h"
+#include "platform/posix/downloadRules.h"
 
 #import <Foundation/Foundation.h>
 
@@ -57,6 +58,14 @@ public:
     }
     void setDestination(const std::string &path, bool allowOverwrite) override {
         path_ = allowOverwrite ? path : std::string(); // else the service may choose another name
+        NSURL *url = [[service_ request] URL];
+        if ([url isFileURL] && isNoPlainFile([[url path] fileSystemRepresentation])) {
+            // Like all that is told, not before this call has returned.
+            [receiver_ performSelector:@selector(refuse:)
+                            withObject:[NSString stringWithUTF8String:noPlainFile]
+                            afterDelay:0];
+            return;
+        }
         [service_ setDestination:(NSString *)cfText(path).get() allowOverwrite:allowOverwrite];
     }
     void cancel() override {
@@ -93,7 +102,8 @@ private:
 };
 
 void Download::didReceiveResponse(NSURLResponse *response) {
-    if ([response isKindOfClass:[NSHTTPURLResponse class]] && [(NSHTTPURLResponse *)response statusCode] >= 400) {
+    if ([response isKindOfClass:[NSHTTPURLResponse class]] &&
+        !statusBringsFile([(NSHTTPURLResponse *)response statusCode])) {
         fail(format("The server answered with status %d", static_cast<int>([(NSHTTPURLResponse *)response statusCode])),
              textOfString([[response URL] absoluteString]));
         return;
@@ -117,7 +127,7 @@ void Download::fail(const std::string &description, std::optional<std::string> u
         url = textOfString([[[service_ request] URL] absoluteString]);
     }
     cancel();
-    delegate_.didFailWithError({description, url});
+    delegate_.didFailWithError({description, withoutPassword(*url)});
 }
 
 } // namespace
@@ -151,6 +161,12 @@ std::unique_ptr<URLDownload> URLDownload::create(const URLRequest &request, URLD
                        kestrav::platform::textOfString([[request URL] absoluteString]));
     }
     return nil;
+}
+
+- (void)refuse:(NSString *)reason {
+    if (download != nullptr) {
+        download->fail(kestrav::platform::textOfString(reason));
+    }
 }
 
 - (BOOL)download:(NSURLDownload *)service shouldDecodeSourceDataOfMIMEType:(NSString *)type {

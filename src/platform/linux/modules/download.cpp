@@ -1,4 +1,5 @@
 #include "platform/linux/DownloadModule.h"
+#include "platform/posix/downloadRules.h"
 
 #include <curl/curl.h>
 
@@ -26,7 +27,6 @@ using Multi = std::unique_ptr<CURLM, Freed<curl_multi_cleanup>>;
 
 constexpr long maximalRedirects = 20;
 constexpr long bufferSize = 256L * 1024;
-constexpr long firstErrorStatus = 400;
 
 /// A transfer under way.
 struct Session {
@@ -57,19 +57,32 @@ std::string encoded(std::string_view text) {
     return result;
 }
 
+/// A part of the URL, decoded; empty if it has none.
+std::string partOf(CURLU *url, CURLUPart part) {
+    char *text = nullptr;
+    const std::unique_ptr<char, Freed<curl_free>> owner(
+        curl_url_get(url, part, &text, CURLU_URLDECODE) == CURLUE_OK ? text : nullptr);
+    return owner ? owner.get() : "";
+}
+
+bool namesNoPlainFile(CURLU *url) {
+    return partOf(url, CURLUPART_SCHEME) == "file" && kestrav::platform::isNoPlainFile(partOf(url, CURLUPART_PATH));
+}
+
 /// Passes on that the body begins; false if it is not wanted.
 bool beginBody(Session &session) {
     if (!session.answered) {
         session.answered = true;
         long status = 0;
         curl_off_t length = -1;
+        const char *scheme = nullptr;
+        curl_easy_getinfo(session.easy, CURLINFO_SCHEME, &scheme);
         curl_easy_getinfo(session.easy, CURLINFO_RESPONSE_CODE, &status);
         curl_easy_getinfo(session.easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
         if (session.inHeader) {
             session.refusal = "The server's answer was cut short";
-        } else if (status == 0 && length < 0) { // from no server; nothing but a file has a length there
-            session.refusal = "Not a file";
-        } else if (status >= firstErrorStatus) {
+        } else if (scheme != nullptr && strncasecmp(scheme, "http", 4) == 0 &&
+                   !kestrav::platform::statusBringsFile(status)) {
             session.refusal = "The server answered with status " + std::to_string(status);
         } else if (session.request.response(session.request.host, length) == 0) {
             session.refusal = "The transfer was ended";
@@ -174,6 +187,9 @@ std::string failureOf(const KestravTransfer &request) {
     if (const CURLUcode code = curl_url_set(url.get(), CURLUPART_URL, encoded(request.url).c_str(), 0);
         code != CURLUE_OK) {
         return curl_url_strerror(code);
+    }
+    if (namesNoPlainFile(url.get())) {
+        return kestrav::platform::noPlainFile;
     }
     char detail[CURL_ERROR_SIZE] = "";
     Session session{request, easy.get()};
