@@ -5,7 +5,8 @@
 
 namespace kestrav::platform {
 
-/// A request to end that came from outside: SIGINT, SIGTERM or SIGHUP.
+/// A request to end that came from outside: SIGINT, SIGQUIT, SIGTERM or SIGHUP. (A Java program answers SIGQUIT with
+/// its threads' stacks and goes on.)
 struct TerminationSignal {
     int number = 0;
     /// True if the terminal sent it to the whole foreground group: a child of ours that ran by then has it already.
@@ -20,8 +21,8 @@ public:
     /// Makes SIGPIPE and SIGXFSZ harmless: a write fails with an error instead of ending the process.
     static void ignoreWriteSignals();
 
-    /// From now on SIGINT, SIGTERM and SIGHUP are handed to `receiver`, each one, in order, on a thread of their own:
-    /// the main thread may be held up by a display that does not answer. Called once.
+    /// From now on SIGINT, SIGQUIT, SIGTERM and SIGHUP are handed to `receiver`, each one, in order, on a thread of
+    /// their own: the main thread may be held up by a display that does not answer. Called once.
     static void handleTermination(std::function<void(TerminationSignal)> receiver);
 };
 

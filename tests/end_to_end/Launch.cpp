@@ -29,7 +29,7 @@ constexpr int failedToStart = 126;
 [[noreturn]] void become(const Start &start, int input, int output, int errors, char **arguments, char **environment) {
     sigset_t mask;
     sigemptyset(&mask);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) {
+    for (const int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGCHLD}) {
         if (start.signalsIgnored) {
             signal(number, SIG_IGN);
             sigaddset(&mask, number == SIGTERM ? SIGTERM : SIGUSR2);
@@ -125,7 +125,7 @@ Launch::Launch(const AppBundle &bundle, const Start &start) {
     for (const auto &[name, value] : variables) {
         environment.push_back(name + "=" + value);
     }
-    std::vector<std::string> arguments{bundle.executable()};
+    std::vector<std::string> arguments{start.program.empty() ? bundle.executable() : start.program};
     arguments.insert(arguments.end(), start.arguments.begin(), start.arguments.end());
     auto argumentPointers = pointers(arguments);
     auto environmentPointers = pointers(environment);

@@ -28,6 +28,7 @@ struct Report {
 /// How a bundle is started.
 struct Start {
     std::vector<std::string> arguments = {};
+    std::string program = {};                            // instead of the bundle's executable
     std::map<std::string, std::string> environment = {}; // on top of the run's own
     int standardInput = -1;                              // without one it is empty
     bool descriptorsClosed = false;                      // all three of them

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
 
 namespace kestrav::tests {
 namespace {
@@ -69,6 +70,18 @@ TEST(Process, ChildStartsClean) {
     EXPECT_EQ(report.environment.at("LANG"), "de_DE.UTF-8");
     EXPECT_EQ(report.environment.count("KESTRAV_REEXEC"), 0U);
     EXPECT_EQ(run.wait(), 0) << run.errors();
+}
+
+TEST(Process, BundleIsFoundFromTheExecutablesRealPath) {
+    const AppBundle bundle;
+    const std::string other = bundle.path() + "/Contents/MacOS/Any Name";
+    const std::string link = bundle.folder() / "link";
+    linkFile(bundle.executable(), other);
+    std::filesystem::create_symlink(other, link);
+    for (const std::string &program : {other, link}) {
+        Launch run(bundle, {.program = program});
+        EXPECT_TRUE(run.report().has("-Dksv.ownBundlePath=" + bundle.path())) << program;
+    }
 }
 
 TEST(Process, AnyBundlePathWorks) {

@@ -11,7 +11,7 @@
 namespace kestrav::tests {
 namespace {
 
-constexpr std::array terminationSignals{SIGINT, SIGTERM, SIGHUP};
+constexpr std::array terminationSignals{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
 
 TEST(Signals, EndTheChildAndSoTheRun) {
     const AppBundle bundle;
@@ -47,12 +47,14 @@ TEST(Signals, ReachAChildThatHandlesThemOnceAndInOrder) {
     run.sendSignal(SIGSTOP);
     terminal.type("\x03");
     expectReceived("INT INT ");
+    terminal.type("\x1C");
+    expectReceived("INT INT QUIT ");
     run.sendSignal(SIGCONT);
     run.sendSignal(SIGHUP);
-    expectReceived("INT INT HUP ");
+    expectReceived("INT INT QUIT HUP ");
     run.sendSignal(SIGTERM);
     EXPECT_EQ(run.wait(), 7);
-    EXPECT_EQ(contentOf(file), "INT INT HUP TERM ");
+    EXPECT_EQ(contentOf(file), "INT INT QUIT HUP TERM ");
 }
 
 TEST(Signals, CancelARunThatHasNoChildYet) {

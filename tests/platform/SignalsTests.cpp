@@ -35,11 +35,11 @@ TEST(SignalsTests, EachSignalArrivesInOrder) {
     sigaddset(&blocked, SIGTERM);
     sigprocmask(SIG_BLOCK, &blocked, nullptr); // as a careless parent leaves it
     const auto kills = [] {
-        for (const int number : {SIGTERM, SIGINT, SIGHUP, SIGTERM, SIGTERM}) {
+        for (const int number : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGTERM, SIGTERM}) {
             kill(getpid(), number);
         }
     };
-    EXPECT_EXIT(tellSignals(5, kills), ::testing::ExitedWithCode(0), "^15/0 2/0 1/0 15/0 15/0 $");
+    EXPECT_EXIT(tellSignals(6, kills), ::testing::ExitedWithCode(0), "^15/0 2/0 1/0 3/0 15/0 15/0 $");
 }
 
 TEST(SignalsTests, TerminalIsToldFromAProcess) {
@@ -48,9 +48,9 @@ TEST(SignalsTests, TerminalIsToldFromAProcess) {
     const auto interrupt = [&] {
         setsid();
         static_cast<void>(FileDescriptor::open(ptsname(terminal.get()), O_RDWR).release()); // becomes the session's
-        EXPECT_TRUE(writeAll(terminal.get(), "\x03"));
+        EXPECT_TRUE(writeAll(terminal.get(), "\x03\x1C"));
     };
-    EXPECT_EXIT(tellSignals(1, interrupt), ::testing::ExitedWithCode(0), "^2/1 $");
+    EXPECT_EXIT(tellSignals(2, interrupt), ::testing::ExitedWithCode(0), "^2/1 3/1 $");
 }
 
 } // namespace

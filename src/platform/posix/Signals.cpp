@@ -21,7 +21,7 @@ namespace kestrav::platform {
 
 namespace {
 
-constexpr std::array TerminationSignals = {SIGINT, SIGTERM, SIGHUP};
+constexpr std::array TerminationSignals = {SIGINT, SIGQUIT, SIGTERM, SIGHUP};
 
 std::atomic<int> handlerDescriptor{-1}; // where the handler writes
 static_assert(std::atomic<int>::is_always_lock_free, "used in a signal handler");
@@ -30,7 +30,8 @@ static_assert(std::atomic<int>::is_always_lock_free, "used in a signal handler")
 /// what a pipe takes in one piece.
 void handleSignal(int number, siginfo_t *info, void * /*context*/) {
     const int savedErrno = errno;
-    const bool fromTerminal = number == SIGINT && info != nullptr && info->si_pid == 0 && info->si_code != SI_USER;
+    const bool typed = number == SIGINT || number == SIGQUIT;
+    const bool fromTerminal = typed && info != nullptr && info->si_pid == 0 && info->si_code != SI_USER;
     const TerminationSignal record{number, fromTerminal, monotonicNanoseconds()};
     static_cast<void>(write(handlerDescriptor.load(), &record, sizeof record));
     errno = savedErrno;

@@ -1,7 +1,7 @@
 // Stands in for a runtime's bin/java: reports how it was started, then does what its environment asks for.
 //   FAKE_REPORT=FILE    write the report there (NUL-separated "key=value", in place only when it is complete)
 //   FAKE_STDIN=FILE     copy standard input to the file until its end
-//   FAKE_SIGNALS=FILE   append the name of every SIGINT, SIGHUP and SIGTERM; the last one ends with status 7
+//   FAKE_SIGNALS=FILE   append the name of every SIGINT, SIGQUIT, SIGHUP and SIGTERM; the last one ends with status 7
 //   FAKE_PAUSE=1        wait until a signal ends the process
 //   FAKE_DIE=N          die from signal N
 //   FAKE_EXIT=N         exit status
@@ -16,6 +16,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
 
 namespace {
@@ -64,7 +65,9 @@ void copyStandardInput(const char *path) {
     for (;;) {
         int number = 0;
         sigwait(&signals, &number);
-        std::ofstream(path, std::ios::app) << (number == SIGINT ? "INT " : number == SIGHUP ? "HUP " : "TERM ");
+        static const std::map<int, const char *> names{
+            {SIGINT, "INT "}, {SIGQUIT, "QUIT "}, {SIGHUP, "HUP "}, {SIGTERM, "TERM "}};
+        std::ofstream(path, std::ios::app) << names.at(number);
         if (number == SIGTERM) {
             std::_Exit(7);
         }
@@ -75,11 +78,13 @@ void copyStandardInput(const char *path) {
 
 int main(int argc, char **argv) {
     alarm(ownLimit);
+    const rlimit noCore{0, 0};
+    setrlimit(RLIMIT_CORE, &noCore);
     const std::string report = reportText(argc, argv);
     sigset_t signals;
     sigemptyset(&signals);
     const char *signalFile = std::getenv("FAKE_SIGNALS");
-    for (const int number : {SIGINT, SIGHUP, SIGTERM}) {
+    for (const int number : {SIGINT, SIGQUIT, SIGHUP, SIGTERM}) {
         sigaddset(&signals, number);
     }
     if (signalFile != nullptr) {
@@ -101,8 +106,6 @@ int main(int argc, char **argv) {
         pause();
     }
     if (const char *number = std::getenv("FAKE_DIE")) {
-        const rlimit noCore{0, 0};
-        setrlimit(RLIMIT_CORE, &noCore);
         raise(std::atoi(number));
     }
     const char *status = std::getenv("FAKE_EXIT");
