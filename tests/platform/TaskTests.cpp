@@ -60,7 +60,11 @@ TEST(TaskTests, FailuresToStartNamePathAndReason) {
                  {plain, {}, "Permission denied"},
                  {noProgram, {}, "Exec format error"},
                  {orphan, {}, "the program that it needs to run is missing"},
-                 {Shell, std::vector<std::string>(100'000, std::string(100, 'x')), "Argument list too long"}};
+                 {Shell,
+                  {"-c", "-Djava.class.path=" + std::string(1 << 22, 'x')},
+                  "arguments and environment are longer than the system allows; the longest, of 4194322 bytes, begins "
+                  "with \"-Djava.class.path=" +
+                      std::string(42, 'x') + "\""}};
     for (const auto &test : cases) {
         Task task(test.path, test.arguments);
         try {

@@ -1,6 +1,7 @@
 #include "platform/Task.h"
 
 #include "platform/Exception.h"
+#include "platform/format.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -78,6 +79,19 @@ std::vector<char *> pointers(std::vector<std::string> &texts) {
     std::vector<char *> result(texts.size() + 1);
     std::transform(texts.begin(), texts.end(), result.begin(), [](std::string &text) { return text.data(); });
     return result;
+}
+
+/// Names what most likely is too long for the system: it limits both a single text and all of them.
+std::string describeTooLong(const std::vector<std::string> &arguments, const std::vector<std::string> &environment) {
+    const std::string *longest = &arguments.front();
+    for (const auto *texts : {&arguments, &environment}) {
+        for (const std::string &text : *texts) {
+            longest = text.size() > longest->size() ? &text : longest;
+        }
+    }
+    return format("arguments and environment are longer than the system allows; the longest, of %lu bytes, begins with "
+                  "\"%.60@\"",
+                  longest->size(), *longest);
 }
 
 /// Blocks until the child has exited and leaves it a zombie, so that its number stays its own. 0 or an error number.
@@ -167,7 +181,9 @@ void Task::launch() {
                                      pointers(vector).data(), pointers(environment).data());
     }
     if (settings.error != 0) {
-        throw Exception("TaskLaunchException", "could not start " + launchPath_ + ": " + reason(settings.error));
+        throw Exception("TaskLaunchException",
+                        "could not start " + launchPath_ + ": " +
+                            (settings.error == E2BIG ? describeTooLong(vector, environment) : reason(settings.error)));
     }
     const std::lock_guard lock(mutex_);
     pid_ = pid;
