@@ -5,8 +5,6 @@
 #include "platform/ProcessInfo.h"
 #include "platform/text.h"
 
-#include <algorithm>
-
 namespace kestrav {
 
 using platform::ProcessInfo;
@@ -25,18 +23,21 @@ void replaceIn(std::string &text, std::string_view variable, std::string_view va
 /// Of the environment variables from `from` on, the first that the text refers to; the end if there is none.
 ProcessInfo::Environment::const_iterator firstReferenced(const std::string &text,
                                                          const ProcessInfo::Environment &environment,
-                                                         ProcessInfo::Environment::const_iterator from,
-                                                         std::size_t longestName) {
+                                                         ProcessInfo::Environment::const_iterator from) {
     auto first = environment.end();
     for (auto start = text.find(variableStart); start != std::string::npos;
          start = text.find(variableStart, start + 1)) {
         const auto nameStart = start + variableStart.size();
-        for (auto end = text.find('}', nameStart); end != std::string::npos && end - nameStart <= longestName;
-             end = text.find('}', end + 1)) {
+        for (auto end = text.find('}', nameStart); end != std::string::npos; end = text.find('}', end + 1)) {
             const auto found = environment.find(std::string_view(text).substr(nameStart, end - nameStart));
             if (found != environment.end() && found->first >= from->first &&
                 (first == environment.end() || found->first < first->first)) {
                 first = found;
+            }
+            const auto withBrace = std::string_view(text).substr(nameStart, end + 1 - nameStart);
+            const auto longer = environment.lower_bound(withBrace);
+            if (longer == environment.end() || !longer->first.starts_with(withBrace)) {
+                break; // no name goes on beyond the brace
             }
         }
     }
@@ -47,12 +48,8 @@ ProcessInfo::Environment::const_iterator firstReferenced(const std::string &text
 /// only at the variables that the text names, since an options file has many lines and the environment many variables.
 void replaceEnvironment(std::string &text) {
     const auto &environment = ProcessInfo::processInfo().environment();
-    std::size_t longestName = 0;
-    for (const auto &[name, value] : environment) {
-        longestName = std::max(longestName, name.size());
-    }
     for (auto next = environment.begin(); next != environment.end(); ++next) {
-        next = firstReferenced(text, environment, next, longestName);
+        next = firstReferenced(text, environment, next);
         if (next == environment.end()) {
             return;
         }
