@@ -110,6 +110,13 @@ TEST(ProgressWindow, OnlyClosesWhileTheProgramRuns) {
     waitForWindows(display, 0); // once the program had time to show its own
     endsWithItsChild(forgotten);
 
+    Launch robbed(bundle, start); // by another client
+    waitForWindows(display, 1);
+    EXPECT_TRUE(robbed.report().has("org.example.Main"));
+    static_cast<void>(display.run("xdotool search --onlyvisible --name '^WizardCaption$' windowclose"));
+    waitForWindows(display, 0);
+    endsWithItsChild(robbed);
+
     Launch bereft(bundle, start);
     waitForWindows(display, 1);
     EXPECT_TRUE(bereft.report().has("org.example.Main"));

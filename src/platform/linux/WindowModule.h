@@ -32,7 +32,7 @@ struct KestravWindowSettings {
     void (*runTasks)(void *context) noexcept;
     void (*cancelPressed)(void *context) noexcept;
     void (*closeRequested)(void *context) noexcept; ///< whoever grants it calls `close`
-    /// The connection to the display broke. Must not return: the window's library would end the process.
+    /// The display, or the window on it, is gone. Must not return: the window's library would end the process.
     void (*displayLost)(void *context) noexcept;
     void (*message)(void *context, const char *text) noexcept; ///< a complaint of the library; any thread
 };

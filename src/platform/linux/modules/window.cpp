@@ -59,19 +59,24 @@ ProgressWindow &progressWindow() noexcept {
     std::abort();
 }
 
-XErrorHandler libraryErrorHandler = nullptr;
-bool inErrorHandler = false;
-
-/// The library's own handler passes over the errors that it expects; of another one it says something, then it ends the
-/// process.
-int handleXError(Display *display, XErrorEvent *event) {
-    inErrorHandler = true;
-    const int result = libraryErrorHandler(display, event);
-    inErrorHandler = false;
-    return result;
+/// Another client may destroy the window itself, which the library takes for a fault of its own.
+gboolean lookAtEvent(GdkDisplay * /*display*/, const XEvent *event, void * /*data*/) {
+    GtkWindow *const window = progressWindow().window;
+    GdkSurface *const surface = window != nullptr ? gtk_native_get_surface(GTK_NATIVE(window)) : nullptr;
+    if (event->type == DestroyNotify && surface != nullptr &&
+        event->xdestroywindow.window == gdk_x11_surface_get_xid(surface)) {
+        endWithoutDisplay(nullptr);
+    }
+    return FALSE; // the library goes on with it
 }
 
-/// Only on X11 there is a function for it; on Wayland the library says something before it ends the process.
+/// What the library says of an X error that it does not expect, before it ends the process. An error handler of ours
+/// would not do: the library puts in its own wherever it does expect errors, and late ones arrive there as well.
+bool tellsOfXError(const char *message) {
+    return g_strstr_len(message, -1, "received an X Window System error") != nullptr;
+}
+
+/// On Wayland there is no function for it either; the library says something before it ends the process.
 bool waylandIsLost() {
     GdkDisplay *const display = gdk_display_get_default();
     return GDK_IS_WAYLAND_DISPLAY(display) && g_thread_self() == progressWindow().thread &&
@@ -81,12 +86,15 @@ bool waylandIsLost() {
 GLogWriterOutput writeMessage(GLogLevelFlags level, const GLogField *fields, gsize count, void * /*data*/) {
     const KestravWindowSettings &settings = *progressWindow().settings;
     const bool isComplaint = (level & G_LOG_LEVEL_MASK) <= G_LOG_LEVEL_WARNING;
+    bool isXError = false;
     for (gsize i = 0; isComplaint && i < count; ++i) {
         if (g_strcmp0(fields[i].key, "MESSAGE") == 0 && fields[i].length < 0) {
-            settings.message(settings.context, static_cast<const char *>(fields[i].value));
+            const auto *message = static_cast<const char *>(fields[i].value);
+            settings.message(settings.context, message);
+            isXError = tellsOfXError(message);
         }
     }
-    if (inErrorHandler || waylandIsLost()) {
+    if (isXError || waylandIsLost()) {
         endWithoutDisplay(nullptr);
     }
     return G_LOG_WRITER_HANDLED;
@@ -261,12 +269,15 @@ int open(const KestravWindowSettings *settings, const KestravWindowContent *cont
         return 0;
     }
     XSetIOErrorHandler(endWithoutDisplay);
-    libraryErrorHandler = XSetErrorHandler(handleXError);
     if (!build(made)) {
         return 0;
     }
     setDirection(made, *content);
     connect(made, settings);
+    GdkDisplay *const display = gtk_widget_get_display(GTK_WIDGET(made.window));
+    if (GDK_IS_X11_DISPLAY(display)) {
+        g_signal_connect(display, "xevent", G_CALLBACK(lookAtEvent), nullptr);
+    }
     gtk_widget_realize(GTK_WIDGET(made.window)); // the icon needs it
     update(content);
     gtk_window_present(made.window);
