@@ -69,6 +69,11 @@ void AppDelegate::cancel() {
     }
 }
 
+void AppDelegate::endAfterFailure() {
+    endOnFailure(bootstrapSignature, [] { throw; });
+    platform::endProcess(1);
+}
+
 void AppDelegate::terminate(platform::TerminationSignal signal) {
     const std::lock_guard lock(childMutex);
     if (child) {

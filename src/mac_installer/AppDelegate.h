@@ -30,6 +30,7 @@ public:
     void applicationWillFinishLaunching() override;
     void applicationDidFinishLaunching() override;
     void cancel() override;
+    [[noreturn]] void endAfterFailure() override;
 
     // The download's callbacks; main thread.
     bool shouldDecodeSourceDataOfMIMEType(std::string_view type) override;

@@ -17,6 +17,9 @@ void logFailure(const char *signature, int line, const platform::Exception &exce
 /// An exception of the standard library as a platform exception of that text.
 [[nodiscard]] platform::Exception asPlatformException(const std::exception &exception);
 
+/// The signature under which the top of bootstrap mode logs a failure.
+inline constexpr const char *bootstrapSignature = "int main(int, char **)";
+
 /// Calls `body`; a failure in it ends the process with status 1.
 void endOnFailure(const char *signature, const std::function<void()> &body);
 

@@ -21,7 +21,7 @@ namespace {
 /// Runs the Java program as a child of this process, behind the progress window.
 int bootstrap(int argc, char **argv) {
     int status = 1;
-    kestrav::endOnFailure("int main(int, char **)", [&] {
+    kestrav::endOnFailure(kestrav::bootstrapSignature, [&] {
         static AppDelegate delegate;
         platform::Signals::handleTermination([](platform::TerminationSignal signal) { delegate.terminate(signal); });
         status = platform::Application::main(argc, argv, delegate);

@@ -2,6 +2,8 @@
 
 #include "platform/Controls.h"
 
+#include <exception>
+
 namespace kestrav::platform {
 
 /// What the application object asks of the program. All calls come on the main thread; the controls outlive the
@@ -23,7 +25,20 @@ public:
     virtual void applicationDidFinishLaunching() = 0;
     /// The Cancel button, or the window's being closed.
     virtual void cancel() = 0;
+
+    /// Ends the process as an exception that reaches `main` does. Called while one is handled that could not get
+    /// there.
+    [[noreturn]] virtual void endAfterFailure() = 0;
 };
+
+/// Calls into the program from a loop of the platform's, which no exception may pass through.
+template <class Action> void callProgram(ApplicationDelegate &delegate, Action action) noexcept {
+    try {
+        action();
+    } catch (const std::exception &) {
+        delegate.endAfterFailure();
+    }
+}
 
 class Application {
 public:

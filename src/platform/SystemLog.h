@@ -10,9 +10,6 @@ namespace kestrav::platform {
 /// one message is one write, so lines of several threads do not mix.
 void writeSystemLog(std::string_view message);
 
-/// Writes one message to the system log alone, where standard error is told in another form.
-void writeSystemLogOnly(std::string_view message);
-
 /// Formats a message and writes it to the system log.
 template <class... Arguments> void Log(std::string_view text, const Arguments &...arguments) {
     writeSystemLog(format(text, arguments...));

@@ -25,7 +25,6 @@ using testing::Not;
 ArchiveWriter runtimeBundle() {
     return ArchiveWriter()
         .directory("Contents/Home/bin/")
-        .directory("Contents/Home/lib/")
         .file("Contents/Info.plist",
               propertyList(dictionary({{"JavaVM", dictionary({{"JVMVersion", text("17.0.9")}})}})))
         .file("Contents/Home/bin/java", contentOf(KESTRAV_FAKE_JAVA), 0755);
@@ -35,6 +34,7 @@ ArchiveWriter runtimeBundle() {
 ArchiveWriter packedRuntime() {
     return runtimeBundle()
         .file("Contents/Home/bin/unpack200", contentOf(KESTRAV_FAKE_UNPACK200), 0755)
+        .directory("Contents/Home/lib/")
         .file("Contents/Home/lib/rt.jar.pack", pack("content"));
 }
 
@@ -143,6 +143,26 @@ TEST(Archive, WhatIsNotWholeIsNotStarted) {
         ASSERT_EQ(directory ? mkdir(bundle.archive().c_str(), 0700) : mkfifo(bundle.archive().c_str(), 0600), 0);
         Launch launch(bundle);
         expectRefusal(launch, "internal error: could not extract the runtime");
+        EXPECT_TRUE(leftNothing(launch));
+    }
+}
+
+TEST(Archive, NothingOutsideIsUnpacked) {
+    const TemporaryDirectory outside;
+    for (const char *file : {"x.jar.pack", "lib/x.jar.pack"}) {
+        outside.write(file, pack("content"));
+    }
+    const ArchiveWriter runtime =
+        runtimeBundle().file("Contents/Home/bin/unpack200", contentOf(KESTRAV_FAKE_UNPACK200), 0755);
+    for (const char *link : {"Contents/Home/lib", "Contents/Home/lib/ext", "Contents/Home/jre"}) {
+        SCOPED_TRACE(link);
+        ArchiveWriter archive = runtime;
+        archive.directory(fs::path(link).parent_path().string() + "/").link(link, outside.path());
+        const ShippingBundle bundle(gzip(archive.closed()));
+        Launch launch(bundle);
+        expectRefusal(launch, "internal error: could not extract the runtime");
+        EXPECT_EQ(std::distance(fs::recursive_directory_iterator(outside.path()), {}), 3);
+        EXPECT_TRUE(fs::exists(outside / "x.jar.pack") && fs::exists(outside / "lib/x.jar.pack"));
         EXPECT_TRUE(leftNothing(launch));
     }
 }

@@ -43,6 +43,15 @@ TEST_F(Unpacking, EveryArchiveGoesThroughTheTool) {
     EXPECT_THAT(logged("found ("), Contains("found (\n    \"lib/a b.jar.pack\",\n    lib/ext/c.jar.pack\n)"));
 }
 
+TEST_F(Unpacking, AnArchiveMayDisappearMeanwhile) {
+    directory.write("jre/lib/a.jar.pack", "");
+    directory.write("jre/lib/b.jar.pack", "");
+    useTool("cd " + directory.path() + "/jre/lib && echo >>ran && rm *.pack");
+    EXPECT_TRUE(unpack());
+    EXPECT_THAT(percentages, ElementsAre(50.0, 100.0));
+    EXPECT_EQ(platform::contentsOfFile(directory / "jre/lib/ran"), "\n");
+}
+
 TEST_F(Unpacking, TheFirstFailureEndsIt) {
     for (const char *name : {"a", "b", "c"}) {
         directory.write(std::string("jre/lib/") + name + ".jar.pack", "");

@@ -4,9 +4,11 @@
 
 #include <unistd.h>
 
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,6 +23,7 @@ namespace platform = kestrav::platform;
 namespace {
 
 int failures = 0;
+std::atomic<int> terminations = 0;
 
 void check(bool condition, const char *what) {
     if (!condition) {
@@ -59,8 +62,8 @@ public:
         showContent();
         // Only now: GNUstep has put a handler of its own in before.
         platform::Signals::handleTermination([](platform::TerminationSignal signal) {
-            check(signal.number == SIGTERM, "quitting asks the process to end");
-            std::_Exit(failures == 0 ? 0 : 1);
+            terminations += signal.number == SIGTERM ? 1 : 2;
+            platform::OperationQueue::mainQueue().addOperation([] { throw std::runtime_error("for the loop"); });
         });
         // What follows comes through the main queue, from another thread.
         std::thread([this] {
@@ -75,6 +78,11 @@ public:
     }
 
     void cancel() override { ++cancels_; }
+
+    void endAfterFailure() override {
+        check(terminations == 1, "quitting asks the process to end");
+        std::_Exit(failures == 0 ? 0 : 1);
+    }
 
 private:
     void showContent() {

@@ -1,9 +1,12 @@
 // What stands behind the progress window, and in its place: the icon's image and the line on the terminal.
 
+#include "platform/Application.h"
 #include "platform/FileDescriptor.h"
+#include "platform/OperationQueue.h"
 #include "platform/linux/IconImage.h"
 #include "platform/linux/TerminalProgress.h"
 #include "platform/testing.h"
+#include "support/VirtualDisplay.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -120,6 +123,45 @@ TEST(TerminalProgress, NeedsATerminalThatCanEraseALine) {
     controls.label.setStringValue("Preparing");
     progress.update();
     EXPECT_EQ(terminal.written(), "");
+}
+
+/// A program whose task fails: with the window, or after the display has gone.
+struct FailingProgram : ApplicationDelegate {
+    void setIconView(ImageView * /*view*/) override {}
+    void setWindow(Window * /*window*/) override {}
+    void setProgressBar(ProgressIndicator * /*bar*/) override {}
+    void setCancelButton(Button * /*button*/) override {}
+    void setLabel(TextField * /*field*/) override {}
+    void setProgressLabel(TextField * /*field*/) override {}
+    void applicationWillFinishLaunching() override {}
+    void applicationDidFinishLaunching() override {
+        OperationQueue::mainQueue().addOperation([this] { displayToStop != nullptr ? displayToStop->stop() : fail(); });
+        testing::setLogSink([](std::string_view line) {
+            if (line.ends_with("it is gone")) {
+                OperationQueue::mainQueue().addOperation(fail);
+            }
+        });
+    }
+    void cancel() override {}
+    void endAfterFailure() override { _exit(7); }
+    static void fail() { throw std::runtime_error("for the loop"); }
+
+    kestrav::tests::VirtualDisplay *displayToStop = nullptr;
+};
+
+TEST(Application, AFailedTaskEndsTheProcessThroughTheProgram) {
+    for (const bool stops : {false, true}) {
+        const auto body = [stops] {
+            kestrav::tests::VirtualDisplay display(false);
+            testing::setMainBundle(KESTRAV_TEST_BUNDLE);
+            testing::setEnvironment({{"DISPLAY", display.name()}, {"KESTRAV_LOG", "yes"}});
+            setenv("DISPLAY", display.name().c_str(), 1);
+            FailingProgram program;
+            program.displayToStop = stops ? &display : nullptr;
+            Application::main(0, nullptr, program);
+        };
+        EXPECT_EXIT(body(), ::testing::ExitedWithCode(7), "");
+    }
 }
 
 } // namespace

@@ -1,9 +1,9 @@
 #include "platform/Application.h"
 
 #include "platform/OperationQueue.h"
+#include "platform/WindowControls.h"
 #include "platform/linux/ModuleWindow.h"
 #include "platform/linux/TerminalProgress.h"
-#include "platform/linux/WindowControls.h"
 
 namespace kestrav::platform {
 

@@ -90,9 +90,11 @@ bool ModuleWindow::open() {
     };
     settings_.displayLost = [](void *context) noexcept {
         ModuleWindow &self = of(context);
-        self.note("the display is gone");
-        self.closed_ = true;
-        self.withoutWindow_();
+        callProgram(self.delegate_, [&self] {
+            self.note("it is gone");
+            self.closed_ = true;
+            self.withoutWindow_();
+        });
     };
     settings_.message = [](void *context, const char *text) noexcept { of(context).note(text); };
 
@@ -134,8 +136,10 @@ void ModuleWindow::note(std::string_view text) const {
 }
 
 template <class Action> void ModuleWindow::act(Action action) {
-    action();
-    showChanges();
+    callProgram(delegate_, [&] {
+        action();
+        showChanges();
+    });
 }
 
 void ModuleWindow::requestClose() {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/WindowControls.h"
+#include "platform/WindowControls.h"
 #include "platform/linux/WindowModule.h"
 
 #include <functional>
@@ -14,8 +14,8 @@ namespace kestrav::platform {
 class ModuleWindow {
 public:
     /// Finds out whether there may be a display and gets the process ready for the module. Before other threads read
-    /// the environment. Controls and delegate have to outlive the object. If the display goes away, `withoutWindow`
-    /// is called wherever that shows; it must not return.
+    /// the environment. Controls and delegate have to outlive the object. If the display, or the window on it, goes
+    /// away, `withoutWindow` is called wherever that shows; it must not return.
     ModuleWindow(WindowControls &controls, ApplicationDelegate &delegate, std::function<void()> withoutWindow);
 
     /// Opens the module and shows the window. False if either is impossible; nothing is said about it then, but in the

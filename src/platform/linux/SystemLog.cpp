@@ -4,6 +4,7 @@
 #include "platform/FileDescriptor.h"
 #include "platform/ProcessInfo.h"
 #include "platform/linux/StandardError.h"
+#include "platform/linux/writeSystemLogOnly.h"
 #include "platform/posix/NeverDestroyed.h"
 #include "platform/testing.h"
 

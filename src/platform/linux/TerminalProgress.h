@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/linux/WindowControls.h"
+#include "platform/WindowControls.h"
 
 #include <string>
 

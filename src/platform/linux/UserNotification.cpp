@@ -3,9 +3,9 @@
 #include "platform/Bundle.h"
 #include "platform/FileDescriptor.h"
 #include "platform/ProcessInfo.h"
-#include "platform/SystemLog.h"
 #include "platform/linux/NoticeModule.h"
 #include "platform/linux/StandardError.h"
+#include "platform/linux/writeSystemLogOnly.h"
 #include "platform/posix/NeverDestroyed.h"
 #include "platform/testing.h"
 

@@ -1,5 +1,6 @@
 #import "platform/macos/AppDelegate.h"
 
+#include "platform/WindowControls.h"
 #include "platform/macos/ControlObservers.h"
 #include "platform/posix/NeverDestroyed.h"
 
@@ -16,12 +17,7 @@ namespace {
 /// file.
 struct Program {
     kestrav::platform::ApplicationDelegate *delegate = nullptr;
-    kestrav::platform::ImageView iconView;
-    kestrav::platform::Window window;
-    kestrav::platform::ProgressIndicator progressBar;
-    kestrav::platform::Button cancelButton;
-    kestrav::platform::TextField label;
-    kestrav::platform::TextField progressLabel;
+    kestrav::platform::WindowControls controls;
 };
 
 Program &program() {
@@ -45,25 +41,20 @@ Program &program() {
 }
 
 - (void)applicationWillFinishLaunching:(NSNotification *)notification {
-    Program &state = program();
-    observe(state.iconView, iconView);
-    observe(state.window, window);
-    observe(state.progressBar, progressBar);
-    observe(state.cancelButton, cancelButton);
-    observe(state.label, label);
-    observe(state.progressLabel, progressLabel);
-    state.delegate->setIconView(&state.iconView);
-    state.delegate->setWindow(&state.window);
-    state.delegate->setProgressBar(&state.progressBar);
-    state.delegate->setCancelButton(&state.cancelButton);
-    state.delegate->setLabel(&state.label);
-    state.delegate->setProgressLabel(&state.progressLabel);
-    [MainQueueWatcher start];
-    state.delegate->applicationWillFinishLaunching();
+    auto &[delegate, controls] = program();
+    observe(controls.iconView, iconView);
+    observe(controls.window, window);
+    observe(controls.progressBar, progressBar);
+    observe(controls.cancelButton, cancelButton);
+    observe(controls.label, label);
+    observe(controls.progressLabel, progressLabel);
+    controls.connect(*delegate);
+    [MainQueueWatcher startFor:delegate];
+    delegate->applicationWillFinishLaunching();
 }
 
 - (void)applicationDidFinishLaunching:(NSNotification *)notification {
-    if (program().window.isVisible()) {
+    if (program().controls.window.isVisible()) {
         [window center];
         [window makeKeyAndOrderFront:nil];
     }
@@ -71,13 +62,13 @@ Program &program() {
 }
 
 - (IBAction)cancel:(id)sender {
-    program().delegate->cancel();
+    callProgram(*program().delegate, [] { program().delegate->cancel(); });
 }
 
 /// Closing the window is the Cancel button, for as long as that works.
 - (BOOL)windowShouldClose:(id)sender {
-    if (program().cancelButton.isEnabled()) {
-        program().delegate->cancel();
+    if (program().controls.cancelButton.isEnabled()) {
+        [self cancel:sender];
         return NO;
     }
     return YES;

@@ -8,10 +8,11 @@ using kestrav::platform::OperationQueue;
 
 @implementation MainQueueWatcher
 
-+ (void)start {
++ (void)startFor:(kestrav::platform::ApplicationDelegate *)program {
     static MainQueueWatcher *watcher = nil;
     if (watcher == nil) {
         watcher = [[MainQueueWatcher alloc] init];
+        watcher->delegate = program;
         [watcher watch];
     }
 }
@@ -36,7 +37,7 @@ using kestrav::platform::OperationQueue;
 }
 
 - (void)runTasks:(NSNotification *)notification {
-    OperationQueue::mainQueue().runPending();
+    callProgram(*delegate, [] { OperationQueue::mainQueue().runPending(); });
     [self watch];
 }
 

@@ -6,8 +6,6 @@
 
 #import <Foundation/Foundation.h>
 
-#include <syslog.h>
-
 #include <functional>
 
 namespace kestrav::platform {
@@ -33,14 +31,6 @@ void writeSystemLog(std::string_view message) {
     NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init]; // any thread: it may have none
     NSLog(@"%@", (NSString *)cfText(message).get());
     [pool drain];
-}
-
-void writeSystemLogOnly(std::string_view message) {
-    if (const auto &replacement = sinkReplacement()) {
-        replacement(message);
-        return;
-    }
-    syslog(LOG_NOTICE, "%.*s", static_cast<int>(message.size()), message.data());
 }
 
 } // namespace kestrav::platform

@@ -2,6 +2,7 @@
 
 #include "platform/Signals.h"
 #include "platform/Task.h"
+#include "platform/linux/writeSystemLogOnly.h"
 #include "platform/testing.h"
 
 #include <gmock/gmock.h>
