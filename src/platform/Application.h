@@ -2,7 +2,7 @@
 
 #include "platform/Controls.h"
 
-#include <exception>
+#include <functional>
 
 namespace kestrav::platform {
 
@@ -32,13 +32,7 @@ public:
 };
 
 /// Calls into the program from a loop of the platform's, which no exception may pass through.
-template <class Action> void callProgram(ApplicationDelegate &delegate, Action action) noexcept {
-    try {
-        action();
-    } catch (const std::exception &) {
-        delegate.endAfterFailure();
-    }
-}
+void callProgram(ApplicationDelegate &delegate, const std::function<void()> &action) noexcept;
 
 class Application {
 public:
