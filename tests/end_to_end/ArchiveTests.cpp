@@ -210,17 +210,6 @@ TEST(Archive, CancelEndsTheExtraction) {
     expectCancelled(launch);
 }
 
-TEST(Archive, CancelEndsTheUnpacking) {
-    const ShippingBundle bundle(gzip(packedRuntime().closed()));
-    const TemporaryDirectory folder;
-    const std::string pidFile = folder / "pid";
-    Launch launch(bundle,
-                  {.environment = {{"FAKE_UNPACK", "hang"}, {"FAKE_UNPACK_PID", pidFile}, {"KESTRAV_LOG", "yes"}}});
-    waitUntil([&] { return contentOf(pidFile).ends_with('\n'); }, "the unpacker");
-    expectCancelled(launch);
-    EXPECT_TRUE(kill(std::stoi(contentOf(pidFile)), 0) != 0 && errno == ESRCH) << "the unpacker lives on";
-}
-
 TEST(Archive, WhatCannotBeUnpackedIsKeptToBeLookedInto) {
     const ShippingBundle bundle(gzip(packedRuntime().closed()));
     Launch launch(bundle, {.environment = {{"FAKE_UNPACK", "fail"}}});

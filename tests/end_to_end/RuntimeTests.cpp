@@ -12,29 +12,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(Runtime, ThatCannotBeStartedEndsWithANotice) {
-    const AppBundle bundle;
-    const std::string java = bundle.runtime() + "/Contents/Home/bin/java";
-    struct Case {
-        const char *what;
-        const char *content;
-        fs::perms rights;
-    };
-    for (const auto &[what, content, rights] :
-         {Case{"missing", nullptr, {}}, Case{"not executable", "#!/bin/true\n", fs::perms::owner_read},
-          Case{"no program", "\x7F ELF, or not\n", fs::perms::all},
-          Case{"a script for nobody", "#!/no/such/interpreter\n", fs::perms::all}}) {
-        SCOPED_TRACE(what);
-        fs::remove(java);
-        if (content != nullptr) {
-            std::ofstream(java) << content;
-            fs::permissions(java, rights);
-        }
-        Launch run(bundle);
-        expectRefusal(run, "internal error: could not start " + java + ": ");
-    }
-}
-
 /// A bundle with its own runtime, two of whose archives are packed.
 struct PackedBundle {
     AppBundle bundle;
@@ -61,17 +38,19 @@ TEST(Runtime, IsUnpackedOnceBeforeItsFirstStart) {
     expectStatus(runs, 0);
 }
 
-TEST(Runtime, ThatCannotBeUnpackedEndsWithANotice) {
+TEST(Runtime, ThatCannotBeUsedEndsWithANotice) {
     constexpr auto readable = static_cast<fs::perms>(0555);
     const auto refuse = [](const PackedBundle &packed, const std::string &message, const Start &start = {}) {
         Launch run(packed.bundle, start);
         expectRefusal(run, message);
     };
-    refuse({}, "internal error: could not run unpack200", {.environment = {{"FAKE_UNPACK", "fail"}}});
-
     const PackedBundle broken;
     std::ofstream(broken.home + "/lib/rt.jar.pack") << "not packed";
     refuse(broken, "internal error: could not run unpack200");
+
+    const PackedBundle javaless;
+    fs::remove(javaless.home + "/bin/java");
+    refuse(javaless, "internal error: could not start " + javaless.home + "/bin/java: ");
 
     const PackedBundle toolless;
     fs::remove(toolless.home + "/bin/unpack200");

@@ -116,6 +116,8 @@ TEST_F(Configuration, TheLanguageIsSetUnlessItIsAlready) {
 }
 
 TEST_F(Configuration, AValueOfTheWrongTypeIsNamed) {
+    launcher.javaVersion = "17";
+    launcher.javaMajorVersion = 17;
     const Dictionary cases[] = {{{"WorkingDirectory", 7}},
                                 {{"ClassPath", 7}},
                                 {{"OptionsFile", 7}},
@@ -124,7 +126,10 @@ TEST_F(Configuration, AValueOfTheWrongTypeIsNamed) {
                                 {{"MainClass", 7}},
                                 {{"StartOnMainThread", Array{}}},
                                 {{"VMOptionArray", Array{"-a", 7}}},
+                                {{"VMOptionArray", "text"}},
                                 {{"VersionSpecificVMOptions", "text"}},
+                                {{"VersionSpecificVMOptions", Array{17, Array{}}}},
+                                {{"VersionSpecificVMOptions", Array{"17-17", true}}},
                                 {{"ArgumentArray", "text"}}};
     for (const Dictionary &javaVM : cases) {
         try {

@@ -1,9 +1,7 @@
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
-#include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
 #include "platform/Task.h"
-#include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
@@ -77,45 +75,6 @@ TEST(TaskTests, FailuresToStartNamePathAndReason) {
         task.sendSignal(SIGKILL); // to nobody
         EXPECT_THROW(task.waitUntilExit(), Exception);
     }
-}
-
-/// Writes what the process was started with into a file.
-constexpr const char *Report = R"sh(exec >"$0"
-for number in $(seq 3 255); do test ! -e /proc/$$/fd/$number || echo "descriptor $number"; done
-tr '\0' '\n' </proc/$$/environ
-printf '%s\n' "$@" "$(cat)"
-exec grep -cE '^Sig(Blk|Ign):.*0000000$' /proc/self/status)sh"; // 2: neither blocked nor ignored
-
-TEST(TaskTests, ChildStartsClean) {
-    for (int descriptor = 3; descriptor < 256; ++descriptor) {
-        fcntl(descriptor, F_SETFD, FD_CLOEXEC); // what this program was started with itself
-    }
-    const tests::TemporaryDirectory directory;
-    const FileDescriptor file = FileDescriptor::open((directory / "file").c_str(), O_CREAT | O_WRONLY, 0600);
-    const OperationQueue queue;
-    testing::setEnvironment({{"KEPT", "old"}, {"CHANGED", "old"}});
-    ProcessInfo::processInfo().setEnvironmentVariable("KEPT", "new", false);
-    ProcessInfo::processInfo().setEnvironmentVariable("CHANGED", "a=b", true);
-    ProcessInfo::processInfo().setEnvironmentVariable("ADDED", "", false);
-
-    sigset_t blocked;
-    sigset_t previous;
-    sigemptyset(&blocked);
-    for (const int number : {SIGINT, SIGTERM, SIGPIPE, SIGUSR1}) {
-        ASSERT_NE(std::signal(number, SIG_IGN), SIG_ERR);
-        sigaddset(&blocked, number);
-    }
-    pthread_sigmask(SIG_BLOCK, &blocked, &previous);
-    Pipe input;
-    ASSERT_TRUE(writeAll(input.writeEnd.get(), "some text"));
-    input.writeEnd.reset();
-    Task task(Shell, {"-c", Report, directory / "report", "", "with space"});
-    task.setStandardInput(input.readEnd.get());
-    task.launch();
-    task.waitUntilExit();
-    pthread_sigmask(SIG_SETMASK, &previous, nullptr);
-
-    EXPECT_EQ(contentsOfFile(directory / "report"), "ADDED=\nCHANGED=a=b\nKEPT=old\n\nwith space\nsome text\n2\n");
 }
 
 TEST(TaskTests, ClosedStandardInput) {
