@@ -20,27 +20,11 @@ namespace {
 
 constexpr const char *Shell = "/bin/sh";
 
-int statusOf(const std::string &script) {
-    Task task(Shell, {"-c", script});
-    task.launch();
-    task.waitUntilExit();
-    return task.terminationStatus();
-}
-
 TEST(WriteWithin, GivesUpOnAReceiverThatStoppedReading) {
     const Pipe pipe;
     const std::string more(1 << 20, 'x'); // than a pipe holds
     EXPECT_TRUE(writeWithin(pipe.writeEnd.get(), "line", 10));
     EXPECT_FALSE(writeWithin(pipe.writeEnd.get(), more, 10));
-}
-
-TEST(TaskTests, StatusOfTheChild) {
-    EXPECT_EQ(statusOf("exit 0"), 0);
-    EXPECT_EQ(statusOf("exit 255"), 255);
-    EXPECT_EQ(statusOf("kill -9 $$"), 137);
-    // As a parent that does not care for its children hands it down.
-    ASSERT_NE(std::signal(SIGCHLD, SIG_IGN), SIG_ERR);
-    EXPECT_EQ(statusOf("exit 7"), 7);
 }
 
 TEST(TaskTests, FailuresToStartNamePathAndReason) {
