@@ -31,7 +31,8 @@ public:
     [[nodiscard]] std::optional<PropertyList> dictionaryForKey(std::string_view key) const;
 
     /// Sets a value in the application's own domain. Nothing is written if it stands there already, nor to a file that
-    /// is damaged or that nobody may write; a failure is only logged where the platform does so.
+    /// is damaged, that nobody may write or whose other values would suffer; a failure is only logged where the
+    /// platform does so.
     void setObject(const PropertyList &value, std::string_view key);
 
 private:

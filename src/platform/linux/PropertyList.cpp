@@ -190,13 +190,13 @@ Node toNode(const PropertyList &list) {
 
 } // namespace
 
-std::optional<PropertyList> PropertyList::parse(std::string_view bytes) {
+Node nodeOf(std::string_view bytes) {
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
     if (bytes.starts_with(byteOrderMark)) {
         bytes.remove_prefix(byteOrderMark.size());
     }
     if (bytes.size() > std::numeric_limits<std::int32_t>::max()) {
-        return std::nullopt;
+        return {};
     }
     const auto size = static_cast<std::uint32_t>(bytes.size());
     plist_t root = nullptr;
@@ -207,8 +207,12 @@ std::optional<PropertyList> PropertyList::parse(std::string_view bytes) {
     } else if (xmlPropertyListIsAcceptable(bytes)) {
         plist_from_xml(bytes.data(), size, &root);
     }
-    const Node owner(root);
-    return root != nullptr ? std::optional(toPropertyList(root)) : std::nullopt;
+    return Node(root);
+}
+
+std::optional<PropertyList> PropertyList::parse(std::string_view bytes) {
+    const Node root = nodeOf(bytes);
+    return root ? std::optional(toPropertyList(root.get())) : std::nullopt;
 }
 
 std::string PropertyList::serialize() const {

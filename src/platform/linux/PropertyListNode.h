@@ -3,6 +3,7 @@
 #include <plist/plist.h>
 
 #include <memory>
+#include <string_view>
 
 namespace kestrav::platform {
 
@@ -13,5 +14,9 @@ struct FreeNode {
 
 /// Owns a value of libplist, with all that is in it.
 using Node = std::unique_ptr<plist_t, FreeNode>;
+
+/// Reads an XML or binary property list. Null when the bytes are neither, or are damaged, or are more than the library
+/// can be trusted with.
+[[nodiscard]] Node nodeOf(std::string_view bytes);
 
 } // namespace kestrav::platform

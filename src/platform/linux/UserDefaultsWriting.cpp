@@ -15,12 +15,6 @@ namespace kestrav::platform {
 
 namespace {
 
-Node nodeOf(std::string_view content) {
-    plist_t node = nullptr;
-    plist_from_memory(content.data(), static_cast<std::uint32_t>(content.size()), &node);
-    return Node(node);
-}
-
 /// A property list with `value` under `key`, otherwise as it was. It keeps its form, XML or binary, and goes through
 /// the library's own values, so that nothing is lost that `PropertyList` does not know. Empty if it is no dictionary.
 std::optional<std::string> settingValue(std::string_view content, const PropertyList &value, std::string_view key) {
@@ -34,6 +28,18 @@ std::optional<std::string> settingValue(std::string_view content, const Property
     (content.starts_with("bplist") ? plist_to_bin : plist_to_xml)(root.get(), &bytes, &size);
     const std::unique_ptr<char, decltype(&std::free)> owner(bytes, &std::free);
     return bytes != nullptr ? std::optional(std::string(bytes, size)) : std::nullopt;
+}
+
+/// True if the bytes read as `list` with `value` under `key`. The library cuts texts off that are not as they should
+/// be.
+bool isWhole(std::string_view bytes, PropertyList list, const PropertyList &value, std::string_view key) {
+    auto *dictionary = list.as<PropertyList::Dictionary>();
+    const auto found = PropertyList::parse(bytes);
+    if (dictionary == nullptr || !found) {
+        return false;
+    }
+    dictionary->insert_or_assign(std::string(key), value);
+    return found->serialize() == list.serialize(); // as texts, in which a number that is none equals itself
 }
 
 /// A file that its owner has made read-only stays as it is, although a new one could take its place.
@@ -62,7 +68,8 @@ void UserDefaults::setObject(const PropertyList &value, std::string_view key) { 
     if ((present != nullptr && *present == value) || !mayBeWritten(*path)) {
         return;
     }
-    if (const auto changed = settingValue(*content, value, key)) {
+    const auto changed = settingValue(*content, value, key);
+    if (changed && isWhole(*changed, *list, value, key)) {
         // A default that cannot be kept is no reason to stop.
         static_cast<void>(writeFileAtomically(*path, *changed));
     }

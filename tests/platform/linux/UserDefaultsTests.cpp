@@ -1,4 +1,6 @@
+#include "platform/FileManager.h"
 #include "platform/UserDefaults.h"
+#include "platform/support/PropertyListBytes.h"
 #include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
 
@@ -53,6 +55,38 @@ TEST_F(UserDefaultsFileTest, NamesItsOwnDomain) {
         useBundle(information);
         writeDomain("home/.config", domain, Dictionary{{"key", domain}});
         EXPECT_EQ(defaults_.stringForKey("key"), domain);
+    }
+}
+
+TEST_F(UserDefaultsFileTest, KeepsWhatElseAFileHolds) {
+    useBundle(Dictionary{{"CFBundleIdentifier", "id"}});
+    testing::setEnvironment({{"XDG_CONFIG_HOME", directory_ / "config"}});
+    using tests::binary;
+    using tests::reference;
+    using tests::text;
+    const std::string plain = tests::xml("<dict><key>other</key><string>b</string></dict>");
+    const struct {
+        std::string content;
+        bool writable;
+    } cases[] = {
+        {plain, true},
+        {"\xEF\xBB\xBF" + plain, true},
+        {binary({reference("\xD1", {1, 2}), text("other"), text("b")}), true},
+        {binary({reference("\xD2", {1, 2, 3, 2}), text("other"), text("b"), text("no\xE4scii")}), false},
+        {binary({reference("\xD1", {1, 0}), text("itself")}), false},
+        {"bplist01" + plain, false},
+        {tests::xml("<array/>"), false},
+    };
+    for (const auto &[content, writable] : cases) {
+        const std::string file = directory_.write("config/kestrav/id.plist", content);
+        defaults_.setObject("set", "key");
+        const auto written = contentsOfFile(file);
+        ASSERT_TRUE(written);
+        EXPECT_EQ(written != content, writable) << content;
+        if (writable) {
+            EXPECT_EQ(PropertyList::parse(*written), Dictionary({{"key", "set"}, {"other", "b"}})) << content;
+            EXPECT_EQ(written->starts_with("bplist00"), content.starts_with("bplist00")) << content;
+        }
     }
 }
 
