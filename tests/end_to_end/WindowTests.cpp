@@ -79,7 +79,10 @@ TEST(ProgressWindow, IsNotMadeWideByALongName) {
         const std::string size = display.run("sh -c 'xdotool search --onlyvisible --name WizardCaption "
                                              "getwindowgeometry | grep Geometry'");
         EXPECT_NE(size, "");
-        EXPECT_EQ(std::exchange(shortSize, size), shortSize.empty() ? "" : size) << name;
+        if (shortSize.empty()) {
+            shortSize = size;
+        }
+        EXPECT_EQ(size, shortSize) << name;
         run.sendSignal(SIGTERM);
         EXPECT_EQ(run.wait(), 1);
         waitForWindows(display, 0);

@@ -12,7 +12,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdlib>
 
 namespace kestrav::platform::tests {
@@ -62,7 +61,7 @@ TEST(IconImage, IsTheOneThatFillsTheSquare) {
 /// A terminal that standard error is from now on.
 class Terminal {
 public:
-    Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
+    Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
         EXPECT_EQ(grantpt(master_.get()) | unlockpt(master_.get()), 0);
         const FileDescriptor slave = FileDescriptor::open(ptsname(master_.get()), O_RDWR | O_NOCTTY);
         dup2(slave.get(), STDERR_FILENO);
@@ -70,9 +69,14 @@ public:
 
     /// What has been written since the last call.
     [[nodiscard]] std::string written() const {
-        std::array<char, 4096> buffer{};
-        const ssize_t count = read(master_.get(), buffer.data(), buffer.size());
-        return {buffer.data(), count > 0 ? static_cast<std::size_t>(count) : 0};
+        constexpr char mark = '\x01'; // the terminal hands on what it gets when it likes; this comes last
+        EXPECT_EQ(write(STDERR_FILENO, &mark, 1), 1);
+        std::string text;
+        char byte = 0;
+        while (read(master_.get(), &byte, 1) == 1 && byte != mark) {
+            text += byte;
+        }
+        return text;
     }
 
 private:
