@@ -10,9 +10,9 @@ target_include_directories(kestrav_settings INTERFACE ${PROJECT_SOURCE_DIR}/src)
 target_compile_definitions(kestrav_settings INTERFACE _FILE_OFFSET_BITS=64)
 
 if(KESTRAV_SANITIZE)
-  target_compile_options(kestrav_settings INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
+  target_compile_options(kestrav_settings INTERFACE -fsanitize=${KESTRAV_SANITIZE} -fno-sanitize-recover=all
                                                     -fno-omit-frame-pointer)
-  target_link_options(kestrav_settings INTERFACE -fsanitize=address,undefined)
+  target_link_options(kestrav_settings INTERFACE -fsanitize=${KESTRAV_SANITIZE})
 endif()
 if(KESTRAV_FUZZ)
   target_compile_options(kestrav_settings INTERFACE -fsanitize=fuzzer-no-link)

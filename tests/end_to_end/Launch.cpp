@@ -114,6 +114,7 @@ Launch::Launch(const AppBundle &bundle, const Start &start) {
         // A sanitizer's complaint is a crash, not status 1. The program may end with threads and memory in use.
         {"ASAN_OPTIONS", "abort_on_error=1:detect_leaks=0:disable_coredump=1"},
         {"UBSAN_OPTIONS", "abort_on_error=1:print_stacktrace=1"},
+        {"TSAN_OPTIONS", "abort_on_error=1:halt_on_error=1:suppressions=" KESTRAV_TSAN_SUPPRESSIONS},
     });
     if (start.asNobody) {
         for (const std::string &path : {folder_.path(), folder_ / "home", folder_ / "configuration",
