@@ -1,5 +1,5 @@
 # The applications that kestrav-bundle makes, and what `cmake --install` and `cpack` make.
-target_sources(end_to_end_tests PRIVATE ToolTests.cpp)
+target_sources(end_to_end_tests PRIVATE Tool.cpp ToolRefusalTests.cpp ToolTests.cpp)
 target_link_libraries(end_to_end_tests PRIVATE kestrav_platform)
 target_compile_definitions(end_to_end_tests PRIVATE KESTRAV_TOOL="$<TARGET_FILE:kestrav-bundle>")
 add_dependencies(end_to_end_tests kestrav-bundle)

@@ -1,16 +1,14 @@
-// The applications that kestrav-bundle makes, and those that it refuses to make.
+// The applications that kestrav-bundle makes.
 
 #include "Launch.h"
+#include "Tool.h"
 #include "platform/PropertyList.h"
 #include "support/LoopbackServer.h"
 
 #include <gmock/gmock.h>
 
 #include <array>
-#include <cstdio>
-#include <filesystem>
 #include <list>
-#include <utility>
 
 namespace kestrav::tests {
 namespace {
@@ -20,56 +18,6 @@ namespace fs = std::filesystem;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
-
-struct Outcome {
-    int status = -1;
-    std::string output; // and errors
-};
-
-/// Runs a program; no argument has a single quote.
-Outcome run(std::string command, const std::vector<std::string> &arguments) {
-    for (const std::string &argument : arguments) {
-        command += " '" + argument + "'";
-    }
-    Outcome outcome;
-    FILE *pipe = popen((command + " 2>&1 </dev/null").c_str(), "re");
-    std::array<char, 4096> buffer{};
-    while (const auto count = fread(buffer.data(), 1, buffer.size(), pipe)) {
-        outcome.output.append(buffer.data(), count);
-    }
-    const int status = pclose(pipe);
-    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    return outcome;
-}
-
-std::vector<std::string> namesIn(const std::string &folder) {
-    std::vector<std::string> names;
-    for (const auto &entry : fs::directory_iterator(folder)) {
-        names.push_back(entry.path().filename().string());
-    }
-    return names;
-}
-
-/// A runtime as a plain home, with all kinds of links.
-std::string makeHome(const TemporaryDirectory &folder, const std::string &name = "home") {
-    linkFile(KESTRAV_FAKE_JAVA, folder / (name + "/bin/java"));
-    folder.write(name + "/release", "JAVA_VERSION=\"17.0.9\"\nIMPLEMENTOR=\"Example\"\n");
-    folder.write(name + "/lib/._debris", "");
-    folder.write("outside/conf/a", "from outside");
-    fs::create_symlink("java", folder / (name + "/bin/java-link"));
-    fs::create_directory_symlink("../../outside/conf", folder / (name + "/lib/conf"));
-    fs::create_symlink(folder / (name + "/release"), folder / (name + "/lib/absolute"));
-    fs::create_symlink("nowhere", folder / (name + "/lib/dangling"));
-    fs::create_hard_link(folder / (name + "/release"), folder / (name + "/hard"));
-    return folder / name;
-}
-
-/// Runs the tool for an application of the usual name in the folder.
-Outcome makeTool(const TemporaryDirectory &folder, std::vector<std::string> options) {
-    options.insert(options.begin(), {"--identifier", "org.example.tool"});
-    options.push_back(folder / "Test.app");
-    return run(KESTRAV_TOOL, options);
-}
 
 /// A bundle of the tests in whose place the tool has put its own.
 struct MadeBundle : AppBundle {
@@ -116,7 +64,7 @@ TEST(Tool, ArchiveHoldsTheRuntimeWhole) {
     const TemporaryDirectory folder;
     const Outcome outcome = makeTool(folder, {"--jar", KESTRAV_PROGRAM_JAR, "--runtime", makeHome(folder)});
     ASSERT_EQ(outcome.status, 0) << outcome.output;
-    EXPECT_THAT(outcome.output, HasSubstr("left out lib/dangling, a link to nowhere, which is not there"));
+    EXPECT_THAT(outcome.output, HasSubstr("home/lib/dangling, a link to nowhere, which is not there"));
     const std::string archive = folder / "Test.app/Contents/Resources/app/jre.tar.gz";
     EXPECT_EQ(run("tar", {"tzf", archive}).output,
               "Contents/\nContents/Home/\nContents/Home/bin/\nContents/Home/bin/java\nContents/Home/bin/java-link\n"
@@ -136,7 +84,12 @@ TEST(Tool, ArchiveHoldsTheRuntimeWhole) {
 
 TEST(Tool, OtherFilesAndKeysAreThere) {
     const TemporaryDirectory folder;
-    folder.write("classes/org/example/Own.class", std::string("\xCA\xFE\xBA\xBE\0\0\0\x34", 8));
+    folder.write("classes/org/example/Own.class", java8Class);
+    folder.write("lib/b.jar", "b");
+    folder.write("lib/a.jar", "a");
+    folder.write("lib/c.txt", "c");
+    fs::create_symlink("lib/c.txt", folder / "link.txt");
+    fs::permissions(folder / "classes/org", fs::perms::owner_read | fs::perms::owner_exec);
     const Outcome outcome = makeTool(
         folder, {"--main-class",
                  "org.example.Own",
@@ -146,6 +99,10 @@ TEST(Tool, OtherFilesAndKeysAreThere) {
                  "$APP_PACKAGE/../plugins/*",
                  "--file",
                  folder.write("licence.txt", "L"),
+                 "--file",
+                 folder / "link.txt",
+                 "--class-path",
+                 folder / "lib/*",
                  "--name",
                  "A Tool",
                  "--app-version",
@@ -155,7 +112,7 @@ TEST(Tool, OtherFilesAndKeysAreThere) {
                  "--language",
                  "de",
                  "--language",
-                 "fr=" + folder.write("fr.strings", "\"a\" = \"b\";"),
+                 "fr=" + folder.write("fr.strings", R"("a" = "b";)"),
                  "--info",
                  folder.write("more.plist",
                               propertyList(dictionary({{"ksv.allowBeta", "<true/>"},
@@ -167,10 +124,15 @@ TEST(Tool, OtherFilesAndKeysAreThere) {
     EXPECT_EQ(contentOf(resources + "app.icns"), "icns-own");
     EXPECT_EQ(contentOf(resources + "app/licence.txt"), "L");
     EXPECT_TRUE(fs::exists(resources + "app/classes/org/example/Own.class"));
+    EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(resources + "app/link.txt")));
+    EXPECT_NE(fs::status(resources + "app/classes/org").permissions() & fs::perms::owner_write, fs::perms::none);
+    fs::permissions(folder / "classes/org", fs::perms::owner_all);
     const auto info = platform::PropertyList::parse(contentOf(folder / "Test.app/Contents/Info.plist"));
     const platform::PropertyList &javaVM = *info->find("JavaVM");
-    EXPECT_EQ(*javaVM.find("ClassPath"),
-              platform::PropertyList("$APP_PACKAGE/Contents/Resources/app/classes:$APP_PACKAGE/../plugins/*"));
+    EXPECT_EQ(
+        *javaVM.find("ClassPath"),
+        platform::PropertyList("$APP_PACKAGE/Contents/Resources/app/classes:$APP_PACKAGE/../plugins/*:"
+                               "$APP_PACKAGE/Contents/Resources/app/a.jar:$APP_PACKAGE/Contents/Resources/app/b.jar"));
     EXPECT_EQ(*javaVM.find("StartOnMainThread"), platform::PropertyList(true));
     for (const auto &[key, value] : std::map<std::string, platform::PropertyList>{{"CFBundleName", "A Tool"},
                                                                                   {"CFBundleShortVersionString", "2.1"},
@@ -181,94 +143,20 @@ TEST(Tool, OtherFilesAndKeysAreThere) {
     }
 }
 
-TEST(Tool, WhatWouldNotStartIsRefused) {
-    const TemporaryDirectory files;
-    const std::string home = makeHome(files);
-    files.write("noJava/release", "JAVA_VERSION=\"17\"\n");
-    linkFile(KESTRAV_FAKE_JAVA, files / "noVersion/bin/java");
-    linkFile(KESTRAV_FAKE_JAVA, files / "machine/bin/java");
-    fs::remove(files / "machine/bin/java");
-    files.write("machine/bin/java", std::string("\xCF\xFA\xED\xFE", 4) + std::string(60, '\0'));
-    fs::permissions(files / "machine/bin/java", fs::perms::owner_all);
-    const std::string longName = std::string(86, 'x');
-    files.write("long/" + longName, "");
-    linkFile(KESTRAV_FAKE_JAVA, files / "long/bin/java");
-    files.write("long/release", "JAVA_VERSION=\"17\"\n");
-    makeHome(files, "huge");
-    files.write("huge/modules", "");
-    fs::resize_file(files / "huge/modules", std::uintmax_t{1} << 31U);
-    makeHome(files, "circle");
-    fs::create_directory_symlink("..", files / "circle/lib/up");
-    fs::create_directory_symlink(files / "circle", files / "circle/lib/circle");
-    const std::string text = files.write("text", "no archive");
-    const std::string jar = KESTRAV_PROGRAM_JAR;
-    const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
-        {{}, "no main class"},
-        {{"--main-class", "org.example.Main"}, "is not in the application"},
-        {{"--jar", jar, "--main-class", "org.example.Other"}, "org.example.Other is not in the class path"},
-        {{"--jar", jar, "--main-class", "org/example/Main"}, "named with dots"},
-        {{"--jar", text}, "cannot be read as a Java archive"},
-        {{"--jar", files / "missing.jar"}, "No such file"},
-        {{"--jar", jar, "--class-path", jar}, "Two files are named program.jar"},
-        {{"--jar", jar, "--file", files.write("jre.tar.gz", "")}, "would take a file of this name for the runtime"},
-        {{"--jar", jar, "--class-path", "${HOME}/x.jar"}, "cannot be on the class path"},
-        {{"--jar", jar, "--class-path", files.write("a:b.jar", "")}, "\":\" cannot be on a class path"},
-        {{"--jar", jar, "--vm-option", "Xmx1g"}, "A VM option begins with \"-\""},
-        {{"--jar", jar, "--argument", "\x01"}, "control characters"},
-        {{"--jar", jar, "--argument", "\xFF"}, "no UTF-8 text"},
-        {{"--jar", jar, "--identifier", "tool"}, "The identifier \"tool\""},
-        {{"--jar", jar, "--icon", text}, "is no .icns file"},
-        {{"--jar", jar, "--language", "xx"}, "no messages in xx"},
-        {{"--jar", jar, "--min-version", "11"}, "needs Java 17 or newer, --min-version is 11"},
-        {{"--jar", jar, "--max-version", "16"}, "needs Java 17 or newer, --max-version is 16"},
-        {{"--jar", jar, "--min-version", "8"}, "calls itself 1.8"},
-        {{"--jar", jar, "--min-version", "21", "--max-version", "17"}, "No version is at least 21 and at most 17"},
-        {{"--jar", jar, "--no-search"}, "would find no runtime"},
-        {{"--jar", jar, "--search", "X"}, "is nowhere to search"},
-        {{"--jar", jar, "--runtime-url", "example.com/jre.tar.gz"}, "is no address"},
-        {{"--jar", jar, "--runtime", home, "--runtime-url", "http://x/y"}, "either --runtime or --runtime-url"},
-        {{"--jar", jar, "--runtime", text}, "is no folder"},
-        {{"--jar", jar, "--runtime", files / "noJava"}, "has no executable bin/java"},
-        {{"--jar", jar, "--runtime", files / "noVersion"}, "does not declare its version"},
-        {{"--jar", jar, "--runtime", files / "machine"}, "another kind of machine"},
-        {{"--jar", jar, "--runtime", home, "--min-version", "18"}, "version 17.0.9 is not within the bounds"},
-        {{"--jar", jar, "--runtime", files / "long"}, longName + "\" or where it leads is longer than 99 bytes"},
-        {{"--jar", jar, "--runtime", files / "huge"}, "modules\" has 2 GiB or more"},
-        {{"--jar", jar, "--runtime", files / "circle"}, "contains itself"},
-        {{"--jar", jar, "--template", files.path()}, "There is no launcher template"},
-        {{"--jar", jar, "--info", text}, "no property list"},
-        {{"--jar", jar, "--info", files.write("i", propertyList(dictionary({{"ksv.appId", integer(1)}})))},
-         "\"ksv.appId\" in Info.plist is an integer, not a string"},
-        {{"--jar"}, "Which application"},
-        {{"--jra", jar}, "There is no option --jra"},
-        {{"--jar", jar, "Second.app"}, "One application at a time"},
-    };
-    for (const auto &[options, message] : cases) {
+TEST(Tool, ManifestIsReadAsJavaReadsIt) {
+    for (const char *manifest :
+         {"Manifest-Version: 1.0\r\nMain-Class: a.Gr\r\n öße \r\n\r\nMain-Class: b.C\r\n", "main-class: a.Größe\n",
+          "Manifest-Version: 1.0\rMain-Class: a/Größe\r\r", "Class-Path: lib/x.jar b.jar\nMain-Class: a.Größe\n"}) {
         const TemporaryDirectory folder;
-        const Outcome outcome = makeTool(folder, options);
-        EXPECT_EQ(outcome.status, 1) << message;
-        EXPECT_THAT(outcome.output, HasSubstr(message));
-        EXPECT_THAT(namesIn(folder.path()), ElementsAre()) << message;
+        const Outcome outcome = makeTool(
+            folder, {"--jar", makeJar(folder, "a.jar", manifest), "--class-path", makeJar(folder, "b.jar", "")});
+        EXPECT_EQ(outcome.status, 0) << outcome.output;
+        EXPECT_THAT(contentOf(folder / "Test.app/Contents/Info.plist"), HasSubstr("<string>a.Größe</string>"));
+        const bool missing = std::string_view(manifest).starts_with("Class-Path");
+        EXPECT_EQ(outcome.output.find("names lib/x.jar, which is not in the application") != std::string::npos,
+                  missing);
+        EXPECT_THAT(outcome.output, testing::Not(HasSubstr("names b.jar")));
     }
-}
-
-TEST(Tool, AnExistingApplicationStaysUntilTheNewOneIsComplete) {
-    const TemporaryDirectory folder;
-    const std::vector<std::string> options{"--jar", KESTRAV_PROGRAM_JAR, "--runtime", makeHome(folder)};
-    const auto with = [&](std::initializer_list<std::string> more) {
-        auto all = options;
-        all.insert(all.end(), more);
-        return all;
-    };
-    folder.write("Test.app/precious", "kept");
-    EXPECT_THAT(makeTool(folder, with({"--replace"})).output, HasSubstr("is no application, so it is not replaced"));
-    folder.write("Test.app/Contents/Info.plist", "old");
-    EXPECT_THAT(makeTool(folder, options).output, HasSubstr("is already there"));
-    EXPECT_THAT(makeTool(folder, with({"--replace", "--icon", folder / "none"})).output, HasSubstr("cannot be read"));
-    EXPECT_EQ(contentOf(folder / "Test.app/precious"), "kept");
-    EXPECT_EQ(makeTool(folder, with({"--replace"})).status, 0);
-    EXPECT_FALSE(fs::exists(folder / "Test.app/precious"));
-    EXPECT_THAT(namesIn(folder.path()), UnorderedElementsAre("Test.app", "home", "outside"));
 }
 
 } // namespace

@@ -1,9 +1,12 @@
 #include "Application.h"
 
 #include "Configuration.h"
+#include "FileTree.h"
+#include "Interruption.h"
 #include "Program.h"
 #include "Runtime.h"
 #include "RuntimeArchive.h"
+#include "RuntimeTree.h"
 #include "checks.h"
 #include "platform/FileManager.h"
 #include "platform/path.h"
@@ -23,15 +26,22 @@ using platform::appendingPathComponent;
 using platform::Bundle;
 
 constexpr const char *executable = "Contents/MacOS/launcher";
+constexpr const char *files = "Contents/Resources/app";
+
+/// The folder in which the application is to lie.
+std::string folderOf(const std::string &output) {
+    const std::string parent = platform::deletingLastPathComponent(output);
+    return parent.empty() ? "." : parent;
+}
 
 /// A folder beside the application in which it is made; it goes with this object.
 class Workshop {
 public:
     explicit Workshop(const std::string &output) {
-        const std::string parent = platform::deletingLastPathComponent(output);
-        path_ = appendingPathComponent(parent.empty() ? "." : parent, ".kestrav-bundle-XXXXXX");
+        path_ = appendingPathComponent(folderOf(output), ".kestrav-bundle-XXXXXX");
         if (::mkdtemp(path_.data()) == nullptr) {
-            throw Refusal("Could not make a folder beside " + output + ": " + std::generic_category().message(errno));
+            throw Refusal("Could not make anything in the folder " + folderOf(output) + ": " +
+                          std::generic_category().message(errno));
         }
     }
     Workshop(const Workshop &) = delete;
@@ -47,6 +57,15 @@ private:
     std::string path_;
 };
 
+/// What another application's files and runtime would do in this one, nobody can tell.
+void requireEmpty(const std::string &bundleTemplate) {
+    for (const char *place : {files, "Contents/Resources/jre.bundle", "Contents/PlugIns/jre.bundle"}) {
+        if (fs::exists(appendingPathComponent(bundleTemplate, place))) {
+            throw Refusal("The template " + bundleTemplate + " is an application already: it has " + place);
+        }
+    }
+}
+
 /// The template that was asked for, or the one that was installed or built with this program.
 std::string findTemplate(const Request &request, const std::string &ownFolder) {
     std::vector<std::string> places;
@@ -59,15 +78,34 @@ std::string findTemplate(const Request &request, const std::string &ownFolder) {
     }
     for (const std::string &place : places) {
         if (::access(appendingPathComponent(place, executable).c_str(), X_OK) == 0) {
+            requireEmpty(place);
             return fs::canonical(place).string();
         }
     }
     throw Refusal("There is no launcher template at " + places.front() + " (" + executable + " is missing there)");
 }
 
-/// Copies a file, or a folder with all that is in it.
-void copy(const std::string &from, const std::string &to) {
-    fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+/// Refuses a folder that the application would lie in: it cannot contain itself.
+void requireOutside(const std::string &folder, const std::string &output) {
+    std::error_code missing;
+    const fs::path way = fs::canonical(folderOf(output), missing).lexically_relative(fs::canonical(folder));
+    if (!missing && fs::is_directory(folder) && *way.begin() != "..") {
+        throw Refusal("The folder " + folder + " would contain the application that it becomes a part of; make " +
+                      output + " somewhere else");
+    }
+}
+
+/// The template with the program's files, as they will lie in the application.
+FileTree applicationTree(const std::string &bundleTemplate, const Program &program, const std::string &output) {
+    FileTree tree;
+    requireOutside(bundleTemplate, output);
+    tree.add(bundleTemplate, "");
+    tree.addFolder(files);
+    for (const Program::File &file : program.files) {
+        requireOutside(file.source, output);
+        tree.add(file.source, appendingPathComponent(files, file.name));
+    }
+    return tree;
 }
 
 void placeIcon(const std::string &icon, const std::string &resources) {
@@ -77,7 +115,7 @@ void placeIcon(const std::string &icon, const std::string &resources) {
         throw Refusal("The icon " + icon + (content ? " is no .icns file" : " cannot be read"));
     }
     if (const auto error = platform::writeFileAtomically(appendingPathComponent(resources, "app.icns"), *content)) {
-        throw fs::filesystem_error("cannot write the icon", error);
+        throw Refusal("The icon could not be written: " + error.message());
     }
 }
 
@@ -122,7 +160,7 @@ void placeLanguages(const std::vector<Language> &languages, const std::string &r
 /// Puts the runtime into the application; the size of its archive before compression, 0 for a folder.
 std::uint64_t placeRuntime(const Runtime &runtime, RuntimeForm form, const std::string &application,
                            std::vector<std::string> &notes) {
-    const RuntimeTree tree = runtimeTree(runtime);
+    const FileTree tree = runtimeTree(runtime);
     notes.insert(notes.end(), tree.notes.begin(), tree.notes.end());
     const std::string what = "runtime: Java " + runtime.version + ", ";
     if (form == RuntimeForm::folder) {
@@ -152,7 +190,9 @@ void requireFree(const Request &request) {
 }
 
 /// Puts the finished application where it belongs; the one that was there goes last.
-void deliver(const Request &request, const Workshop &workshop, const std::string &finished) {
+void deliver(const Request &request, const Workshop &workshop, const std::string &finished,
+             std::vector<std::string> &notes) {
+    raiseIfInterrupted();
     requireFree(request);
     const std::string old = workshop.place("old");
     const bool replaces = fs::exists(fs::symlink_status(request.output));
@@ -165,8 +205,25 @@ void deliver(const Request &request, const Workshop &workshop, const std::string
         if (replaces) {
             fs::rename(old, request.output);
         }
-        throw fs::filesystem_error("cannot put the application in its place", request.output, error);
+        throw Refusal("The application could not be put at " + request.output + ": " + error.message());
     }
+    fs::remove_all(old, error);
+    if (error) {
+        notes.push_back("the old application could not be removed, the rest is " + old + ": " + error.message());
+    }
+}
+
+/// What the application without a runtime of its own will look for.
+std::string wantedRuntime(const RuntimeBounds &bounds, const Request &request) {
+    std::string versions = bounds.minVersion ? " " + *bounds.minVersion : "";
+    if (bounds.maxVersion) {
+        versions += (bounds.minVersion ? " to " : " up to ") + *bounds.maxVersion;
+    } else {
+        versions += bounds.minVersion ? " or newer" : " of any version";
+    }
+    const bool searches = !request.search || !request.search->empty();
+    return std::string("runtime: ") + (searches ? "an installed one, Java" + versions : "") +
+           (request.runtimeURL ? (searches ? ", else the one from " : "the one from ") + *request.runtimeURL : "");
 }
 
 } // namespace
@@ -180,20 +237,18 @@ std::vector<std::string> makeApplication(const Request &request, const std::stri
     std::optional<Runtime> runtime;
     if (request.runtime) {
         runtime = examineRuntime(*request.runtime, bounds, appendingPathComponent(bundleTemplate, executable));
+        requireOutside(runtime->folder, request.output);
     }
     const auto templateInfo = Bundle::create(bundleTemplate)->infoDictionary();
     static_cast<void>(configuration(templateInfo, request, program, 0)); // refuses before anything is written
 
-    std::vector<std::string> notes;
+    const FileTree tree = applicationTree(bundleTemplate, program, request.output);
+    std::vector<std::string> notes = program.notes;
+    notes.insert(notes.end(), tree.notes.begin(), tree.notes.end());
     const Workshop workshop(request.output);
     const std::string application = workshop.place("new.app");
-    copy(bundleTemplate, application);
+    copyTree(tree, application);
     const std::string resources = appendingPathComponent(application, "Contents/Resources");
-    const std::string files = appendingPathComponent(resources, "app");
-    fs::create_directories(files);
-    for (const Program::File &file : program.files) {
-        copy(file.source, appendingPathComponent(files, file.name));
-    }
     if (request.icon) {
         placeIcon(*request.icon, resources);
     }
@@ -202,13 +257,11 @@ std::vector<std::string> makeApplication(const Request &request, const std::stri
     const auto info = configuration(templateInfo, request, program, size);
     if (const auto error = platform::writeFileAtomically(appendingPathComponent(application, "Contents/Info.plist"),
                                                          info.serialize())) {
-        throw fs::filesystem_error("cannot write Info.plist", error);
+        throw Refusal("Info.plist could not be written: " + error.message());
     }
-    deliver(request, workshop, application);
+    deliver(request, workshop, application, notes);
     if (!runtime) {
-        notes.push_back("runtime: an installed one, Java " + bounds.minVersion.value_or("of any version") +
-                        (bounds.maxVersion ? " to " + *bounds.maxVersion : " or newer") +
-                        (request.runtimeURL ? ", else the one from " + *request.runtimeURL : ""));
+        notes.push_back(wantedRuntime(bounds, request));
     }
     return notes;
 }

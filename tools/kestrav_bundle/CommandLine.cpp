@@ -127,7 +127,11 @@ std::optional<Request> parseCommandLine(int argc, char **argv) {
             throw Refusal(std::string(argv[optind - 1]) + " needs a value");
         }
         if (found < firstOption) {
-            throw Refusal(std::string("There is no option ") + argv[optind - 1] + "; try --help");
+            throw Refusal(optopt >= firstOption
+                              ? std::string(argv[optind - 1]) + ": this option takes no value"
+                              : "There is no option " +
+                                    (optopt == 0 ? argv[optind - 1] : std::string{'-', static_cast<char>(optopt)}) +
+                                    "; try --help");
         }
         const Option &option = options().at(static_cast<std::size_t>(found - firstOption));
         option.apply(request, option.hasValue ? optarg : "");

@@ -71,6 +71,19 @@ Dictionary userInfo(const Request &request) {
     return *dictionary;
 }
 
+/// Replaces what the property list says by it.
+void merge(RuntimeBounds &bounds, const PropertyList &above) {
+    const auto overlay = [&](OptionalText &bound, const char *key) {
+        if (const auto text = stringValue(above, key)) {
+            bound = *text;
+        }
+    };
+    overlay(bounds.minVersion, "ksv.minVersion");
+    overlay(bounds.maxVersion, "ksv.maxVersion");
+    overlay(bounds.requiredVmIdPrefix, "ksv.vmIdPrefix");
+    bounds.allowBeta = booleanValue(above, "ksv.allowBeta").value_or(bounds.allowBeta);
+}
+
 void merge(Dictionary &info, Dictionary above) {
     const auto theirs = above.find("JavaVM");
     auto *ours = info["JavaVM"].as<Dictionary>();
@@ -81,6 +94,20 @@ void merge(Dictionary &info, Dictionary above) {
     }
     above.merge(info);
     info = std::move(above);
+}
+
+void readVersionSpecificOptions(const PropertyList &javaVM) {
+    static constexpr const char *key = "VersionSpecificVMOptions";
+    const auto *entries = arrayValue(javaVM, key);
+    const std::size_t count = entries == nullptr ? 0 : entries->size();
+    if (count % 2 != 0) {
+        throw Refusal(std::string("\"") + key +
+                      "\" in Info.plist is to have pairs: versions, and the options for them");
+    }
+    for (std::size_t i = 0; i < count; i += 2) {
+        static_cast<void>(stringEntry((*entries)[i], key));
+        static_cast<void>(stringsOf((*entries)[i + 1], key));
+    }
 }
 
 /// Reads every key as the launcher will, which raises for a wrong type.
@@ -104,7 +131,10 @@ void readAll(const PropertyList &info) {
         static_cast<void>(stringArrayValue(javaVM, key));
     }
     static_cast<void>(booleanValue(javaVM, "StartOnMainThread"));
-    static_cast<void>(arrayValue(javaVM, "VersionSpecificVMOptions"));
+    readVersionSpecificOptions(javaVM);
+    if (stringValue(info, "CFBundleExecutable") != "launcher") {
+        throw Refusal("\"CFBundleExecutable\" in Info.plist has to be launcher, the file in Contents/MacOS");
+    }
     if (stringValue(javaVM, "MainClass").value_or("").empty()) {
         throw Refusal("The application has no main class: give --jar or --main-class");
     }
@@ -146,26 +176,23 @@ PropertyList configuration(const PropertyList &templateInfo, const Request &requ
     info["JavaVM"] = javaVM(request, program);
     merge(info, userInfo(request));
     PropertyList result(std::move(info));
-    try {
-        readAll(result);
-    } catch (const platform::Exception &error) {
-        throw Refusal(error.reason());
-    }
+    readAll(result);
     return result;
 }
 
 RuntimeBounds effectiveBounds(const Request &request, const Program &program) {
     RuntimeBounds bounds = request.bounds;
+    merge(bounds, userInfo(request));
     if (program.javaVersion == 0) {
         return bounds;
     }
     const std::string needed = versionText(program.javaVersion);
     const std::string what = "The main class " + program.mainClass + " needs Java " + needed + " or newer";
     if (bounds.maxVersion && !Launcher::compareVersion(needed, Launcher::versionListOf(*bounds.maxVersion), false)) {
-        throw Refusal(what + ", --max-version is " + *bounds.maxVersion);
+        throw Refusal(what + ", but the newest to be taken is " + *bounds.maxVersion);
     }
     if (bounds.minVersion && !Launcher::compareVersion(needed, Launcher::versionListOf(*bounds.minVersion), false)) {
-        throw Refusal(what + ", --min-version is " + *bounds.minVersion);
+        throw Refusal(what + ", but the oldest to be taken is " + *bounds.minVersion);
     }
     if (!bounds.minVersion) {
         bounds.minVersion = needed;

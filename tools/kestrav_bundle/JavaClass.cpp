@@ -1,15 +1,19 @@
 #include "JavaClass.h"
 
 #include "Request.h"
+#include "platform/FileDescriptor.h"
 #include "platform/FileManager.h"
 #include "platform/path.h"
 #include "platform/text.h"
 
 #include <archive.h>
 #include <archive_entry.h>
+#include <strings.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
+#include <system_error>
 
 namespace kestrav::tools {
 
@@ -23,6 +27,10 @@ struct Close {
 
 /// The content of an entry of a zip archive; empty if it has none of that name.
 std::optional<std::string> contentInArchive(const std::string &path, std::string_view name) {
+    const auto file = platform::FileDescriptor::openRegularFile(path);
+    if (!file.valid()) {
+        throw Refusal(path + " cannot be read: " + std::generic_category().message(errno));
+    }
     const std::unique_ptr<archive, Close> reader(archive_read_new());
     const auto refuse = [&] {
         const char *reason = archive_error_string(reader.get());
@@ -31,7 +39,7 @@ std::optional<std::string> contentInArchive(const std::string &path, std::string
     };
     constexpr std::size_t blockSize = 65536;
     archive_read_support_format_zip(reader.get());
-    if (archive_read_open_filename(reader.get(), path.c_str(), blockSize) != ARCHIVE_OK) {
+    if (archive_read_open_fd(reader.get(), file.get(), blockSize) != ARCHIVE_OK) {
         refuse();
     }
     archive_entry *entry = nullptr;
@@ -61,10 +69,8 @@ std::optional<std::string> contentInArchive(const std::string &path, std::string
 /// The lines of a manifest's first section, put together again where they were folded.
 std::vector<std::string> mainAttributes(std::string_view manifest) {
     std::vector<std::string> lines;
-    for (std::string line : platform::componentsSeparatedBy(manifest, "\n")) {
-        if (line.ends_with('\r')) {
-            line.pop_back();
-        }
+    for (std::string &line :
+         platform::componentsSeparatedBy(platform::replacingOccurrences(manifest, "\r\n", "\n"), "\r\n")) {
         if (line.empty()) {
             break;
         }
@@ -79,14 +85,24 @@ std::vector<std::string> mainAttributes(std::string_view manifest) {
 
 } // namespace
 
-std::optional<std::string> mainClassOf(const std::string &jar) {
-    constexpr std::string_view key = "Main-Class:";
-    for (const std::string &line : mainAttributes(contentInArchive(jar, manifestName).value_or(""))) {
-        if (line.starts_with(key)) {
-            return std::string(platform::trimming(std::string_view(line).substr(key.size()), " \t"));
+Manifest manifestOf(const std::string &jar) {
+    const std::string content = contentInArchive(jar, manifestName).value_or("");
+    if (content.starts_with("\xEF\xBB\xBF")) {
+        throw Refusal(jar + ": its manifest begins with a byte-order mark, which Java cannot read");
+    }
+    Manifest manifest;
+    for (const std::string &line : mainAttributes(content)) {
+        const std::size_t colon = std::min(line.find(':'), line.size() - 1);
+        const std::string name = line.substr(0, colon);
+        const auto value = platform::trimming(std::string_view(line).substr(colon + 1), " \t");
+        if (strcasecmp(name.c_str(), "Main-Class") == 0) {
+            manifest.mainClass = platform::replacingOccurrences(value, "/", ".");
+        } else if (strcasecmp(name.c_str(), "Class-Path") == 0) {
+            manifest.classPath = platform::componentsSeparatedBy(value, " ");
+            std::erase(manifest.classPath, "");
         }
     }
-    return std::nullopt;
+    return manifest;
 }
 
 std::optional<int> javaVersionOfClass(const std::string &archiveOrFolder, std::string_view className) {

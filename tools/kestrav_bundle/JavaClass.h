@@ -3,13 +3,20 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // What can be told of a Java program without starting it.
 
 namespace kestrav::tools {
 
-/// The `Main-Class` of an archive's manifest; empty if it names none. Raises `Refusal` for a file that is no archive.
-[[nodiscard]] std::optional<std::string> mainClassOf(const std::string &jar);
+/// What an archive's manifest says (the JAR file specification, "Main Attributes").
+struct Manifest {
+    std::optional<std::string> mainClass;
+    std::vector<std::string> classPath; ///< relative URLs, from the archive's folder
+};
+
+/// Reads the manifest; an empty one if there is none. Raises `Refusal` for a file that is no archive.
+[[nodiscard]] Manifest manifestOf(const std::string &jar);
 
 /// The Java version (8, 11, 17, …) that a class needs, by the number in its class file; empty if the class is not in
 /// that archive or folder. Raises `Refusal` for an archive that cannot be read, or something else under its name.

@@ -73,22 +73,65 @@ void addToClassPath(Program &program, const std::string &entry) {
     program.classPath += folder + name;
 }
 
-std::string mainClass(const Request &request) {
+/// The class path with every "FOLDER/*" replaced by the archives in that folder, as the Java launcher reads it, but in
+/// the order of their names.
+std::vector<std::string> expanded(const std::vector<std::string> &classPath) {
+    constexpr std::string_view all = "/*";
+    std::vector<std::string> entries;
+    for (const std::string &entry : classPath) {
+        if (entry.starts_with('$') || !entry.ends_with(all)) {
+            entries.push_back(entry);
+            continue;
+        }
+        std::vector<std::string> archives;
+        for (const auto &file : std::filesystem::directory_iterator(entry.substr(0, entry.size() - 1))) {
+            if (file.path().extension() == ".jar" || file.path().extension() == ".zip") {
+                archives.push_back(file.path().string());
+            }
+        }
+        if (archives.empty()) {
+            throw Refusal("There is no archive in " + entry);
+        }
+        std::sort(archives.begin(), archives.end());
+        entries.insert(entries.end(), archives.begin(), archives.end());
+    }
+    return entries;
+}
+
+std::string mainClass(const Request &request, const Manifest &manifest) {
     if (request.mainClass) {
         return *request.mainClass;
     }
-    auto named = request.jar ? mainClassOf(*request.jar) : std::nullopt;
-    if (request.jar && !named) {
+    if (request.jar && !manifest.mainClass) {
         throw Refusal(*request.jar + " names no main class; name it with --main-class");
     }
-    return named.value_or("");
+    return manifest.mainClass.value_or("");
+}
+
+/// True if the file that a manifest names, relative to its archive, will be in the application.
+bool travels(const Program &program, const std::filesystem::path &named) {
+    const auto place = named.lexically_normal();
+    return std::any_of(program.files.begin(), program.files.end(), [&](const Program::File &file) {
+        const auto inFile = place.lexically_relative(file.name);
+        return inFile == "." || (*inFile.begin() != ".." && std::filesystem::exists(file.source / inFile));
+    });
+}
+
+void noteMissing(Program &program, const Request &request, const Manifest &manifest) {
+    for (const std::string &named : manifest.classPath) {
+        const bool isPlain = named.find_first_of(":%") == std::string::npos && !named.starts_with('/');
+        if (isPlain && !travels(program, named)) {
+            program.notes.push_back("the class path in the manifest of " + *request.jar + " names " + named +
+                                    ", which is not in the application; --file can add it");
+        }
+    }
 }
 
 } // namespace
 
 Program examineProgram(const Request &request) {
     Program program;
-    std::vector<std::string> entries = request.classPath;
+    std::vector<std::string> entries = expanded(request.classPath);
     if (request.jar) {
         entries.insert(entries.begin(), *request.jar);
     }
@@ -98,7 +141,9 @@ Program examineProgram(const Request &request) {
     for (const std::string &file : request.files) {
         addFile(program, file);
     }
-    program.mainClass = mainClass(request);
+    const Manifest manifest = request.jar ? manifestOf(*request.jar) : Manifest();
+    noteMissing(program, request, manifest);
+    program.mainClass = mainClass(request, manifest);
     if (program.mainClass.find('/') != std::string::npos) {
         throw Refusal("The main class is named with dots, as in com.example.Main, not " + program.mainClass);
     }

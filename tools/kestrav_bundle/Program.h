@@ -15,9 +15,10 @@ struct Program {
         std::string name;   ///< its name in Contents/Resources/app
     };
     std::vector<File> files;
-    std::string classPath; ///< as Info.plist has it
-    std::string mainClass; ///< empty if only the user's property list can name it
-    int javaVersion = 0;   ///< the oldest that can read the main class; 0: unknown
+    std::string classPath;          ///< as Info.plist has it
+    std::string mainClass;          ///< empty if only the user's property list can name it
+    int javaVersion = 0;            ///< the oldest that can read the main class; 0: unknown
+    std::vector<std::string> notes; ///< what the user may have overlooked
 };
 
 /// Puts the program together and refuses what could not start: files that are missing or would hide one another, and a

@@ -1,15 +1,15 @@
 #include "RuntimeArchive.h"
 
-#include "platform/FileDescriptor.h"
+#include "Interruption.h"
+#include "Request.h"
 
 #include <archive.h>
 #include <archive_entry.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <limits>
 #include <memory>
+#include <system_error>
 
 namespace kestrav::tools {
 
@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::size_t longestName = 99;
 constexpr std::uint64_t largestFile = std::numeric_limits<std::int32_t>::max();
+constexpr std::int64_t latestTime = 077777777777; // eleven octal digits of POSIX ustar
 
 void requireExtractable(const TreeEntry &entry, const std::string &name) {
     if (name.size() > longestName || entry.target.size() > longestName) {
@@ -48,16 +49,14 @@ public:
         archive_entry_set_pathname(header, name.c_str());
         archive_entry_set_filetype(header, isDirectory ? AE_IFDIR : isLink ? AE_IFLNK : AE_IFREG);
         archive_entry_set_perm(header, entry.mode);
-        archive_entry_set_mtime(header, entry.modified, 0);
+        archive_entry_set_mtime(header, std::clamp<std::int64_t>(entry.modified, 0, latestTime), 0);
         archive_entry_set_size(header, static_cast<la_int64_t>(entry.size));
         if (isLink) {
             archive_entry_set_symlink(header, entry.target.c_str());
         }
         check(archive_write_header(archive_.get(), header));
-        if (entry.source.empty()) {
-            addData(entry.content);
-        } else if (entry.kind == TreeEntry::Kind::file) {
-            addFile(entry);
+        if (entry.kind == TreeEntry::Kind::file) {
+            readContent(entry, [this](std::string_view piece) { addData(piece); });
         }
     }
 
@@ -76,7 +75,11 @@ private:
     void check(int status) const {
         if (status != ARCHIVE_OK) {
             const char *reason = archive_error_string(archive_.get());
-            throw Refusal("Could not write " + path_ + ": " + (reason == nullptr ? "out of memory" : reason));
+            const int cause = archive_errno(archive_.get()); // below zero: libarchive's own
+            throw Refusal("Could not write " + path_ + ": " +
+                          (cause > 0           ? std::generic_category().message(cause)
+                           : reason == nullptr ? "out of memory"
+                                               : reason));
         }
     }
 
@@ -90,28 +93,6 @@ private:
         }
     }
 
-    void addFile(const TreeEntry &entry) {
-        constexpr std::size_t pieceSize = 1 << 18;
-        const auto file = platform::FileDescriptor::openRegularFile(entry.source);
-        std::string piece(pieceSize, '\0');
-        std::uint64_t copied = 0;
-        ssize_t count = file.valid() ? 1 : -1;
-        while (count > 0 || (count < 0 && errno == EINTR)) {
-            count = ::read(file.get(), piece.data(), piece.size());
-            copied += static_cast<std::uint64_t>(std::max<ssize_t>(count, 0));
-            if (copied > entry.size) {
-                break;
-            }
-            if (count > 0) {
-                addData({piece.data(), static_cast<std::size_t>(count)});
-            }
-        }
-        if (count < 0 || copied != entry.size) {
-            throw Refusal("Could not read " + entry.source + ": " +
-                          (count < 0 ? std::generic_category().message(errno) : "its size changes"));
-        }
-    }
-
     std::string path_;
     std::unique_ptr<archive, Free> archive_;
     std::unique_ptr<archive_entry, Free> entry_{archive_entry_new()};
@@ -119,9 +100,10 @@ private:
 
 } // namespace
 
-std::uint64_t writeRuntimeArchive(const RuntimeTree &tree, const std::string &path) {
+std::uint64_t writeRuntimeArchive(const FileTree &tree, const std::string &path) {
     Writer writer(path);
     for (const TreeEntry &entry : tree.entries) {
+        raiseIfInterrupted();
         writer.add(entry);
     }
     return writer.close();

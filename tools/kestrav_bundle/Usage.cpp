@@ -19,8 +19,9 @@ The application
 The program
   --jar FILE            its archive, which names the main class, unless --main-class does
   --main-class CLASS    the class to start
-  --class-path FILE     a further archive, or a folder of classes. What begins with "$" is not copied but looked up
-                        where the application runs: '$APP_PACKAGE/../plugins/*', '$NAME' (an environment variable)
+  --class-path FILE     a further archive, a folder of classes, or 'FOLDER/*' for all archives in a folder. What begins
+                        with "$" is not copied but looked up where the application runs:
+                        '$APP_PACKAGE/../plugins/*', '$NAME' (an environment variable)
   --file FILE           a file or a folder that is copied beside the archives, into Contents/Resources/app
   --vm-option OPTION    an option for the virtual machine, such as -Xmx512m
   --argument TEXT       an argument for the program; those of the command line follow
@@ -40,11 +41,12 @@ Its runtime: one that it carries, one that it downloads, or one that is installe
 
 More
   --info FILE           a property list whose entries go into Info.plist, above those made by the options
-  --template FOLDER     the Launcher.app to start from (default: the one that belongs to this program)
+  --template FOLDER     the bare Launcher.app to start from (default: the one that belongs to this program)
   --replace             an application of that name that is already there goes, once the new one is complete
   --help, --version
 
-Exit status: 0 made; 1 refused or failed, with the reason on standard error; nothing is left behind then.
+Exit status: 0 made; 1 refused or failed, with the reason on standard error; nothing is left behind then, nor after
+SIGINT, SIGTERM or SIGHUP.
 
 Example:
   kestrav-bundle --identifier com.example.tool --jar tool.jar --runtime /usr/lib/jvm/java-17-openjdk-amd64 Tool.app

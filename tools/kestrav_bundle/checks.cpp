@@ -110,6 +110,9 @@ void checkTexts(const Request &request) {
     requireTexts(request.vmOptions, "A VM option");
     requireTexts(request.arguments, "An argument");
     requireTexts(request.search.value_or(std::vector<std::string>()), "A place to search");
+    for (const Language &language : request.languages) {
+        requireText(language.name, "A language's name");
+    }
     requireText(request.jar.value_or(""), "The archive's name");
     requireText(request.mainClass.value_or(""), "The main class");
     requireText(request.runtimeURL.value_or(""), "The address");

@@ -3,30 +3,67 @@
 
 #include "Application.h"
 #include "CommandLine.h"
+#include "Interruption.h"
 #include "platform/Bundle.h"
 
+#include <clocale>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 
 namespace {
-constexpr int failed = 1;
-} // namespace
 
-int main(int argc, char **argv) {
-    try {
-        const auto request = kestrav::tools::parseCommandLine(argc, argv);
-        if (!request) {
-            return 0;
-        }
+constexpr int failed = 1;
+
+int complain(const std::string &reason) {
+    std::fprintf(stderr, "kestrav-bundle: %s\n", reason.c_str());
+    return failed;
+}
+
+/// True if all output has arrived.
+bool flushed() {
+    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+}
+
+int makeAsAsked(int argc, char **argv) {
+    const auto request = kestrav::tools::parseCommandLine(argc, argv);
+    if (request) {
         const auto notes =
             kestrav::tools::makeApplication(*request, kestrav::platform::Bundle::mainBundle().bundlePath());
         std::printf("made %s\n", request->output.c_str());
         for (const std::string &note : notes) {
             std::printf("  %s\n", note.c_str());
         }
-        return std::fflush(stdout) == 0 ? 0 : failed;
+        static_cast<void>(flushed()); // the application is there, whoever listens
+        return 0;
+    }
+    return flushed() ? 0 : complain("The answer could not be written");
+}
+
+/// libarchive hands names out in the locale's character set; those in Java archives are UTF-8.
+void useUTF8() {
+    for (const char *name : {"C.UTF-8", "UTF-8"}) {
+        if (std::setlocale(LC_CTYPE, name) != nullptr) { // NOLINT(concurrency-mt-unsafe): there is one thread
+            return;
+        }
+    }
+}
+
+} // namespace
+
+int main(int argc, char **argv) {
+    try {
+        useUTF8();
+        kestrav::tools::catchSignals();
+        return makeAsAsked(argc, argv);
+    } catch (const kestrav::tools::Interrupted &error) {
+        complain(error.what());
+        kestrav::tools::endBySignal();
+    } catch (const std::filesystem::filesystem_error &error) {
+        const std::string to = error.path2().empty() ? "" : " to " + error.path2().string();
+        complain(error.path1().string() + to + ": " + error.code().message());
     } catch (const std::exception &error) {
-        std::fprintf(stderr, "kestrav-bundle: %s\n", error.what());
+        complain(error.what());
     }
     return failed;
 }

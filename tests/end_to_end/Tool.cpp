@@ -1,0 +1,74 @@
+#include "Tool.h"
+
+#include "AppBundle.h"
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+
+namespace kestrav::tests {
+
+namespace fs = std::filesystem;
+
+using namespace std::chrono_literals;
+
+Outcome run(std::string command, const std::vector<std::string> &arguments) {
+    for (const std::string &argument : arguments) {
+        command += " '" + argument + "'";
+    }
+    Outcome outcome;
+    FILE *pipe = popen((command + " 2>&1 </dev/null").c_str(), "re");
+    std::array<char, 4096> buffer{};
+    while (const auto count = fread(buffer.data(), 1, buffer.size(), pipe)) {
+        outcome.output.append(buffer.data(), count);
+    }
+    const int status = pclose(pipe);
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return outcome;
+}
+
+std::vector<std::string> namesIn(const std::string &folder) {
+    std::vector<std::string> names;
+    for (const auto &entry : fs::directory_iterator(folder)) {
+        names.push_back(entry.path().filename().string());
+    }
+    return names;
+}
+
+std::string makeHome(const TemporaryDirectory &folder, const std::string &name) {
+    linkFile(KESTRAV_FAKE_JAVA, folder / (name + "/bin/java"));
+    folder.write(name + "/release", "JAVA_VERSION=\"17.0.9\"\nIMPLEMENTOR=\"Example\"\n");
+    folder.write(name + "/lib/._debris", "");
+    folder.write("outside/conf/a", "from outside");
+    fs::create_symlink("java", folder / (name + "/bin/java-link"));
+    fs::create_directory_symlink("../../outside/conf", folder / (name + "/lib/conf"));
+    fs::create_symlink(folder / (name + "/release"), folder / (name + "/lib/absolute"));
+    fs::create_symlink("nowhere", folder / (name + "/lib/dangling"));
+    fs::create_hard_link(folder / (name + "/release"), folder / (name + "/hard"));
+    using Clock = fs::file_time_type::clock; // a time that the archive cannot hold
+    fs::last_write_time(folder / (name + "/release"), Clock::from_sys(std::chrono::sys_seconds(-24h)));
+    return folder / name;
+}
+
+const std::string java8Class("\xCA\xFE\xBA\xBE\0\0\0\x34", 8);
+
+std::string makeJar(const TemporaryDirectory &folder, const std::string &name, const std::string &manifest) {
+    folder.write("content/META-INF/MANIFEST.MF", manifest);
+    folder.write("content/a/Größe.class", java8Class);
+    const Outcome outcome = run("LC_ALL=C.UTF-8 bsdtar", {"--format", "zip", "-cf", folder / name, "-C",
+                                                          folder / "content", "META-INF/MANIFEST.MF", "a/Größe.class"});
+    EXPECT_EQ(outcome.output, "");
+    return folder / name;
+}
+
+Outcome makeTool(const TemporaryDirectory &folder, std::vector<std::string> options) {
+    options.insert(options.begin(), {"--identifier", "org.example.tool"});
+    options.push_back(folder / "Test.app");
+    return run(KESTRAV_TOOL, options);
+}
+
+} // namespace kestrav::tests

@@ -1,0 +1,203 @@
+#include "FileTree.h"
+
+#include "Interruption.h"
+#include "Request.h"
+#include "platform/FileDescriptor.h"
+#include "platform/FileManager.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <filesystem>
+
+namespace kestrav::tools {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using Kind = TreeEntry::Kind;
+
+constexpr mode_t permissionBits = 0777;
+constexpr mode_t directoryMode = 0755;
+
+[[noreturn]] void raise(const fs::path &path, const std::string &reason) {
+    throw Refusal(path.string() + ": " + reason);
+}
+
+class Walk {
+public:
+    /// `prefix` stands before the names of the entries; `root` is what links must not leave.
+    Walk(fs::path root, std::string prefix, FileTree &tree)
+        : root_(std::move(root)), prefix_(std::move(prefix)), tree_(tree) {}
+
+    /// Adds the content of `source`; `place` is where it lies in the copy, relative to the root.
+    void addContent(const fs::path &source, const fs::path &place) {
+        const fs::path real = fs::canonical(source);
+        if (std::find(open_.begin(), open_.end(), real) != open_.end()) {
+            raise(source, "this folder contains itself");
+        }
+        open_.push_back(real);
+        std::vector<std::string> names;
+        for (const auto &entry : fs::directory_iterator(source)) {
+            names.push_back(entry.path().filename().string());
+        }
+        std::sort(names.begin(), names.end());
+        for (const std::string &name : names) {
+            if (!fs::is_symlink(source / name) || !addLink(source / name, place / name)) {
+                add(source / name, place / name);
+            }
+        }
+        open_.pop_back();
+    }
+
+    /// Adds a file or a folder, or what a link leads to.
+    void add(const fs::path &source, const fs::path &place) {
+        struct stat found {};
+        if (::stat(source.c_str(), &found) != 0) {
+            raise(source, std::generic_category().message(errno));
+        }
+        TreeEntry entry;
+        entry.source = source.string();
+        entry.mode = found.st_mode & permissionBits;
+        entry.modified = found.st_mtime;
+        if (S_ISDIR(found.st_mode)) {
+            entry.kind = Kind::directory;
+            entry.mode = directoryMode;
+            append(std::move(entry), place);
+            addContent(source, place);
+        } else if (S_ISREG(found.st_mode)) {
+            entry.size = static_cast<std::uint64_t>(found.st_size);
+            append(std::move(entry), place);
+        } else {
+            raise(source, "it is neither a file nor a folder nor a link");
+        }
+    }
+
+private:
+    /// False for a link that has to be replaced by what it leads to.
+    [[nodiscard]] bool addLink(const fs::path &source, const fs::path &place) {
+        const fs::path target = fs::read_symlink(source);
+        if (!fs::exists(source)) {
+            tree_.notes.push_back("left out " + source.string() + ", a link to " + target.string() +
+                                  ", which is not there");
+            return true;
+        }
+        if (!staysInside(source, place, target)) {
+            return false;
+        }
+        TreeEntry link;
+        link.kind = Kind::link;
+        link.target = target.string();
+        link.mode = permissionBits;
+        append(std::move(link), place);
+        return true;
+    }
+
+    void append(TreeEntry entry, const fs::path &place) {
+        entry.name = prefix_ + place.string();
+        tree_.entries.push_back(std::move(entry));
+    }
+
+    /// True if the link leads to the same file in the copy: it is relative, and its way does not leave the root.
+    [[nodiscard]] bool staysInside(const fs::path &source, const fs::path &place, const fs::path &target) const {
+        if (target.is_absolute()) {
+            return false;
+        }
+        const fs::path inCopy = (place.parent_path() / target).lexically_normal();
+        std::error_code missing;
+        return !inCopy.empty() && *inCopy.begin() != ".." && fs::equivalent(root_ / inCopy, source, missing);
+    }
+
+    fs::path root_;
+    std::string prefix_;
+    FileTree &tree_;
+    std::vector<fs::path> open_; ///< the folders on the way to the one that is being read
+};
+
+void copyFile(const TreeEntry &entry, const std::string &path) {
+    constexpr unsigned ownerOnly = 0600;
+    auto file = platform::FileDescriptor::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, ownerOnly);
+    const auto require = [&](bool succeeded) {
+        if (!succeeded) {
+            throw Refusal("Could not write " + path + ": " + std::generic_category().message(errno));
+        }
+    };
+    require(file.valid());
+    readContent(entry, [&](std::string_view piece) { require(platform::writeAll(file.get(), piece)); });
+    require(file.close());
+}
+
+void copyEntry(const TreeEntry &entry, const fs::path &path) {
+    if (entry.kind == Kind::directory) {
+        fs::create_directories(path);
+    } else if (entry.kind == Kind::link) {
+        fs::create_symlink(entry.target, path);
+    } else if (!entry.source.empty()) {
+        copyFile(entry, path.string());
+        fs::permissions(path, static_cast<fs::perms>(entry.mode) | fs::perms::owner_read | fs::perms::owner_write);
+    } else if (const auto error = platform::writeFileAtomically(path.string(), entry.content)) {
+        raise(path, error.message());
+    }
+}
+
+} // namespace
+
+void FileTree::addFolder(const std::string &name) {
+    TreeEntry folder;
+    folder.kind = Kind::directory;
+    folder.name = name;
+    folder.mode = directoryMode;
+    entries.push_back(std::move(folder));
+}
+
+void FileTree::add(const std::string &source, const std::string &name) {
+    if (!fs::is_directory(source)) {
+        Walk({}, "", *this).add(source, name);
+        return;
+    }
+    if (!name.empty()) {
+        addFolder(name);
+    }
+    Walk(source, name.empty() ? "" : name + "/", *this).addContent(source, {});
+}
+
+void readContent(const TreeEntry &entry, const std::function<void(std::string_view)> &receiver) {
+    if (entry.source.empty()) {
+        receiver(entry.content);
+        return;
+    }
+    constexpr std::size_t pieceSize = 1 << 18;
+    const auto file = platform::FileDescriptor::openRegularFile(entry.source);
+    std::string piece(pieceSize, '\0');
+    std::uint64_t copied = 0;
+    ssize_t count = file.valid() ? 1 : -1;
+    while (count > 0 || (count < 0 && file.valid() && errno == EINTR)) {
+        raiseIfInterrupted();
+        count = ::read(file.get(), piece.data(), piece.size());
+        if (count > 0) {
+            copied += static_cast<std::uint64_t>(count);
+            if (copied > entry.size) {
+                break;
+            }
+            receiver(std::string_view(piece).substr(0, static_cast<std::size_t>(count)));
+        }
+    }
+    if (count < 0 || copied != entry.size) {
+        throw Refusal("Could not read " + entry.source + ": " +
+                      (count < 0 ? std::generic_category().message(errno) : "its size changes"));
+    }
+}
+
+void copyTree(const FileTree &tree, const std::string &folder) {
+    fs::create_directories(folder);
+    for (const TreeEntry &entry : tree.entries) {
+        raiseIfInterrupted();
+        copyEntry(entry, fs::path(folder) / entry.name);
+    }
+}
+
+} // namespace kestrav::tools

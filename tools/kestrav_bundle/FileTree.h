@@ -1,0 +1,49 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <ctime>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace kestrav::tools {
+
+/// One folder, file or link as it travels.
+struct TreeEntry {
+    enum class Kind { directory, file, link };
+    Kind kind = Kind::file;
+    std::string name;    ///< below the tree's place, such as "Contents/Home/bin/java"
+    std::string source;  ///< the file it is a copy of; empty for one that has `content`
+    std::string content; ///< of a file that was not there
+    std::string target;  ///< where a link leads
+    mode_t mode = 0;     ///< the permission bits
+    std::uint64_t size = 0;
+    std::time_t modified = 0;
+};
+
+/// What is to be copied, found before anything is written.
+struct FileTree {
+    std::vector<TreeEntry> entries; ///< parents before children, in an order of their own
+    std::vector<std::string> notes; ///< what was left out, and why
+
+    /// Adds a folder that has no counterpart.
+    void addFolder(const std::string &name);
+
+    /// Adds the user's file, or all that is in his folder, under the name; the content alone under an empty one. A link
+    /// is replaced by what it leads to, below the folder only if that lies outside; one that leads nowhere is left out.
+    /// Hard links are files. Refuses devices, sockets, and folders that contain themselves.
+    void add(const std::string &source, const std::string &name);
+};
+
+/// Hands the content of an entry that is a file to `receiver`, piece by piece. Raises `Refusal` if it cannot be read,
+/// or is another one by now, and `Interrupted` after a signal.
+void readContent(const TreeEntry &entry, const std::function<void(std::string_view)> &receiver);
+
+/// Writes the entries into a folder, which is made. Everything can be changed by the owner then, whatever the rights of
+/// the originals. Raises `Interrupted` after a signal.
+void copyTree(const FileTree &tree, const std::string &folder);
+
+} // namespace kestrav::tools
