@@ -84,6 +84,7 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--jar", jar, "--class-path", "${HOME}/x.jar"}, "cannot be on the class path"},
         {{"--jar", jar, "--class-path", files.write("a:b.jar", "")}, "\":\" cannot be on a class path"},
         {{"--jar", jar, "--vm-option", "Xmx1g"}, "A VM option begins with \"-\""},
+        {{"--jar", jar, "--vm-option", "--add-modules"}, "would take the next one for its value"},
         {{"--jar", jar, "--argument", "\x01"}, "control characters"},
         {{"--jar", jar, "--argument", "\xFF"}, "no UTF-8 text"},
         {{"--jar", jar, "--identifier", "tool"}, "The identifier \"tool\""},

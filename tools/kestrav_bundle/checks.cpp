@@ -100,6 +100,25 @@ void checkRuntime(const Request &request) {
     checkBounds(request.bounds);
 }
 
+/// Refuses what would make the runtime take the main class, or another option, for something else.
+void checkOptions(const std::vector<std::string> &options) {
+    constexpr std::array takingTheNext{
+        "-cp",         "-classpath",  "--class-path", "-p", "--module-path", "--add-modules", "--add-exports",
+        "--add-opens", "--add-reads", "-jar",         "-m", "--module"};
+    for (const std::string &option : options) {
+        if (!option.starts_with('-')) {
+            throw Refusal(R"(A VM option begins with "-", unlike ")" + option +
+                          "\", which would be taken for the main class" +
+                          "; an option with a value is one text, as in --add-modules=java.sql");
+        }
+        if (std::find(takingTheNext.begin(), takingTheNext.end(), option) != takingTheNext.end()) {
+            throw Refusal("The VM option " + option +
+                          " would take the next one for its value; for the class path there " +
+                          "is --class-path, other options have it in one text, as in --add-modules=java.sql");
+        }
+    }
+}
+
 } // namespace
 
 void checkTexts(const Request &request) {
@@ -124,13 +143,7 @@ void checkTexts(const Request &request) {
     if (request.name.empty() || request.version.empty()) {
         throw Refusal("The application's name and its version must not be empty");
     }
-    for (const std::string &option : request.vmOptions) {
-        if (!option.starts_with('-')) {
-            throw Refusal(R"(A VM option begins with "-", unlike ")" + option +
-                          "\", which would be taken for the main class" +
-                          "; an option with a value is one text, as in --add-modules=java.sql");
-        }
-    }
+    checkOptions(request.vmOptions);
     checkRuntime(request);
 }
 
