@@ -1,0 +1,19 @@
+#pragma once
+
+#include "Request.h"
+
+#include <string>
+#include <vector>
+
+// What the launcher shows of an application. `resources` is the folder of that name in one that is being made.
+
+namespace kestrav::tools {
+
+/// Puts the icon in. Refuses what is no icon file.
+void placeIcon(const std::string &icon, const std::string &resources);
+
+/// Keeps the languages that were asked for, and adds the user's own; leaves all if none was. Refuses those that have no
+/// messages, or are there twice.
+void placeLanguages(const std::vector<Language> &languages, const std::string &resources);
+
+} // namespace kestrav::tools
