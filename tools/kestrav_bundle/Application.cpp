@@ -180,7 +180,8 @@ std::string wantedRuntime(const RuntimeBounds &bounds, const Request &request) {
 
 } // namespace
 
-std::vector<std::string> makeApplication(const Request &request, const std::string &ownFolder) {
+std::vector<std::string> makeApplication(const Request &asked, const std::string &ownFolder) {
+    const Request request = withInfo(asked);
     checkTexts(request);
     requireFree(request);
     const std::string bundleTemplate = findTemplate(request, ownFolder);

@@ -9,6 +9,6 @@ namespace kestrav::tools {
 
 /// Makes the application: complete, or not at all. `ownFolder` is the folder of this program, from which the template
 /// is found. Returns what there is to tell the user, a line each. Raises `Refusal`, or what the file system raises.
-std::vector<std::string> makeApplication(const Request &request, const std::string &ownFolder);
+std::vector<std::string> makeApplication(const Request &asked, const std::string &ownFolder);
 
 } // namespace kestrav::tools

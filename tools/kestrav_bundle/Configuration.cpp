@@ -71,19 +71,6 @@ Dictionary userInfo(const Request &request) {
     return *dictionary;
 }
 
-/// Replaces what the property list says by it.
-void merge(RuntimeBounds &bounds, const PropertyList &above) {
-    const auto overlay = [&](OptionalText &bound, const char *key) {
-        if (const auto text = stringValue(above, key)) {
-            bound = *text;
-        }
-    };
-    overlay(bounds.minVersion, "ksv.minVersion");
-    overlay(bounds.maxVersion, "ksv.maxVersion");
-    overlay(bounds.requiredVmIdPrefix, "ksv.vmIdPrefix");
-    bounds.allowBeta = booleanValue(above, "ksv.allowBeta").value_or(bounds.allowBeta);
-}
-
 void merge(Dictionary &info, Dictionary above) {
     const auto theirs = above.find("JavaVM");
     auto *ours = info["JavaVM"].as<Dictionary>();
@@ -180,9 +167,29 @@ PropertyList configuration(const PropertyList &templateInfo, const Request &requ
     return result;
 }
 
+Request withInfo(Request request) {
+    const PropertyList info(userInfo(request));
+    const auto take = [](OptionalText &field, const PropertyList &dictionary, const char *key) {
+        if (const auto text = stringValue(dictionary, key)) {
+            field = *text;
+        }
+    };
+    take(request.bounds.minVersion, info, "ksv.minVersion");
+    take(request.bounds.maxVersion, info, "ksv.maxVersion");
+    take(request.bounds.requiredVmIdPrefix, info, "ksv.vmIdPrefix");
+    request.bounds.allowBeta = booleanValue(info, "ksv.allowBeta").value_or(request.bounds.allowBeta);
+    take(request.runtimeURL, info, "ksv.jreLocation");
+    if (const PropertyList *javaVM = info.find("JavaVM")) {
+        take(request.mainClass, *javaVM, "MainClass");
+        for (const char *key : {"ClassPath", "ModulePath", "OptionsFile"}) {
+            request.classesElsewhere = request.classesElsewhere || javaVM->find(key) != nullptr;
+        }
+    }
+    return request;
+}
+
 RuntimeBounds effectiveBounds(const Request &request, const Program &program) {
     RuntimeBounds bounds = request.bounds;
-    merge(bounds, userInfo(request));
     if (program.javaVersion == 0) {
         return bounds;
     }

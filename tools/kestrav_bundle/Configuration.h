@@ -8,6 +8,10 @@
 
 namespace kestrav::tools {
 
+/// The request as the user's property list changes it: bounds, address and main class are looked at wherever they
+/// stand. Refuses a list that cannot be read.
+[[nodiscard]] Request withInfo(Request request);
+
 /// The application's Info.plist: the template's general entries, what the request, the program and the runtime's
 /// archive (of `archiveSize` bytes before compression; 0: none) say, and above all the user's own property list.
 /// Refuses what the launcher could not read.

@@ -147,7 +147,7 @@ Program examineProgram(const Request &request) {
     if (program.mainClass.find('/') != std::string::npos) {
         throw Refusal("The main class is named with dots, as in com.example.Main, not " + program.mainClass);
     }
-    bool complete = !request.info && !program.mainClass.empty();
+    bool complete = !request.classesElsewhere && !program.mainClass.empty();
     for (const std::string &entry : entries) {
         if (entry.starts_with('$')) {
             complete = false; // the class may be in what the user's machine has

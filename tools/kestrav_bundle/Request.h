@@ -44,6 +44,7 @@ struct Request {
     std::optional<std::string> icon;
     std::vector<Language> languages; ///< none: those of the template
     std::optional<std::string> info; ///< a property list whose entries stand above the ones made here
+    bool classesElsewhere = false;   ///< that list has a class path of its own, or what can change it
 
     std::optional<std::string> runtime;
     RuntimeForm runtimeForm = RuntimeForm::archive;
