@@ -61,6 +61,16 @@ TEST(TaskTests, FailuresToStartNamePathAndReason) {
     }
 }
 
+TEST(TaskTests, AChildGetsNoneOfOurDescriptors) {
+    constexpr int descriptor = 9;
+    ASSERT_EQ(dup2(STDERR_FILENO, descriptor), descriptor); // as from a library that forgets close-on-exec
+    Task task(Shell, {"-c", "! true 2>/dev/null >&9"});
+    task.launch();
+    close(descriptor);
+    task.waitUntilExit();
+    EXPECT_EQ(task.terminationStatus(), 0);
+}
+
 TEST(TaskTests, ClosedStandardInput) {
     const auto body = [] {
         close(STDIN_FILENO);

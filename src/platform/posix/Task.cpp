@@ -2,6 +2,7 @@
 
 #include "platform/Exception.h"
 #include "platform/format.h"
+#include "platform/posix/spawnSettings.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -44,8 +45,9 @@ public:
         sigemptyset(&signals);
         check(posix_spawnattr_setsigmask(&attributes, &signals));
         check(posix_spawnattr_setpgroup(&attributes, 0));
-        const int flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | (ownGroup ? POSIX_SPAWN_SETPGROUP : 0);
-        check(posix_spawnattr_setflags(&attributes, static_cast<short>(flags)));
+        if (ownGroup) {
+            flags = static_cast<short>(flags | POSIX_SPAWN_SETPGROUP);
+        }
     }
     SpawnSettings(const SpawnSettings &) = delete;
     SpawnSettings &operator=(const SpawnSettings &) = delete;
@@ -60,8 +62,15 @@ public:
         }
     }
 
+    /// To be called when all file actions are there.
+    void finish() {
+        check(closeOtherDescriptors(actions, flags));
+        check(posix_spawnattr_setflags(&attributes, flags));
+    }
+
     posix_spawnattr_t attributes{};
     posix_spawn_file_actions_t actions{};
+    short flags = POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK;
     int error = 0;
 };
 
@@ -173,6 +182,7 @@ void Task::launch() {
         }
         settings.check(posix_spawn_file_actions_adddup2(&settings.actions, source, STDIN_FILENO));
     }
+    settings.finish();
     keepStatusOfChildren();
     pid_t pid = -1;
     if (settings.error == 0) {
