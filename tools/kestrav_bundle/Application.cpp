@@ -48,14 +48,19 @@ public:
     Workshop(const Workshop &) = delete;
     Workshop &operator=(const Workshop &) = delete;
     ~Workshop() {
-        std::error_code left;
-        fs::remove_all(path_, left);
+        if (!kept_) {
+            std::error_code left;
+            fs::remove_all(path_, left);
+        }
     }
 
     [[nodiscard]] std::string place(const char *name) const { return appendingPathComponent(path_, name); }
+    /// Leaves everything where it is.
+    void keep() { kept_ = true; }
 
 private:
     std::string path_;
+    bool kept_ = false;
 };
 
 /// What another application's files and runtime would do in this one, nobody can tell.
@@ -142,8 +147,7 @@ void requireFree(const Request &request) {
 }
 
 /// Puts the finished application where it belongs; the one that was there goes last.
-void deliver(const Request &request, const Workshop &workshop, const std::string &finished,
-             std::vector<std::string> &notes) {
+void deliver(const Request &request, Workshop &workshop, const std::string &finished, std::vector<std::string> &notes) {
     raiseIfInterrupted();
     requireFree(request);
     const std::string old = workshop.place("old");
@@ -154,10 +158,16 @@ void deliver(const Request &request, const Workshop &workshop, const std::string
     std::error_code error;
     fs::rename(finished, request.output, error);
     if (error) {
+        std::string whereOldIs;
+        std::error_code lost;
         if (replaces) {
-            fs::rename(old, request.output);
+            fs::rename(old, request.output, lost);
         }
-        throw Refusal("The application could not be put at " + request.output + ": " + error.message());
+        if (lost) {
+            workshop.keep();
+            whereOldIs = "; the old one is " + old;
+        }
+        throw Refusal("The application could not be put at " + request.output + ": " + error.message() + whereOldIs);
     }
     fs::remove_all(old, error);
     if (error) {
@@ -198,7 +208,7 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
     const FileTree tree = applicationTree(bundleTemplate, program, request.output);
     std::vector<std::string> notes = program.notes;
     notes.insert(notes.end(), tree.notes.begin(), tree.notes.end());
-    const Workshop workshop(request.output);
+    Workshop workshop(request.output);
     const std::string application = workshop.place("new.app");
     copyTree(tree, application);
     const std::string resources = appendingPathComponent(application, "Contents/Resources");
