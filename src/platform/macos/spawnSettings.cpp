@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <initializer_list>
+
 namespace kestrav::platform {
 
 int closeOtherDescriptors(posix_spawn_file_actions_t &actions, short &flags) {
