@@ -79,11 +79,11 @@ private:
 
     std::atomic<bool> cancelled = false; // set by a cancel or a signal, for good; polled by the worker
 
-    OptionalText tempDir; // the run's temporary directory, if one was made; the worker's until it ends
+    OptionalText tempDir; // the run's temporary directory, if one was made; the worker's
     OptionalText archive; // what the runtime was extracted from, if it was; the worker's
 
     // The download. The worker sets these up before it posts the start and waits at the lock until the main thread,
-    // whose they are meanwhile, gives it back with condition 1.
+    // whose they and `tempDir` are meanwhile, gives it back with condition 1.
     std::unique_ptr<platform::URLDownload> downloader;
     std::unique_ptr<platform::ConditionLock> downloadConditionLock;
     std::int64_t expectedLength = -1;    // bytes; below 1: unknown

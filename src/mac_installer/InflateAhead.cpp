@@ -99,7 +99,6 @@ void InflateAhead::inflateAhead() {
     }
 }
 
-/// Gives the current chunk back.
 const InflateAhead::Chunk &InflateAhead::awaitChunk() {
     std::unique_lock lock(mutex_);
     --filled_;

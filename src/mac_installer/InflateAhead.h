@@ -57,7 +57,9 @@ private:
     explicit InflateAhead(gzFile_s *file);
     const Chunk &fill(Chunk &chunk);
     void startThread();
+    /// The thread: fills chunks until the last one, or until it is stopped.
     void inflateAhead();
+    /// Gives the current chunk back to the thread and waits for the next.
     [[nodiscard]] const Chunk &awaitChunk();
 
     std::unique_ptr<gzFile_s, Close> file_; ///< the thread's, from its start until its last chunk is taken

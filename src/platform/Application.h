@@ -34,6 +34,7 @@ public:
 /// Calls into the program from a loop of the platform's, which no exception may pass through.
 void callProgram(ApplicationDelegate &delegate, const std::function<void()> &action) noexcept;
 
+/// The application object of the platform.
 class Application {
 public:
     /// Connects the controls, calls the two launch callbacks and runs the event loop. The process ends through

@@ -30,6 +30,7 @@ private:
     std::function<void()> observer_;
 };
 
+/// The progress window itself. Closing it is for good.
 class Window : public Control {
 public:
     void setTitle(std::string title) {
@@ -48,6 +49,7 @@ private:
     bool visible_ = true;
 };
 
+/// A line of text that the user only reads.
 class TextField : public Control {
 public:
     void setStringValue(std::string text) {
@@ -60,6 +62,7 @@ private:
     std::string text_;
 };
 
+/// A button. What pressing it does is the `ApplicationDelegate`'s.
 class Button : public Control {
 public:
     void setTitle(std::string title) {

@@ -30,6 +30,7 @@ public:
     /// Removes a file, a link (not what it leads to) or a whole directory.
     std::error_code removeItemAtPath(const std::string &path) const;
 
+    /// Changes the working directory, which all threads share.
     std::error_code changeCurrentDirectoryPath(const std::string &path) const;
 };
 

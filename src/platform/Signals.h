@@ -16,6 +16,7 @@ struct TerminationSignal {
     std::int64_t when = 0;
 };
 
+/// What the process does about signals.
 class Signals {
 public:
     /// Makes SIGPIPE and SIGXFSZ harmless: a write fails with an error instead of ending the process.

@@ -30,6 +30,7 @@ public:
     virtual void didReceiveResponse(std::int64_t expectedContentLength) = 0;
     /// So many more bytes have been stored.
     virtual void didReceiveDataOfLength(std::int64_t length) = 0;
+    /// The last call, like `downloadDidFinish`.
     virtual void didFailWithError(const URLError &error) = 0;
     virtual void downloadDidFinish() = 0;
 };
@@ -41,6 +42,7 @@ public:
     [[nodiscard]] static std::unique_ptr<URLDownload> create(const URLRequest &request, URLDownloadDelegate &delegate);
 
     virtual ~URLDownload() = default;
+    /// Whether what has come goes when the transfer fails. Before `setDestination`.
     virtual void setDeletesFileUponFailure(bool deletes) = 0;
     /// Names the file and lets the transfer begin.
     virtual void setDestination(const std::string &path, bool allowOverwrite) = 0;

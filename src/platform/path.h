@@ -18,6 +18,7 @@ namespace kestrav::platform {
 /// The path without its last component: "/a/b" gives "/a", "/a" gives "/", "a" gives "".
 [[nodiscard]] std::string deletingLastPathComponent(std::string_view path);
 
+/// The last component: "/a/b/" gives "b", "/" gives "/", "" gives "".
 [[nodiscard]] std::string lastPathComponent(std::string_view path);
 
 /// True if the path begins with "/" or "~".

@@ -26,7 +26,7 @@ struct TreeEntry {
 
 /// What is to be copied, found before anything is written.
 struct FileTree {
-    std::vector<TreeEntry> entries; ///< parents before children, in an order of their own
+    std::vector<TreeEntry> entries; ///< parents before children; in each folder by name
     std::vector<std::string> notes; ///< what was left out, and why
 
     /// Adds a folder that has no counterpart.

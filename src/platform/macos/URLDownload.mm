@@ -79,7 +79,7 @@ public:
         }
     }
 
-    // What the service tells; true if the transfer goes on.
+    // What the service tells.
     void didReceiveResponse(NSURLResponse *response);
     void didReceiveDataOfLength(std::int64_t length) {
         received_ += length;

@@ -21,6 +21,7 @@ inline bool isNoPlainFile(const std::string &path) {
     struct stat status {};
     return stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
 }
+/// What the error says of it.
 inline constexpr const char *noPlainFile = "Not a file";
 
 /// The URL, be it well-formed or not, for people to read: without its password.
