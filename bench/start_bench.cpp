@@ -23,7 +23,6 @@
 #include <functional>
 #include <string>
 #include <system_error>
-#include <utility>
 #include <vector>
 
 namespace {

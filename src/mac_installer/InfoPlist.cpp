@@ -1,5 +1,6 @@
 #include "mac_installer/InfoPlist.h"
 
+#include "platform/Bundle.h"
 #include "platform/Exception.h"
 #include "platform/format.h"
 #include "platform/text.h"

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "platform/Bundle.h"
 #include "platform/PropertyList.h"
 
 #include <cstdint>

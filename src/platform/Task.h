@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/FileDescriptor.h"
-#include "platform/ProcessInfo.h"
 
 #include <sys/types.h>
 
@@ -47,8 +46,6 @@ public:
 
     /// Sends a signal to the child; does nothing before `launch` or once it has been waited for. Any thread.
     void sendSignal(int signal);
-
-    [[nodiscard]] pid_t processIdentifier() const { return pid_; }
 
 private:
     [[nodiscard]] std::string reason(int error) const;

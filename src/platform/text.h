@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,8 +15,6 @@ namespace kestrav::platform {
 
 /// A plain split at every character of `separators` (ASCII); empty pieces are kept, the empty text gives one.
 [[nodiscard]] std::vector<std::string> componentsSeparatedBy(std::string_view text, std::string_view separators);
-
-[[nodiscard]] std::string joined(const std::vector<std::string> &pieces, std::string_view separator);
 
 /// `text` without the given ASCII characters at both ends.
 [[nodiscard]] std::string_view trimming(std::string_view text, std::string_view characters);

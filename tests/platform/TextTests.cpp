@@ -42,7 +42,6 @@ TEST(Text, ReadsIntegersAndBooleans) {
 TEST(Text, SplitsReplacesAndTrims) {
     EXPECT_THAT(componentsSeparatedBy("", ";"), ElementsAre(""));
     EXPECT_THAT(componentsSeparatedBy(";a,,b;", ";,"), ElementsAre("", "a", "", "b", ""));
-    EXPECT_EQ(joined({"", "a", ""}, ";"), ";a;");
     EXPECT_EQ(replacingOccurrences("aaa", "aa", "a"), "aa");
     EXPECT_EQ(replacingOccurrences("$A$A", "$A", "x$A"), "x$Ax$A");
     EXPECT_EQ(replacingOccurrences("abc", "", "x"), "abc");

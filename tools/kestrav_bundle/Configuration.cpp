@@ -3,10 +3,8 @@
 #include "mac_installer/InfoPlist.h"
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
-#include "platform/text.h"
 
 #include <algorithm>
-#include <array>
 #include <limits>
 
 namespace kestrav::tools {

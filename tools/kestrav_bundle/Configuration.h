@@ -4,7 +4,6 @@
 #include "Runtime.h"
 
 #include <cstdint>
-#include <string>
 
 namespace kestrav::tools {
 

@@ -1,7 +1,6 @@
 #include "Program.h"
 
 #include "JavaClass.h"
-#include "platform/FileManager.h"
 #include "platform/path.h"
 
 #include <algorithm>

@@ -2,7 +2,6 @@
 
 #include "Request.h"
 
-#include <optional>
 #include <string>
 #include <vector>
 

@@ -86,7 +86,6 @@ Runtime examineRuntime(const std::string &path, const RuntimeBounds &bounds, con
         throw Refusal("The runtime " + path + " will not do: " + versionRefusalReason(declared.version, asked));
     }
     runtime.version = *declared.version;
-    runtime.majorVersion = checker->javaMajorVersion;
     runtime.identifier = declared.identifier.value_or("");
     return runtime;
 }

@@ -2,7 +2,6 @@
 
 #include "Request.h"
 
-#include <optional>
 #include <string>
 
 namespace kestrav::tools {
@@ -13,7 +12,6 @@ struct Runtime {
     bool isBundle = false;  ///< its home is Contents/Home in it
     bool hasInfo = false;   ///< it says by itself, in Contents/Info.plist, what it is
     std::string version;    ///< as it declares it: "17.0.9"
-    int majorVersion = 0;   ///< 17
     std::string identifier; ///< its maker
 };
 

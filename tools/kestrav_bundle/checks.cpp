@@ -1,7 +1,6 @@
 #include "checks.h"
 
 #include "mac_installer/Launcher.h"
-#include "platform/path.h"
 #include "platform/text.h"
 
 #include <algorithm>

@@ -4,8 +4,6 @@
 #include "platform/path.h"
 #include "platform/text.h"
 
-#include <algorithm>
-
 namespace kestrav::platform {
 
 namespace {

@@ -1,7 +1,6 @@
 #include "platform/SystemLog.h"
 
 #include "platform/Clock.h"
-#include "platform/FileDescriptor.h"
 #include "platform/ProcessInfo.h"
 #include "platform/linux/StandardError.h"
 #include "platform/linux/writeSystemLogOnly.h"

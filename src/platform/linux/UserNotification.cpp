@@ -1,7 +1,6 @@
 #include "platform/UserNotification.h"
 
 #include "platform/Bundle.h"
-#include "platform/FileDescriptor.h"
 #include "platform/ProcessInfo.h"
 #include "platform/linux/NoticeModule.h"
 #include "platform/linux/StandardError.h"

@@ -2,9 +2,9 @@
 
 #include "platform/format.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
-#include <string_view>
 
 namespace kestrav::platform {
 

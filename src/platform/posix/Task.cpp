@@ -1,6 +1,7 @@
 #include "platform/Task.h"
 
 #include "platform/Exception.h"
+#include "platform/ProcessInfo.h"
 #include "platform/format.h"
 #include "platform/posix/spawnSettings.h"
 
@@ -13,7 +14,6 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstddef>
 #include <system_error>
 
 namespace kestrav::platform {

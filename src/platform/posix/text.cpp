@@ -143,17 +143,6 @@ std::vector<std::string> componentsSeparatedBy(std::string_view text, std::strin
     }
 }
 
-std::string joined(const std::vector<std::string> &pieces, std::string_view separator) {
-    std::string result;
-    for (const std::string &piece : pieces) {
-        if (&piece != pieces.data()) {
-            result += separator;
-        }
-        result += piece;
-    }
-    return result;
-}
-
 std::string_view trimming(std::string_view text, std::string_view characters) {
     const std::size_t begin = text.find_first_not_of(characters);
     if (begin == std::string_view::npos) {

@@ -1,7 +1,6 @@
 #include "platform/support/UserSettings.h"
 
 #include "platform/testing.h"
-#include "platform/text.h"
 #include "support/TemporaryDirectory.h"
 
 namespace kestrav::tests {
@@ -18,7 +17,11 @@ const TemporaryDirectory &configuration() {
 } // namespace
 
 void setPreferredLanguages(const std::vector<std::string> &languages) {
-    platform::testing::setEnvironment({{"LANGUAGE", platform::joined(languages, ":")}, {"LANG", languages.front()}});
+    std::string list;
+    for (const std::string &language : languages) {
+        list += language + ":";
+    }
+    platform::testing::setEnvironment({{"LANGUAGE", list}, {"LANG", languages.front()}});
 }
 
 void setDefaults(DefaultsDomain domain, const platform::PropertyList &values) {
