@@ -14,11 +14,6 @@ namespace {
 
 constexpr std::int32_t cpuTypeX86_64 = 0x1000007; // CPU_TYPE_X86_64 of <mach/machine.h>
 
-std::optional<std::string> textOf(const PropertyList *value) {
-    const auto *text = value == nullptr ? nullptr : value->as<std::string>();
-    return text == nullptr ? std::nullopt : std::optional(*text);
-}
-
 /// The list as the log shows it.
 PropertyList numbers(const std::vector<std::optional<std::int32_t>> &architectures) {
     PropertyList::Array array;
@@ -31,14 +26,14 @@ PropertyList numbers(const std::vector<std::optional<std::int32_t>> &architectur
 } // namespace
 
 std::optional<std::string> bundleText(const Bundle &bundle, std::string_view key) {
-    return textOf(bundle.objectForInfoDictionaryKey(key));
+    return bundle.infoDictionary().stringForKey(key);
 }
 
 CandidateInfo candidateInfo(const Bundle &bundle, bool plugin) {
     const PropertyList *javaVM = bundle.objectForInfoDictionaryKey("JavaVM");
     CandidateInfo info;
     info.identifier = bundle.bundleIdentifier();
-    info.version = textOf(javaVM == nullptr ? nullptr : javaVM->find("JVMVersion"));
+    info.version = javaVM == nullptr ? std::nullopt : javaVM->stringForKey("JVMVersion");
     if (plugin && !info.version) {
         info.version = bundleText(bundle, "CFBundleVersion");
     }

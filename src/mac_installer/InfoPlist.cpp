@@ -122,9 +122,7 @@ const PropertyList &javaVMDictionary() {
 }
 
 std::optional<std::string> bundleName() {
-    const PropertyList *value = infoDictionary().find("CFBundleName");
-    const auto *text = value == nullptr ? nullptr : value->as<std::string>();
-    return text == nullptr ? std::nullopt : std::optional(*text);
+    return infoDictionary().stringForKey("CFBundleName");
 }
 
 std::string replacingAppPackage(std::string_view text, std::string_view bundlePath) {

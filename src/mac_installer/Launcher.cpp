@@ -19,9 +19,8 @@ std::unique_ptr<Bundle> configuredMessages(std::string_view baseDir) {
 
 /// The localized text of a message key, empty if the bundle of messages cannot be opened.
 OptionalText localizedMessage(std::string_view key) {
-    const platform::PropertyList *value = infoDictionary().find("ksv.baseDir");
-    const auto *baseDir = value == nullptr ? nullptr : value->as<std::string>();
-    if (baseDir == nullptr) {
+    const auto baseDir = infoDictionary().stringForKey("ksv.baseDir");
+    if (!baseDir) {
         return Bundle::mainBundle().localizedStringForKey(key, key);
     }
     const auto messages = configuredMessages(*baseDir);

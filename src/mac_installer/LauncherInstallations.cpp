@@ -16,13 +16,6 @@ namespace {
 
 constexpr const char *signature = "-[Launcher findJavaBundle:]";
 
-/// A text of the registry of installations; one of another type counts as missing.
-OptionalText registryText(const PropertyList &registry, const std::string &key) {
-    const PropertyList *value = registry.find(key);
-    const auto *text = value == nullptr ? nullptr : value->as<std::string>();
-    return text == nullptr ? std::nullopt : std::optional(*text);
-}
-
 /// The runtime bundle inside the single application bundle `name` of an installation.
 std::string bundledRuntime(const std::string &directory, const std::string &name, const FileManager &fileManager) {
     std::string path = platform::format("%@/%@/Contents/Resources/jre.bundle", directory, name);
@@ -51,14 +44,15 @@ void Launcher::findOtherInstallation(const FileManager &fileManager, const Runti
     if (!registry || !appId) {
         return;
     }
-    const auto directories = registryText(*registry, platform::format("allinstdirs%@", appId));
+    // A text of another type counts as missing.
+    const auto directories = registry->stringForKey(platform::format("allinstdirs%@", appId));
     if (!directories) {
         return;
     }
 
     bool bundleChecking = true; // once a plain runtime was looked at, later directories' bundles no longer are
     for (const std::string &directory : platform::componentsSeparatedBy(*directories, ";")) {
-        const auto name = registryText(*registry, platform::format("singleBundleName%@_%@", appId, directory));
+        const auto name = registry->stringForKey(platform::format("singleBundleName%@_%@", appId, directory));
         if (name) {
             javaBundlePath = bundledRuntime(directory, *name, fileManager);
         } else {

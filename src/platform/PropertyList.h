@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -59,6 +60,9 @@ public:
 
     /// The entry of a dictionary; null when this is none or has no such key.
     [[nodiscard]] const PropertyList *find(std::string_view key) const;
+
+    /// The entry of a dictionary if it is a string; empty otherwise.
+    [[nodiscard]] std::optional<std::string> stringForKey(std::string_view key) const;
 
     bool operator==(const PropertyList &) const = default;
 

@@ -8,6 +8,9 @@
 
 namespace kestrav::platform {
 
+/// The path without slashes at its end, except for the root itself. Refers to `path`.
+[[nodiscard]] std::string_view withoutTrailingSlashes(std::string_view path);
+
 /// `path` + "/" + `component`, with exactly one "/" between them and none at the end. An empty path gives the
 /// component.
 [[nodiscard]] std::string appendingPathComponent(std::string_view path, std::string_view component);

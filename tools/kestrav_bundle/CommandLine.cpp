@@ -140,10 +140,7 @@ std::optional<Request> parseCommandLine(int argc, char **argv) {
         throw Refusal(optind == argc ? "Which application is to be made? Try --help"
                                      : std::string("One application at a time: ") + argv[optind + 1]);
     }
-    request.output = argv[optind];
-    while (request.output.size() > 1 && request.output.ends_with('/')) {
-        request.output.pop_back();
-    }
+    request.output = platform::withoutTrailingSlashes(argv[optind]);
     const std::string name = applicationName(request.output);
     if (request.name.empty()) {
         request.name = name;

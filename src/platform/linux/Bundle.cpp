@@ -14,19 +14,6 @@ namespace kestrav::platform {
 
 namespace {
 
-std::string withoutTrailingSlash(std::string path) {
-    while (path.size() > 1 && path.ends_with('/')) {
-        path.pop_back();
-    }
-    return path;
-}
-
-/// The value if it is a string that is not empty.
-std::optional<std::string> nonEmptyString(const PropertyList *value) {
-    const auto *text = value != nullptr ? value->as<std::string>() : nullptr;
-    return text != nullptr && !text->empty() ? std::optional(*text) : std::nullopt;
-}
-
 PropertyList readInformation(const std::string &bundlePath) {
     for (const char *place : {"Contents/Info.plist", "Resources/Info.plist", "Info.plist"}) {
         const std::string file = appendingPathComponent(bundlePath, place);
@@ -59,7 +46,7 @@ std::unique_ptr<Bundle> Bundle::create(const std::string &path) {
     if (!FileManager().directoryExistsAtPath(path)) {
         return nullptr;
     }
-    std::string ownPath = withoutTrailingSlash(path);
+    std::string ownPath(withoutTrailingSlashes(path));
     PropertyList information = readInformation(ownPath);
     return std::unique_ptr<Bundle>(new Bundle(std::move(ownPath), std::move(information)));
 }
@@ -84,7 +71,7 @@ std::optional<std::string> Bundle::pathForResource(std::string_view name, std::s
 }
 
 std::string Bundle::localizedStringForKey(std::string_view key, std::string_view value) const {
-    const auto region = nonEmptyString(objectForInfoDictionaryKey("CFBundleDevelopmentRegion"));
+    const auto region = info_.stringForKey("CFBundleDevelopmentRegion");
     if (const auto file = localizedResource(resourcePath(), "Localizable.strings", region)) {
         const StringTable table = parseStringTable(contentsOfFile(*file).value_or(std::string()));
         if (const auto entry = table.find(key); entry != table.end()) {

@@ -6,8 +6,6 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace kestrav::platform {
@@ -30,12 +28,8 @@ constexpr std::size_t fat64EntrySize = 32;
 class Header {
 public:
     explicit Header(const std::string &path) {
-        const FileDescriptor file = FileDescriptor::open(path.c_str(), O_RDONLY | O_NONBLOCK);
-        struct stat found {};
-        if (!file.valid() || ::fstat(file.get(), &found) != 0 || !S_ISREG(found.st_mode)) {
-            return;
-        }
-        while (size_ < bytes_.size()) {
+        const FileDescriptor file = FileDescriptor::openRegularFile(path);
+        while (file.valid() && size_ < bytes_.size()) {
             const ssize_t count = ::read(file.get(), bytes_.data() + size_, bytes_.size() - size_);
             if (count > 0) {
                 size_ += static_cast<std::size_t>(count);
@@ -119,9 +113,8 @@ std::optional<Architectures> architecturesOfFile(const std::string &path) {
 } // namespace
 
 std::optional<std::vector<std::optional<std::int32_t>>> Bundle::executableArchitectures() const {
-    const PropertyList *entry = objectForInfoDictionaryKey("CFBundleExecutable");
-    const std::string *name = entry != nullptr ? entry->as<std::string>() : nullptr;
-    if (name == nullptr || name->empty() || name->find('\0') != std::string::npos) {
+    const auto name = infoDictionary().stringForKey("CFBundleExecutable");
+    if (!name || name->empty()) {
         return std::nullopt;
     }
     auto architectures = architecturesOfFile(appendingPathComponent(bundlePath() + "/Contents/MacOS", *name));

@@ -5,7 +5,6 @@
 #include "platform/ProcessInfo.h"
 #include "platform/linux/UserDefaultsDomain.h"
 #include "platform/path.h"
-#include "platform/posix/NeverDestroyed.h"
 
 #include <algorithm>
 
@@ -14,9 +13,8 @@ namespace kestrav::platform {
 std::string ownDefaultsDomain() {
     const Bundle &bundle = Bundle::mainBundle();
     for (const char *key : {"CFBundleIdentifier", "CFBundleName"}) {
-        const PropertyList *value = bundle.objectForInfoDictionaryKey(key);
-        const auto *name = value != nullptr ? value->as<std::string>() : nullptr;
-        if (name != nullptr && !name->empty()) {
+        const auto name = bundle.infoDictionary().stringForKey(key);
+        if (name && !name->empty()) {
             return *name;
         }
     }
@@ -52,11 +50,6 @@ std::optional<PropertyList> valueInDomain(const std::string &domain, std::string
 }
 
 } // namespace
-
-UserDefaults &UserDefaults::standardUserDefaults() {
-    static NeverDestroyed<UserDefaults> defaults;
-    return defaults.get();
-}
 
 void UserDefaults::addSuiteNamed(std::string_view suite) {
     if (std::find(suites_.begin(), suites_.end(), suite) == suites_.end()) {

@@ -3,6 +3,7 @@
 #include "platform/FileManager.h"
 #include "platform/macos/CFPropertyList.h"
 #include "platform/macos/CFText.h"
+#include "platform/path.h"
 #include "platform/posix/ownBundlePath.h"
 
 namespace kestrav::platform {
@@ -27,13 +28,6 @@ PropertyList informationOf(CFBundleRef bundle) {
     return information ? *std::move(information) : PropertyList();
 }
 
-std::string withoutTrailingSlash(std::string path) {
-    while (path.size() > 1 && path.ends_with('/')) {
-        path.pop_back();
-    }
-    return path;
-}
-
 } // namespace
 
 std::string ownBundlePath() {
@@ -47,13 +41,13 @@ std::unique_ptr<Bundle> Bundle::create(const std::string &path) {
     if (!bundle) {
         return nullptr;
     }
-    return std::unique_ptr<Bundle>(new Bundle(withoutTrailingSlash(path), informationOf(bundle.get())));
+    return std::unique_ptr<Bundle>(new Bundle(std::string(withoutTrailingSlashes(path)), informationOf(bundle.get())));
 }
 
 std::string Bundle::resourcePath() const {
     const BundleHandle bundle = openBundle(path_);
     const CFHandle url(bundle ? CFBundleCopyResourcesDirectoryURL(bundle.get()) : nullptr);
-    return url ? withoutTrailingSlash(pathOf(url.get())) : path_;
+    return url ? std::string(withoutTrailingSlashes(pathOf(url.get()))) : path_;
 }
 
 std::optional<std::string> Bundle::pathForResource(std::string_view name, std::string_view extension) const {

@@ -1,6 +1,7 @@
 #include "platform/FileManager.h"
 
 #include "platform/macos/CFText.h"
+#include "platform/path.h"
 
 #import <Foundation/Foundation.h>
 
@@ -8,11 +9,8 @@ namespace kestrav::platform {
 
 std::optional<std::string> temporaryDirectory() {
     NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init]; // any thread: it may have none
-    std::string path = textOf((CFStringRef)NSTemporaryDirectory());
+    std::string path(withoutTrailingSlashes(textOf((CFStringRef)NSTemporaryDirectory())));
     [pool drain];
-    while (path.size() > 1 && path.ends_with('/')) {
-        path.pop_back();
-    }
     if (!FileManager().directoryExistsAtPath(path)) {
         return std::nullopt;
     }

@@ -2,16 +2,10 @@
 
 #include "platform/macos/CFPropertyList.h"
 #include "platform/macos/CFText.h"
-#include "platform/posix/NeverDestroyed.h"
 
 #include <algorithm>
 
 namespace kestrav::platform {
-
-UserDefaults &UserDefaults::standardUserDefaults() {
-    static NeverDestroyed<UserDefaults> defaults;
-    return defaults.get();
-}
 
 void UserDefaults::addSuiteNamed(std::string_view suite) {
     if (std::find(suites_.begin(), suites_.end(), suite) == suites_.end()) {

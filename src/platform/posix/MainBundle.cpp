@@ -46,9 +46,7 @@ const Bundle &Bundle::mainBundle() {
 }
 
 std::optional<std::string> Bundle::bundleIdentifier() const {
-    const PropertyList *value = objectForInfoDictionaryKey("CFBundleIdentifier");
-    const auto *text = value != nullptr ? value->as<std::string>() : nullptr;
-    return text != nullptr ? std::optional(*text) : std::nullopt;
+    return info_.stringForKey("CFBundleIdentifier");
 }
 
 } // namespace kestrav::platform

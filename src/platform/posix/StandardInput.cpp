@@ -1,10 +1,10 @@
 #include "platform/StandardInput.h"
 
 #include "platform/Clock.h"
+#include "platform/SignalsBlocked.h"
 
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <poll.h>
 #include <string_view>
 #include <termios.h>
@@ -44,12 +44,6 @@ std::string_view readInput(std::array<char, bufferSize> &buffer) {
 }
 
 void forward(const FileDescriptor &pipe) {
-    // With SIGTTIN blocked a read in the terminal's background fails instead of stopping the whole process; the other
-    // signals are the main thread's business.
-    sigset_t all;
-    sigfillset(&all);
-    pthread_sigmask(SIG_BLOCK, &all, nullptr);
-
     std::array<char, bufferSize> buffer; // NOLINT(cppcoreguidelines-pro-type-member-init): filled by read
     for (auto bytes = readInput(buffer); !bytes.empty(); bytes = readInput(buffer)) {
         if (!writeAll(pipe.get(), bytes)) {
@@ -61,6 +55,8 @@ void forward(const FileDescriptor &pipe) {
 } // namespace
 
 void forwardStandardInput(FileDescriptor pipe) {
+    // With SIGTTIN blocked a read in the terminal's background fails instead of stopping the whole process.
+    const SignalsBlocked blocked;
     std::thread([input = std::move(pipe)] { forward(input); }).detach();
 }
 

@@ -1,8 +1,15 @@
 #include "platform/UserDefaults.h"
 
+#include "platform/posix/NeverDestroyed.h"
+
 #include <utility>
 
 namespace kestrav::platform {
+
+UserDefaults &UserDefaults::standardUserDefaults() {
+    static NeverDestroyed<UserDefaults> defaults;
+    return defaults.get();
+}
 
 std::optional<std::string> UserDefaults::stringForKey(std::string_view key) const {
     const auto value = objectForKey(key);

@@ -200,6 +200,12 @@ const PropertyList *PropertyList::find(std::string_view key) const {
     return entry == dictionary->end() ? nullptr : &entry->second;
 }
 
+std::optional<std::string> PropertyList::stringForKey(std::string_view key) const {
+    const PropertyList *value = find(key);
+    const auto *text = value == nullptr ? nullptr : value->as<std::string>();
+    return text == nullptr ? std::nullopt : std::optional(*text);
+}
+
 std::string description(const std::vector<std::string> &texts) {
     std::string result = "(\n";
     for (const std::string &text : texts) {

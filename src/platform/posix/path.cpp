@@ -6,18 +6,17 @@ namespace kestrav::platform {
 
 namespace {
 
-/// Without slashes at the end, except for the root itself.
-std::string_view withoutTrailingSlashes(std::string_view path) {
-    const std::size_t last = path.find_last_not_of('/');
-    return last == std::string_view::npos ? path.substr(0, 1) : path.substr(0, last + 1);
-}
-
 bool standsInURL(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
            std::string_view("/-._~!$&'()*+,=:@").find(c) != std::string_view::npos;
 }
 
 } // namespace
+
+std::string_view withoutTrailingSlashes(std::string_view path) {
+    const std::size_t last = path.find_last_not_of('/');
+    return last == std::string_view::npos ? path.substr(0, 1) : path.substr(0, last + 1);
+}
 
 std::string appendingPathComponent(std::string_view path, std::string_view component) {
     if (path.empty()) {
