@@ -1,15 +1,14 @@
 #include "platform/FileManager.h"
 
-#include <cstdlib>
+#include "platform/ProcessInfo.h"
+#include "platform/path.h"
 
 namespace kestrav::platform {
 
 std::optional<std::string> temporaryDirectory() {
-    const char *variable = std::getenv("TMPDIR");
-    std::string path = variable != nullptr && *variable == '/' ? variable : "/tmp";
-    while (path.size() > 1 && path.ends_with('/')) {
-        path.pop_back();
-    }
+    // Not from the real environment: the window's library may be changing that on another thread.
+    const auto variable = ProcessInfo::processInfo().environmentVariable("TMPDIR");
+    std::string path(variable && variable->starts_with('/') ? withoutTrailingSlashes(*variable) : "/tmp");
     if (!FileManager().directoryExistsAtPath(path)) {
         return std::nullopt;
     }

@@ -1,9 +1,8 @@
 #include "platform/FileManager.h"
+#include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
 
 namespace kestrav::platform {
 namespace {
@@ -18,10 +17,11 @@ TEST(FileManager, TakesTheTemporaryDirectoryOfTheEnvironment) {
         std::optional<std::string> expected;
     } cases[] = {{directory.path() + "//", directory.path()}, {"relative", "/tmp"}, {"", "/tmp"}, {missing, {}}};
     for (const auto &[variable, expected] : cases) {
-        ::setenv("TMPDIR", variable.c_str(), 1);
+        testing::setEnvironment({{"TMPDIR", variable}});
         EXPECT_EQ(temporaryDirectory(), expected) << variable;
     }
-    ::unsetenv("TMPDIR");
+    testing::setEnvironment({});
+    EXPECT_EQ(temporaryDirectory(), "/tmp");
 }
 
 } // namespace
