@@ -63,28 +63,29 @@ class TemporaryFile {
 public:
     explicit TemporaryFile(const std::string &directory) : path_(appendingPathComponent(directory, ".kestrav-XXXXXX")) {
         descriptor_ = FileDescriptor(::mkostemp(path_.data(), O_CLOEXEC));
+        exists_ = descriptor_.valid();
     }
     TemporaryFile(const TemporaryFile &) = delete;
     TemporaryFile &operator=(const TemporaryFile &) = delete;
     ~TemporaryFile() {
-        if (descriptor_.valid()) {
+        if (exists_) {
             ::unlink(path_.c_str());
         }
     }
 
     [[nodiscard]] const FileDescriptor &descriptor() const { return descriptor_; }
 
-    bool moveTo(const std::string &path) {
-        if (::rename(path_.c_str(), path.c_str()) != 0) {
-            return false;
-        }
-        descriptor_.reset();
-        return true;
+    /// Closes the file and moves it to its place; false with errno set if not everything written has arrived, or it
+    /// cannot be moved.
+    [[nodiscard]] bool moveTo(const std::string &path) {
+        exists_ = !descriptor_.close() || ::rename(path_.c_str(), path.c_str()) != 0;
+        return !exists_;
     }
 
 private:
     std::string path_;
     FileDescriptor descriptor_;
+    bool exists_ = false;
 };
 
 std::error_code createDirectory(const std::string &path, mode_t permissions, bool mayExist) {
