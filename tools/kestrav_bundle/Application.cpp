@@ -192,7 +192,7 @@ std::string wantedRuntime(const RuntimeBounds &bounds, const Request &request) {
 
 std::vector<std::string> makeApplication(const Request &asked, const std::string &ownFolder) {
     const Request request = withInfo(asked);
-    checkTexts(request);
+    checkRequest(request);
     requireFree(request);
     const std::string bundleTemplate = findTemplate(request, ownFolder);
     const Program program = examineProgram(request);

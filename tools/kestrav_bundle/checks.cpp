@@ -120,7 +120,7 @@ void checkOptions(const std::vector<std::string> &options) {
 
 } // namespace
 
-void checkTexts(const Request &request) {
+void checkRequest(const Request &request) {
     requireText(request.name, "The name");
     requireText(request.version, "The version");
     requireTexts(request.classPath, "The class path");

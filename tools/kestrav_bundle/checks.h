@@ -4,7 +4,8 @@
 
 namespace kestrav::tools {
 
-/// Raises `Refusal` for a text of the request that cannot stand in a property list or could not work.
-void checkTexts(const Request &request);
+/// Raises `Refusal` for what no file has to be looked at for: texts that cannot stand in a property list, and wishes
+/// that could not work or exclude one another.
+void checkRequest(const Request &request);
 
 } // namespace kestrav::tools

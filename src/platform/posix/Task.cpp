@@ -3,7 +3,7 @@
 #include "platform/Exception.h"
 #include "platform/ProcessInfo.h"
 #include "platform/format.h"
-#include "platform/posix/spawnSettings.h"
+#include "platform/posix/closeOtherDescriptors.h"
 
 #include <fcntl.h>
 #include <spawn.h>

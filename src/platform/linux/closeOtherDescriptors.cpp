@@ -1,4 +1,4 @@
-#include "platform/posix/spawnSettings.h"
+#include "platform/posix/closeOtherDescriptors.h"
 
 #include <unistd.h>
 
