@@ -1,4 +1,5 @@
 #include "platform/linux/DownloadModule.h"
+#include "platform/linux/modules/Freed.h"
 #include "platform/posix/downloadRules.h"
 
 #include <curl/curl.h>
@@ -16,10 +17,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Frees one of the library's objects with the library's own function.
-template <auto Free> struct Freed {
-    template <class T> void operator()(T *object) const { Free(object); }
-};
 using Url = std::unique_ptr<CURLU, Freed<curl_url_cleanup>>;
 using Headers = std::unique_ptr<curl_slist, Freed<curl_slist_free_all>>;
 using Easy = std::unique_ptr<CURL, Freed<curl_easy_cleanup>>;

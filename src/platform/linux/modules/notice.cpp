@@ -1,5 +1,7 @@
 #include "platform/linux/NoticeModule.h"
 
+#include "platform/linux/modules/Freed.h"
+
 #include <gio/gio.h>
 
 #include <algorithm>
@@ -7,10 +9,6 @@
 
 namespace {
 
-/// Frees one of the library's objects with the library's own function.
-template <auto Free> struct Freed {
-    template <class T> void operator()(T *object) const { Free(object); }
-};
 using Connection = std::unique_ptr<GDBusConnection, Freed<g_object_unref>>;
 using Value = std::unique_ptr<GVariant, Freed<g_variant_unref>>;
 using Text = std::unique_ptr<char, Freed<g_free>>;

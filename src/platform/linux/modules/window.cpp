@@ -1,5 +1,7 @@
 #include "platform/linux/WindowModule.h"
 
+#include "platform/linux/modules/Freed.h"
+
 #include <gdk/wayland/gdkwayland.h>
 #include <gdk/x11/gdkx.h>
 #include <gtk/gtk.h>
@@ -13,10 +15,6 @@
 
 namespace {
 
-/// Frees one of the library's objects with the library's own function.
-template <auto Free> struct Freed {
-    template <class T> void operator()(T *object) const { Free(object); }
-};
 template <class T> using Object = std::unique_ptr<T, Freed<g_object_unref>>;
 
 constexpr unsigned PulseMilliseconds = 100;

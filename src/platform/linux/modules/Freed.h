@@ -1,0 +1,6 @@
+#pragma once
+
+/// Frees one of a library's objects with the library's own function.
+template <auto Free> struct Freed {
+    template <class T> void operator()(T *object) const { Free(object); }
+};
