@@ -8,9 +8,8 @@
 #include "platform/ProcessInfo.h"
 #include "platform/SystemLog.h"
 #include "platform/linux/IconImage.h"
+#include "platform/linux/SessionBus.h"
 #include "platform/path.h"
-
-#include <unistd.h>
 
 #include <clocale>
 
@@ -25,19 +24,14 @@ bool hasValue(const ProcessInfo &process, std::string_view variable) {
     return !process.environmentVariable(variable).value_or("").empty();
 }
 
-bool sessionBusExists(const ProcessInfo &process) {
-    const std::string socket = process.environmentVariable("XDG_RUNTIME_DIR").value_or("") + "/bus";
-    return hasValue(process, "DBUS_SESSION_BUS_ADDRESS") || access(socket.c_str(), F_OK) == 0;
-}
-
 /// Variables for the window's library; children get the process's own copy of the environment, which lacks them. What
 /// the user has set stays.
-void prepareEnvironment(const ProcessInfo &process) {
+void prepareEnvironment() {
     // Getting OpenGL ready takes as long as all the rest.
     exportEnvironmentVariable("GSK_RENDERER", "cairo");
     exportEnvironmentVariable("GDK_DISABLE", "gl");
     exportEnvironmentVariable("GDK_DEBUG", ""); // the module fills it in where the library's version wants it
-    if (!sessionBusExists(process)) {
+    if (!findSessionBus()) {
         // Otherwise the library would start one.
         exportEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS", "disabled:");
         exportEnvironmentVariable("GTK_A11Y", "none");
@@ -45,9 +39,8 @@ void prepareEnvironment(const ProcessInfo &process) {
 }
 
 std::string interfaceFile(const Bundle &bundle) {
-    const PropertyList *value = bundle.objectForInfoDictionaryKey("NSMainNibFile");
-    const auto *name = value != nullptr ? value->as<std::string>() : nullptr;
-    return bundle.pathForResource(name != nullptr ? *name : "MainWindow", "ui").value_or("");
+    const std::string name = bundle.infoDictionary().stringForKey("NSMainNibFile").value_or("MainWindow");
+    return bundle.pathForResource(name, "ui").value_or("");
 }
 
 } // namespace
@@ -60,7 +53,7 @@ ModuleWindow::ModuleWindow(WindowControls &controls, ApplicationDelegate &delega
     if (displayIsLikely_) {
         interfacePath_ = interfaceFile(Bundle::mainBundle());
         programName_ = process.processName();
-        prepareEnvironment(process);
+        prepareEnvironment();
         std::setlocale(LC_CTYPE, ""); // which form of a character the user's language has; nothing else changes
     }
 }

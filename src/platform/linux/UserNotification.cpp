@@ -3,13 +3,13 @@
 #include "platform/Bundle.h"
 #include "platform/ProcessInfo.h"
 #include "platform/linux/NoticeModule.h"
+#include "platform/linux/SessionBus.h"
 #include "platform/linux/StandardError.h"
 #include "platform/linux/writeSystemLogOnly.h"
 #include "platform/posix/NeverDestroyed.h"
 #include "platform/testing.h"
 
 #include <dlfcn.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -34,8 +34,7 @@ std::function<void(std::string_view, std::string_view)> &noticeReplacement() {
 /// One notice on its way. Shared with the thread that delivers it, which may never come back.
 struct Delivery {
     std::string modulePath;
-    std::string busAddress;
-    std::string busSocket;
+    SessionBus bus;
     std::string application;
     std::string title;
     std::string message;
@@ -59,8 +58,8 @@ bool deliver(const Delivery &delivery) {
     KestravNoticeModule module{};
     fill(&module);
     KestravNotice notice{};
-    notice.busAddress = delivery.busAddress.empty() ? nullptr : delivery.busAddress.c_str();
-    notice.busSocket = delivery.busSocket.c_str();
+    notice.busAddress = delivery.bus.address.empty() ? nullptr : delivery.bus.address.c_str();
+    notice.busSocket = delivery.bus.socket.c_str();
     notice.application = delivery.application.c_str();
     notice.title = delivery.title.c_str();
     notice.message = delivery.message.c_str();
@@ -85,18 +84,6 @@ bool showOnDesktop(const std::shared_ptr<Delivery> &delivery) {
     return delivery->ended.wait_for(lock, Patience, [&] { return delivery->done; }) && delivery->shown;
 }
 
-/// Sets where the session bus is; false if there is none.
-bool findSessionBus(Delivery &delivery) {
-    const ProcessInfo &process = ProcessInfo::processInfo();
-    delivery.busAddress = process.environmentVariable("DBUS_SESSION_BUS_ADDRESS").value_or("");
-    if (!delivery.busAddress.empty()) {
-        return true;
-    }
-    const std::string directory = process.environmentVariable("XDG_RUNTIME_DIR").value_or("");
-    delivery.busSocket = directory + "/bus";
-    return !directory.empty() && access(delivery.busSocket.c_str(), F_OK) == 0;
-}
-
 void showOnStandardError(const std::string &title, std::string_view message) {
     std::string line = title + ": " + std::string(message);
     std::replace_if(
@@ -117,7 +104,9 @@ void displayNotice(std::string_view title, std::string_view message) {
     delivery->title = title.empty() ? delivery->application : std::string(title);
     delivery->message = message;
     delivery->modulePath = Bundle::mainBundle().bundlePath() + "/" + NoticeModulePath;
-    if (!findSessionBus(*delivery) || !showOnDesktop(delivery)) {
+    const auto bus = findSessionBus();
+    delivery->bus = bus.value_or(SessionBus());
+    if (!bus || !showOnDesktop(delivery)) {
         showOnStandardError(delivery->title, message);
     }
 }
