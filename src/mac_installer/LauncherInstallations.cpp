@@ -10,7 +10,6 @@ namespace kestrav {
 
 using platform::Bundle;
 using platform::FileManager;
-using platform::PropertyList;
 
 namespace {
 
