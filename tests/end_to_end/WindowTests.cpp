@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -99,14 +100,21 @@ TEST(ProgressWindow, OnlyClosesWhileTheProgramRuns) {
         EXPECT_EQ(run.errors(), "");
     };
 
-    Launch closed(bundle, start);
-    const Report report = closed.report();
-    EXPECT_EQ(report.descriptors, (std::set<std::string>{"0", "1", "2"}));
-    EXPECT_EQ(report.environment.count("GSK_RENDERER"), 0U); // ours
-    waitForWindows(display, 1);
-    static_cast<void>(display.run("xdotool key alt+F4"));
-    waitForWindows(display, 0);
-    endsWithItsChild(closed);
+    // Before it would go by itself, for which a busy machine may need another try.
+    bool atOnce = false;
+    for (int tries = 0; tries < 5 && !atOnce; ++tries) {
+        const auto begin = std::chrono::steady_clock::now();
+        Launch closed(bundle, start);
+        const Report report = closed.report();
+        EXPECT_EQ(report.descriptors, (std::set<std::string>{"0", "1", "2"}));
+        EXPECT_EQ(report.environment.count("GSK_RENDERER"), 0U); // ours
+        waitForWindows(display, 1);
+        static_cast<void>(display.run("xdotool key alt+F4"));
+        waitForWindows(display, 0);
+        atOnce = std::chrono::steady_clock::now() - begin < std::chrono::seconds(5);
+        endsWithItsChild(closed);
+    }
+    EXPECT_TRUE(atOnce);
 
     Launch forgotten(bundle, start);
     waitForWindows(display, 1);

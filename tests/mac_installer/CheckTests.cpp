@@ -64,6 +64,7 @@ TEST_F(Check, WhatABundleDeclaresDecides) {
     // The plug-in's own form of a version.
     EXPECT_EQ(check(plugin, "1.8.0_202", "1.8.0_202", false, true), "1.8.202.08");
     EXPECT_EQ(check(plugin, "1.8.0_203", "", false, true), std::nullopt);
+    EXPECT_EQ(check(version("1.8.0_202"), "1.8.0_202", {}, false, true), "1.8.0"); // the usual form already
 }
 
 TEST_F(Check, ATranslatedProcessNeedsItsOwnArchitecture) {

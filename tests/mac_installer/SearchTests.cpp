@@ -136,8 +136,14 @@ TEST_F(Search, ThePluginComesFirstIfItIsTheRightOne) {
         EXPECT_EQ(launcher.javaBundlePath, accepted ? OptionalText(directory / plugin) : std::nullopt);
         EXPECT_EQ(logged("JDKs").empty(), accepted);
     }
-    std::filesystem::remove(directory / (plugin + std::string("/Contents/Home/bin/java")));
+    const std::string java = directory / (plugin + std::string("/Contents/Home/bin/java"));
+    std::filesystem::remove(java);
     EXPECT_EQ(find({}), directory / (std::string(jdks) + "jdk-17.jdk"));
+    // A refused one does not end the sequence, even if nothing else is installed.
+    std::filesystem::rename(directory / jdks, directory / "other");
+    std::filesystem::create_symlink("/bin/sh", java);
+    const std::string other = directory / "other/jdk-17.jdk";
+    EXPECT_EQ(findBySequence({"Y", "R" + other}, {{"ksv.minVersion", "17"}}), other);
 }
 
 class OtherInstallations : public Search {

@@ -1,7 +1,11 @@
 #include "mac_installer/Unpacker.h"
+#include "platform/FileDescriptor.h"
 #include "support/LauncherFixture.h"
 
 #include <gmock/gmock.h>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -35,6 +39,7 @@ TEST_F(Unpacking, EveryArchiveGoesThroughTheTool) {
     directory.write("jre/lib/a b.jar.pack", "1");
     directory.write("jre/lib/ext/c.jar.pack", "2");
     // Our standard input is the program's, the terminal's signals are ours.
+    ASSERT_EQ(dup2(platform::FileDescriptor::open("/", O_RDONLY).get(), STDIN_FILENO), STDIN_FILENO);
     useTool(R"sh([ $# = 3 ] && [ "$1" = -r ] && [ "$(readlink /proc/$$/fd/0)" = /dev/null ] &&
                  [ "$(cut -d ' ' -f 5 /proc/$$/stat)" = $$ ] && mv "$2" "$3")sh");
     EXPECT_TRUE(unpack());

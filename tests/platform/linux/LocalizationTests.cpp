@@ -18,7 +18,7 @@ TEST(StringTable, ReadsClassicTables) {
     } cases[] = {
         {"", {}},
         {"\xEF\xBB\xBF\"k\" = \"ä\";", {{"k", "ä"}}},
-        {"/* a */ // b\n key.1=value-2 ;'q' /* in */ = /**/ \"x\";\"self\";",
+        {"/*/ a */ // b\n key.1=value-2 ;'q' /* in */ = /**/ \"x\";\"self\";",
          {{"key.1", "value-2"}, {"q", "x"}, {"self", "self"}}},
         {R"("a" = "\n\t\"\\\101\7\U00e9\u00FC\Ud83d\Ude00\q";)", {{"a", "\n\t\"\\A\aéü😀q"}}},
         {"\"a\" = \"two\nlines // no comment\";", {{"a", "two\nlines // no comment"}}},
@@ -57,7 +57,10 @@ TEST(Localization, OrdersLanguages) {
         {{{"LC_ALL", "C.UTF-8"}, {"LANG", "de"}}, {}},
         {{{"LANGUAGE", "fr"}, {"LC_ALL", "POSIX"}}, {}},
         {{{"LANG", "zh_CN"}}, {"zh_CN", "zh-CN", "zh-Hans", "zh"}},
+        {{{"LANG", "zh_SG"}}, {"zh_SG", "zh-SG", "zh-Hans", "zh"}},
+        {{{"LANG", "zh_TW"}}, {"zh_TW", "zh-TW", "zh-Hant", "zh"}},
         {{{"LANG", "zh_HK.UTF-8"}}, {"zh_HK", "zh-HK", "zh-Hant", "zh"}},
+        {{{"LANG", "zh_MO"}}, {"zh_MO", "zh-MO", "zh-Hant", "zh"}},
         {{{"LANG", "../../x"}}, {}},
     };
     for (const auto &[environment, languages] : cases) {

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <thread>
+#include <utility>
 
 namespace kestrav::platform {
 namespace {
@@ -18,7 +19,8 @@ TEST(SystemLogTests, ShapeOfALine) {
     const auto body = [] {
         setenv("TZ", "XST-02:30", 1);
         testing::setArguments({"/x/Demo"});
-        testing::setClock([] { return std::int64_t{1'795'244'497'007'999}; });
+        testing::setClock(
+            [time = std::int64_t{1'795'244'497'007'999}]() mutable { return std::exchange(time, time + 100'000); });
         writeSystemLog("100%s\n of it"); // no format, and its line break stays
         Log("%@-%d", "text", 7);
         writeSystemLogOnly("not here");
@@ -26,7 +28,7 @@ TEST(SystemLogTests, ShapeOfALine) {
     };
     EXPECT_EXIT(body(), ::testing::ExitedWithCode(0),
                 ::testing::MatchesRegex("2026-11-21 09:31:37\\.007 Demo\\[[0-9]+:[0-9]+\\] 100%s\n of it\n"
-                                        "2026-11-21 09:31:37\\.007 Demo\\[[0-9]+:[0-9]+\\] text-7\n"));
+                                        "2026-11-21 09:31:37\\.107 Demo\\[[0-9]+:[0-9]+\\] text-7\n"));
 }
 
 TEST(SystemLogTests, LinesOfThreadsDoNotMix) {
