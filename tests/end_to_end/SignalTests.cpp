@@ -74,5 +74,20 @@ TEST(Signals, CancelARunThatHasNoChildYet) {
     }
 }
 
+TEST(Signals, CancelARunThatIsAboutToStartItsChild) {
+    const AppBundle bundle;
+    std::string comments; // whose reading takes a while, with all that is logged
+    for (int line = 0; line < 100'000; ++line) {
+        comments += "#\n";
+    }
+    bundle.folder().write("Test.vmoptions", comments);
+    Launch run(bundle, {.environment = {{"KESTRAV_LOG", "yes"}}});
+    waitUntil([&] { return run.errors().find("] option #\n") != std::string::npos; }, "the options");
+    run.sendSignal(SIGTERM);
+    EXPECT_EQ(run.wait(), 1);
+    EXPECT_FALSE(run.childStarted());
+    EXPECT_TRUE(run.errors().ends_with("] Cancelled\n"));
+}
+
 } // namespace
 } // namespace kestrav::tests
