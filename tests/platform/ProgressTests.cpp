@@ -12,7 +12,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdlib>
+#include <utility>
 
 namespace kestrav::platform::tests {
 namespace {
@@ -103,6 +105,11 @@ TEST(TerminalProgress, IsOneLineUntilTheRunCannotBeCancelled) {
     controls.progressBar.setDoubleValue(7.95);
     progress.update();
     EXPECT_EQ(terminal.written(), "") << "the same text";
+    for (const auto &[value, percentage] : {std::pair{std::nan(""), "  0"}, {150.0, "100"}, {-1.0, "  0"}}) {
+        controls.progressBar.setDoubleValue(value);
+        progress.update();
+        EXPECT_EQ(terminal.written(), line(percentage + std::string(" %  Preparing Tool")));
+    }
     controls.progressBar.setIndeterminate(true);
     progress.update();
     EXPECT_EQ(terminal.written(), line("Preparing Tool"));
