@@ -25,8 +25,9 @@ TEST_F(Check, AcceptedVersionsAreCutAndRecorded) {
         const char *result;
         int major;
     };
-    for (const auto &[text, result, major] : {Case{"1.8.0_202", "1.8.0", 8}, Case{"17.0.1+12", "17.0.1", 17},
-                                              Case{"11.0.2", "11.0.2", 11}, Case{"1", "1", 1}, Case{"", "", 0}}) {
+    for (const auto &[text, result, major] :
+         {Case{"1.8.0_202", "1.8.0", 8}, Case{"17.0.1+12", "17.0.1", 17}, Case{"11.0.2", "11.0.2", 11},
+          Case{"1.8", "1.8", 8}, Case{"1", "1", 1}, Case{"", "", 0}}) {
         EXPECT_EQ(check(version(text)), result);
         EXPECT_EQ(launcher.javaVersion, text);
         EXPECT_EQ(launcher.javaMajorVersion, major) << text;
@@ -53,9 +54,9 @@ TEST_F(Check, WhatABundleDeclaresDecides) {
         OptionalText result;
     };
     for (const auto &[info, allowBeta, prefix, result] :
-         {Case{early, false, {}, {}}, Case{early, true, {}, "17-ea"}, Case{marked, false, {}, {}},
-          Case{marked, true, {}, "17"}, Case{told, false, {}, {}}, Case{told, true, {}, "17"},
-          Case{version("17"), false, "com.example", "17"}, // has no identifier
+         {Case{early, false, {}, {}}, Case{version("17-rc+1"), false, {}, {}}, Case{early, true, {}, "17-ea"},
+          Case{marked, false, {}, {}}, Case{marked, true, {}, "17"}, Case{told, false, {}, {}},
+          Case{told, true, {}, "17"}, Case{version("17"), false, "com.example", "17"}, // has no identifier
           Case{named, false, "com.example", "17"}, Case{named, false, "com.Example", {}}, Case{named, false, "", "17"},
           Case{plugin, false, {}, {}}, Case{{{"JavaVM", "text"}}, true, {}, {}},
           Case{{{"JavaVM", Dictionary{{"JVMVersion", 17}}}}, true, {}, {}}}) {

@@ -64,12 +64,14 @@ TEST_F(Options, IncludesAreReadInPlace) {
     directory.write("My Options.txt", "-quoted\n-classpath/a inner.jar");
     directory.write("sub/relative.txt", "-relative\n-include-options next.txt");
     directory.write("sub/next.txt", "-next");
+    directory.write("\"half", "-half"); // no pair of quotes
     setEnvironment({});
     EXPECT_EQ(read("-before\n-include-options \"My Options.txt\"\n-include-options sub/relative.txt\n"
-                   "-include-options $APP_PACKAGE/../sub/next.txt\n-include-options missing.txt\n-after",
+                   "-include-options $APP_PACKAGE/../sub/next.txt\n-include-options missing.txt\n"
+                   "-include-options \"half\n-after",
                    "old"),
               "old:inner.jar");
-    EXPECT_THAT(options, ElementsAre("-before", "-quoted", "-relative", "-next", "-next", "-after"));
+    EXPECT_THAT(options, ElementsAre("-before", "-quoted", "-relative", "-next", "-next", "-half", "-after"));
     EXPECT_THAT(logged("option file"), testing::Contains("option file " + (directory / "missing.txt")));
 }
 
