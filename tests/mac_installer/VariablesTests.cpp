@@ -45,6 +45,7 @@ TEST_F(Variables, ArtifactPathsAreResolved) {
     for (const char *other : {"one/x.JAR", "one/notes.txt", "one/sub/deep.jar"}) {
         directory.write(other, "");
     }
+    directory.write("two/only.zip", "");
     directory.makeDirectory("none");
     const std::string one = directory / "one/";
     const std::pair<std::string, OptionalText> cases[] = {
@@ -53,6 +54,7 @@ TEST_F(Variables, ArtifactPathsAreResolved) {
         {"$LIB:" + one + "*:main.jar", "/opt/a:/opt/b:" + one + "only.jar:main.jar"},
         {"$NO_SUCH", std::nullopt},
         {"$EMPTY:x", ":x"},
+        {directory / "two/*", directory / "two/only.zip"},
         {directory / "none/*", std::nullopt},
         {directory / "missing/*", std::nullopt},
         {"$LIB/x", std::nullopt}, // the whole rest is the name
