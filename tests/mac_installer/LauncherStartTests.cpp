@@ -117,6 +117,17 @@ TEST_F(LauncherStart, LibraryIsGivenTheVectorAndTheVersion) {
     EXPECT_EQ(kept->libraryPath, directory / "bare/lib/libjli.so");
 }
 
+TEST_F(LauncherStart, TheProgramsLanguageIsExported) {
+    const std::string runtime = makeRuntime("rt", "17");
+    configure({{"JavaVM", Dictionary{{"MainClass", "Main"}, {"SearchSequence", Array{"R" + runtime}}}}});
+    setEnvironment({{"LANG", "xx_YY.UTF-8"}}); // the process's own copy, which the runtime does not read
+    unsetenv("LANG");
+    launcher.load("program");
+    EXPECT_STREQ(std::getenv("LANG"), "xx_YY.UTF-8");
+    EXPECT_EQ(arguments().back(), "Main");
+    unsetenv("LANG");
+}
+
 TEST_F(LauncherStart, LibraryIsTheFirstOfItsPlaces) {
     const std::string runtime = makeRuntime("rt", "17");
     load(runtime + "\nMain");
