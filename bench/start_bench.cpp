@@ -99,6 +99,13 @@ double median(std::vector<double> times) {
     return *middle;
 }
 
+/// The median of the rounds' ratios: what the machine does besides, it does to the neighbours of a round alike.
+double medianRatio(const std::vector<double> &times, const std::vector<double> &others) {
+    std::vector<double> ratios(times.size());
+    std::transform(times.begin(), times.end(), others.begin(), ratios.begin(), std::divides<>());
+    return median(ratios);
+}
+
 std::function<std::vector<std::string>()> inProcess(const std::string &executable, const std::string &file,
                                                     const std::string &lines) {
     return [=]() -> std::vector<std::string> {
@@ -142,14 +149,14 @@ bool compare(int rounds) {
             }
         }
     }
-    const double java = least(contenders[0].times);
-    std::printf("%-20s %9s %9s %9s\n", "start to main, ms", "least", "of java", "median");
+    const std::vector<double> &java = contenders[0].times;
+    std::printf("%-20s %9s %9s %9s\n", "start to main, ms", "least", "median", "of java");
     for (const Contender &contender : contenders) {
-        std::printf("%-20s %9.2f %9.3f %9.2f\n", contender.name.c_str(), least(contender.times),
-                    least(contender.times) / java, median(contender.times));
+        std::printf("%-20s %9.2f %9.2f %9.3f\n", contender.name.c_str(), least(contender.times),
+                    median(contender.times), medianRatio(contender.times, java));
     }
-    const double own = least(contenders[1].times);
-    return own <= mayTakeOfJava * java && own < least(contenders[3].times);
+    return medianRatio(contenders[1].times, java) <= mayTakeOfJava &&
+           medianRatio(contenders[1].times, contenders[3].times) < 1;
 }
 
 bool measureOwnPart(int rounds) {
