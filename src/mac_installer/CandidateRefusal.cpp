@@ -12,8 +12,14 @@ std::string versionRefusalReason(const OptionalText &version, const RuntimeBound
     if (!bounds.allowBeta && Launcher::isBetaVersion(version)) {
         return platform::format("%@ is a pre-release", version);
     }
-    return platform::format("version %@ is not within the bounds, minimum %@, maximum %@", version, bounds.minVersion,
-                            bounds.maxVersion);
+    std::string reason = "version " + *version + " is not within the bounds";
+    if (bounds.minVersion) {
+        reason += ", minimum " + *bounds.minVersion;
+    }
+    if (bounds.maxVersion) {
+        reason += ", maximum " + *bounds.maxVersion;
+    }
+    return reason;
 }
 
 std::string refusalReason(const platform::Bundle *bundle, const RuntimeBounds &bounds, bool plugin) {

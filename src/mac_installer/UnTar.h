@@ -21,7 +21,7 @@ struct UntarResult {
 };
 
 /// Extraction of gzip-compressed tar archives as ordinary tools make them from a runtime's directory: regular files
-/// with their permission bits, directories and symbolic links, with names of up to 100 bytes; everything else in the
+/// with their permission bits, directories and symbolic links, with names of up to 99 bytes; everything else in the
 /// archive is skipped. Nothing is written outside the destination. Failures are logged, never thrown.
 class UnTar {
 public:

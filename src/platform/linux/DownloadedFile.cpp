@@ -20,8 +20,12 @@ std::error_code DownloadedFile::write(std::string_view bytes) {
     return writeAll(descriptor_.get(), bytes) ? std::error_code() : std::error_code(errno, std::generic_category());
 }
 
+std::error_code DownloadedFile::close() {
+    return descriptor_.close() ? std::error_code() : std::error_code(errno, std::generic_category());
+}
+
 void DownloadedFile::discard() {
-    close();
+    descriptor_.reset();
     if (created_) {
         unlink(path_.c_str());
         created_ = false;

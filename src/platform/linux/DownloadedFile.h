@@ -19,7 +19,8 @@ public:
     /// Makes a new file. What stands at its path is replaced, never followed or written into, or is an error.
     [[nodiscard]] std::error_code create();
     [[nodiscard]] std::error_code write(std::string_view bytes);
-    void close() { descriptor_.reset(); }
+    /// Ends the writing; what some file systems report only now is an error as well.
+    [[nodiscard]] std::error_code close();
     /// Removes the file if `create` made it.
     void discard();
 

@@ -206,7 +206,10 @@ void Transfer::post(Call call, bool last) {
 void Transfer::end(bool complete) {
     {
         const std::lock_guard lock(mutex_);
-        file_.close();
+        if (const std::error_code error = file_.close(); error && complete) {
+            failure_ = file_.path() + ": " + error.message();
+            complete = false;
+        }
         if (!complete && deletesFile_ && !cancelled_) {
             file_.discard();
         }
