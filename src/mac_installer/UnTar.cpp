@@ -196,8 +196,15 @@ bool UnTar::extractFile(Extraction &extraction, const std::string &name, std::in
             lastPercent = percent;
         }
     }
-    if (!file.close() || !written) {
+    int reason = written ? 0 : errno;
+    if (!file.close() && written) {
+        written = false;
+        reason = errno;
+    }
+    if (!written) {
         Log("%s [Line %d] ERROR: stream error", signature, 139);
+        Log("%s [Line %d] could not write %@: %s", signature, 139, extraction.path(name),
+            std::generic_category().message(reason));
         return false;
     }
     if (copied < fileLength) {

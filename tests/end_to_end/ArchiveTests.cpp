@@ -191,6 +191,7 @@ TEST(Archive, AFullDiskEndsTheRun) {
     ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &all), 0);
     expectRefusal(launch, "internal error: could not extract the runtime");
     EXPECT_THAT(launch.errors(), HasSubstr("] ERROR: stream error\n"));
+    EXPECT_THAT(launch.errors(), HasSubstr("/zeros: File too large"));
     EXPECT_TRUE(leftNothing(launch));
 }
 

@@ -79,23 +79,32 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--jar", jar, "--file", "/"}, "would contain the application"},
         {{"--jar", jar, "--file", files / "fifo"}, "neither a file nor a folder"},
         {{"--jar", files / "missing.jar"}, "No such file"},
-        {{"--jar", jar, "--class-path", jar}, "Two files are named program.jar"},
+        {{"--jar", jar, "--jar", jar}, "There is one --jar"},
+        {{"--jar", jar, "--class-path", files.write("other/program.jar", "")}, "Two files are named program.jar"},
+        {{"--jar", files.write("*", "")}, "cannot be on a class path"},
+        {{"--jar", files.write("a$APP_PACKAGE.jar", "")}, "cannot be on a class path"},
         {{"--jar", jar, "--file", files.write("jre.tar.gz", "")}, "would take a file of this name for the runtime"},
         {{"--jar", jar, "--class-path", "${HOME}/x.jar"}, "cannot be on the class path"},
-        {{"--jar", jar, "--class-path", files.write("a:b.jar", "")}, "\":\" cannot be on a class path"},
+        {{"--jar", jar, "--class-path", files.write("a:b.jar", "")}, "cannot be on a class path"},
         {{"--jar", jar, "--vm-option", "Xmx1g"}, "A VM option begins with \"-\""},
-        {{"--jar", jar, "--vm-option", "--add-modules"}, "would take the next one for its value"},
+        {{"--jar", jar, "--vm-option", "--limit-modules"}, "would take the next one for its value"},
         {{"--jar", jar, "--argument", "\x01"}, "control characters"},
         {{"--jar", jar, "--argument", "\xFF"}, "no UTF-8 text"},
         {{"--jar", jar, "--identifier", "tool"}, "The identifier \"tool\""},
-        {{"--jar", jar, "--icon", garbage}, "is no .icns file"},
+        {{"--jar", jar, "--icon", files.write("cut.icns", std::string("icns\0\0\0\x09", 8))}, "is no .icns file"},
+        {{"--jar", jar, "--language", "fr=" + garbage}, "has no text for \"WizardCaption\""},
         {{"--jar", jar, "--language", "xx"}, "no messages in xx"},
         {{"--jar", jar, "--language", "\x01=" + garbage}, "control characters"},
         {{"--jar", jar, "--min-version", "11"}, "needs Java 17 or newer, but the oldest to be taken is 11"},
         {{"--jar", jar, "--max-version", "16"}, "needs Java 17 or newer, but the newest to be taken is 16"},
         {{"--jar", jar, "--min-version", "8"}, "calls itself 1.8"},
         {{"--jar", jar, "--min-version", "21", "--max-version", "17"}, "No version is at least 21 and at most 17"},
+        {{"--jar", jar, "--min-version", "17,21"}, "is no version"},
         {{"--jar", jar, "--no-search"}, "would find no runtime"},
+        {{"--jar", jar, "--search", "R~/jdk"}, "is not replaced"},
+        {{"--jar", jar, "--info", info("i7", "JavaVM", dictionary({{"SearchSequence", array({})}}))},
+         "would find no runtime"},
+        {{"--jar", jar, "--no-search", "--info", info("i8", "ksv.allowBeta", "<true/>")}, "would find no runtime"},
         {{"--jar", jar, "--search", "X"}, "is nowhere to search"},
         {{"--jar", jar, "--runtime-url", "example.com/jre.tar.gz"}, "is no address"},
         {{"--jar", jar, "--runtime", home, "--runtime-url", "http://x/y"}, "either --runtime or --runtime-url"},
@@ -120,6 +129,9 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--jar", jar, "--info",
           info("i4", "JavaVM", dictionary({{"VersionSpecificVMOptions", array({text("11-17")})}}))},
          "is to have pairs"},
+        {{"--jar", jar, "--info",
+          info("i9", "JavaVM", dictionary({{"VersionSpecificVMOptions", array({text("17"), array({})})}}))},
+         "\"17\", under \"VersionSpecificVMOptions\" in Info.plist, fits no version"},
         {{"--jar"}, "Which application"},
         {{"--jra", jar}, "There is no option --jra"},
         {{"--replace=yes", "--jar", jar}, "takes no value"},
@@ -132,6 +144,14 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         EXPECT_THAT(outcome.output, HasSubstr(message));
         EXPECT_THAT(namesIn(folder.path()), ElementsAre()) << message;
     }
+}
+
+TEST(Tool, NameThatNoClassPathCouldHaveIsRefused) {
+    const TemporaryDirectory folder;
+    const Outcome outcome =
+        run(KESTRAV_TOOL, {"--identifier", "a.b", "--jar", KESTRAV_PROGRAM_JAR, folder / "a:b.app"});
+    EXPECT_THAT(outcome.output, HasSubstr("would end an entry of its class path"));
+    EXPECT_THAT(namesIn(folder.path()), ElementsAre());
 }
 
 TEST(Tool, AnExistingApplicationStaysUntilTheNewOneIsComplete) {

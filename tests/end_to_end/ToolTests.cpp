@@ -89,6 +89,10 @@ TEST(Tool, OtherFilesAndKeysAreThere) {
     folder.write("lib/b.jar", "b");
     folder.write("lib/a.jar", "a");
     folder.write("lib/c.txt", "c");
+    const std::string icon("icns\0\0\0\x0B"
+                           "own",
+                           11);
+    const std::string messages = std::string(KESTRAV_TEMPLATE) + "/Contents/Resources/ja.lproj/Localizable.strings";
     fs::create_symlink("lib/c.txt", folder / "link.txt");
     fs::permissions(folder / "classes/org", fs::perms::owner_read | fs::perms::owner_exec);
     const Outcome outcome = makeTool(
@@ -104,16 +108,18 @@ TEST(Tool, OtherFilesAndKeysAreThere) {
                  folder / "link.txt",
                  "--class-path",
                  folder / "lib/*",
+                 "--class-path",
+                 folder / "lib/../lib/a.jar",
                  "--name",
                  "A Tool",
                  "--app-version",
                  "2.1",
                  "--icon",
-                 folder.write("x.icns", "icns-own"),
+                 folder.write("x.icns", icon),
                  "--language",
                  "de",
                  "--language",
-                 "fr=" + folder.write("fr.strings", R"("a" = "b";)"),
+                 "fr=" + messages,
                  "--info",
                  folder.write("more.plist",
                               propertyList(dictionary({{"ksv.allowBeta", "<true/>"},
@@ -122,7 +128,10 @@ TEST(Tool, OtherFilesAndKeysAreThere) {
     EXPECT_THAT(outcome.output, HasSubstr("Java 1.8 or newer"));
     const std::string resources = folder / "Test.app/Contents/Resources/";
     EXPECT_THAT(namesIn(resources), UnorderedElementsAre("app", "app.icns", "de.lproj", "fr.lproj", "MainWindow.ui"));
-    EXPECT_EQ(contentOf(resources + "app.icns"), "icns-own");
+    EXPECT_EQ(contentOf(resources + "app.icns"), icon);
+    EXPECT_EQ(contentOf(resources + "fr.lproj/Localizable.strings"), contentOf(messages));
+    EXPECT_NE(fs::status(resources + "fr.lproj/Localizable.strings").permissions() & fs::perms::others_read,
+              fs::perms::none);
     EXPECT_EQ(contentOf(resources + "app/licence.txt"), "L");
     EXPECT_TRUE(fs::exists(resources + "app/classes/org/example/Own.class"));
     EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(resources + "app/link.txt")));
@@ -145,9 +154,9 @@ TEST(Tool, OtherFilesAndKeysAreThere) {
 }
 
 TEST(Tool, ManifestIsReadAsJavaReadsIt) {
-    for (const char *manifest :
-         {"Manifest-Version: 1.0\r\nMain-Class: a.Gr\r\n öße \r\n\r\nMain-Class: b.C\r\n", "main-class: a.Größe\n",
-          "Manifest-Version: 1.0\rMain-Class: a/Größe\r\r", "Class-Path: lib/x.jar b.jar\nMain-Class: a.Größe\n"}) {
+    for (const char *manifest : {"Manifest-Version: 1.0\r\nMain-Class: a.Gr\r\n öße \r\n\r\nMain-Class: b.C\r\n",
+                                 "main-class: a.Größe\n", "Manifest-Version: 1.0\rMain-Class: a/Größe\r\r",
+                                 "Class-Path: lib/x.jar b.jar\nAdd-Opens: java.base/x\nMain-Class: a.Größe\n"}) {
         const TemporaryDirectory folder;
         const Outcome outcome = makeTool(
             folder, {"--jar", makeJar(folder, "a.jar", manifest), "--class-path", makeJar(folder, "b.jar", "")});
@@ -157,6 +166,19 @@ TEST(Tool, ManifestIsReadAsJavaReadsIt) {
         EXPECT_EQ(outcome.output.find("names lib/x.jar, which is not in the application") != std::string::npos,
                   missing);
         EXPECT_THAT(outcome.output, testing::Not(HasSubstr("names b.jar")));
+        EXPECT_EQ(outcome.output.find("has \"Add-Opens: java.base/x\", which only") != std::string::npos, missing);
+    }
+}
+
+TEST(Tool, WithoutTheClassTheLowestVersionIsAskedFor) {
+    for (const bool given : {false, true}) {
+        const TemporaryDirectory folder;
+        std::vector<std::string> options{"--main-class", "a.B", "--class-path", "$NAME"};
+        options.insert(options.end(), {"--min-version", "17"});
+        options.resize(options.size() - (given ? 0 : 2));
+        const Outcome outcome = makeTool(folder, options);
+        EXPECT_EQ(outcome.status, 0) << outcome.output;
+        EXPECT_EQ(outcome.output.find("give --min-version") == std::string::npos, given);
     }
 }
 

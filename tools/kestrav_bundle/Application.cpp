@@ -184,8 +184,10 @@ std::string wantedRuntime(const RuntimeBounds &bounds, const Request &request) {
         versions += bounds.minVersion ? " or newer" : " of any version";
     }
     const bool searches = !request.search || !request.search->empty();
-    return std::string("runtime: ") + (searches ? "an installed one, Java" + versions : "") +
-           (request.runtimeURL ? (searches ? ", else the one from " : "the one from ") + *request.runtimeURL : "");
+    std::string sources = searches ? ", else an installed one, Java" + versions : "";
+    sources += request.earlierInstallation ? ", else that of an earlier installation" : "";
+    sources += request.runtimeURL ? ", else the one from " + *request.runtimeURL : "";
+    return "runtime: " + sources.substr(std::string_view(", else ").size());
 }
 
 } // namespace
@@ -224,6 +226,10 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
     }
     deliver(request, workshop, application, notes);
     if (!runtime) {
+        if (!bounds.minVersion) {
+            notes.emplace_back(
+                "where no runtime is found, users are to be told the lowest Java version; give --min-version");
+        }
         notes.push_back(wantedRuntime(bounds, request));
     }
     return notes;

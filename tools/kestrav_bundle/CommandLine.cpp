@@ -26,6 +26,13 @@ Apply to(std::string Request::*field) {
     return [field](Request &request, std::string value) { request.*field = std::move(value); };
 }
 
+void setJar(Request &request, std::string value) {
+    if (request.jar) {
+        throw Refusal("There is one --jar, the one with the main class; the others are given with --class-path");
+    }
+    request.jar = std::move(value);
+}
+
 Apply to(std::optional<std::string> Request::*field) {
     return [field](Request &request, std::string value) { request.*field = std::move(value); };
 }
@@ -63,7 +70,7 @@ const std::vector<Option> &options() {
         {"name", true, to(&Request::name)},
         {"identifier", true, to(&Request::identifier)},
         {"app-version", true, to(&Request::version)},
-        {"jar", true, to(&Request::jar)},
+        {"jar", true, setJar},
         {"main-class", true, to(&Request::mainClass)},
         {"class-path", true, to(&Request::classPath)},
         {"file", true, to(&Request::files)},
@@ -108,6 +115,9 @@ std::string applicationName(std::string_view path) {
     const std::string name = platform::lastPathComponent(path);
     if (!name.ends_with(suffix) || name.size() == suffix.size()) {
         throw Refusal("The application's name has to end in \".app\": " + std::string(path));
+    }
+    if (name.find(':') != std::string::npos) {
+        throw Refusal("A \":\" in the application's name would end an entry of its class path: " + std::string(path));
     }
     return name.substr(0, name.size() - suffix.size());
 }

@@ -90,7 +90,11 @@ void readVersionSpecificOptions(const PropertyList &javaVM) {
                       "\" in Info.plist is to have pairs: versions, and the options for them");
     }
     for (std::size_t i = 0; i < count; i += 2) {
-        static_cast<void>(stringEntry((*entries)[i], key));
+        const std::string versions = stringEntry((*entries)[i], key);
+        if (!versions.starts_with('*') && versions.find('-') == std::string::npos) {
+            throw Refusal("\"" + versions + "\", under \"" + key +
+                          "\" in Info.plist, fits no version: write 11-17, 17-17 or *17.0.9");
+        }
         static_cast<void>(stringsOf((*entries)[i + 1], key));
     }
 }
@@ -177,8 +181,12 @@ Request withInfo(Request request) {
     take(request.bounds.requiredVmIdPrefix, info, "ksv.vmIdPrefix");
     request.bounds.allowBeta = booleanValue(info, "ksv.allowBeta").value_or(request.bounds.allowBeta);
     take(request.runtimeURL, info, "ksv.jreLocation");
+    request.earlierInstallation = info.find("ksv.appId") != nullptr || info.find("ksv.baseDir") != nullptr;
     if (const PropertyList *javaVM = info.find("JavaVM")) {
         take(request.mainClass, *javaVM, "MainClass");
+        if (const auto entries = stringArrayValue(*javaVM, "SearchSequence"); entries && !request.runtime) {
+            request.search = *entries;
+        }
         for (const char *key : {"ClassPath", "ModulePath", "OptionsFile"}) {
             request.classesElsewhere = request.classesElsewhere || javaVM->find(key) != nullptr;
         }

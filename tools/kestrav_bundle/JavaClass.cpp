@@ -11,6 +11,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <memory>
 #include <system_error>
@@ -90,6 +91,7 @@ Manifest manifestOf(const std::string &jar) {
     if (content.starts_with("\xEF\xBB\xBF")) {
         throw Refusal(jar + ": its manifest begins with a byte-order mark, which Java cannot read");
     }
+    constexpr std::array forJarAlone{"Add-Exports", "Add-Opens", "Enable-Native-Access", "Launcher-Agent-Class"};
     Manifest manifest;
     for (const std::string &line : mainAttributes(content)) {
         const std::size_t colon = std::min(line.find(':'), line.size() - 1);
@@ -100,6 +102,9 @@ Manifest manifestOf(const std::string &jar) {
         } else if (strcasecmp(name.c_str(), "Class-Path") == 0) {
             manifest.classPath = platform::componentsSeparatedBy(value, " ");
             std::erase(manifest.classPath, "");
+        } else if (std::any_of(forJarAlone.begin(), forJarAlone.end(),
+                               [&](const char *each) { return strcasecmp(name.c_str(), each) == 0; })) {
+            manifest.forJarAlone.push_back(line);
         }
     }
     return manifest;

@@ -12,7 +12,8 @@ namespace kestrav::tools {
 /// What an archive's manifest says (the JAR file specification, "Main Attributes").
 struct Manifest {
     std::optional<std::string> mainClass;
-    std::vector<std::string> classPath; ///< relative URLs, from the archive's folder
+    std::vector<std::string> classPath;   ///< relative URLs, from the archive's folder
+    std::vector<std::string> forJarAlone; ///< lines that only count for an archive started with `java -jar`
 };
 
 /// Reads the manifest; an empty one if there is none. Raises `Refusal` for a file that is no archive.

@@ -16,6 +16,9 @@ constexpr const char *folder = "$APP_PACKAGE/Contents/Resources/app/";
 
 /// The name of a file or folder that the user gave, also for "lib/" and "..".
 std::string nameOf(const std::string &path) {
+    if (path.empty()) {
+        throw Refusal("A file's name is empty");
+    }
     std::error_code missing;
     const auto real = std::filesystem::canonical(path, missing);
     if (missing) {
@@ -66,8 +69,8 @@ void addToClassPath(Program &program, const std::string &entry) {
     }
     addFile(program, entry);
     const std::string &name = program.files.back().name;
-    if (name.find(':') != std::string::npos) {
-        throw Refusal(entry + ": a name with \":\" cannot be on a class path");
+    if (name == "*" || name.find(':') != std::string::npos || name.find("$APP_PACKAGE") != std::string::npos) {
+        throw Refusal(entry + R"(: a name with ":" or "$APP_PACKAGE", or "*" alone, cannot be on a class path)");
     }
     program.classPath += folder + name;
 }
@@ -97,6 +100,27 @@ std::vector<std::string> expanded(const std::vector<std::string> &classPath) {
     return entries;
 }
 
+bool isSameFile(const std::string &path, const std::string &other) {
+    std::error_code missing; // that is refused later
+    return path == other || std::filesystem::equivalent(path, other, missing);
+}
+
+/// All entries of the class path, the program's own archive first, each once.
+std::vector<std::string> classPathOf(const Request &request) {
+    std::vector<std::string> entries;
+    if (request.jar) {
+        entries.push_back((request.jar->starts_with('$') ? "./" : "") + *request.jar); // a file, and no variable
+    }
+    for (std::string &entry : expanded(request.classPath)) {
+        const bool known = std::any_of(entries.begin(), entries.end(),
+                                       [&](const std::string &other) { return isSameFile(entry, other); });
+        if (!known) {
+            entries.push_back(std::move(entry));
+        }
+    }
+    return entries;
+}
+
 std::string mainClass(const Request &request, const Manifest &manifest) {
     if (request.mainClass) {
         return *request.mainClass;
@@ -116,6 +140,15 @@ bool travels(const Program &program, const std::filesystem::path &named) {
     });
 }
 
+/// Tells what the manifest asks for and `java -jar` would heed, but not a start by the class's name.
+void noteUnheeded(Program &program, const Request &request, const Manifest &manifest) {
+    for (const std::string &line : manifest.forJarAlone) {
+        program.notes.push_back("the manifest of " + *request.jar + " has \"" + line +
+                                "\", which only counts for java -jar; what it does has to be said with --vm-option, as "
+                                "in --add-opens=java.base/java.lang=ALL-UNNAMED");
+    }
+}
+
 void noteMissing(Program &program, const Request &request, const Manifest &manifest) {
     for (const std::string &named : manifest.classPath) {
         const bool isPlain = named.find_first_of(":%") == std::string::npos && !named.starts_with('/');
@@ -130,10 +163,7 @@ void noteMissing(Program &program, const Request &request, const Manifest &manif
 
 Program examineProgram(const Request &request) {
     Program program;
-    std::vector<std::string> entries = expanded(request.classPath);
-    if (request.jar) {
-        entries.insert(entries.begin(), *request.jar);
-    }
+    const std::vector<std::string> entries = classPathOf(request);
     for (const std::string &entry : entries) {
         addToClassPath(program, entry);
     }
@@ -142,6 +172,7 @@ Program examineProgram(const Request &request) {
     }
     const Manifest manifest = request.jar ? manifestOf(*request.jar) : Manifest();
     noteMissing(program, request, manifest);
+    noteUnheeded(program, request, manifest);
     program.mainClass = mainClass(request, manifest);
     if (program.mainClass.find('/') != std::string::npos) {
         throw Refusal("The main class is named with dots, as in com.example.Main, not " + program.mainClass);

@@ -42,9 +42,10 @@ struct Request {
     std::vector<std::string> arguments;
 
     std::optional<std::string> icon;
-    std::vector<Language> languages; ///< none: those of the template
-    std::optional<std::string> info; ///< a property list whose entries stand above the ones made here
-    bool classesElsewhere = false;   ///< that list has a class path of its own, or what can change it
+    std::vector<Language> languages;  ///< none: those of the template
+    std::optional<std::string> info;  ///< a property list whose entries stand above the ones made here
+    bool classesElsewhere = false;    ///< that list has a class path of its own, or what can change it
+    bool earlierInstallation = false; ///< that list names one, whose runtime will do
 
     std::optional<std::string> runtime;
     RuntimeForm runtimeForm = RuntimeForm::archive;

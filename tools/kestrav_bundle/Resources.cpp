@@ -1,9 +1,14 @@
 #include "Resources.h"
 
+#include "platform/Bundle.h"
 #include "platform/FileManager.h"
+#include "platform/PropertyList.h"
 #include "platform/path.h"
 
+#include <array>
+#include <cstdint>
 #include <filesystem>
+#include <string_view>
 
 namespace kestrav::tools {
 
@@ -11,15 +16,70 @@ namespace fs = std::filesystem;
 
 using platform::appendingPathComponent;
 
-void placeIcon(const std::string &icon, const std::string &resources) {
+namespace {
+
+/// An icon file (Apple's "icns") begins with its name and its own size, big-endian.
+bool isIcon(std::string_view content) {
     constexpr std::string_view magic = "icns";
+    constexpr std::size_t headerSize = 8;
+    if (!content.starts_with(magic) || content.size() < headerSize) {
+        return false;
+    }
+    std::uint64_t size = 0;
+    for (const char byte : content.substr(magic.size(), headerSize - magic.size())) {
+        size = size * 256 + static_cast<unsigned char>(byte);
+    }
+    return size == content.size();
+}
+
+/// Writes a file that everybody can read, as all of an application.
+void write(const std::string &path, std::string_view content) {
+    if (const auto error = platform::writeFileAtomically(path, content)) {
+        throw Refusal(path + " could not be written: " + error.message());
+    }
+    fs::permissions(path,
+                    fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read | fs::perms::others_read);
+}
+
+/// Every message that the launcher may have to show.
+constexpr std::array messages{"WizardCaption",    "PrepareInstaller",   "ButtonCancel",
+                              "DownloadingJre",   "DownloadProgress",   "AppleJavaMinVersionError",
+                              "DownloadJreError", "NonWritablePackDir", "dorvik.InternalError"};
+
+/// Writes a user's string table and refuses one without all messages, as the platform reads it: through a bundle
+/// that has no other.
+void placeTable(const Language &language, const std::string &to, const std::string &resources) {
+    const auto content = platform::contentsOfFile(*language.table);
+    if (!content) {
+        throw Refusal("The string table " + *language.table + " cannot be read");
+    }
+    const std::string probe = appendingPathComponent(resources, "probe");
+    const std::string folder = appendingPathComponent(probe, "Contents/Resources/" + language.name + ".lproj");
+    const std::string table = appendingPathComponent(folder, "Localizable.strings");
+    fs::create_directories(folder);
+    const platform::PropertyList info(platform::PropertyList::Dictionary{{"CFBundleDevelopmentRegion", language.name}});
+    write(appendingPathComponent(probe, "Contents/Info.plist"), info.serialize());
+    write(table, *content);
+    const auto bundle = platform::Bundle::create(probe);
+    constexpr std::string_view none = "\x7F"; // an empty text would bring the key
+    for (const char *message : messages) {
+        if (!bundle || bundle->localizedStringForKey(message, none) == none) {
+            throw Refusal("The string table " + *language.table + " has no text for \"" + message + "\"");
+        }
+    }
+    fs::create_directory(to);
+    fs::rename(table, appendingPathComponent(to, "Localizable.strings"));
+    fs::remove_all(probe);
+}
+
+} // namespace
+
+void placeIcon(const std::string &icon, const std::string &resources) {
     const auto content = platform::contentsOfFile(icon);
-    if (!content || !content->starts_with(magic)) {
+    if (!content || !isIcon(*content)) {
         throw Refusal("The icon " + icon + (content ? " is no .icns file" : " cannot be read"));
     }
-    if (const auto error = platform::writeFileAtomically(appendingPathComponent(resources, "app.icns"), *content)) {
-        throw Refusal("The icon could not be written: " + error.message());
-    }
+    write(appendingPathComponent(resources, "app.icns"), *content);
 }
 
 void placeLanguages(const std::vector<Language> &languages, const std::string &resources) {
@@ -36,11 +96,7 @@ void placeLanguages(const std::vector<Language> &languages, const std::string &r
             throw Refusal("\"" + language.name + "\" is no language, or there twice");
         }
         if (language.table) {
-            if (!platform::contentsOfFile(*language.table)) {
-                throw Refusal("The string table " + *language.table + " cannot be read");
-            }
-            fs::create_directory(to);
-            fs::copy_file(*language.table, appendingPathComponent(to, "Localizable.strings"));
+            placeTable(language, to, resources);
         } else if (fs::exists(from)) {
             fs::rename(from, to);
         } else {

@@ -13,7 +13,7 @@ The application
   --app-version V       its version (default: 1.0.0)
   --icon FILE           its icon, an .icns file
   --language LANG       a language of the launcher's messages: en, de, ja or ar; LANG=FILE adds one of your own with its
-                        Localizable.strings. May be given several times; the first is used where none suits the user
+                        Localizable.strings, which has all messages. May be given several times; the first is used where none suits the user
                         (default: all four, en first)
 
 The program
@@ -30,7 +30,10 @@ The program
 Its runtime: one that it carries, one that it downloads, or one that is installed
   --runtime FOLDER      a JDK or JRE that travels with the application
   --runtime-form FORM   how: "archive" (default: small, extracted at each start) or "folder" (starts faster)
-  --runtime-url URL     where to fetch an archive from if no installed runtime suits: http, https, ftp or file
+  --runtime-url URL     where to fetch an archive from if no installed runtime suits: http, https, ftp or file. It is
+                        like the jre.tar.gz of an application made with --runtime: what is in the runtime's folder, or
+                        Contents, at the top. For the percentage while it is extracted --info can give its size before
+                        compression, ksv.jreUncompressedSize
   --min-version V       the oldest and the newest version that will do, such as 11 or 17.0.2; 1.8 is Java 8
   --max-version V       (default: the oldest that can read the main class)
   --allow-beta          pre-releases will do as well

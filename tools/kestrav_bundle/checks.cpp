@@ -47,10 +47,18 @@ void checkIdentifier(const std::string &identifier) {
     }
 }
 
+/// A version begins with a digit; what may follow is what makers write, as in "17.0.2+8-LTS" or "1.8.0_202".
+bool isVersion(const std::string &text) {
+    return !text.empty() && text.front() >= '0' && text.front() <= '9' &&
+           std::all_of(text.begin(), text.end(), [](char character) {
+               return isIdentifierCharacter(character) || character == '_' || character == '+';
+           });
+}
+
 void checkBounds(const RuntimeBounds &bounds) {
     for (const OptionalText &bound : {bounds.minVersion, bounds.maxVersion}) {
-        if (bound && (bound->empty() || !platform::isDecimalDigit(static_cast<unsigned char>(bound->front())))) {
-            throw Refusal("A version begins with a digit, such as 11 or 17.0.2, unlike \"" + *bound + "\"");
+        if (bound && !isVersion(*bound)) {
+            throw Refusal("\"" + *bound + "\" is no version such as 11 or 17.0.2");
         }
     }
     constexpr int lastOldStyle = 8;
@@ -87,7 +95,7 @@ void checkRuntime(const Request &request) {
     if (request.runtimeURL) {
         checkURL(*request.runtimeURL);
     }
-    if (request.search && request.search->empty() && !request.runtimeURL && !request.info) {
+    if (request.search && request.search->empty() && !request.runtimeURL && !request.earlierInstallation) {
         throw Refusal("With --no-search the application would find no runtime: give --runtime-url as well");
     }
     for (const std::string &entry : request.search.value_or(std::vector<std::string>())) {
@@ -95,15 +103,34 @@ void checkRuntime(const Request &request) {
         if (entry != "Y" && !named) {
             throw Refusal("\"" + entry + "\" is nowhere to search: give Y, R and a folder, or E and a variable's name");
         }
+        if (entry.starts_with("R~")) {
+            throw Refusal("\"" + entry + R"(": "~" is not replaced by anybody's folder; name the whole way)");
+        }
     }
     checkBounds(request.bounds);
 }
 
 /// Refuses what would make the runtime take the main class, or another option, for something else.
 void checkOptions(const std::vector<std::string> &options) {
-    constexpr std::array takingTheNext{
-        "-cp",         "-classpath",  "--class-path", "-p", "--module-path", "--add-modules", "--add-exports",
-        "--add-opens", "--add-reads", "-jar",         "-m", "--module"};
+    constexpr std::array takingTheNext{"-cp",
+                                       "-classpath",
+                                       "--class-path",
+                                       "-p",
+                                       "--module-path",
+                                       "--upgrade-module-path",
+                                       "--add-modules",
+                                       "--limit-modules",
+                                       "--add-exports",
+                                       "--add-opens",
+                                       "--add-reads",
+                                       "--patch-module",
+                                       "--enable-native-access",
+                                       "--source",
+                                       "-d",
+                                       "--describe-module",
+                                       "-jar",
+                                       "-m",
+                                       "--module"};
     for (const std::string &option : options) {
         if (!option.starts_with('-')) {
             throw Refusal(R"(A VM option begins with "-", unlike ")" + option +
