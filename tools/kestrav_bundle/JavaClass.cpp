@@ -121,7 +121,7 @@ std::optional<int> javaVersionOfClass(const std::string &archiveOrFolder, std::s
     if (!content) {
         return std::nullopt;
     }
-    // The Java Virtual Machine Specification, 4.1: magic, minor version, major version, big-endian.
+    // A class file begins with magic, minor version and major version, big-endian.
     constexpr std::string_view magic = "\xCA\xFE\xBA\xBE";
     constexpr std::size_t majorVersion = 6;
     constexpr int majorVersionOfJava1 = 44;

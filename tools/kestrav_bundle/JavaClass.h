@@ -9,7 +9,7 @@
 
 namespace kestrav::tools {
 
-/// What an archive's manifest says (the JAR file specification, "Main Attributes").
+/// What the main attributes of an archive's manifest say (META-INF/MANIFEST.MF of a Java archive).
 struct Manifest {
     std::optional<std::string> mainClass;
     std::vector<std::string> classPath;   ///< relative URLs, from the archive's folder

@@ -23,7 +23,7 @@ using platform::FileManager;
 /// What kind of machine a program is for: the system's executable format and, where it is one number, the processor.
 /// Empty for anything else, such as a script.
 std::string machineOf(const std::string &path) {
-    // The ELF specification, "ELF Header"; Apple's <mach-o/loader.h>, <mach-o/fat.h>.
+    // As in <elf.h>, and in Apple's <mach-o/loader.h> and <mach-o/fat.h>.
     constexpr std::size_t elfMachine = 18;
     std::array<char, elfMachine + 2> header{};
     const auto file = platform::FileDescriptor::openRegularFile(path);
