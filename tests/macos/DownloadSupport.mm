@@ -13,6 +13,10 @@ void prepareDownloads() {
     unsetenv("http_proxy");
 }
 
+void finishDownloads(int /*others*/) {
+    // A connection that is over or cancelled leaves nothing that works on.
+}
+
 void runMainLoop() {
     NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init];
     [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode beforeDate:[NSDate dateWithTimeIntervalSinceNow:0.05]];

@@ -4,16 +4,44 @@
 #include "platform/Signals.h"
 #include "platform/testing.h"
 
+#include <chrono>
 #include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <thread>
 
 namespace kestrav::tests {
 
+namespace {
+
+std::ptrdiff_t threadCount() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), std::filesystem::directory_iterator());
+}
+
+std::ptrdiff_t idleThreadCount() {
+    static const std::ptrdiff_t count = [] {
+        std::ptrdiff_t others = 0; // the thread sanitizer starts one of its own with the first
+        std::thread([&] { others = threadCount() - 1; }).join();
+        return others;
+    }();
+    return count;
+}
+
+} // namespace
+
 void prepareDownloads() {
+    idleThreadCount();
     platform::Signals::ignoreWriteSignals();
     for (const char *variable : {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"}) {
         unsetenv(variable);
     }
     platform::testing::setMainBundle(KESTRAV_TEST_BUNDLE);
+}
+
+void finishDownloads(int others) {
+    while (threadCount() > idleThreadCount() + others) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 void runMainLoop() {

@@ -48,6 +48,7 @@ protected:
     };
 
     DownloadFixture() { prepareDownloads(); }
+    void TearDown() override { finishDownloads(); }
 
     void start(const std::string &url, Recorder &recorder, double timeout = 60) const {
         recorder.download = platform::URLDownload::create({url, timeout}, recorder);

@@ -7,6 +7,10 @@ namespace kestrav::tests {
 /// Before the first download of a program.
 void prepareDownloads();
 
+/// Waits until no transfer is at work any more, cancelled ones included: at the program's end one would still use the
+/// libraries that clean up then. `others` counts the threads begun since the first `prepareDownloads` that stay.
+void finishDownloads(int others = 0);
+
 /// Waits for something to happen on the main thread, then lets it happen; may also return without.
 void runMainLoop();
 
