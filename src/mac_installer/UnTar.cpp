@@ -182,29 +182,27 @@ bool UnTar::extractFile(Extraction &extraction, const std::string &name, std::in
     }
     std::int32_t copied = 0;
     float lastPercent = 0.0F;
-    bool written = true;
-    while (written && copied < fileLength) {
+    int failure = 0; // the reason for which the file could not be written
+    while (failure == 0 && copied < fileLength) {
         const std::span<const char> piece = extraction.stream.next(static_cast<std::size_t>(fileLength - copied));
         if (piece.empty()) {
             break;
         }
         copied += static_cast<std::int32_t>(piece.size());
-        written = platform::writeAll(file.get(), {piece.data(), piece.size()});
-        const float percent = extraction.percent();
-        if (written && percent != lastPercent) {
+        if (!platform::writeAll(file.get(), {piece.data(), piece.size()})) {
+            failure = errno;
+        } else if (const float percent = extraction.percent(); percent != lastPercent) {
             extraction.report();
             lastPercent = percent;
         }
     }
-    int reason = written ? 0 : errno;
-    if (!file.close() && written) {
-        written = false;
-        reason = errno;
+    if (!file.close() && failure == 0) {
+        failure = errno;
     }
-    if (!written) {
+    if (failure != 0) {
         Log("%s [Line %d] ERROR: stream error", signature, 139);
         Log("%s [Line %d] could not write %@: %s", signature, 139, extraction.path(name),
-            std::generic_category().message(reason));
+            std::generic_category().message(failure));
         return false;
     }
     if (copied < fileLength) {

@@ -79,6 +79,7 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--jar", jar, "--file", "/"}, "would contain the application"},
         {{"--jar", jar, "--file", files / "fifo"}, "neither a file nor a folder"},
         {{"--jar", files / "missing.jar"}, "No such file"},
+        {{"--jar", jar, "--file", ""}, "A file's name is empty"},
         {{"--jar", jar, "--jar", jar}, "There is one --jar"},
         {{"--jar", jar, "--class-path", files.write("other/program.jar", "")}, "Two files are named program.jar"},
         {{"--jar", files.write("*", "")}, "cannot be on a class path"},
@@ -144,6 +145,26 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         EXPECT_THAT(outcome.output, HasSubstr(message));
         EXPECT_THAT(namesIn(folder.path()), ElementsAre()) << message;
     }
+}
+
+TEST(Tool, StringTableHasToHaveEveryMessage) {
+    const TemporaryDirectory files;
+    const std::string whole =
+        contentOf(std::string(KESTRAV_TEMPLATE) + "/Contents/Resources/en.lproj/Localizable.strings");
+    const std::string start = "\n\"";
+    int messages = 0;
+    for (std::size_t line = 0; (line = whole.find(start, line)) != std::string::npos; ++messages) {
+        line += start.size();
+        const std::string key = whole.substr(line, whole.find('"', line) - line);
+        std::string table = whole;
+        table.insert(line, "no-");
+        const TemporaryDirectory folder;
+        const Outcome outcome =
+            makeTool(folder, {"--jar", KESTRAV_PROGRAM_JAR, "--language", "fr=" + files.write("table", table)});
+        EXPECT_EQ(outcome.status, 1) << key;
+        EXPECT_THAT(outcome.output, HasSubstr("has no text for \"" + key + "\""));
+    }
+    EXPECT_GT(messages, 0);
 }
 
 TEST(Tool, NameThatNoClassPathCouldHaveIsRefused) {

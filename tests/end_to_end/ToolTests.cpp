@@ -170,15 +170,33 @@ TEST(Tool, ManifestIsReadAsJavaReadsIt) {
     }
 }
 
-TEST(Tool, WithoutTheClassTheLowestVersionIsAskedFor) {
-    for (const bool given : {false, true}) {
+TEST(Tool, SaysWhereTheRuntimeWillComeFrom) {
+    const TemporaryDirectory files;
+    const std::string earlier = files.write("earlier.plist", propertyList(dictionary({{"ksv.appId", text("1")}})));
+    const std::string nowhere = files.write(
+        "nowhere.plist", propertyList(dictionary({{"JavaVM", dictionary({{"SearchSequence", array({})}})}})));
+    struct Case {
+        std::vector<std::string> options;
+        const char *runtime;
+        bool bounded; // or else the user is to give the lowest version, which no class tells here
+    };
+    const Case cases[] = {
+        {{}, "an installed one, Java of any version\n", false},
+        {{"--min-version", "17"}, "an installed one, Java 17 or newer\n", true},
+        {{"--info", earlier, "--min-version", "17", "--runtime-url", "file:///x.tar.gz"},
+         "an installed one, Java 17 or newer, else that of an earlier installation, else the one from file:///x.tar.gz",
+         true},
+        {{"--info", earlier, "--no-search"}, "that of an earlier installation\n", false},
+        {{"--info", nowhere, "--runtime-url", "file:///x.tar.gz"}, "the one from file:///x.tar.gz\n", false},
+    };
+    for (const Case &test : cases) {
         const TemporaryDirectory folder;
         std::vector<std::string> options{"--main-class", "a.B", "--class-path", "$NAME"};
-        options.insert(options.end(), {"--min-version", "17"});
-        options.resize(options.size() - (given ? 0 : 2));
+        options.insert(options.end(), test.options.begin(), test.options.end());
         const Outcome outcome = makeTool(folder, options);
         EXPECT_EQ(outcome.status, 0) << outcome.output;
-        EXPECT_EQ(outcome.output.find("give --min-version") == std::string::npos, given);
+        EXPECT_THAT(outcome.output, HasSubstr(std::string("runtime: ") + test.runtime));
+        EXPECT_EQ(outcome.output.find("give --min-version") == std::string::npos, test.bounded) << outcome.output;
     }
 }
 

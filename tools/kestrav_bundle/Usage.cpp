@@ -13,8 +13,8 @@ The application
   --app-version V       its version (default: 1.0.0)
   --icon FILE           its icon, an .icns file
   --language LANG       a language of the launcher's messages: en, de, ja or ar; LANG=FILE adds one of your own with its
-                        Localizable.strings, which has all messages. May be given several times; the first is used where none suits the user
-                        (default: all four, en first)
+                        Localizable.strings, which has all messages. May be given several times; the first is used
+                        where none suits the user (default: all four, en first)
 
 The program
   --jar FILE            its archive, which names the main class, unless --main-class does

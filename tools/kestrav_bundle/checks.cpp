@@ -49,7 +49,7 @@ void checkIdentifier(const std::string &identifier) {
 
 /// A version begins with a digit; what may follow is what makers write, as in "17.0.2+8-LTS" or "1.8.0_202".
 bool isVersion(const std::string &text) {
-    return !text.empty() && text.front() >= '0' && text.front() <= '9' &&
+    return !text.empty() && platform::isDecimalDigit(static_cast<unsigned char>(text.front())) &&
            std::all_of(text.begin(), text.end(), [](char character) {
                return isIdentifierCharacter(character) || character == '_' || character == '+';
            });
