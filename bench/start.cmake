@@ -28,7 +28,7 @@ add_custom_command(
 add_custom_target(start_image DEPENDS ${start_work}/made)
 
 add_executable(start_bench start_bench.cpp)
-target_link_libraries(start_bench PRIVATE kestrav_settings)
+target_link_libraries(start_bench PRIVATE bench_harness)
 target_compile_definitions(start_bench PRIVATE
   KESTRAV_START_WORK="${start_work}"
   KESTRAV_TEMPLATE="${CMAKE_BINARY_DIR}/Launcher.app")

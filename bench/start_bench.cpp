@@ -6,112 +6,33 @@
 //
 // Ends with status 1 if the launcher is slower or larger than it may be.
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include "harness.h"
 
-#include <algorithm>
-#include <array>
-#include <chrono>
-#include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
-#include <string>
-#include <system_error>
-#include <vector>
 
 namespace {
 
 namespace fs = std::filesystem;
-using Milliseconds = std::chrono::duration<double, std::milli>;
+using namespace kestrav::bench;
 
 const std::string work = KESTRAV_START_WORK; // holds image/, the application image
 
 constexpr double mayTakeOfJava = 1.03;
 constexpr double mayTakeItself = 2.0; // milliseconds
-constexpr long mayHold = 8192;        // KiB
+constexpr double mayHold = 8;         // MiB
 
-struct Sample {
-    double milliseconds = 0;
-    long residentKiB = 0;
-};
-
-/// Starts a program and measures until it has written its first byte; then the program, and what it has started, ends.
-Sample measure(const std::vector<std::string> &command) {
-    std::array<int, 2> output{};
-    if (pipe2(output.data(), O_CLOEXEC) != 0) {
-        throw std::system_error(errno, std::generic_category(), "pipe");
-    }
-    posix_spawn_file_actions_t actions{};
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
-    posix_spawnattr_t attributes{};
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
-    std::vector<char *> arguments;
-    arguments.reserve(command.size() + 1);
-    for (const std::string &argument : command) {
-        arguments.push_back(const_cast<char *>(argument.c_str()));
-    }
-    arguments.push_back(nullptr);
-
-    pid_t pid = 0;
-    const auto start = std::chrono::steady_clock::now();
-    const int error = posix_spawn(&pid, arguments[0], &actions, &attributes, arguments.data(), environ);
-    close(output[1]);
-    if (error != 0) {
-        throw std::system_error(error, std::generic_category(), command[0]);
-    }
-    char byte = 0;
-    const bool started = read(output[0], &byte, 1) == 1;
-    const Milliseconds time = std::chrono::steady_clock::now() - start;
-    close(output[0]);
-    kill(-pid, SIGKILL);
-    rusage usage{};
-    wait4(pid, nullptr, 0, &usage);
-    posix_spawn_file_actions_destroy(&actions);
-    posix_spawnattr_destroy(&attributes);
-    if (!started) {
-        throw std::runtime_error(command[0] + " has not started the program");
-    }
-    return {time.count(), usage.ru_maxrss};
+Contender starting(const char *name, const std::vector<std::string> &command) {
+    return {name, [=] { return Process(command).untilFirstByte(); }};
 }
 
-struct Contender {
-    std::string name;
-    std::function<std::vector<std::string>()> command; // called before each start
-    std::vector<double> times = {};
-};
-
-/// What the machine does besides only ever adds.
-double least(const std::vector<double> &times) {
-    return *std::min_element(times.begin(), times.end());
-}
-
-double median(std::vector<double> times) {
-    const auto middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
-    std::nth_element(times.begin(), middle, times.end());
-    return *middle;
-}
-
-/// The median of the rounds' ratios: what the machine does besides, it does to the neighbours of a round alike.
-double medianRatio(const std::vector<double> &times, const std::vector<double> &others) {
-    std::vector<double> ratios(times.size());
-    std::transform(times.begin(), times.end(), others.begin(), ratios.begin(), std::divides<>());
-    return median(ratios);
-}
-
-std::function<std::vector<std::string>()> inProcess(const std::string &executable, const std::string &file,
-                                                    const std::string &lines) {
-    return [=]() -> std::vector<std::string> {
-        std::ofstream(file) << lines; // the launcher deletes it
-        return {executable, "__ksv_invoke_other", file};
-    };
+Contender inProcess(const std::string &executable, const std::string &lines) {
+    return {"in process", [=] {
+                const std::string file = work + "/arguments";
+                std::ofstream(file) << lines; // the launcher deletes it
+                return Process({executable, "__ksv_invoke_other", file}).untilFirstByte();
+            }};
 }
 
 /// An application bundle for both modes, made from the template.
@@ -131,32 +52,17 @@ bool compare(int rounds) {
     const std::string runtime = work + "/image/lib/runtime";
     const std::string jar = work + "/image/lib/app/started.jar";
     const std::string executable = makeBundle(runtime, jar);
-    std::array<Contender, 4> contenders{{
-        {"java",
-         [&] {
-             return std::vector<std::string>{runtime + "/bin/java", "-cp", jar, "Started"};
-         }},
-        {"in process", inProcess(executable, work + "/arguments", runtime + "\n-cp\n" + jar + "\nStarted")},
-        {"as a child", [&] { return std::vector<std::string>{executable}; }},
-        {"application image", [&] { return std::vector<std::string>{work + "/image/bin/image"}; }},
-    }};
+    std::vector<Contender> contenders{
+        starting("java", {runtime + "/bin/java", "-cp", jar, "Started"}),
+        inProcess(executable, runtime + "\n-cp\n" + jar + "\nStarted"),
+        starting("as a child", {executable}),
+        starting("application image", {work + "/image/bin/image"}),
+    };
     constexpr int warmUp = 3;
-    for (int round = -warmUp; round < rounds; ++round) {
-        for (Contender &contender : contenders) {
-            const Sample sample = measure(contender.command());
-            if (round >= 0) {
-                contender.times.push_back(sample.milliseconds);
-            }
-        }
-    }
-    const std::vector<double> &java = contenders[0].times;
-    std::printf("%-20s %9s %9s %9s\n", "start to main, ms", "least", "median", "of java");
-    for (const Contender &contender : contenders) {
-        std::printf("%-20s %9.2f %9.2f %9.3f\n", contender.name.c_str(), least(contender.times),
-                    median(contender.times), medianRatio(contender.times, java));
-    }
-    return medianRatio(contenders[1].times, java) <= mayTakeOfJava &&
-           medianRatio(contenders[1].times, contenders[3].times) < 1;
+    takeTurns(contenders, rounds, warmUp);
+    printTable("start to main", contenders);
+    const bool quick = within("in process, of java", medianRatio(contenders[1], contenders[0]), mayTakeOfJava);
+    return within("in process, of the application image", medianRatio(contenders[1], contenders[3]), 1) && quick;
 }
 
 bool measureOwnPart(int rounds) {
@@ -164,32 +70,22 @@ bool measureOwnPart(int rounds) {
     fs::create_directories(runtime + "/lib");
     fs::copy_file(KESTRAV_TEST_JLI "/COMPLETE/libjli.so", runtime + "/lib/libjli.so",
                   fs::copy_options::overwrite_existing);
-    const std::string executable = makeBundle(runtime, "");
-    const auto command = inProcess(executable, work + "/arguments", runtime + "\nMain");
-    std::vector<double> times;
-    long resident = 0;
-    for (int round = 0; round < rounds * 10; ++round) {
-        const Sample sample = measure(command());
-        times.push_back(sample.milliseconds);
-        resident = std::max(resident, sample.residentKiB);
-    }
-    const double own = least(times);
-    std::printf("\nstart to JLI_Launch  %.2f ms, median %.2f ms, %ld KiB resident\n", own, median(times), resident);
-    return own < mayTakeItself && resident < mayHold;
+    std::vector<Contender> alone{inProcess(makeBundle(runtime, ""), runtime + "\nMain")};
+    takeTurns(alone, rounds * 10);
+    printTable("start to JLI_Launch", alone);
+    // The least time: what the machine does besides only ever adds.
+    const bool quick = within("own part, ms", alone[0].quantile(0), mayTakeItself);
+    return within("own part, MiB", alone[0].quantile(1, &Sample::peak), mayHold) && quick;
 }
 
 } // namespace
 
 int main(int argc, char **argv) {
-    try {
-        const int rounds = argc > 1 ? std::atoi(argv[1]) : 40;
+    constexpr int usualRounds = 40;
+    return runMain("start_bench", [&] {
+        const int rounds = argc > 1 ? std::atoi(argv[1]) : usualRounds;
         setenv("XDG_CONFIG_HOME", (work + "/configuration").c_str(), 1);
         const bool quick = compare(rounds);
-        const bool small = measureOwnPart(rounds);
-        std::puts(quick && small ? "within the limits" : "BEYOND THE LIMITS");
-        return quick && small ? 0 : 1;
-    } catch (const std::exception &exception) {
-        std::fprintf(stderr, "start_bench: %s\n", exception.what());
-        return 2;
-    }
+        return measureOwnPart(rounds) && quick;
+    });
 }

@@ -1,15 +1,11 @@
-// Stands in for bin/java: says when it runs, and waits for its end.
+// Stands in for bin/java: writes a byte as soon as it runs, and waits for its end.
 
 #include <unistd.h>
 
-#include <ctime>
-
 int main() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
     constexpr unsigned ownLimit = 60; // seconds
     alarm(ownLimit);
-    if (write(STDOUT_FILENO, &now, sizeof now) == sizeof now) {
+    if (write(STDOUT_FILENO, "x", 1) == 1) {
         pause();
     }
     return 1;
