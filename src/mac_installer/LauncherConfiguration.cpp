@@ -19,9 +19,11 @@ namespace {
 constexpr const char *signature = "-[Launcher readJavaParameters:options:mainClass:args:firstThread:]";
 
 /// The program is told the user's language as command-line programs expect it; a language that is set already stays.
+/// What follows an "@" (a calendar, a currency) has no meaning in LANG.
 void setLanguage() {
     if (const auto locale = platform::UserDefaults::standardUserDefaults().stringForKey("AppleLocale")) {
-        ProcessInfo::processInfo().setEnvironmentVariable("LANG", *locale + ".UTF-8", false);
+        ProcessInfo::processInfo().setEnvironmentVariable("LANG", locale->substr(0, locale->find('@')) + ".UTF-8",
+                                                          false);
     }
 }
 

@@ -2,8 +2,11 @@
 #include "mac_installer/Launcher.h"
 #include "mac_installer/RuntimeHome.h"
 #include "mac_installer/global.h"
+#include "platform/Exception.h"
 #include "platform/ProcessInfo.h"
 #include "platform/text.h"
+
+#include <algorithm>
 
 namespace kestrav {
 
@@ -14,10 +17,28 @@ namespace {
 
 constexpr std::string_view variableStart = "${";
 
-void replaceIn(std::string &text, std::string_view variable, std::string_view value) {
-    if (text.find(variable) != std::string::npos) {
-        text = replacingOccurrences(text, variable, value);
+/// No command line takes a longer text. A few variables that hold one another several times would make texts without
+/// end.
+constexpr std::size_t mostBytes = std::size_t{1} << 24U;
+
+/// Raises if the text, which was `source` in the configuration, becomes longer than that.
+void replaceIn(std::string &text, std::string_view variable, std::string_view value, std::string_view source) {
+    std::size_t size = text.size();
+    auto position = text.find(variable);
+    if (position == std::string::npos) {
+        return;
     }
+    for (; position != std::string::npos; position = text.find(variable, position + variable.size())) {
+        size += value.size() - variable.size(); // modulo the type's range where the value is shorter
+        if (value.size() > variable.size() && size > mostBytes) {
+            constexpr std::size_t shown = 80;
+            const std::string beginning = platform::utf8(platform::utf16(source).substr(0, shown));
+            throw platform::Exception(
+                platform::InvalidArgumentException,
+                platform::format("\"%@\" is too long once its variables are replaced", beginning));
+        }
+    }
+    text = replacingOccurrences(text, variable, value);
 }
 
 /// Of the environment variables from `from` on, the first that the text refers to; the end if there is none.
@@ -25,10 +46,15 @@ ProcessInfo::Environment::const_iterator firstReferenced(const std::string &text
                                                          const ProcessInfo::Environment &environment,
                                                          ProcessInfo::Environment::const_iterator from) {
     auto first = environment.end();
+    std::size_t brace = 0; // the first one behind `nameStart`; never looked for twice, however many names have no end
     for (auto start = text.find(variableStart); start != std::string::npos;
          start = text.find(variableStart, start + 1)) {
         const auto nameStart = start + variableStart.size();
-        for (auto end = text.find('}', nameStart); end != std::string::npos; end = text.find('}', end + 1)) {
+        brace = text.find('}', std::max(brace, nameStart));
+        if (brace == std::string::npos) {
+            break;
+        }
+        for (auto end = brace; end != std::string::npos; end = text.find('}', end + 1)) {
             const auto found = environment.find(std::string_view(text).substr(nameStart, end - nameStart));
             if (found != environment.end() && found->first >= from->first &&
                 (first == environment.end() || found->first < first->first)) {
@@ -46,14 +72,14 @@ ProcessInfo::Environment::const_iterator firstReferenced(const std::string &text
 
 /// Replaces variable by variable in the environment's order; one in a value counts if its turn is still to come. Looks
 /// only at the variables that the text names, since an options file has many lines and the environment many variables.
-void replaceEnvironment(std::string &text) {
+void replaceEnvironment(std::string &text, std::string_view source) {
     const auto &environment = ProcessInfo::processInfo().environment();
     for (auto next = environment.begin(); next != environment.end(); ++next) {
         next = firstReferenced(text, environment, next);
         if (next == environment.end()) {
             return;
         }
-        text = replacingOccurrences(text, "${" + next->first + "}", next->second);
+        replaceIn(text, "${" + next->first + "}", next->second, source);
     }
 }
 
@@ -87,19 +113,22 @@ std::string Launcher::replaceVariables(std::string_view text) const {
 
     std::string result(text);
     if (result.find('$') != std::string::npos) {
+        const auto replace = [&](std::string_view variable, std::string_view value) {
+            replaceIn(result, variable, value, text);
+        };
         const std::string &bundlePath = platform::Bundle::mainBundle().bundlePath();
-        replaceIn(result, "$APP_PACKAGE", bundlePath);
-        replaceIn(result, "${launcher:sys.launcherDirectory}", bundlePath);
-        replaceIn(result, "${launcher:sys.pathlistSeparator}", ":");
+        replace("$APP_PACKAGE", bundlePath);
+        replace("${launcher:sys.launcherDirectory}", bundlePath);
+        replace("${launcher:sys.pathlistSeparator}", ":");
         constexpr std::string_view tempDir = "${launcher:sys.tempDir}";
         if (result.find(tempDir) != std::string::npos) {
-            replaceIn(result, tempDir, platform::temporaryDirectory().value_or(std::string(tempDir)));
+            replace(tempDir, platform::temporaryDirectory().value_or(std::string(tempDir)));
         }
         if (javaBundlePath && result.find("${launcher:sys.jvmHome}") != std::string::npos) {
-            replaceIn(result, "${launcher:sys.jvmHome}", getJreLocation(*javaBundlePath, platform::FileManager()));
+            replace("${launcher:sys.jvmHome}", getJreLocation(*javaBundlePath, platform::FileManager()));
         }
         if (result.find(variableStart) != std::string::npos) {
-            replaceEnvironment(result);
+            replaceEnvironment(result, text);
         }
     }
 

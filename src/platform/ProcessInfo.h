@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <forward_list>
 #include <map>
 #include <optional>
 #include <string>
@@ -9,7 +11,8 @@
 namespace kestrav::platform {
 
 /// What the process was started with. The environment is a copy of its own, taken at first use: changes reach variables
-/// and children, never the real environment. Filled before other threads exist; one thread changes it afterwards.
+/// and children, never the real environment. Filled before other threads exist. One thread may change the environment
+/// afterwards while others read it: a change makes a new copy, and earlier ones stay for those who still read them.
 class ProcessInfo {
 public:
     using Environment = std::map<std::string, std::string, std::less<>>;
@@ -21,7 +24,7 @@ public:
     /// Called once by the process's entry.
     void setArguments(int argc, const char *const *argv);
 
-    [[nodiscard]] const Environment &environment() const { return environment_; }
+    [[nodiscard]] const Environment &environment() const { return *current_.load(); }
     [[nodiscard]] std::optional<std::string> environmentVariable(std::string_view name) const;
     /// Sets a variable in the copy; an existing one is kept unless `overwrite`.
     void setEnvironmentVariable(std::string_view name, std::string_view value, bool overwrite);
@@ -36,7 +39,8 @@ private:
     ProcessInfo();
 
     std::vector<std::string> arguments_;
-    Environment environment_;
+    std::forward_list<Environment> copies_; // of the environment, the newest first
+    std::atomic<const Environment *> current_;
 };
 
 /// Ends the process with a status: output is flushed, no destructor of any thread runs. The first caller wins; a later

@@ -106,10 +106,12 @@ TEST_F(Configuration, TheFirstMatchingVersionPatternCounts) {
 
 TEST_F(Configuration, TheLanguageIsSetUnlessItIsAlready) {
     directory.write("home/.config/kestrav/.GlobalPreferences.plist",
-                    PropertyList(Dictionary{{"AppleLocale", "fr_CA"}}).serialize());
+                    PropertyList(Dictionary{{"AppleLocale", "fr_CA@calendar=buddhist"}}).serialize());
     const auto &process = platform::ProcessInfo::processInfo();
+    const auto &readByAnotherThread = process.environment();
     readConfiguration();
     EXPECT_EQ(process.environmentVariable("LANG"), "fr_CA.UTF-8");
+    EXPECT_EQ(readByAnotherThread.count("LANG"), 0U);
     setEnvironment({{"LANG", "C"}});
     readConfiguration();
     EXPECT_EQ(process.environmentVariable("LANG"), "C");

@@ -1,3 +1,4 @@
+#include "platform/Exception.h"
 #include "support/LauncherFixture.h"
 
 namespace kestrav::tests {
@@ -27,6 +28,29 @@ TEST_F(Variables, AreReplacedWhereTheyAreKnown) {
     for (const auto &[text, expected] : cases) {
         EXPECT_EQ(launcher.replaceVariables(text), expected) << text;
     }
+    // Many names without an end take no longer than their number asks for: the square of it is half an hour.
+    std::string many;
+    for (int count = 0; count < 1'000'000; ++count) {
+        many += "${";
+    }
+    EXPECT_EQ(launcher.replaceVariables(many), many);
+    EXPECT_EQ(launcher.replaceVariables(many + "B}"), many.substr(2) + "${A}!");
+}
+
+TEST_F(Variables, ThatHoldOneAnotherDoNotGrowWithoutEnd) {
+    platform::ProcessInfo::Environment doubling;
+    for (char name = 'a'; name < 'z'; ++name) {
+        const std::string next = "${" + std::string(1, static_cast<char>(name + 1)) + "}";
+        doubling[std::string(1, name)] = next + next;
+    }
+    setEnvironment(doubling);
+    try {
+        static_cast<void>(launcher.replaceVariables("-Dx=${a}"));
+        FAIL();
+    } catch (const platform::Exception &exception) {
+        EXPECT_EQ(exception.reason(), "\"-Dx=${a}\" is too long once its variables are replaced");
+    }
+    EXPECT_EQ(launcher.replaceVariables("${s}").size(), 4U * 128);
 }
 
 TEST_F(Variables, TheJavaHomeFollowsTheRuntimesLayout) {

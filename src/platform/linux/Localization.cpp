@@ -4,6 +4,9 @@
 #include "platform/path.h"
 #include "platform/text.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace kestrav::platform {
 
 namespace {
@@ -30,6 +33,43 @@ void appendLanguage(std::vector<std::string> &languages, std::string_view locale
         languages.emplace_back("zh-Hant");
     }
     languages.push_back(underscored.substr(0, underscored.find('_')));
+}
+
+/// Folders of old bundles are named after the language instead of its code.
+constexpr std::pair<std::string_view, std::string_view> oldNames[] = {
+    {"de", "German"},  {"en", "English"},  {"es", "Spanish"}, {"fr", "French"},
+    {"it", "Italian"}, {"ja", "Japanese"}, {"nl", "Dutch"},
+};
+
+/// The other name of a language that has two; empty if it has one.
+std::string_view otherName(std::string_view language) {
+    for (const auto &[code, name] : oldNames) {
+        if (language == code || language == name) {
+            return language == code ? name : code;
+        }
+    }
+    return {};
+}
+
+std::optional<std::string> fileIn(const std::string &resources, std::string_view language, std::string_view fileName) {
+    std::string file =
+        appendingPathComponent(appendingPathComponent(resources, std::string(language) + ".lproj"), fileName);
+    return !language.empty() && FileManager().fileExistsAtPath(file) ? std::optional(std::move(file)) : std::nullopt;
+}
+
+/// The file of the first language, by name, that has one.
+std::optional<std::string> fileOfAnyLanguage(const std::string &resources, std::string_view fileName) {
+    constexpr std::string_view extension = ".lproj";
+    auto names = FileManager().contentsOfDirectoryAtPath(resources).value_or(std::vector<std::string>());
+    std::sort(names.begin(), names.end());
+    for (const std::string &name : names) {
+        if (name.ends_with(extension)) {
+            if (auto file = fileIn(resources, name.substr(0, name.size() - extension.size()), fileName)) {
+                return file;
+            }
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -63,13 +103,15 @@ std::optional<std::string> localizedResource(const std::string &resources, std::
     }
     languages.emplace_back("en");
     for (const std::string &language : languages) {
-        std::string file = appendingPathComponent(appendingPathComponent(resources, language + ".lproj"), fileName);
-        if (FileManager().fileExistsAtPath(file)) {
-            return file;
+        for (const std::string_view name : {std::string_view(language), otherName(language)}) {
+            if (auto file = fileIn(resources, name, fileName)) {
+                return file;
+            }
         }
     }
     std::string file = appendingPathComponent(resources, fileName);
-    return FileManager().fileExistsAtPath(file) ? std::optional(std::move(file)) : std::nullopt;
+    return FileManager().fileExistsAtPath(file) ? std::optional(std::move(file))
+                                                : fileOfAnyLanguage(resources, fileName);
 }
 
 } // namespace kestrav::platform

@@ -13,7 +13,8 @@ namespace kestrav::platform {
 [[nodiscard]] std::vector<std::string> preferredLanguages(const ProcessInfo::Environment &environment);
 
 /// The path of a file in the LANGUAGE.lproj folder that suits the user best: a preferred language, the bundle's
-/// development region, English; without any of these the file in `resources` itself. Empty if there is none.
+/// development region, English; without any of these the file in `resources` itself, else that of the first language by
+/// name. Empty if there is none.
 [[nodiscard]] std::optional<std::string> localizedResource(const std::string &resources, std::string_view fileName,
                                                            const std::optional<std::string> &developmentRegion);
 

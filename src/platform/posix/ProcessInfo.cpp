@@ -24,13 +24,13 @@ ProcessInfo &ProcessInfo::processInfo() {
     return info.get();
 }
 
-ProcessInfo::ProcessInfo() {
+ProcessInfo::ProcessInfo() : copies_(1), current_(&copies_.front()) {
     for (char **entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
         const std::string_view text(*entry);
         const std::size_t equals = text.find('=');
         if (equals != std::string_view::npos) {
             // Of two entries of one name the first counts, as it does for getenv.
-            environment_.emplace(text.substr(0, equals), text.substr(equals + 1));
+            copies_.front().emplace(text.substr(0, equals), text.substr(equals + 1));
         }
     }
 }
@@ -40,16 +40,18 @@ void ProcessInfo::setArguments(int argc, const char *const *argv) {
 }
 
 std::optional<std::string> ProcessInfo::environmentVariable(std::string_view name) const {
-    const auto found = environment_.find(name);
-    return found == environment_.end() ? std::nullopt : std::optional(found->second);
+    const Environment &environment = this->environment();
+    const auto found = environment.find(name);
+    return found == environment.end() ? std::nullopt : std::optional(found->second);
 }
 
 void ProcessInfo::setEnvironmentVariable(std::string_view name, std::string_view value, bool overwrite) {
-    if (overwrite) {
-        environment_.insert_or_assign(std::string(name), std::string(value));
-    } else {
-        environment_.emplace(name, value);
+    if (!overwrite && environment().count(name) != 0) {
+        return;
     }
+    Environment changed = environment();
+    changed.insert_or_assign(std::string(name), std::string(value));
+    current_ = &copies_.emplace_front(std::move(changed));
 }
 
 std::string ProcessInfo::processName() const {

@@ -1,6 +1,8 @@
 #include "platform/linux/Localization.h"
 #include "platform/linux/StringTable.h"
 #include "platform/support/utf16Bytes.h"
+#include "platform/testing.h"
+#include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -67,6 +69,29 @@ TEST(Localization, OrdersLanguages) {
         std::vector<std::string> names = preferredLanguages(environment);
         names.erase(std::unique(names.begin(), names.end()), names.end());
         EXPECT_EQ(names, languages);
+    }
+}
+
+TEST(Localization, FindsATableIfThereIsAny) {
+    const struct {
+        const char *language;
+        std::optional<std::string> region;
+        std::vector<std::string> folders;
+        std::optional<std::string> found;
+    } cases[] = {
+        {"de_AT.UTF-8", "en", {"de", "en"}, "de"},          {"de_AT.UTF-8", "en", {"German", "en"}, "German"},
+        {"de", std::nullopt, {"English", "fr"}, "English"}, {"de", "French", {"fr", "it"}, "fr"},
+        {"de", std::nullopt, {"nl", "fr"}, "fr"},           {"de", "tlh", {}, std::nullopt},
+    };
+    for (const auto &[language, region, folders, found] : cases) {
+        const tests::TemporaryDirectory directory;
+        for (const std::string &folder : folders) {
+            directory.write(folder + ".lproj/t", "");
+        }
+        directory.makeDirectory("a.lproj"); // one without a table
+        testing::setEnvironment({{"LANG", language}});
+        EXPECT_EQ(localizedResource(directory.path(), "t", region),
+                  found ? std::optional(directory / (*found + ".lproj/t")) : std::nullopt);
     }
 }
 
