@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 
 #include <csignal>
+#include <future>
 #include <tuple>
 #include <utility>
 
@@ -184,14 +185,26 @@ TEST(Tool, AnExistingApplicationStaysUntilTheNewOneIsComplete) {
         return all;
     };
     folder.write("Test.app/precious", "kept");
-    EXPECT_THAT(makeTool(folder, with({"--replace"})).output, HasSubstr("is no application, so it is not replaced"));
+    EXPECT_THAT(makeTool(folder, with({"--replace"})).output,
+                HasSubstr("is not an application, so it is not replaced"));
     folder.write("Test.app/Contents/Info.plist", "old");
     EXPECT_THAT(makeTool(folder, options).output, HasSubstr("is already there"));
     EXPECT_THAT(makeTool(folder, with({"--replace", "--icon", folder / "none"})).output, HasSubstr("cannot be read"));
     EXPECT_EQ(contentOf(folder / "Test.app/precious"), "kept");
-    EXPECT_EQ(makeTool(folder, with({"--replace"})).status, 0);
+    // Several at once, and a killed run before them.
+    folder.write(".kestrav-bundle-killed/old/Other.app/Contents/Info.plist", "other");
+    folder.write(".kestrav-bundle-killed/old/Test.app/Contents/Info.plist", "older");
+    std::vector<std::future<Outcome>> runs(4);
+    for (auto &each : runs) {
+        each = std::async(std::launch::async, [&] { return makeTool(folder, with({"--replace"})); });
+    }
+    for (auto &each : runs) {
+        const Outcome outcome = each.get();
+        EXPECT_EQ(outcome.status, 0) << outcome.output;
+    }
     EXPECT_FALSE(fs::exists(folder / "Test.app/precious"));
-    EXPECT_THAT(namesIn(folder.path()), UnorderedElementsAre("Test.app", "home", "outside"));
+    EXPECT_EQ(contentOf(folder / "Other.app/Contents/Info.plist"), "other");
+    EXPECT_THAT(namesIn(folder.path()), UnorderedElementsAre("Other.app", "Test.app", "home", "outside"));
 }
 
 } // namespace

@@ -34,6 +34,7 @@ struct MadeBundle : AppBundle {
 TEST(Tool, ApplicationRunsOnEachKindOfRuntime) {
     const TemporaryDirectory folder;
     const std::string home = makeHome(folder);
+    fs::permissions(folder.path(), fs::perms::all);
     std::list<MadeBundle> bundles;
     const std::string carried = bundles.emplace_back(std::vector<std::string>{"--runtime", home}).path();
     const LoopbackServer server(answers({{"/jre", ok(contentOf(carried + "/Contents/Resources/app/jre.tar.gz"))}}));
@@ -43,7 +44,7 @@ TEST(Tool, ApplicationRunsOnEachKindOfRuntime) {
         std::vector<std::string>{"--search", "R" + home, "--min-version", "17", "--max-version", "17"});
     Launches launches;
     for (const MadeBundle &bundle : bundles) {
-        launches.push_back(std::make_unique<Launch>(bundle, Start{.arguments = {"more"}}));
+        launches.push_back(std::make_unique<Launch>(bundle, Start{.arguments = {"more"}, .asNobody = true}));
     }
     expectStatus(launches, 0);
     const std::string copied = "jre.bundle/Contents/Home";

@@ -2,19 +2,18 @@
 
 #include "Configuration.h"
 #include "FileTree.h"
-#include "Interruption.h"
 #include "Program.h"
 #include "Resources.h"
 #include "Runtime.h"
 #include "RuntimeArchive.h"
 #include "RuntimeTree.h"
+#include "Workshop.h"
 #include "checks.h"
 #include "platform/FileManager.h"
 #include "platform/path.h"
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <filesystem>
 
 namespace kestrav::tools {
@@ -28,40 +27,6 @@ using platform::Bundle;
 
 constexpr const char *executable = "Contents/MacOS/launcher";
 constexpr const char *files = "Contents/Resources/app";
-
-/// The folder in which the application is to lie.
-std::string folderOf(const std::string &output) {
-    const std::string parent = platform::deletingLastPathComponent(output);
-    return parent.empty() ? "." : parent;
-}
-
-/// A folder beside the application in which it is made; it goes with this object.
-class Workshop {
-public:
-    explicit Workshop(const std::string &output) {
-        path_ = appendingPathComponent(folderOf(output), ".kestrav-bundle-XXXXXX");
-        if (::mkdtemp(path_.data()) == nullptr) {
-            throw Refusal("Could not make anything in the folder " + folderOf(output) + ": " +
-                          std::generic_category().message(errno));
-        }
-    }
-    Workshop(const Workshop &) = delete;
-    Workshop &operator=(const Workshop &) = delete;
-    ~Workshop() {
-        if (!kept_) {
-            std::error_code left;
-            fs::remove_all(path_, left);
-        }
-    }
-
-    [[nodiscard]] std::string place(const char *name) const { return appendingPathComponent(path_, name); }
-    /// Leaves everything where it is.
-    void keep() { kept_ = true; }
-
-private:
-    std::string path_;
-    bool kept_ = false;
-};
 
 /// What another application's files and runtime would do in this one, nobody can tell.
 void requireEmpty(const std::string &bundleTemplate) {
@@ -89,6 +54,14 @@ std::string findTemplate(const Request &request, const std::string &ownFolder) {
         }
     }
     throw Refusal("There is no launcher template at " + places.front() + " (" + executable + " is missing there)");
+}
+
+platform::PropertyList templateInfoOf(const std::string &bundleTemplate) {
+    const auto bundle = Bundle::create(bundleTemplate);
+    if (!bundle) {
+        throw Refusal("The launcher template " + bundleTemplate + " cannot be read");
+    }
+    return bundle->infoDictionary();
 }
 
 /// Refuses a folder that the application would lie in: it cannot contain itself.
@@ -134,47 +107,6 @@ std::uint64_t placeRuntime(const Runtime &runtime, RuntimeForm form, const std::
     return size;
 }
 
-void requireFree(const Request &request) {
-    if (!fs::exists(fs::symlink_status(request.output))) {
-        return;
-    }
-    if (!request.replace) {
-        throw Refusal(request.output + " is already there; --replace puts the new one in its place");
-    }
-    if (!fs::exists(appendingPathComponent(request.output, "Contents/Info.plist"))) {
-        throw Refusal(request.output + " is no application, so it is not replaced");
-    }
-}
-
-/// Puts the finished application where it belongs; the one that was there goes last.
-void deliver(const Request &request, Workshop &workshop, const std::string &finished, std::vector<std::string> &notes) {
-    raiseIfInterrupted();
-    requireFree(request);
-    const std::string old = workshop.place("old");
-    const bool replaces = fs::exists(fs::symlink_status(request.output));
-    if (replaces) {
-        fs::rename(request.output, old);
-    }
-    std::error_code error;
-    fs::rename(finished, request.output, error);
-    if (error) {
-        std::string whereOldIs;
-        std::error_code lost;
-        if (replaces) {
-            fs::rename(old, request.output, lost);
-        }
-        if (lost) {
-            workshop.keep();
-            whereOldIs = "; the old one is " + old;
-        }
-        throw Refusal("The application could not be put at " + request.output + ": " + error.message() + whereOldIs);
-    }
-    fs::remove_all(old, error);
-    if (error) {
-        notes.push_back("the old application could not be removed, the rest is " + old + ": " + error.message());
-    }
-}
-
 /// What the application without a runtime of its own will look for.
 std::string wantedRuntime(const RuntimeBounds &bounds, const Request &request) {
     std::string versions = bounds.minVersion ? " " + *bounds.minVersion : "";
@@ -195,6 +127,7 @@ std::string wantedRuntime(const RuntimeBounds &bounds, const Request &request) {
 std::vector<std::string> makeApplication(const Request &asked, const std::string &ownFolder) {
     const Request request = withInfo(asked);
     checkRequest(request);
+    tidyUp(folderOf(request.output));
     requireFree(request);
     const std::string bundleTemplate = findTemplate(request, ownFolder);
     const Program program = examineProgram(request);
@@ -204,13 +137,13 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
         runtime = examineRuntime(*request.runtime, bounds, appendingPathComponent(bundleTemplate, executable));
         requireOutside(runtime->folder, request.output);
     }
-    const auto templateInfo = Bundle::create(bundleTemplate)->infoDictionary();
+    const auto templateInfo = templateInfoOf(bundleTemplate);
     static_cast<void>(configuration(templateInfo, request, program, 0)); // refuses before anything is written
 
     const FileTree tree = applicationTree(bundleTemplate, program, request.output);
     std::vector<std::string> notes = program.notes;
     notes.insert(notes.end(), tree.notes.begin(), tree.notes.end());
-    Workshop workshop(request.output);
+    Workshop workshop(request);
     const std::string application = workshop.place("new.app");
     copyTree(tree, application);
     const std::string resources = appendingPathComponent(application, "Contents/Resources");
@@ -224,7 +157,7 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
                                                          info.serialize())) {
         throw Refusal("Info.plist could not be written: " + error.message());
     }
-    deliver(request, workshop, application, notes);
+    workshop.deliver(application, notes);
     if (!runtime) {
         if (!bounds.minVersion) {
             notes.emplace_back(

@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 
 using Kind = TreeEntry::Kind;
 
-constexpr mode_t permissionBits = 0777;
+constexpr mode_t linkMode = 0777;
 constexpr mode_t directoryMode = 0755;
 
 [[noreturn]] void raise(const fs::path &path, const std::string &reason) {
@@ -62,7 +62,7 @@ public:
         }
         TreeEntry entry;
         entry.source = source.string();
-        entry.mode = found.st_mode & permissionBits;
+        entry.mode = (found.st_mode & S_IXUSR) != 0 ? programMode : fileMode;
         entry.modified = found.st_mtime;
         if (S_ISDIR(found.st_mode)) {
             entry.kind = Kind::directory;
@@ -92,7 +92,7 @@ private:
         TreeEntry link;
         link.kind = Kind::link;
         link.target = target.string();
-        link.mode = permissionBits;
+        link.mode = linkMode;
         append(std::move(link), place);
         return true;
     }
@@ -118,8 +118,8 @@ private:
     std::vector<fs::path> open_; ///< the folders on the way to the one that is being read
 };
 
-void copyFile(const TreeEntry &entry, const std::string &path) {
-    constexpr unsigned ownerOnly = 0600;
+void writeFile(const TreeEntry &entry, const std::string &path) {
+    constexpr unsigned ownerOnly = 0600; // until it is complete
     auto file = platform::FileDescriptor::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, ownerOnly);
     const auto require = [&](bool succeeded) {
         if (!succeeded) {
@@ -128,19 +128,17 @@ void copyFile(const TreeEntry &entry, const std::string &path) {
     };
     require(file.valid());
     readContent(entry, [&](std::string_view piece) { require(platform::writeAll(file.get(), piece)); });
+    require(::fchmod(file.get(), entry.mode) == 0);
     require(file.close());
 }
 
-void copyEntry(const TreeEntry &entry, const fs::path &path) {
+void writeEntry(const TreeEntry &entry, const fs::path &path) {
     if (entry.kind == Kind::directory) {
         fs::create_directories(path);
     } else if (entry.kind == Kind::link) {
         fs::create_symlink(entry.target, path);
-    } else if (!entry.source.empty()) {
-        copyFile(entry, path.string());
-        fs::permissions(path, static_cast<fs::perms>(entry.mode) | fs::perms::owner_read | fs::perms::owner_write);
-    } else if (const auto error = platform::writeFileAtomically(path.string(), entry.content)) {
-        raise(path, error.message());
+    } else {
+        writeFile(entry, path.string());
     }
 }
 
@@ -196,7 +194,7 @@ void copyTree(const FileTree &tree, const std::string &folder) {
     fs::create_directories(folder);
     for (const TreeEntry &entry : tree.entries) {
         raiseIfInterrupted();
-        copyEntry(entry, fs::path(folder) / entry.name);
+        writeEntry(entry, fs::path(folder) / entry.name);
     }
 }
 

@@ -11,6 +11,10 @@
 
 namespace kestrav::tools {
 
+/// What everybody may do with the files of an application, whatever the rights of the originals.
+constexpr mode_t fileMode = 0644;
+constexpr mode_t programMode = 0755;
+
 /// One folder, file or link as it travels.
 struct TreeEntry {
     enum class Kind { directory, file, link };
@@ -42,8 +46,7 @@ struct FileTree {
 /// or is another one by now, and `Interrupted` after a signal.
 void readContent(const TreeEntry &entry, const std::function<void(std::string_view)> &receiver);
 
-/// Writes the entries into a folder, which is made. Everything can be changed by the owner then, whatever the rights of
-/// the originals. Raises `Interrupted` after a signal.
+/// Writes the entries into a folder, which is made. Raises `Interrupted` after a signal.
 void copyTree(const FileTree &tree, const std::string &folder);
 
 } // namespace kestrav::tools

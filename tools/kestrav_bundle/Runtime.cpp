@@ -73,6 +73,9 @@ Runtime examineRuntime(const std::string &path, const RuntimeBounds &bounds, con
 
     const auto checker = Launcher::launcher();
     checker->javaBundle = Bundle::create(runtime.isBundle && !runtime.hasInfo ? home : runtime.folder);
+    if (!checker->javaBundle) {
+        throw Refusal("The runtime " + path + " cannot be read");
+    }
     const CandidateInfo declared = candidateInfo(*checker->javaBundle, false);
     if (!declared.version) {
         throw Refusal("The runtime " + path + " does not declare its version, neither in " +

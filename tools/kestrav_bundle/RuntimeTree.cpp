@@ -6,8 +6,6 @@ namespace kestrav::tools {
 
 namespace {
 
-constexpr mode_t fileMode = 0644;
-
 /// True for what file managers leave behind; the launcher would not extract it.
 bool isDebris(const TreeEntry &entry) {
     return ("/" + entry.name).find("/._") != std::string::npos || entry.name.ends_with("/.DS_Store");

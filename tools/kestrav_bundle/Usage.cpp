@@ -45,11 +45,11 @@ Its runtime: one that it carries, one that it downloads, or one that is installe
 More
   --info FILE           a property list whose entries go into Info.plist, above those made by the options
   --template FOLDER     the bare Launcher.app to start from (default: the one that belongs to this program)
-  --replace             an application of that name that is already there goes, once the new one is complete
+  --replace             replaces an application of that name, in one step, once the new one is complete
   --help, --version
 
 Exit status: 0 made; 1 refused or failed, with the reason on standard error; nothing is left behind then, nor after
-SIGINT, SIGTERM or SIGHUP.
+SIGINT, SIGTERM or SIGHUP. What a killed run leaves is removed by the next one in the same folder.
 
 Example:
   kestrav-bundle --identifier com.example.tool --jar tool.jar --runtime /usr/lib/jvm/java-17-openjdk-amd64 Tool.app

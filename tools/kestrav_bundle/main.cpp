@@ -6,6 +6,8 @@
 #include "Interruption.h"
 #include "platform/Bundle.h"
 
+#include <sys/stat.h>
+
 #include <clocale>
 #include <cstdio>
 #include <exception>
@@ -54,6 +56,7 @@ void useUTF8() {
 int main(int argc, char **argv) {
     try {
         useUTF8();
+        ::umask(S_IWGRP | S_IWOTH); // an application is for everybody, whatever the maker's own files are
         kestrav::tools::catchSignals();
         return makeAsAsked(argc, argv);
     } catch (const kestrav::tools::Interrupted &error) {

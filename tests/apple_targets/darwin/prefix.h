@@ -34,10 +34,14 @@ typedef int suseconds_t;
 #include <time.h>
 #include <unistd.h>
 
+// Apple's own, of <stdio.h>.
+#define RENAME_SWAP 0x2
+extern "C" int renamex_np(const char *from, const char *to, unsigned flags);
+
 #undef MSG_NOSIGNAL
 #undef SOCK_CLOEXEC
 #undef SOCK_NONBLOCK
 
 #pragma GCC poison MSG_NOSIGNAL SOCK_CLOEXEC SOCK_NONBLOCK
 #pragma GCC poison accept4 clearenv clock_nanosleep close_range dup3 execvpe pipe2 sigtimedwait sigwaitinfo statx
-#pragma GCC poison epoll_create epoll_create1 eventfd inotify_init inotify_init1 prctl signalfd timerfd_create
+#pragma GCC poison epoll_create epoll_create1 eventfd inotify_init inotify_init1 prctl renameat2 signalfd timerfd_create

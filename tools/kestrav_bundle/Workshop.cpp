@@ -1,0 +1,209 @@
+#include "Workshop.h"
+
+#include "Interruption.h"
+#include "platform/exchangeItems.h"
+#include "platform/path.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+namespace kestrav::tools {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using platform::appendingPathComponent;
+using platform::FileDescriptor;
+
+constexpr std::string_view prefix = ".kestrav-bundle-";
+constexpr const char *moved = "old"; // in a workshop: holds the application on the way, under its own name
+
+FileDescriptor openFolder(const std::string &path) {
+    return FileDescriptor::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
+}
+
+enum class Lock { taken, busy, unknown };
+
+Lock tryLock(const FileDescriptor &file) {
+    int result = 0;
+    do {
+        result = ::flock(file.get(), LOCK_EX | LOCK_NB);
+    } while (result != 0 && errno == EINTR);
+    return result == 0 ? Lock::taken : errno == EWOULDBLOCK ? Lock::busy : Lock::unknown;
+}
+
+/// Waits until no other run moves applications in the folder; the turn ends with the descriptor. Some file systems have
+/// no locks: there the runs are not kept apart.
+FileDescriptor takeTurn(const std::string &folder) {
+    constexpr std::chrono::milliseconds pause(10);
+    FileDescriptor turn = FileDescriptor::open(folder.c_str(), O_RDONLY | O_DIRECTORY);
+    while (turn.valid() && tryLock(turn) == Lock::busy) {
+        raiseIfInterrupted();
+        std::this_thread::sleep_for(pause);
+    }
+    return turn;
+}
+
+bool isThere(const std::string &path) {
+    std::error_code unknown;
+    return fs::exists(fs::symlink_status(path, unknown));
+}
+
+/// True if `folder` is what the path leads to.
+bool isAt(const FileDescriptor &folder, const std::string &path) {
+    struct stat opened {};
+    struct stat named {};
+    return ::fstat(folder.get(), &opened) == 0 && ::lstat(path.c_str(), &named) == 0 && opened.st_dev == named.st_dev &&
+           opened.st_ino == named.st_ino;
+}
+
+bool isOurs(const FileDescriptor &folder) {
+    struct stat found {};
+    return ::fstat(folder.get(), &found) == 0 && found.st_uid == ::geteuid();
+}
+
+/// Puts applications back where nothing has taken their place. False if one of them could not be.
+bool putBack(const std::string &workshop, const std::string &folder) {
+    std::error_code error;
+    for (const auto &entry : fs::directory_iterator(appendingPathComponent(workshop, moved), error)) {
+        const std::string place = appendingPathComponent(folder, entry.path().filename().string());
+        if (!isThere(place)) {
+            fs::rename(entry.path(), place, error);
+            if (error) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+std::vector<std::string> workshopsIn(const std::string &folder) {
+    std::vector<std::string> paths;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        if (entry->path().filename().string().starts_with(prefix)) {
+            paths.push_back(entry->path().string());
+        }
+    }
+    return paths;
+}
+
+} // namespace
+
+std::string folderOf(const std::string &output) {
+    const std::string parent = platform::deletingLastPathComponent(output);
+    return parent.empty() ? "." : parent;
+}
+
+void tidyUp(const std::string &folder) {
+    const auto left = workshopsIn(folder);
+    const FileDescriptor turn = left.empty() ? FileDescriptor() : takeTurn(folder);
+    for (const std::string &workshop : left) {
+        const FileDescriptor opened = openFolder(workshop);
+        if (opened.valid() && isOurs(opened) && tryLock(opened) == Lock::taken && isAt(opened, workshop) &&
+            putBack(workshop, folder)) {
+            std::error_code stays;
+            fs::remove_all(workshop, stays);
+        }
+    }
+}
+
+void requireFree(const Request &request) {
+    if (!isThere(request.output)) {
+        return;
+    }
+    if (!request.replace) {
+        throw Refusal(request.output + " is already there; --replace puts the new one in its place");
+    }
+    if (!fs::exists(appendingPathComponent(request.output, "Contents/Info.plist"))) {
+        throw Refusal(request.output + " is not an application, so it is not replaced");
+    }
+}
+
+Workshop::Workshop(const Request &request) : request_(request) {
+    const std::string folder = folderOf(request.output);
+    const auto require = [&](bool succeeded) {
+        if (!succeeded) {
+            throw Refusal("Could not make anything in the folder " + folder + ": " +
+                          std::generic_category().message(errno));
+        }
+    };
+    // Another run may take the new folder for one that was left, as long as it is not locked.
+    constexpr int attempts = 100;
+    for (int i = 0; i < attempts; ++i) {
+        path_ = appendingPathComponent(folder, std::string(prefix) + "XXXXXX");
+        require(::mkdtemp(path_.data()) != nullptr);
+        lock_ = openFolder(path_);
+        if (lock_.valid() && tryLock(lock_) != Lock::busy && isAt(lock_, path_)) {
+            return;
+        }
+        ::rmdir(path_.c_str());
+    }
+    errno = EBUSY;
+    require(false);
+}
+
+Workshop::~Workshop() {
+    if (!kept_) {
+        std::error_code left;
+        fs::remove_all(path_, left);
+    }
+}
+
+std::string Workshop::place(const char *name) const {
+    return appendingPathComponent(path_, name);
+}
+
+void Workshop::refuse(const std::error_code &error, const std::string &addition) const {
+    throw Refusal("The application could not be put at " + request_.output + ": " + error.message() + addition);
+}
+
+std::string Workshop::replaceInTwoSteps(const std::string &finished) {
+    const std::string old = appendingPathComponent(place(moved), platform::lastPathComponent(request_.output));
+    fs::create_directory(place(moved));
+    fs::rename(request_.output, old);
+    std::error_code error;
+    fs::rename(finished, request_.output, error);
+    if (error) {
+        std::error_code lost;
+        fs::rename(old, request_.output, lost);
+        kept_ = static_cast<bool>(lost);
+        refuse(error, lost ? "; the old one is " + old : "");
+    }
+    return old;
+}
+
+void Workshop::deliver(const std::string &finished, std::vector<std::string> &notes) {
+    FileDescriptor turn = takeTurn(folderOf(request_.output));
+    raiseIfInterrupted();
+    requireFree(request_);
+    std::string old = finished;
+    std::error_code error;
+    if (isThere(request_.output)) {
+        error = platform::exchangeItems(finished, request_.output);
+        if (platform::isUnsupportedExchange(error)) {
+            old = replaceInTwoSteps(finished);
+            error.clear();
+        }
+    } else {
+        fs::rename(finished, request_.output, error);
+    }
+    if (error) {
+        refuse(error);
+    }
+    turn.reset();
+    fs::remove_all(old, error);
+    if (error) {
+        notes.push_back("the old application could not be removed, the rest is " + old + ": " + error.message());
+    }
+}
+
+} // namespace kestrav::tools
