@@ -7,11 +7,10 @@
 #include "platform/Bundle.h"
 #include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
+#include "platform/Thread.h"
 #include "platform/format.h"
 
 #include <algorithm>
-#include <thread>
-#include <utility>
 
 namespace kestrav {
 
@@ -54,7 +53,7 @@ void AppDelegate::applicationDidFinishLaunching() {
         cancelButton->setTitle(bundle.localizedStringForKey("ButtonCancel", ""));
         iconView->setImage(bundle.pathForResource("app", "icns"));
         platform::Application::activateIgnoringOtherApps();
-        std::thread([this] { worker(); }).detach();
+        platform::Thread([this] { worker(); }).detach();
     });
 }
 
@@ -64,8 +63,8 @@ void AppDelegate::cancel() {
     Unpacker::cancel();
     if (downloader) {
         // A cancelled download calls nobody back, so the worker is woken here.
-        std::exchange(downloader, nullptr)->cancel();
-        downloadConditionLock->unlockWithCondition(1);
+        downloader->cancel();
+        endDownload(false);
     }
 }
 
@@ -78,6 +77,7 @@ void AppDelegate::terminate(platform::TerminationSignal signal) {
     const std::lock_guard lock(childMutex);
     if (child) {
         child->passOn(signal);
+        mayEndWithChild.unlockWithCondition(1);
         return;
     }
     // The worker heeds it at once; the rest of a cancel is the main thread's.

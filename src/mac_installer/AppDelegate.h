@@ -38,7 +38,7 @@ public:
     void didFailWithError(const platform::URLError &error) override;
     void downloadDidFinish() override;
 
-    /// A signal that asks the process to end: passed on to the child while it runs, else a cancel. Any thread.
+    /// A signal from outside: passed on to the child while it runs, else a cancel. Any thread.
     void terminate(platform::TerminationSignal signal);
 
     /// The worker: obtains a runtime, runs the program, ends the process. Its own thread.
@@ -61,13 +61,14 @@ private:
     /// Starts the download of an archive into a file; main thread.
     void startDownload(const OptionalText &applicationName, const std::string &url, const std::string &destination);
 
-    /// Shows that the download failed and ends the process; main thread.
-    [[noreturn]] void endWithoutDownload();
+    /// Gives the lock back to the worker: the download has ended, and so has the main thread's part in it.
+    void endDownload(bool failed);
 
     // Running the program; worker thread.
     [[nodiscard]] int runProgram(Launcher &launcher, const std::string &runtimePath,
                                  const platform::FileManager &fileManager);
     void startChild(const std::shared_ptr<JavaProcess> &process);
+    void closeWindowLater();
 
     platform::ImageView *iconView = nullptr;
     platform::Window *window = nullptr;
@@ -81,10 +82,12 @@ private:
     OptionalText tempDir; // the run's temporary directory, if one was made; the worker's
     OptionalText archive; // what the runtime was extracted from, if it was; the worker's
 
-    // The download. The worker sets these up before it posts the start and waits at the lock until the main thread,
-    // whose they and `tempDir` are meanwhile, gives it back with condition 1.
+    // The download. The worker sets these up before it posts the start. From then on they are the main thread's, which
+    // takes the lock and gives it back with condition 1 in the end. A cancelled worker does not wait for a main thread
+    // that is held up; it uses none of them afterwards.
     std::unique_ptr<platform::URLDownload> downloader;
     std::unique_ptr<platform::ConditionLock> downloadConditionLock;
+    bool downloadFailed = false;         // the worker's again once it has the lock
     std::int64_t expectedLength = -1;    // bytes; below 1: unknown
     std::int64_t bytesReceived = 0;      // bytes
     std::int64_t downloadStartTime = 0;  // microseconds since the epoch
@@ -92,6 +95,7 @@ private:
 
     std::mutex childMutex; // a signal either cancels before the child is started or reaches the child
     std::shared_ptr<JavaProcess> child;
+    platform::ConditionLock mayEndWithChild{0}; // 1 after the first seconds, or once a signal was passed on
 };
 
 } // namespace kestrav

@@ -42,13 +42,14 @@ void AppDelegate::startDownload(const OptionalText &applicationName, const std::
                                 const std::string &destination) {
     downloadConditionLock->lockWhenCondition(0); // the main thread's until the download has ended
     if (cancelled) {
-        downloadConditionLock->unlockWithCondition(1);
+        endDownload(false);
         return;
     }
     label->setStringValue(platform::format(localized("DownloadingJre"), applicationName));
     downloader = platform::URLDownload::create({url, timeoutSeconds}, *this);
     if (!downloader) {
-        endWithoutDownload();
+        endDownload(true);
+        return;
     }
     downloader->setDeletesFileUponFailure(true);
     downloader->setDestination(destination, true);
@@ -89,24 +90,22 @@ void AppDelegate::didReceiveDataOfLength(std::int64_t length) {
 
 void AppDelegate::didFailWithError(const platform::URLError &error) {
     static constexpr const char *signature = "-[AppDelegate download:didFailWithError:]";
-    downloader.reset();
     platform::Log("%s [Line %d] Download failed! Error - %@ %@", signature, __LINE__, error.localizedDescription,
                   error.failingURL);
-    endWithoutDownload();
+    endDownload(true);
 }
 
-void AppDelegate::endWithoutDownload() {
-    removeTemporaryDirectory(platform::FileManager());
-    Launcher::displayError("DownloadJreError");
-    platform::endProcess(1); // the worker still waits for the lock
+void AppDelegate::endDownload(bool failed) {
+    downloader.reset();
+    downloadFailed = failed;
+    downloadConditionLock->unlockWithCondition(1);
 }
 
 void AppDelegate::downloadDidFinish() {
     static constexpr const char *signature = "-[AppDelegate downloadDidFinish:]";
-    downloader.reset();
     progressLabel->setStringValue("");
     _DLog("%s [Line %d] downloadDidFinish", signature, __LINE__);
-    downloadConditionLock->unlockWithCondition(1);
+    endDownload(false);
 }
 
 } // namespace kestrav

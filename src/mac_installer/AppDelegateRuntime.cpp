@@ -120,7 +120,8 @@ OptionalText AppDelegate::downloadRuntime(const FileManager &fileManager) {
     _DLog("%s [Line %d] download returned", signature, __LINE__);
 
     raiseIfCancelled();
-    if (!fileManager.fileExistsAtPath(destination)) {
+    if (downloadFailed || !fileManager.fileExistsAtPath(destination)) {
+        removeTemporaryDirectory(fileManager);
         Launcher::displayError("DownloadJreError");
         platform::endProcess(1);
     }

@@ -8,6 +8,7 @@
 #include "platform/Clock.h"
 #include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
+#include "platform/Thread.h"
 #include "platform/path.h"
 
 namespace kestrav {
@@ -19,8 +20,8 @@ namespace {
 
 constexpr const char *signature = "-[AppDelegate worker:]";
 
-/// How long the window stays once the child is started, in microseconds: until the program's own window is likely
-/// there.
+/// How long the window stays once the child is started, and the process at least, in microseconds: until the program's
+/// own window is likely there.
 constexpr std::int64_t windowPause = 5'000'000;
 
 } // namespace
@@ -65,11 +66,19 @@ int AppDelegate::runProgram(Launcher &launcher, const std::string &runtimePath, 
 
     const std::string home = getJreLocation(runtimePath, fileManager);
     const auto process = std::make_shared<JavaProcess>(platform::appendingPathComponent(home, "bin/java"), arguments);
+    closeWindowLater(); // first: a failure must not leave a child behind
     startChild(process);
+    const int status = process->waitForExit();
+    mayEndWithChild.lockWhenCondition(1);
+    return status;
+}
 
-    platform::sleepMicroseconds(windowPause);
-    mainQueue.addOperation([this] { window->close(); });
-    return process->waitForExit();
+void AppDelegate::closeWindowLater() {
+    platform::Thread([this] {
+        platform::sleepMicroseconds(windowPause);
+        OperationQueue::mainQueue().addOperation([this] { window->close(); });
+        mayEndWithChild.unlockWithCondition(1);
+    }).detach();
 }
 
 void AppDelegate::startChild(const std::shared_ptr<JavaProcess> &process) {

@@ -1,7 +1,6 @@
 #include "mac_installer/JavaProcess.h"
 
 #include "platform/Clock.h"
-#include "platform/StandardInput.h"
 
 #include <csignal>
 #include <utility>
@@ -17,7 +16,7 @@ void JavaProcess::start() {
     task_.launch();
     started_ = platform::monotonicNanoseconds();
     try {
-        platform::forwardStandardInput(std::move(input.writeEnd));
+        input_.start(std::move(input.writeEnd));
     } catch (...) {
         // Nobody would be left to wait for the child.
         task_.sendSignal(SIGKILL);
@@ -28,6 +27,7 @@ void JavaProcess::start() {
 
 int JavaProcess::waitForExit() {
     task_.waitUntilExit();
+    input_.end();
     return task_.terminationStatus();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Signals.h"
+#include "platform/StandardInput.h"
 #include "platform/Task.h"
 
 #include <cstdint>
@@ -27,6 +28,7 @@ public:
 
 private:
     platform::Task task_;
+    platform::InputForwarding input_;
     std::int64_t started_ = 0; // monotonic nanoseconds, once the child was there
 };
 

@@ -2,6 +2,7 @@
 
 #include "platform/FileDescriptor.h"
 
+#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -28,7 +29,8 @@ public:
     /// name if that is the last one posted and has not run yet, so order towards other tasks holds. Any thread.
     void addMergedOperation(std::string_view name, Operation operation);
 
-    /// Readable while tasks wait.
+    /// Readable while tasks wait. Should the system refuse that, it is tried again with the next task: an event loop
+    /// that has to be sure looks at the tasks now and then.
     [[nodiscard]] int descriptor() const { return readEnd_.get(); }
 
     /// Runs the tasks that wait, and those they post, until none is left. Main thread only.
@@ -43,9 +45,13 @@ private:
         Operation operation;
     };
     void post(Entry entry);
+    void makeReadable();
+    void makeUnreadable();
 
-    std::mutex mutex_;
+    std::mutex mutex_; // guards the following
+    std::condition_variable posted_;
     std::deque<Entry> entries_;
+    bool readable_ = false; // the pipe holds a byte
     FileDescriptor readEnd_;
     FileDescriptor writeEnd_;
 };

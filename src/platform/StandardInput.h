@@ -2,12 +2,30 @@
 
 #include "platform/FileDescriptor.h"
 
+#include <memory>
+
 namespace kestrav::platform {
 
-/// Forwards this process's standard input to a pipe on a thread of its own, byte for byte and in order, until its end
-/// or until nobody reads the pipe any more; then closes the pipe. The thread ends with the process at the latest: it
-/// may wait for input, or for a reader, for ever. A process in the terminal's background waits until it is in the
-/// foreground. Throws `std::system_error` if there is no thread to be had.
-void forwardStandardInput(FileDescriptor pipe);
+/// Hands this process's standard input on to a pipe, byte for byte and in order, until its end or until nobody reads
+/// the pipe any more; then closes the pipe. Others may share the input (a shell's loop over lines), so as little as
+/// possible is taken from it: nothing that the reader of the pipe has not read, where the input is a file or, on Linux,
+/// a pipe; elsewhere one read at a time, and none without a reader. A process in the terminal's background waits until
+/// it is in the foreground.
+class InputForwarding {
+public:
+    InputForwarding() = default;
+
+    /// Begins, on a thread of its own that ends with the process at the latest: it may wait for input for ever. Throws
+    /// `std::system_error` if there is no thread to be had.
+    void start(FileDescriptor pipe);
+
+    /// Nothing is taken from the input any more, but for what the reader of the pipe has read. Any thread, after
+    /// `start`.
+    void end();
+
+private:
+    class State;
+    std::shared_ptr<State> state_; // the thread's too, which may outlive this object
+};
 
 } // namespace kestrav::platform

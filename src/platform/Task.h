@@ -19,8 +19,9 @@ public:
     FileDescriptor writeEnd;
 };
 
-/// One child process. It starts with default signal dispositions, an empty signal mask, this process's copy of the
-/// environment (`ProcessInfo`) and working directory, and no descriptor of ours but its standard three.
+/// One child process. It starts with default signal dispositions (but those signals ignored that were when this process
+/// started), an empty signal mask, this process's copy of the environment (`ProcessInfo`) and working directory, and no
+/// descriptor of ours but its standard three.
 class Task {
 public:
     Task(std::string launchPath, std::vector<std::string> arguments);

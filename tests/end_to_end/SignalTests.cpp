@@ -5,29 +5,48 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 
 namespace kestrav::tests {
 namespace {
 
-constexpr std::array terminationSignals{SIGINT, SIGQUIT, SIGTERM, SIGHUP};
+constexpr std::array passedOn{SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGUSR1, SIGUSR2};
 
-TEST(Signals, EndTheChildAndSoTheRun) {
+TEST(Signals, EndTheChildAndAtOnceTheRun) {
     const AppBundle bundle;
-    Launches runs;
-    for (std::size_t i = 0; i < 2 * terminationSignals.size(); ++i) {
-        runs.push_back(std::make_unique<Launch>(
-            bundle, Start{.environment = {{"FAKE_PAUSE", "1"}}, .signalsIgnored = i < terminationSignals.size()}));
+    bool atOnce = false; // for which a busy machine may need another try
+    for (int tries = 0; tries < 5 && !atOnce; ++tries) {
+        const auto begin = std::chrono::steady_clock::now();
+        Launches runs;
+        for (std::size_t i = 0; i < passedOn.size(); ++i) {
+            runs.push_back(std::make_unique<Launch>(bundle, Start{.environment = {{"FAKE_PAUSE", "1"}}}));
+        }
+        for (std::size_t i = 0; i < runs.size(); ++i) {
+            EXPECT_TRUE(runs[i]->report().has("org.example.Main"));
+            runs[i]->sendSignal(passedOn.at(i));
+        }
+        for (std::size_t i = 0; i < runs.size(); ++i) {
+            EXPECT_EQ(runs[i]->wait(), 128 + passedOn.at(i));
+            EXPECT_EQ(runs[i]->errors(), "");
+        }
+        atOnce = std::chrono::steady_clock::now() - begin < std::chrono::seconds(5);
     }
-    for (std::size_t i = 0; i < runs.size(); ++i) {
-        EXPECT_TRUE(runs[i]->report().has("org.example.Main"));
-        runs[i]->sendSignal(terminationSignals.at(i % terminationSignals.size()));
+    EXPECT_TRUE(atOnce);
+}
+
+TEST(Signals, StayIgnored) {
+    const AppBundle bundle;
+    const TemporaryDirectory folder;
+    const std::string file = folder / "received";
+    Launch run(bundle, {.environment = {{"FAKE_SIGNALS", file}}, .signalsIgnored = true});
+    EXPECT_EQ(run.report().signals, (std::set<std::string>{"1", "2", "3", "15"}));
+    for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1}) {
+        run.sendSignal(number);
     }
-    for (std::size_t i = 0; i < runs.size(); ++i) {
-        EXPECT_EQ(runs[i]->wait(), 128 + terminationSignals.at(i % terminationSignals.size()));
-        EXPECT_EQ(runs[i]->errors(), "");
-    }
+    waitUntil([&] { return contentOf(file) == "USR1 "; }, "the one that is not ignored");
 }
 
 TEST(Signals, ReachAChildThatHandlesThemOnceAndInOrder) {
@@ -60,7 +79,7 @@ TEST(Signals, ReachAChildThatHandlesThemOnceAndInOrder) {
 TEST(Signals, CancelARunThatHasNoChildYet) {
     AppBundle bundle;
     AppBundle::addPackedArchives(bundle.addOwnRuntime() + "/Contents/Home", {{"lib/rt.jar", "content"}});
-    for (const int number : terminationSignals) {
+    for (const int number : passedOn) {
         const std::string pidFile = bundle.folder() / std::to_string(number);
         Launch run(bundle,
                    {.environment = {{"FAKE_UNPACK", "hang"}, {"FAKE_UNPACK_PID", pidFile}, {"KESTRAV_LOG", "yes"}}});

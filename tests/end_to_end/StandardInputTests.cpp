@@ -12,6 +12,7 @@
 #include <csignal>
 #include <random>
 #include <utility>
+#include <vector>
 
 namespace kestrav::tests {
 namespace {
@@ -93,16 +94,41 @@ TEST(StandardInput, ReachesTheChildWholeAndInOrder) {
     }
 }
 
-TEST(StandardInput, ChildThatNeverReadsEndsTheRunAllTheSame) {
+TEST(StandardInput, KeepsWhatTheChildDoesNotRead) {
     const AppBundle bundle;
     const TemporaryDirectory folder;
-    const InputPipe open; // never written, never closed
-    const int file = ::open(folder.write("file", noise(1U << 20U)).c_str(), O_RDONLY | O_CLOEXEC);
-    Launch waiting(bundle, {.environment = {{"FAKE_EXIT", "4"}}, .standardInput = open.readEnd()});
-    Launch blocked(bundle, {.environment = {{"FAKE_EXIT", "5"}}, .standardInput = file});
-    close(file);
-    EXPECT_EQ(waiting.wait(), 4);
-    EXPECT_EQ(blocked.wait(), 5);
+    const std::string content = noise(60'000); // a pipe holds it
+    struct Case {
+        std::size_t size; // that the child reads
+        bool file;
+        bool end; // of the input is there
+    };
+    const Case cases[] = {{0, true, true},   {70, true, true},   {60'000, true, true},  {0, false, true},
+                          {0, false, false}, {70, false, false}, {59'000, false, true}, {60'000, false, false}};
+    Launches runs;
+    std::vector<std::unique_ptr<InputPipe>> pipes;
+    std::vector<int> inputs;
+    for (const auto &[size, isFile, hasEnd] : cases) {
+        pipes.push_back(std::make_unique<InputPipe>());
+        pipes.back()->write(content);
+        if (hasEnd) {
+            pipes.back()->closeWriteEnd();
+        }
+        inputs.push_back(isFile ? open(folder.write("file", content).c_str(), O_RDONLY | O_CLOEXEC)
+                                : dup(pipes.back()->readEnd()));
+        Start start{.environment = {{"FAKE_STDIN_SIZE", std::to_string(size)}}, .standardInput = inputs.back()};
+        runs.push_back(copyingRun(bundle, start, folder, std::to_string(runs.size())));
+    }
+    expectStatus(runs, 0);
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        const std::size_t size = cases[i].size;
+        EXPECT_TRUE(contentOf(folder / std::to_string(i)) == content.substr(0, size)) << i;
+        std::string rest(content.size() + 1, '\0');
+        fcntl(inputs[i], F_SETFL, O_NONBLOCK);
+        rest.resize(static_cast<std::size_t>(std::max<ssize_t>(read(inputs[i], rest.data(), rest.size()), 0)));
+        EXPECT_TRUE(rest == content.substr(size)) << i << ": " << rest.size() << " bytes are left";
+        close(inputs[i]);
+    }
 }
 
 TEST(StandardInput, TerminalIsReadOnlyInItsForeground) {

@@ -2,9 +2,9 @@
 
 #include "platform/FileDescriptor.h"
 #include "platform/path.h"
+#include "platform/posix/uninterrupted.h"
 
 #include <array>
-#include <cerrno>
 #include <cstddef>
 #include <unistd.h>
 
@@ -30,12 +30,12 @@ public:
     explicit Header(const std::string &path) {
         const FileDescriptor file = FileDescriptor::openRegularFile(path);
         while (file.valid() && size_ < bytes_.size()) {
-            const ssize_t count = ::read(file.get(), bytes_.data() + size_, bytes_.size() - size_);
-            if (count > 0) {
-                size_ += static_cast<std::size_t>(count);
-            } else if (count == 0 || errno != EINTR) {
+            const ssize_t count =
+                uninterrupted([&] { return ::read(file.get(), bytes_.data() + size_, bytes_.size() - size_); });
+            if (count <= 0) {
                 return;
             }
+            size_ += static_cast<std::size_t>(count);
         }
     }
 

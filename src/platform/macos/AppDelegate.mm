@@ -57,6 +57,8 @@ Program &program() {
     if (program().controls.window.isVisible()) {
         [window center];
         [window makeKeyAndOrderFront:nil];
+        // The Tab key reaches the button, but no key presses it that was meant for another window.
+        [window makeFirstResponder:nil];
     }
     program().delegate->applicationDidFinishLaunching();
 }

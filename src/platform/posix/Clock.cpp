@@ -1,11 +1,11 @@
 #include "platform/Clock.h"
 
 #include "platform/posix/NeverDestroyed.h"
+#include "platform/posix/uninterrupted.h"
 #include "platform/testing.h"
 
 #include <sys/time.h>
 
-#include <cerrno>
 #include <ctime>
 
 namespace kestrav::platform {
@@ -52,8 +52,7 @@ void sleepMicroseconds(std::int64_t microseconds) {
     timespec left{};
     left.tv_sec = static_cast<time_t>(microseconds / MicrosecondsPerSecond);
     left.tv_nsec = static_cast<long>(microseconds % MicrosecondsPerSecond * 1000);
-    while (nanosleep(&left, &left) != 0 && errno == EINTR) {
-    }
+    static_cast<void>(uninterrupted([&] { return nanosleep(&left, &left); }));
 }
 
 void testing::setClock(std::function<std::int64_t()> clock) {

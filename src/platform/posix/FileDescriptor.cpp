@@ -1,5 +1,7 @@
 #include "platform/FileDescriptor.h"
 
+#include "platform/posix/uninterrupted.h"
+
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
@@ -10,6 +12,16 @@
 #include <climits>
 
 namespace kestrav::platform {
+
+namespace {
+
+/// False with errno set if the receiver takes nothing within that time.
+bool awaitWritable(int descriptor, int milliseconds) {
+    pollfd writable{descriptor, POLLOUT, 0};
+    return uninterrupted([&] { return poll(&writable, 1, milliseconds); }) > 0;
+}
+
+} // namespace
 
 FileDescriptor &FileDescriptor::operator=(FileDescriptor &&other) noexcept {
     if (this != &other) {
@@ -40,11 +52,7 @@ FileDescriptor FileDescriptor::open(const char *path, int flags, unsigned mode) 
 }
 
 FileDescriptor FileDescriptor::openAt(int directory, const char *path, int flags, unsigned mode) {
-    int descriptor = -1;
-    do {
-        descriptor = ::openat(directory, path, flags | O_CLOEXEC, mode);
-    } while (descriptor < 0 && errno == EINTR);
-    return FileDescriptor(descriptor);
+    return FileDescriptor(uninterrupted([&] { return ::openat(directory, path, flags | O_CLOEXEC, mode); }));
 }
 
 FileDescriptor FileDescriptor::openRegularFile(const std::string &path) {
@@ -64,16 +72,12 @@ FileDescriptor FileDescriptor::openRegularFile(const std::string &path) {
 }
 
 bool writeAll(int descriptor, std::string_view bytes) {
+    constexpr int forever = -1;
     while (!bytes.empty()) {
-        const ssize_t written = write(descriptor, bytes.data(), bytes.size());
+        const ssize_t written = uninterrupted([&] { return write(descriptor, bytes.data(), bytes.size()); });
         if (written >= 0) {
             bytes.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
-            pollfd writable{descriptor, POLLOUT, 0};
-            if (poll(&writable, 1, -1) < 0 && errno != EINTR) {
-                return false;
-            }
-        } else if (errno != EINTR) {
+        } else if ((errno != EAGAIN && errno != EWOULDBLOCK) || !awaitWritable(descriptor, forever)) {
             return false;
         }
     }
@@ -84,18 +88,14 @@ bool writeWithin(int descriptor, std::string_view bytes, int milliseconds) {
     // A pipe that polls as writable takes this much without blocking.
     constexpr std::size_t pieceSize = PIPE_BUF;
     while (!bytes.empty()) {
-        pollfd writable{descriptor, POLLOUT, 0};
-        const int ready = poll(&writable, 1, milliseconds);
-        if (ready == 0 || (ready < 0 && errno != EINTR)) {
+        if (!awaitWritable(descriptor, milliseconds)) {
             return false;
         }
-        if (ready < 0) {
-            continue;
-        }
-        const ssize_t written = write(descriptor, bytes.data(), std::min(bytes.size(), pieceSize));
+        const std::size_t size = std::min(bytes.size(), pieceSize);
+        const ssize_t written = uninterrupted([&] { return write(descriptor, bytes.data(), size); });
         if (written >= 0) {
             bytes.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR) {
+        } else if (errno != EAGAIN && errno != EWOULDBLOCK) {
             return false;
         }
     }
@@ -108,8 +108,7 @@ void ensureStandardDescriptors() {
             continue;
         }
         // The lowest free number is this one, for those below it are open. Children inherit it, so no close-on-exec.
-        while (::open("/dev/null", O_RDWR) < 0 && errno == EINTR) {
-        }
+        static_cast<void>(uninterrupted([] { return ::open("/dev/null", O_RDWR); }));
     }
 }
 

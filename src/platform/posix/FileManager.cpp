@@ -5,6 +5,7 @@
 #include "platform/path.h"
 #include "platform/posix/directory.h"
 #include "platform/posix/removeTree.h"
+#include "platform/posix/uninterrupted.h"
 #include "platform/text.h"
 
 #include <array>
@@ -171,15 +172,16 @@ std::optional<std::string> contentsOfFile(const std::string &path) {
         if (size == content.size()) {
             content.resize(size + 65536);
         }
-        const ssize_t count = ::read(file.get(), content.data() + size, content.size() - size);
+        const ssize_t count =
+            uninterrupted([&] { return ::read(file.get(), content.data() + size, content.size() - size); });
         if (count == 0) {
             content.resize(size);
             return content;
         }
-        if (count < 0 && errno != EINTR) {
+        if (count < 0) {
             return std::nullopt;
         }
-        size += count > 0 ? static_cast<std::size_t>(count) : 0;
+        size += static_cast<std::size_t>(count);
         if (size > static_cast<std::size_t>(sizeLimit)) {
             return std::nullopt;
         }

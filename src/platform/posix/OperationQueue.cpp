@@ -5,7 +5,6 @@
 #include "platform/posix/NeverDestroyed.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,7 +12,13 @@
 
 namespace kestrav::platform {
 
-// While entries_ holds anything the pipe holds one byte, otherwise none; both change under the mutex.
+namespace {
+
+constexpr int attempts = 100; // at a call that has no reason to fail
+
+} // namespace
+
+// The pipe holds a byte from a task's being posted until none is left, as far as the system plays along.
 
 OperationQueue &OperationQueue::mainQueue() {
     static NeverDestroyed<OperationQueue> queue;
@@ -47,9 +52,20 @@ void OperationQueue::post(Entry entry) {
         return;
     }
     entries_.push_back(std::move(entry));
-    if (entries_.size() == 1) {
-        while (write(writeEnd_.get(), "", 1) < 0 && errno == EINTR) {
-        }
+    makeReadable();
+    posted_.notify_one();
+}
+
+void OperationQueue::makeReadable() {
+    for (int attempt = 0; attempt < attempts && !readable_; ++attempt) {
+        readable_ = write(writeEnd_.get(), "", 1) == 1;
+    }
+}
+
+void OperationQueue::makeUnreadable() {
+    char byte = 0;
+    for (int attempt = 0; attempt < attempts && readable_; ++attempt) {
+        readable_ = read(readEnd_.get(), &byte, 1) != 1;
     }
 }
 
@@ -59,21 +75,20 @@ void OperationQueue::runPending() {
         {
             const std::lock_guard lock(mutex_);
             if (entries_.empty()) {
+                makeUnreadable();
                 return;
             }
             entry = std::move(entries_.front());
             entries_.pop_front();
-            char byte = 0;
-            while (entries_.empty() && read(readEnd_.get(), &byte, 1) < 0 && errno == EINTR) {
-            }
         }
         entry.operation();
     }
 }
 
 void OperationQueue::waitAndRun() {
-    pollfd readable{readEnd_.get(), POLLIN, 0};
-    while (poll(&readable, 1, -1) < 0 && errno == EINTR) {
+    {
+        std::unique_lock lock(mutex_);
+        posted_.wait(lock, [this] { return !entries_.empty(); });
     }
     runPending();
 }

@@ -5,7 +5,9 @@
 #include "platform/OperationQueue.h"
 #include "platform/SignalsBlocked.h"
 #include "platform/Task.h"
+#include "platform/Thread.h"
 #include "platform/posix/NeverDestroyed.h"
+#include "platform/posix/sentByTerminal.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -15,13 +17,12 @@
 #include <cerrno>
 #include <csignal>
 #include <system_error>
-#include <thread>
 
 namespace kestrav::platform {
 
 namespace {
 
-constexpr std::array TerminationSignals = {SIGINT, SIGQUIT, SIGTERM, SIGHUP};
+constexpr std::array TerminationSignals = {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGUSR1, SIGUSR2};
 
 std::atomic<int> handlerDescriptor{-1}; // where the handler writes
 static_assert(std::atomic<int>::is_always_lock_free, "used in a signal handler");
@@ -29,24 +30,42 @@ static_assert(std::atomic<int>::is_always_lock_free, "used in a signal handler")
 /// Runs between any two instructions of the program: it may only pass the signal on. A record is far smaller than
 /// what a pipe takes in one piece.
 void handleSignal(int number, siginfo_t *info, void * /*context*/) {
+    constexpr int attempts = 1000;
     const int savedErrno = errno;
-    const bool typed = number == SIGINT || number == SIGQUIT;
-    const bool fromTerminal = typed && info != nullptr && info->si_pid == 0 && info->si_code != SI_USER;
-    const TerminationSignal record{number, fromTerminal, monotonicNanoseconds()};
-    static_cast<void>(write(handlerDescriptor.load(), &record, sizeof record));
+    const TerminationSignal record{number, sentByTerminal(number, info), monotonicNanoseconds()};
+    for (int attempt = 0; attempt < attempts && write(handlerDescriptor.load(), &record, sizeof record) < 0;
+         ++attempt) {
+    }
     errno = savedErrno;
 }
 
-void forwardSignals(const FileDescriptor &readEnd, const std::function<void(TerminationSignal)> &receiver) {
+[[noreturn]] void forwardSignals(const FileDescriptor &readEnd,
+                                 const std::function<void(TerminationSignal)> &receiver) {
+    constexpr std::int64_t pauseAfterFailure = 10'000; // microseconds
     for (;;) {
         TerminationSignal record;
-        const ssize_t count = read(readEnd.get(), &record, sizeof record);
-        if (count == static_cast<ssize_t>(sizeof record)) {
+        if (read(readEnd.get(), &record, sizeof record) != static_cast<ssize_t>(sizeof record)) {
+            sleepMicroseconds(pauseAfterFailure);
+            continue;
+        }
+        try {
             receiver(record);
-        } else if (count >= 0 || errno != EINTR) {
-            return;
+        } catch (const std::exception &) {
+            // Without memory. What matters most the receiver has done by then, and the next signal may fare better.
         }
     }
+}
+
+sigset_t ignoredSignals() {
+    sigset_t ignored;
+    sigemptyset(&ignored);
+    for (int number = 1; number < NSIG; ++number) {
+        struct sigaction current {};
+        if (sigaction(number, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) {
+            sigaddset(&ignored, number);
+        }
+    }
+    return ignored;
 }
 
 } // namespace
@@ -61,7 +80,13 @@ SignalsBlocked::~SignalsBlocked() {
     pthread_sigmask(SIG_SETMASK, &saved_, nullptr);
 }
 
+bool Signals::wasIgnoredAtStart(int number) {
+    static const sigset_t ignored = ignoredSignals();
+    return sigismember(&ignored, number) == 1;
+}
+
 void Signals::ignoreWriteSignals() {
+    static_cast<void>(wasIgnoredAtStart(SIGPIPE)); // noted before it changes
     struct sigaction action {};
     action.sa_handler = SIG_IGN;
     sigemptyset(&action.sa_mask);
@@ -71,18 +96,16 @@ void Signals::ignoreWriteSignals() {
 
 void Signals::handleTermination(std::function<void(TerminationSignal)> receiver) {
     static_cast<void>(OperationQueue::mainQueue()); // made here, where a failure has a caller
-    Pipe pipe;
+    static NeverDestroyed<Pipe> kept;
+    const Pipe &pipe = kept.get();
     if (fcntl(pipe.writeEnd.get(), F_SETFL, O_NONBLOCK) != 0) {
         throw Exception("SignalsException", std::generic_category().message(errno));
     }
     {
         const SignalsBlocked blocked;
-        std::thread([readEnd = std::move(pipe.readEnd), receiver = std::move(receiver)] {
-            forwardSignals(readEnd, receiver);
-        }).detach();
+        Thread([&pipe, receiver = std::move(receiver)] { forwardSignals(pipe.readEnd, receiver); }).detach();
     }
-    static NeverDestroyed<FileDescriptor> writeEnd([&pipe] { return std::move(pipe.writeEnd); });
-    handlerDescriptor = writeEnd.get().get();
+    handlerDescriptor = pipe.writeEnd.get();
 
     struct sigaction action {};
     action.sa_sigaction = handleSignal;
@@ -95,7 +118,9 @@ void Signals::handleTermination(std::function<void(TerminationSignal)> receiver)
         sigaddset(&handled, number);
     }
     for (const int number : TerminationSignals) {
-        sigaction(number, &action, nullptr);
+        if (!wasIgnoredAtStart(number)) {
+            sigaction(number, &action, nullptr);
+        }
     }
     // Whoever started the process may have left them blocked.
     pthread_sigmask(SIG_UNBLOCK, &handled, nullptr);

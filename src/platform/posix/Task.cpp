@@ -2,8 +2,10 @@
 
 #include "platform/Exception.h"
 #include "platform/ProcessInfo.h"
+#include "platform/Signals.h"
 #include "platform/format.h"
 #include "platform/posix/closeOtherDescriptors.h"
+#include "platform/posix/uninterrupted.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -41,6 +43,11 @@ public:
         check(posix_spawn_file_actions_init(&actions));
         sigset_t signals;
         sigfillset(&signals);
+        for (int number = 1; number < NSIG; ++number) {
+            if (number != SIGCHLD && Signals::wasIgnoredAtStart(number)) {
+                sigdelset(&signals, number);
+            }
+        }
         check(posix_spawnattr_setsigdefault(&attributes, &signals));
         sigemptyset(&signals);
         check(posix_spawnattr_setsigmask(&attributes, &signals));
@@ -74,7 +81,8 @@ public:
     int error = 0;
 };
 
-/// With SIGCHLD ignored, which a careless parent hands down, the system would throw the child's status away.
+/// With SIGCHLD ignored, which a careless parent hands down, the system would throw the child's status away. It is the
+/// one signal that does not stay ignored.
 void keepStatusOfChildren() {
     struct sigaction current {};
     if (sigaction(SIGCHLD, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) {
@@ -106,22 +114,13 @@ std::string describeTooLong(const std::vector<std::string> &arguments, const std
 /// Blocks until the child has exited and leaves it a zombie, so that its number stays its own. 0 or an error number.
 int awaitExit(pid_t pid) {
     siginfo_t info{};
-    while (waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT) != 0) {
-        if (errno != EINTR) {
-            return errno;
-        }
-    }
-    return 0;
+    const auto wait = [&] { return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT); };
+    return uninterrupted(wait) == 0 ? 0 : errno;
 }
 
 /// Takes the status of a child that has exited; its number is free afterwards. 0 or an error number.
 int reap(pid_t pid, int &status) {
-    while (waitpid(pid, &status, 0) < 0) {
-        if (errno != EINTR) {
-            return errno;
-        }
-    }
-    return 0;
+    return uninterrupted([&] { return waitpid(pid, &status, 0); }) < 0 ? errno : 0;
 }
 
 } // namespace

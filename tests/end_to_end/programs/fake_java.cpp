@@ -1,17 +1,19 @@
 // Stands in for a runtime's bin/java: reports how it was started, then does what its environment asks for.
 //   FAKE_REPORT=FILE    write the report there (NUL-separated "key=value", in place only when it is complete)
 //   FAKE_STDIN=FILE     copy standard input to the file until its end
-//   FAKE_SIGNALS=FILE   append the name of every SIGINT, SIGQUIT, SIGHUP and SIGTERM; the last one ends with status 7
-//   FAKE_PAUSE=1        wait until a signal ends the process
-//   FAKE_DIE=N          die from signal N
-//   FAKE_EXIT=N         exit status
+//   FAKE_STDIN_SIZE=N   but read no more than so many bytes
+//   FAKE_SIGNALS=FILE   append the name of every SIGINT, SIGQUIT, SIGHUP, SIGUSR1 and SIGTERM; the last ends with
+//   status 7 FAKE_PAUSE=1        wait until a signal ends the process FAKE_DIE=N          die from signal N FAKE_EXIT=N
+//   exit status
 
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -53,11 +55,14 @@ std::string reportText(int argc, char **argv) {
 
 void copyStandardInput(const char *path) {
     const int file = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    const char *limit = std::getenv("FAKE_STDIN_SIZE");
+    std::size_t left = limit == nullptr ? SIZE_MAX : std::stoul(limit);
     std::array<char, 65536> buffer{};
-    for (ssize_t count = 0; (count = read(STDIN_FILENO, buffer.data(), buffer.size())) > 0;) {
+    for (ssize_t count = 0; (count = read(STDIN_FILENO, buffer.data(), std::min(buffer.size(), left))) > 0;) {
         if (write(file, buffer.data(), static_cast<std::size_t>(count)) != count) {
             std::abort();
         }
+        left -= static_cast<std::size_t>(count);
     }
 }
 
@@ -66,7 +71,7 @@ void copyStandardInput(const char *path) {
         int number = 0;
         sigwait(&signals, &number);
         static const std::map<int, const char *> names{
-            {SIGINT, "INT "}, {SIGQUIT, "QUIT "}, {SIGHUP, "HUP "}, {SIGTERM, "TERM "}};
+            {SIGINT, "INT "}, {SIGQUIT, "QUIT "}, {SIGHUP, "HUP "}, {SIGUSR1, "USR1 "}, {SIGTERM, "TERM "}};
         std::ofstream(path, std::ios::app) << names.at(number);
         if (number == SIGTERM) {
             std::_Exit(7);
@@ -84,7 +89,7 @@ int main(int argc, char **argv) {
     sigset_t signals;
     sigemptyset(&signals);
     const char *signalFile = std::getenv("FAKE_SIGNALS");
-    for (const int number : {SIGINT, SIGQUIT, SIGHUP, SIGTERM}) {
+    for (const int number : {SIGINT, SIGQUIT, SIGHUP, SIGUSR1, SIGTERM}) {
         sigaddset(&signals, number);
     }
     if (signalFile != nullptr) {

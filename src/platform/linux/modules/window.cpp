@@ -18,7 +18,8 @@ namespace {
 template <class T> using Object = std::unique_ptr<T, Freed<g_object_unref>>;
 
 constexpr unsigned PulseMilliseconds = 100;
-constexpr double PulseStep = 0.04; // of the bar's length
+constexpr double PulseStep = 0.04;         // of the bar's length
+constexpr unsigned LookAtTasksSeconds = 1; // in case the system could not make the tasks' descriptor readable
 /// Tasks wait for what the user sees and does: however many are posted, the window stays alive.
 constexpr int TaskPriority = GDK_PRIORITY_REDRAW + 10;
 
@@ -102,6 +103,10 @@ gboolean runTasks(int /*descriptor*/, GIOCondition /*condition*/, void *data) {
     const auto &settings = *static_cast<const KestravWindowSettings *>(data);
     settings.runTasks(settings.context);
     return G_SOURCE_CONTINUE;
+}
+
+gboolean lookAtTasks(void *data) {
+    return runTasks(0, G_IO_IN, data);
 }
 
 /// For "clicked" and for "activate": with a key the button is first shown pressed for a while, then clicked.
@@ -243,6 +248,7 @@ void connect(ProgressWindow &made, const KestravWindowSettings *settings) {
     }
     g_signal_connect(made.window, "close-request", G_CALLBACK(closeRequested), data);
     g_unix_fd_add_full(TaskPriority, settings->taskDescriptor, G_IO_IN, runTasks, data, nullptr);
+    g_timeout_add_seconds_full(TaskPriority, LookAtTasksSeconds, lookAtTasks, data, nullptr);
 }
 
 /// Cairo draws so small a window in half the time that OpenGL takes to get ready. The launcher has set the variables
@@ -278,7 +284,12 @@ int open(const KestravWindowSettings *settings, const KestravWindowContent *cont
     }
     gtk_widget_realize(GTK_WIDGET(made.window)); // the icon needs it
     update(content);
+    const bool hasFocus = gtk_window_get_focus(made.window) != nullptr; // by the interface file's wish
     gtk_window_present(made.window);
+    if (!hasFocus) {
+        // The library has chosen the button, and a key that was meant for another window would cancel.
+        gtk_window_set_focus(made.window, nullptr);
+    }
     return 1;
 }
 
