@@ -1,6 +1,7 @@
 #include "mac_installer/AppDelegate.h"
 
 #include "mac_installer/Cancellation.h"
+#include "mac_installer/GzipTrailer.h"
 #include "mac_installer/InfoPlist.h"
 #include "mac_installer/RuntimeHome.h"
 #include "mac_installer/UnTar.h"
@@ -32,12 +33,19 @@ constexpr double extractionShare = 0.7;
 constexpr double unpackingShare = 0.3;
 constexpr double unpackingStart = 70.0;
 
-/// What the archive is expected to hold, in bytes; for the percentage alone.
-std::int32_t configuredUncompressedSize() {
+/// What the archive is expected to hold, in bytes.
+std::int32_t expectedSize(const std::string &archive) {
     constexpr std::int64_t usualSize = 6'000'000;
-    const auto size = integerValue(infoDictionary(), "ksv.jreUncompressedSize").value_or(usualSize);
+    auto size = integerValue(infoDictionary(), "ksv.jreUncompressedSize");
+    if (!size) {
+        size = uncompressedSizeOf(archive).value_or(usualSize);
+    }
     constexpr std::int64_t largest = std::numeric_limits<std::int32_t>::max();
-    return static_cast<std::int32_t>(std::clamp<std::int64_t>(size, 0, largest));
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(*size, 0, largest));
+}
+
+[[noreturn]] void raiseNotExtracted(const std::string &reason) {
+    throw platform::Exception("ExtractionException", "could not extract the runtime: " + reason);
 }
 
 /// Raises if one of the folders that are unpacked lies, through a link of the archive's, outside the extracted runtime.
@@ -47,7 +55,7 @@ void requireInside(const std::string &destination, const std::string &home) {
     for (const char *folder : {"", "jre", "jre/lib", "jre/lib/ext", "lib", "lib/ext"}) {
         const auto real = std::filesystem::canonical(appendingPathComponent(home, folder), missing);
         if (!missing && !(real.string() + "/").starts_with(inside)) {
-            throw platform::Exception("ExtractionException", "could not extract the runtime");
+            raiseNotExtracted("a link in it leads out of its folder");
         }
     }
 }
@@ -158,14 +166,14 @@ std::string AppDelegate::handleTar(const std::string &tarFile, const FileManager
     }
     const auto checkpoint = [this] { raiseIfCancelled(); };
     const auto extracted = UnTar::untar(
-        tarFile, destination, configuredUncompressedSize(),
+        tarFile, destination, expectedSize(tarFile),
         [this](double percentage, const OptionalText &) {
             raiseIfCancelled();
             postProgress(percentage * extractionShare);
         },
         checkpoint);
     if (!extracted.complete) {
-        throw platform::Exception("ExtractionException", "could not extract the runtime");
+        raiseNotExtracted(extracted.reason);
     }
     _DLog("%s [Line %d] jre destination %@", tarSignature, __LINE__, destination);
 

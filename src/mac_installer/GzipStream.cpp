@@ -50,7 +50,7 @@ bool GzipStream::finish() {
     for (std::int64_t passed = 0; passed < longestTail;) {
         const auto count = next(chunkSize).size();
         if (count == 0) {
-            return !inflater_->isDamaged() && !isTruncated();
+            return failure().empty();
         }
         passed += static_cast<std::int64_t>(count);
     }

@@ -9,11 +9,13 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <string>
 #include <utility>
 
 namespace kestrav {
 
-/// One gzip file read from front to back; several members are one stream. It is inflated ahead on another thread, but
+/// One gzip file read from front to back; several members are one stream, and a file that is not compressed is read as
+/// it is. It is inflated ahead on another thread, but
 /// what a caller learns is what belongs to the position it has reached. The checkpoint is called on the caller's thread
 /// before every piece is handed out (32768 bytes at most, also while skipping); what it throws passes through.
 class GzipStream {
@@ -38,11 +40,9 @@ public:
     /// Reads to the end, but 1 MiB at most, so that check sum and length are verified; false if anything is wrong.
     [[nodiscard]] bool finish();
 
-    /// True if the file, of which something was read, is no gzip file: it would be passed through as it is.
-    [[nodiscard]] bool isPlain() const { return inflater_->isPlain(); }
-
-    /// True once the end was reached, and the file turned out to end in the middle of the compressed data.
-    [[nodiscard]] bool isTruncated() const { return inflater_->isTruncated(); }
+    /// Once the end was reached: why there should have been more (damage, a file cut short, a read error). Empty at a
+    /// regular end.
+    [[nodiscard]] std::string failure() const { return inflater_->failure(); }
 
     /// Offset in the uncompressed stream.
     [[nodiscard]] std::int64_t position() const { return position_; }

@@ -47,7 +47,6 @@ std::span<const char> InflateAhead::nextChunk() {
     }
     if (!started_) {
         started_ = true;
-        plain_ = gzdirect(file_.get()) != 0;
         if (static_cast<std::size_t>(chunk.count) == chunkSize) { // a small archive is not worth a thread
             startThread();
         }
@@ -55,12 +54,21 @@ std::span<const char> InflateAhead::nextChunk() {
     return {chunk.bytes.data(), static_cast<std::size_t>(chunk.count)};
 }
 
-bool InflateAhead::isTruncated() const {
-    int error = Z_OK;
-    if (end_ != End::none) {
-        gzerror(file_.get(), &error);
+std::string InflateAhead::failure() const {
+    int code = Z_OK;
+    const std::string text = end_ == End::none ? "" : gzerror(file_.get(), &code);
+    switch (code) {
+    case Z_OK:
+        return {};
+    case Z_ERRNO: {
+        const std::size_t name = text.find(": "); // zlib's own for the file stands before what the system said
+        return name == std::string::npos ? text : text.substr(name + 2);
     }
-    return error == Z_BUF_ERROR;
+    case Z_MEM_ERROR:
+        return std::make_error_code(std::errc::not_enough_memory).message();
+    default:
+        return damagedArchive;
+    }
 }
 
 const InflateAhead::Chunk &InflateAhead::fill(Chunk &chunk) {

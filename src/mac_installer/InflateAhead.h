@@ -8,15 +8,20 @@
 #include <memory>
 #include <mutex>
 #include <span>
+#include <string>
 #include <thread>
 
 struct gzFile_s;
 
 namespace kestrav {
 
-/// The uncompressed bytes of one gzip file, in chunks. From the second chunk on they are inflated on a thread of its
-/// own, which runs a bounded number of chunks ahead of whoever uses them; where no thread can be started, by the
-/// caller. The operations are for one thread; the destructor ends the other one, wherever it is.
+/// The reason that a damaged archive gives.
+inline constexpr const char *damagedArchive = "the archive is damaged";
+
+/// The uncompressed bytes of one gzip file, in chunks; a file that is not compressed is passed through as it is. From
+/// the second chunk on they are inflated on a thread of its own, which runs a bounded number of chunks ahead of whoever
+/// uses them; where no thread can be started, by the caller. The operations are for one thread; the destructor ends the
+/// other one, wherever it is.
 class InflateAhead {
 public:
     /// Reads from the descriptor's position. Null if the stream cannot be set up.
@@ -32,11 +37,8 @@ public:
     /// True once there were no more bytes because of damage or a read error.
     [[nodiscard]] bool isDamaged() const { return end_ == End::damage; }
 
-    /// True once there were no more bytes because the file ends in the middle of the compressed data.
-    [[nodiscard]] bool isTruncated() const;
-
-    /// True if the file, of which something was read, is no gzip file: it is passed through as it is.
-    [[nodiscard]] bool isPlain() const { return plain_; }
+    /// Once there were no more bytes: why there should have been more. Empty at a regular end.
+    [[nodiscard]] std::string failure() const;
 
 private:
     // zlib inflates straight into buffers that hold twice its own. Chunks are this large because each may cost waking
@@ -64,13 +66,12 @@ private:
 
     std::unique_ptr<gzFile_s, Close> file_; ///< the thread's, from its start until its last chunk is taken
     bool started_ = false;
-    bool plain_ = false;
     End end_ = End::none;
 
     std::array<Chunk, chunkCount> ring_;
     std::size_t current_ = 0; ///< the chunk that the caller uses
     std::mutex mutex_;
-    std::condition_variable changed_; ///< never do both threads wait for it
+    std::condition_variable changed_; ///< the two threads never wait on it at the same time
     std::size_t filled_ = 0;          ///< chunks from the current one on; the mutex guards it
     bool stopped_ = false;            ///< the mutex guards it
     std::thread thread_;

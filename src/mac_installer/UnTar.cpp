@@ -22,6 +22,18 @@ namespace kestrav {
 using platform::FileDescriptor;
 using platform::Log;
 
+namespace {
+
+constexpr const char *untarSignature = "+[UnTar untar:to:uncompressedLength:withProgress:]";
+constexpr const char *extractSignature =
+    "+[UnTar extractFile:name:fileLength:permissions:uncompressedLength:fileManager:progressBlock:]";
+constexpr const char *notAnArchive = "it is no archive";
+constexpr mode_t ownerReadWrite = 0600;
+/// Without the bits that let a program run as somebody else: what an archive brings never gets those.
+constexpr mode_t permissionBits = 0777;
+
+} // namespace
+
 /// What the operations of one run share.
 struct UnTar::Extraction {
     GzipStream stream;
@@ -29,6 +41,7 @@ struct UnTar::Extraction {
     const std::string &to;
     std::int32_t uncompressedLength;
     const ProgressCallback &progress;
+    std::string reason = {}; ///< of the error that ended the run
 
     [[nodiscard]] std::string path(const std::string &name) const { return platform::appendingPathComponent(to, name); }
     /// In single precision: so small a step of a large archive is no news.
@@ -40,19 +53,28 @@ struct UnTar::Extraction {
             progress(percent(), std::nullopt);
         }
     }
+    /// Records why the run ends.
+    bool endWith(const std::string &why) {
+        reason = why;
+        return false;
+    }
+    /// The same where the archive holds less than it should, or something else.
+    bool endWithDamage() {
+        const std::string failure = stream.failure();
+        return endWith(failure.empty() ? damagedArchive : failure);
+    }
+    /// Logs the error as well.
+    bool fail(int line, std::string_view message, const std::string &why) {
+        Log("%s [Line %d] ERROR: %s", untarSignature, line, message);
+        return endWith(why);
+    }
+    bool fail(int line, std::string_view message) {
+        static_cast<void>(fail(line, message, {}));
+        return endWithDamage();
+    }
 };
 
 namespace {
-
-constexpr const char *untarSignature = "+[UnTar untar:to:uncompressedLength:withProgress:]";
-constexpr mode_t ownerReadWrite = 0600;
-/// Without the bits that let a program run as somebody else: what an archive brings never gets those.
-constexpr mode_t permissionBits = 0777;
-
-bool fail(int line, std::string_view message) {
-    Log("%s [Line %d] ERROR: %s", untarSignature, line, message);
-    return false;
-}
 
 /// True if the block, of which the fields were read, is one of the zero blocks that close an archive.
 bool isClosingBlock(GzipStream &stream, std::span<char, TarHeader::blockSize> block) {
@@ -68,7 +90,8 @@ UntarResult UnTar::untar(const std::string &archive, const std::string &to, std:
     UntarResult result;
     FileDescriptor file = FileDescriptor::openRegularFile(archive);
     if (!file.valid()) {
-        Log("%s [Line %d] error reading JRE %@", untarSignature, 174, std::generic_category().message(errno));
+        result.reason = std::generic_category().message(errno);
+        Log("%s [Line %d] error reading JRE %@", untarSignature, 174, result.reason);
         return result;
     }
     if (progress) {
@@ -77,10 +100,14 @@ UntarResult UnTar::untar(const std::string &archive, const std::string &to, std:
     std::optional<GzipStream> stream = GzipStream::open(std::move(file), checkpoint);
     if (!stream) {
         Log("%s [Line %d] error opening gzip file", untarSignature, 263);
+        result.reason = std::make_error_code(std::errc::not_enough_memory).message(); // zlib knows no other
     } else {
         Extraction extraction{std::move(*stream), platform::ConfinedDirectory(to), to, uncompressedLength, progress};
+        const int error = errno;
         result.complete = extraction.directory.valid() ? extractEntries(extraction, result.topDirectory)
-                                                       : fail(227, "extract creating directory");
+                                                       : extraction.fail(227, "extract creating directory",
+                                                                         std::generic_category().message(error));
+        result.reason = result.complete ? "" : std::move(extraction.reason);
     }
     if (progress) {
         progress(100.0, "");
@@ -97,21 +124,27 @@ bool UnTar::extractEntries(Extraction &extraction, std::optional<std::string> &t
     bool anyFile = false;
     for (;; anyEntry = true) {
         const int count = stream.read(fields);
-        if (count < 0 || (count > 0 && stream.isPlain())) {
-            return fail(197, "gzread failed");
+        if (count < 0) {
+            return extraction.fail(197, "gzread failed");
         }
         if (count < static_cast<int>(fields.size())) {
-            return (count == 0 && anyFile && !stream.isTruncated()) || fail(191, "unexpected eof");
+            const bool whole = stream.failure().empty();
+            if (whole && !anyEntry) {
+                return count > 0 ? extraction.fail(203, "no magic number", notAnArchive)
+                                 : extraction.fail(191, "unexpected eof", notAnArchive);
+            }
+            return (whole && count == 0 && anyFile) || extraction.fail(191, "unexpected eof");
         }
         if (!header.hasMagic()) {
             const bool closing = isClosingBlock(stream, block);
             if (!closing || !anyFile) {
-                fail(203, "no magic number");
+                anyEntry ? extraction.fail(203, "no magic number")
+                         : extraction.fail(203, "no magic number", notAnArchive);
             }
-            return closing && anyEntry && (stream.finish() || fail(197, "gzread failed"));
+            return closing && anyEntry && (stream.finish() || extraction.fail(197, "gzread failed"));
         }
         if (!stream.skip(TarHeader::blockSize - TarHeader::size)) {
-            return fail(209, "gzseek 1 failed");
+            return extraction.fail(209, "gzseek 1 failed");
         }
         const std::string name = header.name();
         std::vector<std::string> components = platform::pathComponents(name);
@@ -129,57 +162,72 @@ bool UnTar::extractEntries(Extraction &extraction, std::optional<std::string> &t
 bool UnTar::extractEntry(Extraction &extraction, const TarHeader &header, const std::string &name) {
     const std::int64_t length = header.fileLength();
     if (length < 0) {
-        return fail(236, "extract file failed");
+        return extraction.fail(236, "extract file failed");
     }
     switch (header.type()) {
     case TarHeader::Type::file:
         extraction.report();
-        if (length > std::numeric_limits<std::int32_t>::max() ||
-            !extractFile(extraction, name, static_cast<std::int32_t>(length), header.mode())) {
-            return fail(236, "extract file failed");
+        if (length > std::numeric_limits<std::int32_t>::max()) {
+            return extraction.fail(236, "extract file failed", "it holds a file of 2 GiB or more");
+        }
+        if (!extractFile(extraction, name, static_cast<std::int32_t>(length), header.mode())) {
+            return extraction.fail(236, "extract file failed", extraction.reason);
         }
         break;
-    case TarHeader::Type::symbolicLink: {
-        const auto result = extraction.directory.createSymbolicLink(name, header.linkName());
-        if (!result.succeeded()) {
-            Log("%s [Line %d] ERROR: could not create symlink at %@ (%@)", untarSignature, 244, extraction.path(name),
-                result.error.message());
+    case TarHeader::Type::symbolicLink:
+        if (!extractLink(extraction, header, name)) {
+            return false;
         }
         break;
-    }
-    case TarHeader::Type::directory: {
-        const auto result = extraction.directory.createDirectory(name);
-        if (!result.succeeded()) {
-            fail(227, "extract creating directory");
-            if (!result.refused) {
-                return false;
-            }
+    case TarHeader::Type::directory:
+        if (!extractDirectory(extraction, name)) {
+            return false;
         }
         break;
-    }
     default:
         if (!extraction.stream.skip(length)) {
-            return fail(248, "gzseek 2 failed");
+            return extraction.fail(248, "gzseek 2 failed");
         }
     }
     constexpr std::int64_t block = TarHeader::blockSize;
-    return extraction.stream.skip((block - length % block) % block) || fail(255, "gzseek 3 failed");
+    // Some writers leave out the padding at the very end.
+    return extraction.stream.skip((block - length % block) % block) || extraction.stream.failure().empty() ||
+           extraction.fail(255, "gzseek 3 failed");
+}
+
+bool UnTar::extractLink(Extraction &extraction, const TarHeader &header, const std::string &name) {
+    const auto result = extraction.directory.createSymbolicLink(name, header.linkName());
+    if (!result.succeeded()) {
+        Log("%s [Line %d] ERROR: could not create symlink at %@ (%@)", untarSignature, 244, extraction.path(name),
+            result.error.message());
+    }
+    return result.succeeded() || result.concernsPathAlone() || extraction.endWith(result.error.message());
+}
+
+bool UnTar::extractDirectory(Extraction &extraction, const std::string &name) {
+    const auto result = extraction.directory.createDirectory(name);
+    if (!result.succeeded()) {
+        extraction.fail(227, "extract creating directory", result.error.message());
+    }
+    return result.succeeded() || result.refused;
 }
 
 bool UnTar::extractFile(Extraction &extraction, const std::string &name, std::int32_t fileLength, std::int64_t mode) {
-    constexpr const char *signature =
-        "+[UnTar extractFile:name:fileLength:permissions:uncompressedLength:fileManager:progressBlock:]";
     if (("/" + name).find("/._") != std::string::npos) {
-        return skip(extraction.stream, fileLength); // a platform's metadata, not the runtime's
+        return skip(extraction, fileLength); // a platform's metadata, not the runtime's
     }
     const mode_t permissions = (static_cast<mode_t>(mode) & permissionBits) | ownerReadWrite;
     FileDescriptor file;
     const auto result = extraction.directory.createFile(name, permissions, file);
     if (!result.succeeded()) {
-        Log("%s [Line %d] Could not create file %@ %d %s\n", signature, 95, extraction.path(name), result.error.value(),
-            result.error.message());
-        return skip(extraction.stream, fileLength);
+        Log("%s [Line %d] Could not create file %@ %d %s\n", extractSignature, 95, extraction.path(name),
+            result.error.value(), result.error.message());
+        return result.concernsPathAlone() ? skip(extraction, fileLength) : extraction.endWith(result.error.message());
     }
+    return writeData(extraction, name, fileLength, std::move(file));
+}
+
+bool UnTar::writeData(Extraction &extraction, const std::string &name, std::int32_t fileLength, FileDescriptor file) {
     std::int32_t copied = 0;
     float lastPercent = 0.0F;
     int failure = 0; // the reason for which the file could not be written
@@ -200,23 +248,23 @@ bool UnTar::extractFile(Extraction &extraction, const std::string &name, std::in
         failure = errno;
     }
     if (failure != 0) {
-        Log("%s [Line %d] ERROR: stream error", signature, 139);
-        Log("%s [Line %d] could not write %@: %s", signature, 139, extraction.path(name),
-            std::generic_category().message(failure));
-        return false;
+        const std::string reason = std::generic_category().message(failure);
+        Log("%s [Line %d] ERROR: stream error", extractSignature, 139);
+        Log("%s [Line %d] could not write %@: %s", extractSignature, 139, extraction.path(name), reason);
+        return extraction.endWith(reason);
     }
     if (copied < fileLength) {
-        Log("%s [Line %d] ERROR: sizes don't match: %d, %d", signature, 144, copied, fileLength);
-        return false;
+        Log("%s [Line %d] ERROR: sizes don't match: %d, %d", extractSignature, 144, copied, fileLength);
+        return extraction.endWithDamage();
     }
     return true;
 }
 
-bool UnTar::skip(GzipStream &stream, std::int32_t fileLength) {
+bool UnTar::skip(Extraction &extraction, std::int32_t fileLength) {
     constexpr const char *signature = "+[UnTar skip:fileLength:]";
-    if (!stream.skip(fileLength)) {
+    if (!extraction.stream.skip(fileLength)) {
         Log("%s [Line %d] ERROR: gzseek 3 failed", signature, 158);
-        return false;
+        return extraction.endWithDamage();
     }
     return true;
 }

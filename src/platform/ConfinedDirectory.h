@@ -22,6 +22,9 @@ public:
         std::error_code error = {};
         bool refused = false;
         [[nodiscard]] bool succeeded() const { return !error; }
+        /// True for an error that says nothing of other paths: refused, the parent is missing, the file system does not
+        /// take the name. Want of space, inodes, descriptors, memory or rights is none of these.
+        [[nodiscard]] bool concernsPathAlone() const;
     };
 
     /// Opens an existing directory (itself reached by following links).
@@ -50,7 +53,7 @@ private:
     [[nodiscard]] Place locate(std::string_view name, bool createParents);
     [[nodiscard]] Result enter(const Components &components, bool create);
     [[nodiscard]] Result step(int directory, const std::string &component, bool create, FileDescriptor &next) const;
-    [[nodiscard]] bool isInside(int directory) const;
+    [[nodiscard]] Result requireInside(int directory) const;
     [[nodiscard]] Result replace(const Place &place);
 
     FileDescriptor root_;

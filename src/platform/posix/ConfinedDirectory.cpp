@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
 #include <utility>
@@ -27,6 +28,13 @@ Result refusal() {
     return {.error = std::make_error_code(std::errc::operation_not_permitted), .refused = true};
 }
 
+/// The result of a directory that could not be opened, wherever a link or name leads: only the system's own lack of
+/// something is told as that.
+Result failureOrRefusal() {
+    constexpr std::array lacking{EMFILE, ENFILE, ENOMEM, EIO};
+    return std::find(lacking.begin(), lacking.end(), errno) != lacking.end() ? failure() : refusal();
+}
+
 constexpr const char *parentComponent = "..";
 
 /// Those that change nothing (empty, ".") are left out, so an absolute name starts in the directory as well.
@@ -44,6 +52,11 @@ std::vector<std::string> componentsOf(std::string_view name) {
 }
 
 } // namespace
+
+bool Result::concernsPathAlone() const {
+    constexpr std::array reasons{ENOENT, ENOTDIR, EISDIR, ELOOP, ENAMETOOLONG, EINVAL, EILSEQ};
+    return refused || std::find(reasons.begin(), reasons.end(), error.value()) != reasons.end();
+}
 
 ConfinedDirectory::ConfinedDirectory(const std::string &path)
     : root_(FileDescriptor::open(path.c_str(), O_RDONLY | O_DIRECTORY)) {}
@@ -166,27 +179,30 @@ Result ConfinedDirectory::step(int directory, const std::string &component, bool
     }
     // Judges what was opened, not the text of the name or link: nothing can change in between.
     next = openDirectory(directory, component, true);
-    return next.valid() && isInside(next.get()) ? Result{} : refusal();
+    return next.valid() ? requireInside(next.get()) : failureOrRefusal();
 }
 
-/// True if one of the directories from this one up to the file system's root is the root of all paths here.
-bool ConfinedDirectory::isInside(int directory) const {
+/// Succeeds if one of the directories from this one up to the file system's root is the root of all paths here.
+Result ConfinedDirectory::requireInside(int directory) const {
     constexpr int deepest = PATH_MAX / 2; // no path leads further down, so nobody needs what links build there
     const auto root = identityOf(root_);
     std::optional<FileIdentity> below;
     FileDescriptor current = openDirectory(directory, ".");
-    for (int depth = 0; depth < deepest && current.valid(); ++depth) {
-        const auto identity = identityOf(current);
-        if (!identity || identity == root) {
-            return identity.has_value();
+    for (int depth = 0; depth < deepest; ++depth) {
+        const auto identity = current.valid() ? identityOf(current) : std::nullopt;
+        if (!identity) {
+            return failureOrRefusal();
+        }
+        if (identity == root) {
+            return {};
         }
         if (identity == below) {
-            return false; // the file system's root is its own parent
+            break; // the file system's root is its own parent
         }
         below = identity;
         current = openDirectory(current.get(), parentComponent);
     }
-    return false;
+    return refusal();
 }
 
 /// Removes what is at the place.
