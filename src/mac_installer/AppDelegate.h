@@ -5,12 +5,14 @@
 #include "platform/Application.h"
 #include "platform/ConditionLock.h"
 #include "platform/Signals.h"
+#include "platform/TemporaryFolder.h"
 #include "platform/URLDownload.h"
 
 #include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 namespace kestrav {
@@ -44,9 +46,9 @@ public:
     /// The worker: obtains a runtime, runs the program, ends the process. Its own thread.
     [[noreturn]] void worker();
 
-    /// Makes a fresh directory below the user's temporary one that only the user can read. Raises if there is no usable
-    /// one.
-    [[nodiscard]] static std::string createTemporaryDirectory(const platform::FileManager &fileManager);
+    /// Makes a fresh directory below one for temporary files that only the user can read, where there is room for so
+    /// many bytes, or for a runtime if that is not known. Raises if there is no usable one.
+    [[nodiscard]] static platform::TemporaryFolder createTemporaryDirectory(std::optional<std::int64_t> room);
 
 private:
     // Obtaining a runtime; worker thread.
@@ -55,7 +57,7 @@ private:
     void awaitDownload();
     [[nodiscard]] std::string handleTar(const std::string &tarFile, const platform::FileManager &fileManager);
     void postProgress(double percentage);
-    void removeTemporaryDirectory(const platform::FileManager &fileManager);
+    void removeTemporaryDirectory();
     void raiseIfCancelled() const;
 
     /// Starts the download of an archive into a file; main thread.
@@ -79,8 +81,8 @@ private:
 
     std::atomic<bool> cancelled = false; // set by a cancel or a signal, for good; polled by the worker
 
-    OptionalText tempDir; // the run's temporary directory, if one was made; the worker's
-    OptionalText archive; // what the runtime was extracted from, if it was; the worker's
+    std::optional<platform::TemporaryFolder> tempDir; // the run's temporary directory, if one was made; the worker's
+    OptionalText archive;                             // what the runtime was extracted from, if it was; the worker's
 
     // The download. The worker sets these up before it posts the start. From then on they are the main thread's, which
     // takes the lock and gives it back with condition 1 in the end. A cancelled worker does not wait for a main thread

@@ -10,6 +10,7 @@
 #include "platform/Exception.h"
 #include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
+#include "platform/SystemLog.h"
 #include "platform/path.h"
 #include "platform/text.h"
 
@@ -33,15 +34,20 @@ constexpr double extractionShare = 0.7;
 constexpr double unpackingShare = 0.3;
 constexpr double unpackingStart = 70.0;
 
-/// What the archive is expected to hold, in bytes.
-std::int32_t expectedSize(const std::string &archive) {
-    constexpr std::int64_t usualSize = 6'000'000;
-    auto size = integerValue(infoDictionary(), "ksv.jreUncompressedSize");
-    if (!size) {
-        size = uncompressedSizeOf(archive).value_or(usualSize);
-    }
+/// What an archive holds, in bytes, if nothing tells.
+constexpr std::int32_t usualSize = 6'000'000;
+
+/// What the archive is configured to hold, in bytes.
+std::optional<std::int32_t> configuredSize() {
     constexpr std::int64_t largest = std::numeric_limits<std::int32_t>::max();
-    return static_cast<std::int32_t>(std::clamp<std::int64_t>(*size, 0, largest));
+    const auto size = integerValue(infoDictionary(), "ksv.jreUncompressedSize");
+    return size ? std::optional(static_cast<std::int32_t>(std::clamp<std::int64_t>(*size, 0, largest))) : std::nullopt;
+}
+
+/// The same, or what the archive itself says.
+std::optional<std::int32_t> expectedSize(const std::string &archive) {
+    const auto size = configuredSize();
+    return size ? size : uncompressedSizeOf(archive);
 }
 
 [[noreturn]] void raiseNotExtracted(const std::string &reason) {
@@ -69,18 +75,13 @@ void record(Launcher &launcher, const std::string &runtimePath) {
 
 } // namespace
 
-std::string AppDelegate::createTemporaryDirectory(const FileManager &fileManager) {
-    constexpr mode_t ownerOnly = 0700;
-    const auto parent = platform::temporaryDirectory();
-    if (!parent) {
-        throw platform::Exception("TemporaryDirectoryException", "there is no temporary directory");
+platform::TemporaryFolder AppDelegate::createTemporaryDirectory(std::optional<std::int64_t> room) {
+    constexpr std::int64_t roomForMostRuntimes = 512'000'000;
+    auto folder = platform::TemporaryFolder::create(room.value_or(roomForMostRuntimes), room.value_or(usualSize));
+    if (!folder.passedOver().empty()) {
+        _DLog("%s [Line %d] temporary files go to %@ (%@)", signature, __LINE__, folder.path(), folder.passedOver());
     }
-    std::string path = appendingPathComponent(*parent, platform::ProcessInfo::processInfo().globallyUniqueString());
-    if (const auto error = fileManager.createDirectoryAtPath(path, false, ownerOnly)) {
-        throw platform::Exception("TemporaryDirectoryException",
-                                  platform::format("could not create the directory %@: %@", path, error.message()));
-    }
-    return path;
+    return folder;
 }
 
 OptionalText AppDelegate::obtainRuntime(Launcher &launcher, const FileManager &fileManager) {
@@ -118,8 +119,10 @@ OptionalText AppDelegate::downloadRuntime(const FileManager &fileManager) {
     downloadConditionLock = std::make_unique<platform::ConditionLock>(0);
     expectedLength = -1;
     bytesReceived = 0;
-    tempDir = createTemporaryDirectory(fileManager);
-    const std::string destination = appendingPathComponent(*tempDir, "jre.tar.gz");
+    const auto size = configuredSize();
+    // The archive lies beside what is extracted from it; it is hardly ever larger than half of that.
+    tempDir = createTemporaryDirectory(size ? std::optional(std::int64_t{*size} + *size / 2) : std::nullopt);
+    const std::string destination = appendingPathComponent(tempDir->path(), "jre.tar.gz");
     OperationQueue &mainQueue = OperationQueue::mainQueue();
     mainQueue.addOperation([=, this] { startDownload(applicationName, url, destination); });
 
@@ -129,7 +132,7 @@ OptionalText AppDelegate::downloadRuntime(const FileManager &fileManager) {
 
     raiseIfCancelled();
     if (downloadFailed || !fileManager.fileExistsAtPath(destination)) {
-        removeTemporaryDirectory(fileManager);
+        removeTemporaryDirectory();
         Launcher::displayError("DownloadJreError");
         platform::endProcess(1);
     }
@@ -156,17 +159,18 @@ void AppDelegate::awaitDownload() {
 
 std::string AppDelegate::handleTar(const std::string &tarFile, const FileManager &fileManager) {
     static constexpr const char *tarSignature = "-[AppDelegate handleTar:fileManager:]";
+    const auto size = expectedSize(tarFile);
     if (!tempDir) {
-        tempDir = createTemporaryDirectory(fileManager);
+        tempDir = createTemporaryDirectory(size);
     }
-    std::string destination = appendingPathComponent(*tempDir, "jre.bundle");
+    std::string destination = appendingPathComponent(tempDir->path(), "jre.bundle");
     if (const auto error = fileManager.createDirectoryAtPath(destination, false)) {
         throw platform::Exception("ExtractionException", platform::format("could not create the directory %@: %@",
                                                                           destination, error.message()));
     }
     const auto checkpoint = [this] { raiseIfCancelled(); };
     const auto extracted = UnTar::untar(
-        tarFile, destination, expectedSize(tarFile),
+        tarFile, destination, size.value_or(usualSize),
         [this](double percentage, const OptionalText &) {
             raiseIfCancelled();
             postProgress(percentage * extractionShare);
@@ -187,7 +191,7 @@ std::string AppDelegate::handleTar(const std::string &tarFile, const FileManager
                                                postProgress(percentage * unpackingShare + unpackingStart);
                                            });
     if (!unpacked) {
-        // What was extracted is left for whoever looks into it.
+        // What was extracted is left for whoever looks into it, until the next run removes it.
         Launcher::displayError("dorvik.InternalError", "could not run unpack200");
         platform::endProcess(1);
     }
@@ -198,11 +202,14 @@ void AppDelegate::postProgress(double percentage) {
     OperationQueue::mainQueue().addMergedOperation("progress", [=, this] { progressBar->setDoubleValue(percentage); });
 }
 
-void AppDelegate::removeTemporaryDirectory(const FileManager &fileManager) {
-    if (tempDir) {
-        fileManager.removeItemAtPath(*tempDir);
-        tempDir.reset();
+void AppDelegate::removeTemporaryDirectory() {
+    if (!tempDir) {
+        return;
     }
+    if (const auto error = tempDir->remove()) {
+        platform::Log("%s [Line %d] could not remove %@: %@", signature, __LINE__, tempDir->path(), error.message());
+    }
+    tempDir.reset();
 }
 
 void AppDelegate::raiseIfCancelled() const {

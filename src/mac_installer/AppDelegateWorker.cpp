@@ -48,7 +48,7 @@ void AppDelegate::worker() {
             logFailure(signature, __LINE__, failure);
         }
     }
-    removeTemporaryDirectory(fileManager);
+    removeTemporaryDirectory();
     platform::endProcess(status);
 }
 
@@ -66,7 +66,8 @@ int AppDelegate::runProgram(Launcher &launcher, const std::string &runtimePath, 
 
     const std::string home = getJreLocation(runtimePath, fileManager);
     const auto process = std::make_shared<JavaProcess>(platform::appendingPathComponent(home, "bin/java"), arguments);
-    closeWindowLater(); // first: a failure must not leave a child behind
+    process->keepOpen(tempDir ? tempDir->lock() : -1); // the folder stays in use if the child survives us
+    closeWindowLater();                                // first: a failure must not leave a child behind
     startChild(process);
     const int status = process->waitForExit();
     mayEndWithChild.lockWhenCondition(1);

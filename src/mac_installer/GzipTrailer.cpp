@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <limits>
 #include <string_view>
 #include <utility>
 
@@ -55,7 +56,7 @@ bool readMore(const FileDescriptor &file, std::string &bytes) {
 
 } // namespace
 
-std::optional<std::int64_t> uncompressedSizeOf(const std::string &path) {
+std::optional<std::int32_t> uncompressedSizeOf(const std::string &path) {
     const FileDescriptor file = FileDescriptor::openRegularFile(path);
     std::string window;
     if (!file.valid() || !readMore(file, window) || !window.starts_with(memberStart)) {
@@ -76,7 +77,10 @@ std::optional<std::int64_t> uncompressedSizeOf(const std::string &path) {
     for (std::size_t index = 0; index < std::min(window.size(), sizeLength); ++index) {
         size = size * 256 + static_cast<unsigned char>(window[window.size() - 1 - index]);
     }
-    return size > fileSize && size / largestRatio <= fileSize ? std::optional(size) : std::nullopt;
+    const bool plausible = size > fileSize && size / largestRatio <= fileSize;
+    return plausible && size <= std::numeric_limits<std::int32_t>::max()
+               ? std::optional(static_cast<std::int32_t>(size))
+               : std::nullopt;
 }
 
 } // namespace kestrav

@@ -16,6 +16,9 @@ public:
     /// `launchPath` is the runtime's bin/java.
     JavaProcess(std::string launchPath, std::vector<std::string> arguments);
 
+    /// A descriptor that the child keeps open, or -1. Before `start`.
+    void keepOpen(int descriptor) { task_.keepOpen(descriptor); }
+
     /// Starts the child and the forwarding of standard input. Raises if it cannot be started.
     void start();
 

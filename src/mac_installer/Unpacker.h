@@ -9,7 +9,8 @@
 namespace kestrav {
 
 /// Turns a runtime's packed archives (lib/*.jar.pack and lib/ext/*.jar.pack) back into jar files with the runtime's own
-/// bin/unpack200. Runs on the caller's thread, one tool at a time.
+/// bin/unpack200. A jar appears when it is whole; of two runs one unpacks while the other waits. Runs on the caller's
+/// thread, one tool at a time.
 class Unpacker {
 public:
     /// Unpacks what is packed below a runtime's home. `progress` may be empty; it gets a percentage after each archive

@@ -43,8 +43,14 @@ public:
 /// Replaces a file by new content: readers see the old or the new one, never a part. Creates missing directories.
 [[nodiscard]] std::error_code writeFileAtomically(const std::string &path, std::string_view content);
 
-/// The directory for temporary files (TMPDIR or /tmp on Linux), without a trailing "/".
+/// The directory for temporary files (TMPDIR or /tmp on Linux), without a trailing "/"; empty if it does not exist.
 [[nodiscard]] std::optional<std::string> temporaryDirectory();
+
+/// The same, and where to go instead if it will not do, in this order. They may not exist.
+[[nodiscard]] std::vector<std::string> temporaryDirectories();
+
+/// The user's folder for what can be had again, of this application or of this program. It may not exist.
+[[nodiscard]] std::string cacheDirectory();
 
 /// The user's home directory.
 [[nodiscard]] std::string homeDirectory();

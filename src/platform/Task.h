@@ -21,7 +21,7 @@ public:
 
 /// One child process. It starts with default signal dispositions (but those signals ignored that were when this process
 /// started), an empty signal mask, this process's copy of the environment (`ProcessInfo`) and working directory, and no
-/// descriptor of ours but its standard three.
+/// descriptor of ours but its standard three and the one it is to keep.
 class Task {
 public:
     Task(std::string launchPath, std::vector<std::string> arguments);
@@ -35,6 +35,9 @@ public:
     /// Puts the child into a process group of its own: the terminal's signals do not reach it, and `sendSignal` reaches
     /// its children as well.
     void setOwnGroup() { ownGroup_ = true; }
+
+    /// Passes on one descriptor more, such as a lock that holds as long as the child lives. -1 for none.
+    void keepOpen(int descriptor) { kept_ = descriptor; }
 
     /// Starts the child. Throws an `Exception` that names the path and the system's reason when it cannot be started.
     void launch();
@@ -54,6 +57,7 @@ private:
     std::string launchPath_;
     std::vector<std::string> arguments_;
     int standardInput_ = -1;
+    int kept_ = -1;
     bool ownGroup_ = false;
     std::mutex mutex_; // guards pid_ against being signalled after it was reaped
     pid_t pid_ = -1;

@@ -1,6 +1,7 @@
 // The runtime travels with the application, as an archive.
 
 #include "Launch.h"
+#include "platform/FileLock.h"
 #include "programs/packing.h"
 #include "support/ArchiveWriter.h"
 
@@ -177,17 +178,46 @@ TEST(Archive, NothingOutsideIsUnpacked) {
     }
 }
 
-TEST(Archive, NeedsATemporaryDirectory) {
+TEST(Archive, GoesElsewhereWithoutATemporaryDirectory) {
     const ShippingBundle bundle(gzip(runtimeBundle().closed()));
     const TemporaryDirectory folder;
     const std::string readOnly = folder.makeDirectory("read-only");
     fs::permissions(folder.path(), fs::perms::all);
     fs::permissions(readOnly, static_cast<fs::perms>(0555));
+    Launches launches;
     for (const std::string &path : {readOnly, folder / "missing"}) {
-        Launch launch(bundle, {.environment = {{"TMPDIR", path}}, .asNobody = true});
-        expectRefusal(launch, "internal error: ");
+        launches.push_back(
+            std::make_unique<Launch>(bundle, Start{.environment = {{"TMPDIR", path}}, .asNobody = true}));
+        EXPECT_THAT(launches.back()->report().arguments.front(),
+                    testing::StartsWith(launches.back()->folder() / "home/.cache/kestrav/"));
     }
-    EXPECT_TRUE(fs::is_empty(readOnly));
+    expectStatus(launches, 0);
+    for (const auto &launch : launches) {
+        EXPECT_TRUE(fs::is_empty(launch->folder() / "home/.cache/kestrav"));
+    }
+}
+
+TEST(Archive, WhatAKilledLauncherLeavesIsRemovedOnceItsProgramHasEnded) {
+    const ShippingBundle bundle(gzip(runtimeBundle().closed()));
+    const TemporaryDirectory temporary;
+    const auto start = [&](const char *variable) {
+        return std::make_unique<Launch>(bundle, Start{.environment = {{"TMPDIR", temporary.path()}, {variable, "1"}}});
+    };
+    auto killed = start("FAKE_PAUSE");
+    const Report report = killed->report();
+    EXPECT_EQ(report.descriptors, (std::set<std::string>{"0", "1", "2", "3"}));
+    killed->sendSignal(SIGKILL);
+    const auto second = start("FAKE_NOTHING");
+    static_cast<void>(second->report());
+    EXPECT_TRUE(fs::exists(report.arguments.front())) << "the program still runs";
+    const std::string lock =
+        fs::path(report.arguments.front().substr(0, report.arguments.front().find("/jre.bundle"))) / ".kestrav-lock";
+    killed.reset();
+    waitUntil([&] { return platform::FileLock::tryLock(lock, platform::FileLock::Mode::exclusive).has_value(); },
+              "the program's end");
+    EXPECT_EQ(start("FAKE_NOTHING")->wait(), 0);
+    EXPECT_EQ(second->wait(), 0);
+    EXPECT_TRUE(fs::is_empty(temporary.path()));
 }
 
 TEST(Archive, AFullDiskEndsTheRun) {
@@ -220,11 +250,16 @@ TEST(Archive, CancelEndsTheExtraction) {
     expectCancelled(launch);
 }
 
-TEST(Archive, WhatCannotBeUnpackedIsKeptToBeLookedInto) {
+TEST(Archive, WhatCannotBeUnpackedIsKeptUntilTheNextStart) {
     const ShippingBundle bundle(gzip(packedRuntime().closed()));
-    Launch launch(bundle, {.environment = {{"FAKE_UNPACK", "fail"}}});
-    expectRefusal(launch, "internal error: could not run unpack200");
-    EXPECT_TRUE(fs::exists(runFolder(launch) + "/jre.bundle/Contents/Home/lib/rt.jar.pack"));
+    const TemporaryDirectory temporary;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        Launch launch(bundle, {.environment = {{"FAKE_UNPACK", "fail"}, {"TMPDIR", temporary.path()}}});
+        expectRefusal(launch, "internal error: could not run unpack200");
+        ASSERT_EQ(std::distance(fs::directory_iterator(temporary.path()), {}), 1);
+        EXPECT_TRUE(
+            fs::exists(fs::directory_iterator(temporary.path())->path() / "jre.bundle/Contents/Home/lib/rt.jar.pack"));
+    }
 }
 
 } // namespace

@@ -163,7 +163,7 @@ TEST_F(UnTarTest, ThePlausibleSizeInTheTrailerCounts) {
     const std::string tail = member.substr(member.size() - 4);
     const struct {
         std::string bytes;
-        std::optional<std::int64_t> size;
+        std::optional<std::int32_t> size;
     } cases[] = {
         {member, 600'002},
         {gzip("x"), {}},

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include <fcntl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -12,6 +13,7 @@
 namespace kestrav::tests {
 namespace {
 
+using platform::FileManager;
 using testing::Contains;
 using testing::DoubleNear;
 using testing::ElementsAre;
@@ -38,13 +40,16 @@ TEST_F(Unpacking, EveryArchiveGoesThroughTheTool) {
     EXPECT_TRUE(unpack()); // nothing to do, and no tool that could
     directory.write("jre/lib/a b.jar.pack", "1");
     directory.write("jre/lib/ext/c.jar.pack", "2");
+    directory.write("jre/lib/ext/interrupted.jar.part", "3");
     // Our standard input is the program's, the terminal's signals are ours.
     ASSERT_EQ(dup2(platform::FileDescriptor::open("/", O_RDONLY).get(), STDIN_FILENO), STDIN_FILENO);
     useTool(R"sh([ $# = 3 ] && [ "$1" = -r ] && [ "$(readlink /proc/$$/fd/0)" = /dev/null ] &&
                  [ "$(cut -d ' ' -f 5 /proc/$$/stat)" = $$ ] && mv "$2" "$3")sh");
     EXPECT_TRUE(unpack());
     EXPECT_THAT(percentages, ElementsAre(50.0, 100.0));
-    EXPECT_TRUE(std::filesystem::exists(directory / "jre/lib/a b.jar"));
+    for (const char *jar : {"jre/lib/a b.jar", "jre/lib/ext/c.jar", "jre/lib/ext/interrupted.jar"}) {
+        EXPECT_TRUE(std::filesystem::exists(directory / jar)) << jar;
+    }
     EXPECT_THAT(logged("found ("), Contains("found (\n    \"lib/a b.jar.pack\",\n    lib/ext/c.jar.pack\n)"));
 }
 
@@ -55,6 +60,21 @@ TEST_F(Unpacking, AnArchiveMayDisappearMeanwhile) {
     EXPECT_TRUE(unpack());
     EXPECT_THAT(percentages, ElementsAre(50.0, 100.0));
     EXPECT_EQ(platform::contentsOfFile(directory / "jre/lib/ran"), "\n");
+}
+
+TEST_F(Unpacking, OfTwoRunsOneWaits) {
+    const std::string jar = directory / "jre/lib/a.jar";
+    directory.write("jre/lib/a.jar.pack", "1");
+    useTool("mkdir " + (directory / "busy") + " && sleep 0.2 && cp \"$2\" \"$3\" && [ ! -e " + jar + " ] && rm \"$2\"");
+    const pid_t other = fork();
+    const bool unpacked = unpack() && std::filesystem::exists(jar);
+    if (other == 0) {
+        _exit(unpacked ? 0 : 1);
+    }
+    int status = -1;
+    EXPECT_EQ(waitpid(other, &status, 0), other);
+    EXPECT_TRUE(unpacked && status == 0) << status;
+    EXPECT_THAT(FileManager().contentsOfDirectoryAtPath(directory / "jre"), testing::Optional(testing::SizeIs(2)));
 }
 
 TEST_F(Unpacking, TheFirstFailureEndsIt) {

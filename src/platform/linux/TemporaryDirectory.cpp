@@ -1,18 +1,28 @@
 #include "platform/FileManager.h"
 
 #include "platform/ProcessInfo.h"
+#include "platform/RuntimeSupport.h"
 #include "platform/path.h"
 
 namespace kestrav::platform {
 
-std::optional<std::string> temporaryDirectory() {
-    // Not from the real environment: the window's library may be changing that on another thread.
-    const auto variable = ProcessInfo::processInfo().environmentVariable("TMPDIR");
-    std::string path(variable && variable->starts_with('/') ? withoutTrailingSlashes(*variable) : "/tmp");
-    if (!FileManager().directoryExistsAtPath(path)) {
-        return std::nullopt;
-    }
-    return path;
+namespace {
+
+// Not from the real environment: the window's library may be changing that on another thread.
+std::optional<std::string> absolutePathIn(std::string_view variable) {
+    const auto path = ProcessInfo::processInfo().environmentVariable(variable);
+    return path && path->starts_with('/') ? std::optional(std::string(withoutTrailingSlashes(*path))) : std::nullopt;
+}
+
+} // namespace
+
+std::vector<std::string> temporaryDirectories() {
+    return {absolutePathIn("TMPDIR").value_or("/tmp"), cacheDirectory(), systemPath("/var/tmp")};
+}
+
+std::string cacheDirectory() {
+    const std::string usual = appendingPathComponent(homeDirectory(), ".cache");
+    return appendingPathComponent(absolutePathIn("XDG_CACHE_HOME").value_or(usual), "kestrav");
 }
 
 } // namespace kestrav::platform

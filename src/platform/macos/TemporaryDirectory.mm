@@ -1,5 +1,8 @@
 #include "platform/FileManager.h"
 
+#include "platform/Bundle.h"
+#include "platform/ProcessInfo.h"
+#include "platform/RuntimeSupport.h"
 #include "platform/macos/CFText.h"
 #include "platform/path.h"
 
@@ -7,14 +10,17 @@
 
 namespace kestrav::platform {
 
-std::optional<std::string> temporaryDirectory() {
+std::vector<std::string> temporaryDirectories() {
     NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init]; // any thread: it may have none
     std::string path(withoutTrailingSlashes(textOf((CFStringRef)NSTemporaryDirectory())));
     [pool drain];
-    if (!FileManager().directoryExistsAtPath(path)) {
-        return std::nullopt;
-    }
-    return path;
+    return {path, cacheDirectory(), systemPath("/var/tmp")};
+}
+
+std::string cacheDirectory() {
+    const auto identifier = Bundle::mainBundle().bundleIdentifier();
+    const std::string name = identifier && !identifier->empty() ? *identifier : ProcessInfo::processInfo().processName();
+    return appendingPathComponent(appendingPathComponent(homeDirectory(), "Library/Caches"), name);
 }
 
 } // namespace kestrav::platform

@@ -6,7 +6,7 @@
 
 namespace kestrav::platform {
 
-int closeOtherDescriptors(posix_spawn_file_actions_t &actions, short &flags) {
+int closeOtherDescriptors(posix_spawn_file_actions_t &actions, short &flags, int /*first*/) {
     // Only what a file action names stays open then.
     flags = static_cast<short>(flags | POSIX_SPAWN_CLOEXEC_DEFAULT);
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {

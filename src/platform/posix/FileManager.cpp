@@ -222,6 +222,11 @@ std::error_code writeFileAtomically(const std::string &path, std::string_view co
     return {};
 }
 
+std::optional<std::string> temporaryDirectory() {
+    std::string path = temporaryDirectories().front();
+    return FileManager().directoryExistsAtPath(path) ? std::optional(std::move(path)) : std::nullopt;
+}
+
 std::string homeDirectory() {
     const std::optional<std::string> home = ProcessInfo::processInfo().environmentVariable("HOME");
     if (home && !home->empty()) {

@@ -26,6 +26,9 @@ namespace {
 /// one step, and a child started in between would keep the pipe open.
 std::mutex spawnMutex;
 
+/// What a child is to keep open has this number there.
+constexpr int keptDescriptor = STDERR_FILENO + 1;
+
 /// Above the standard three, where a child's own descriptors go.
 FileDescriptor duplicateAboveStandard(int descriptor) {
     return FileDescriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
@@ -70,8 +73,8 @@ public:
     }
 
     /// To be called when all file actions are there.
-    void finish() {
-        check(closeOtherDescriptors(actions, flags));
+    void finish(int firstToClose) {
+        check(closeOtherDescriptors(actions, flags, firstToClose));
         check(posix_spawnattr_setflags(&attributes, flags));
     }
 
@@ -181,7 +184,13 @@ void Task::launch() {
         }
         settings.check(posix_spawn_file_actions_adddup2(&settings.actions, source, STDIN_FILENO));
     }
-    settings.finish();
+    FileDescriptor kept;
+    if (kept_ >= 0) {
+        kept = FileDescriptor(fcntl(kept_, F_DUPFD_CLOEXEC, keptDescriptor + 1));
+        settings.check(kept.valid() ? 0 : errno);
+        settings.check(posix_spawn_file_actions_adddup2(&settings.actions, kept.get(), keptDescriptor));
+    }
+    settings.finish(kept_ >= 0 ? keptDescriptor + 1 : keptDescriptor);
     keepStatusOfChildren();
     pid_t pid = -1;
     if (settings.error == 0) {

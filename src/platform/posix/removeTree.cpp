@@ -1,12 +1,14 @@
 #include "platform/posix/removeTree.h"
 
 #include "platform/posix/directory.h"
+#include "platform/posix/mountOf.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -86,6 +88,13 @@ private:
         if (!identity) {
             return false;
         }
+        const std::uint64_t mount = mountOf(directory.get());
+        if (levels_.empty()) {
+            mount_ = mount;
+        } else if (mount != mount_) {
+            errno = EBUSY; // as the system says where a mount point itself is to be removed
+            return false;
+        }
         current_ = std::move(directory);
         Level &level = levels_.emplace_back(Level{name, *identity, {}});
         for (std::string &entry : directoryNames(current_).value_or(std::vector<std::string>())) {
@@ -138,6 +147,7 @@ private:
 
     int parent_;
     FileDescriptor current_;
+    std::uint64_t mount_ = 0; ///< what is mounted within the tree belongs to somebody else
     std::vector<Level> levels_;
     std::error_code error_;
     bool disturbed_ = false;

@@ -1,0 +1,66 @@
+#include "platform/FileLock.h"
+
+#include "platform/posix/directory.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <chrono>
+#include <thread>
+
+namespace kestrav::platform {
+
+namespace {
+
+/// False if the file was removed or replaced, so that others would lock a different one.
+bool isStillAt(const std::string &path, const FileDescriptor &file) {
+    struct stat found {};
+    const auto identity = identityOf(file);
+    return ::lstat(path.c_str(), &found) == 0 && identity == FileIdentity{found.st_dev, found.st_ino};
+}
+
+} // namespace
+
+std::optional<FileLock> FileLock::tryLock(const std::string &path, Mode mode) {
+    // A holder may remove the file before it lets go, but nobody does so again and again.
+    constexpr int attempts = 100;
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        constexpr int flags = O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK;
+        FileDescriptor file = FileDescriptor::open(path.c_str(), flags, S_IRUSR | S_IWUSR);
+        if (!file.valid()) {
+            return std::nullopt;
+        }
+        auto lock = take(std::move(file), mode);
+        if (!lock || isStillAt(path, lock->file_)) {
+            return lock;
+        }
+    }
+    errno = EWOULDBLOCK;
+    return std::nullopt;
+}
+
+std::optional<FileLock> FileLock::lock(const std::string &path, Mode mode, const std::function<void()> &checkpoint) {
+    constexpr std::chrono::milliseconds interval{20};
+    for (;;) {
+        auto lock = tryLock(path, mode);
+        if (lock || errno != EWOULDBLOCK) {
+            return lock;
+        }
+        checkpoint();
+        std::this_thread::sleep_for(interval);
+    }
+}
+
+std::optional<FileLock> FileLock::take(FileDescriptor file, Mode mode) {
+    const int operation = (mode == Mode::shared ? LOCK_SH : LOCK_EX) | LOCK_NB;
+    while (::flock(file.get(), operation) != 0) {
+        if (errno != EINTR) {
+            return std::nullopt;
+        }
+    }
+    return FileLock(std::move(file));
+}
+
+} // namespace kestrav::platform

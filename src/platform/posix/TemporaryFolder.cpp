@@ -1,0 +1,185 @@
+#include "platform/TemporaryFolder.h"
+
+#include "platform/Exception.h"
+#include "platform/FileManager.h"
+#include "platform/ProcessInfo.h"
+#include "platform/format.h"
+#include "platform/path.h"
+#include "platform/posix/directory.h"
+#include "platform/posix/removeTree.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <iterator>
+#include <string_view>
+#include <utility>
+
+namespace kestrav::platform {
+
+namespace {
+
+constexpr const char *lockName = ".kestrav-lock";
+/// The lock file's name until it is locked, so that no other run takes the folder for an abandoned one.
+constexpr const char *newLockName = ".kestrav-lock-new";
+constexpr mode_t ownerOnly = 0700;
+
+std::error_code lastError() {
+    return {errno, std::generic_category()};
+}
+
+/// Why others could exchange what lies in a directory; empty if they cannot.
+std::string objectionToOwner(const FileDescriptor &directory) {
+    struct stat found {};
+    if (::fstat(directory.get(), &found) != 0) {
+        return lastError().message();
+    }
+    if (found.st_uid != ::geteuid() && found.st_uid != 0) {
+        return "it belongs to another user";
+    }
+    // Where every user has a group of his own, the two numbers are the same.
+    const bool ownGroup = found.st_gid == found.st_uid;
+    const mode_t others = ownGroup ? S_IWOTH : S_IWOTH | S_IWGRP;
+    return (found.st_mode & others) != 0 && (found.st_mode & S_ISVTX) == 0 ? "other users can change what lies there"
+                                                                           : "";
+}
+
+/// Why so many bytes do not fit; empty if they do, or if the file system does not tell.
+std::string objectionToRoom(const FileDescriptor &directory, std::int64_t room) {
+    struct statvfs space {};
+    if (::fstatvfs(directory.get(), &space) != 0 || space.f_blocks == 0) {
+        return {};
+    }
+    constexpr double megabyte = 1024 * 1024;
+    const double available = static_cast<double>(space.f_bavail) * static_cast<double>(space.f_frsize);
+    const auto needed = static_cast<double>(room);
+    return available < needed
+               ? format("it has room for %.0f MB, but %.0f MB are needed", available / megabyte, needed / megabyte)
+               : "";
+}
+
+/// True for names as runs give them to their folders.
+bool isRunsName(std::string_view name) {
+    constexpr std::size_t dashes[] = {8, 13, 18, 23, 36};
+    return std::all_of(std::begin(dashes), std::end(dashes),
+                       [&](std::size_t at) { return at < name.size() && name[at] == '-'; });
+}
+
+/// Removes what a run's folder holds. The lock file stays, for a later run to recognise the folder by.
+std::error_code removeContents(const FileDescriptor &folder) {
+    std::error_code error;
+    for (const std::string &entry : directoryNames(folder).value_or(std::vector<std::string>())) {
+        const std::error_code failure = entry == lockName ? std::error_code() : removeTree(folder.get(), entry.c_str());
+        error = error ? error : failure;
+    }
+    return error;
+}
+
+/// Removes the folders of killed runs. What fails is tried again by the next run.
+void removeAbandonedFolders(const std::string &place) {
+    const FileDescriptor directory = openDirectory(AT_FDCWD, place, true);
+    if (!directory.valid() || !objectionToOwner(directory).empty()) {
+        return;
+    }
+    for (const std::string &name : directoryNames(directory).value_or(std::vector<std::string>())) {
+        const FileDescriptor folder = isRunsName(name) ? openDirectory(directory.get(), name) : FileDescriptor();
+        struct stat found {};
+        if (!folder.valid() || ::fstat(folder.get(), &found) != 0 || found.st_uid != ::geteuid()) {
+            continue;
+        }
+        FileDescriptor file = FileDescriptor::openAt(folder.get(), lockName, O_RDWR | O_NOFOLLOW | O_NONBLOCK);
+        const auto lock = file.valid() ? FileLock::take(std::move(file), FileLock::Mode::exclusive) : std::nullopt;
+        if (lock) {
+            if (!removeContents(folder)) {
+                removeTree(directory.get(), name.c_str());
+            }
+        }
+    }
+}
+
+} // namespace
+
+TemporaryFolder TemporaryFolder::create(std::int64_t room, std::int64_t least) {
+    const std::vector<std::string> places = temporaryDirectories();
+    std::for_each(places.begin(), places.end(), removeAbandonedFolders);
+    TemporaryFolder folder;
+    if (!folder.makeInAny(places, room) && (least >= room || !folder.makeInAny(places, least))) {
+        throw Exception("TemporaryDirectoryException",
+                        "no folder for temporary files will do, neither that of TMPDIR nor another: " +
+                            folder.passedOver_);
+    }
+    return folder;
+}
+
+bool TemporaryFolder::makeInAny(const std::vector<std::string> &places, std::int64_t room) {
+    passedOver_.clear();
+    return std::any_of(places.begin(), places.end(), [&](const std::string &place) {
+        const std::string reason = makeIn(place, room);
+        passedOver_ += reason.empty() ? "" : (passedOver_.empty() ? "" : "; ") + place + ": " + reason;
+        return reason.empty();
+    });
+}
+
+std::string TemporaryFolder::makeIn(const std::string &place, std::int64_t room) {
+    FileDescriptor directory = openDirectory(AT_FDCWD, place, true);
+    if (!directory.valid() && errno == ENOENT && place == cacheDirectory()) {
+        if (const auto error = FileManager().createDirectoryAtPath(place, true, ownerOnly)) {
+            return error.message();
+        }
+        directory = openDirectory(AT_FDCWD, place, true);
+    }
+    if (!directory.valid()) {
+        return lastError().message();
+    }
+    std::string objection = objectionToOwner(directory);
+    objection = objection.empty() ? objectionToRoom(directory, room) : objection;
+    if (!objection.empty()) {
+        return objection;
+    }
+    const std::string name = ProcessInfo::processInfo().globallyUniqueString();
+    if (::mkdirat(directory.get(), name.c_str(), ownerOnly) != 0) {
+        return lastError().message();
+    }
+    const std::error_code error = lockAndProbe(directory.get(), name);
+    if (error) {
+        lock_.reset();
+        removeTree(directory.get(), name.c_str());
+        return error == std::errc::permission_denied ? "programs cannot be started from it" : error.message();
+    }
+    path_ = appendingPathComponent(place, name);
+    return {};
+}
+
+/// Puts the lock into the new folder. Its file is the probe as well: the system tells whether it could be executed.
+std::error_code TemporaryFolder::lockAndProbe(int parent, const std::string &name) {
+    constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW;
+    const bool readable = ::fchmodat(parent, name.c_str(), ownerOnly, 0) == 0; // whatever the umask
+    const FileDescriptor folder = readable ? openDirectory(parent, name) : FileDescriptor();
+    FileDescriptor file =
+        folder.valid() ? FileDescriptor::openAt(folder.get(), newLockName, flags, ownerOnly) : FileDescriptor();
+    if (!file.valid() || ::fchmod(file.get(), ownerOnly) != 0 || ::faccessat(folder.get(), newLockName, X_OK, 0) != 0) {
+        return lastError();
+    }
+    lock_ = FileLock::take(std::move(file), FileLock::Mode::exclusive);
+    return !lock_ || ::renameat(folder.get(), newLockName, folder.get(), lockName) == 0 ? std::error_code()
+                                                                                        : lastError();
+}
+
+std::error_code TemporaryFolder::remove() {
+    const FileDescriptor folder = openDirectory(AT_FDCWD, path_);
+    if (!folder.valid()) {
+        return errno == ENOENT ? std::error_code() : lastError();
+    }
+    if (const auto error = removeContents(folder)) {
+        return error;
+    }
+    lock_.reset(); // an open file would stay on a network file system
+    const auto error = removeTree(AT_FDCWD, path_.c_str());
+    return error == std::errc::no_such_file_or_directory ? std::error_code() : error; // another run was faster
+}
+
+} // namespace kestrav::platform
