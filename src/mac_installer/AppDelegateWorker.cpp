@@ -1,7 +1,6 @@
 #include "mac_installer/AppDelegate.h"
 
 #include "mac_installer/Cancellation.h"
-#include "mac_installer/InfoPlist.h"
 #include "mac_installer/RuntimeHome.h"
 #include "mac_installer/failure.h"
 #include "mac_installer/global.h"
@@ -32,10 +31,11 @@ void AppDelegate::worker() {
     try {
         _DLog("%s [Line %d] worker started", signature, __LINE__);
         const auto launcher = Launcher::launcher();
+        launcher->checkpoint = [this] { raiseIfCancelled(); };
         const OptionalText runtimePath = obtainRuntime(*launcher, fileManager);
         raiseIfCancelled();
         if (!runtimePath) {
-            Launcher::displayError("AppleJavaMinVersionError", Launcher::getJavaMinVersion(), bundleName());
+            launcher->displayMissingRuntime();
             platform::endProcess(1);
         }
         status = runProgram(*launcher, *runtimePath, fileManager);

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <forward_list>
 #include <span>
+#include <vector>
 
 namespace kestrav {
 
@@ -36,8 +37,14 @@ void keepList(JLI_List list) {
 } // namespace
 
 std::string launchLibraryPath(const std::string &runtimePath, const platform::FileManager &fileManager) {
-    for (const char *directory :
-         {"Contents/Home/jre/lib/jli", "Contents/Home/lib/jli", "Contents/Home/lib", "lib/jli", "lib"}) {
+    std::vector<std::string> directories = {"Contents/Home/jre/lib/jli", "Contents/Home/lib/jli", "Contents/Home/lib",
+                                            "lib/jli", "lib"};
+    if (const std::string_view processor = platform::processorFolder(); !processor.empty()) {
+        for (const char *library : {"Contents/Home/jre/lib", "Contents/Home/lib", "jre/lib", "lib"}) {
+            directories.push_back(platform::format("%@/%@/jli", library, processor));
+        }
+    }
+    for (const std::string &directory : directories) {
         for (const char *name : {"libjli.dylib", "libjli.so"}) {
             std::string path =
                 platform::appendingPathComponent(runtimePath, platform::appendingPathComponent(directory, name));
@@ -57,7 +64,7 @@ std::string pluginLibraryPath() {
 
 LaunchLibrary::LaunchLibrary(const std::string &path) : path_(absolutePath(path)), library_(path_) {
     if (!library_.isOpen()) {
-        _DLog("%s [Line %d] %@", signature, __LINE__, library_.error());
+        platform::Log("%s [Line %d] Could not load JRE %@: %@", signature, __LINE__, path_, library_.error());
         throw platform::Exception(JavaLaunchError, "Could not load JRE.");
     }
     launchGlobals.JLI_LaunchFxnPtr = library_.function<JLI_LaunchFxn>("JLI_Launch");

@@ -1,6 +1,7 @@
 #include "mac_installer/Launcher.h"
 
 #include "mac_installer/InfoPlist.h"
+#include "mac_installer/trust.h"
 #include "platform/SystemLog.h"
 #include "platform/UserNotification.h"
 #include "platform/path.h"
@@ -11,20 +12,49 @@ using platform::Bundle;
 
 namespace {
 
-/// Opens the bundle of messages that "ksv.baseDir" leads to; null if there is none.
-std::unique_ptr<Bundle> configuredMessages(std::string_view baseDir) {
-    const std::string directory = replacingAppPackage(baseDir, Bundle::mainBundle().bundlePath());
-    return Bundle::create(platform::appendingPathComponent(directory, ".kestrav/Messages.bundle"));
+constexpr const char *errorSignature = "+[Launcher displayError:info1:info2:]";
+
+/// Where "ksv.baseDir" has the bundle of messages; empty if that key is missing, or if somebody else may have put the
+/// bundle there, so that the application's own messages are shown.
+OptionalText configuredMessages() {
+    const auto baseDir = infoDictionary().stringForKey("ksv.baseDir");
+    if (!baseDir) {
+        return std::nullopt;
+    }
+    const std::string directory = replacingAppPackage(*baseDir, Bundle::mainBundle().bundlePath());
+    std::string path = platform::appendingPathComponent(directory, ".kestrav/Messages.bundle");
+    return mayBeHeeded(errorSignature, __LINE__, path) ? std::optional(std::move(path)) : std::nullopt;
 }
 
 /// The localized text of a message key, empty if the bundle of messages cannot be opened.
 OptionalText localizedMessage(std::string_view key) {
-    const auto baseDir = infoDictionary().stringForKey("ksv.baseDir");
-    if (!baseDir) {
-        return Bundle::mainBundle().localizedStringForKey(key, key);
+    const auto path = configuredMessages();
+    const auto configured = path ? Bundle::create(*path) : nullptr;
+    const Bundle *messages = path ? configured.get() : &Bundle::mainBundle();
+    return messages != nullptr ? std::optional(messages->localizedStringForKey(key, key)) : std::nullopt;
+}
+
+void logNotFound(std::string_view key) {
+    platform::Log("%s [Line %d] message %@ not found", errorSignature, __LINE__, key);
+}
+
+void show(std::string_view message) {
+    platform::displayNotice(bundleName().value_or(""), message);
+}
+
+/// Of the messages about a missing runtime the one that says what is asked for, if the table has it: the versions are
+/// its arguments 1 and 3, the application's name is 2.
+OptionalText versionsMessage(const OptionalText &minimum, const OptionalText &maximum) {
+    if (minimum && !maximum) {
+        return std::nullopt; // what the usual message is for
     }
-    const auto messages = configuredMessages(*baseDir);
-    return messages ? std::optional(messages->localizedStringForKey(key, key)) : std::nullopt;
+    const char *key = !maximum ? "JavaMissingError" : minimum ? "JavaVersionRangeError" : "JavaMaxVersionError";
+    const OptionalText text = localizedMessage(key);
+    return text == key ? std::nullopt : text;
+}
+
+OptionalText nonEmpty(OptionalText text) {
+    return text && text->empty() ? std::nullopt : std::move(text);
 }
 
 } // namespace
@@ -34,16 +64,31 @@ std::unique_ptr<Launcher> Launcher::launcher() {
 }
 
 void Launcher::displayError(std::string_view key, const OptionalText &info1, const OptionalText &info2) {
-    static constexpr const char *signature = "+[Launcher displayError:info1:info2:]";
-
     const OptionalText text = localizedMessage(key);
     if (!text) {
-        platform::Log("%s [Line %d] message %@ not found", signature, __LINE__, key);
+        logNotFound(key);
         return;
     }
     // Without an argument the text is no format: a "%" in it stands for itself.
-    const std::string message = info1 ? platform::format(*text, *info1, info2) : *text;
-    platform::displayNotice(bundleName().value_or(""), message);
+    show(info1 ? platform::format(*text, *info1, info2) : *text);
+}
+
+void Launcher::displayMissingRuntime() const {
+    const auto minimum = nonEmpty(getJavaMinVersion());
+    const auto maximum = nonEmpty(stringValue(infoDictionary(), "ksv.maxVersion"));
+    const auto special = versionsMessage(minimum, maximum);
+    constexpr const char *usual = "AppleJavaMinVersionError";
+    const auto text = special ? special : localizedMessage(usual);
+    if (!text) {
+        logNotFound(usual);
+        return;
+    }
+    const bool isFormat = special || minimum;
+    std::string message = isFormat ? platform::format(*text, minimum, bundleName(), maximum) : *text;
+    if (highestRefused) {
+        message += "\n" + highestRefused->path + ": " + highestRefused->verdict.refusal;
+    }
+    show(message);
 }
 
 } // namespace kestrav

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "mac_installer/CandidateVerdict.h"
 #include "platform/Bundle.h"
 #include "platform/FileManager.h"
 #include "platform/PropertyList.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,14 +25,6 @@ struct JavaParameters {
     bool firstThread = false;
 };
 
-/// What the configuration asks of a runtime. An absent or empty bound is no bound.
-struct RuntimeBounds {
-    OptionalText minVersion;
-    OptionalText maxVersion;
-    OptionalText requiredVmIdPrefix;
-    bool allowBeta = false;
-};
-
 /// One launch attempt: finds a Java runtime, keeps what was found, and builds the command line for it. One thread.
 class Launcher {
 public:
@@ -45,6 +39,8 @@ public:
     std::int32_t javaMajorVersion = -1; // -1: unknown
     /// The chosen runtime is the public browser plug-in's.
     bool pluginUsed = false;
+    /// Called before each candidate of a search, which it may end by raising an exception.
+    std::function<void()> checkpoint = [] {};
 
     // Configuration ---------------------------------------------------------------------------------------------------
 
@@ -111,11 +107,12 @@ public:
     /// of an earlier installation. Sets the fields and `launchJavaVersion`; returns `javaBundlePath`. Ends the process
     /// with a notice if the application's own runtime cannot be unpacked; raises for a configuration of the wrong type.
     OptionalText findJavaBundle(bool searchOtherInstallations);
-    /// Tries one directory as a runtime. It was accepted if `javaBundle` is set afterwards.
-    void findDirectoryJavaBundle(const OptionalText &directory, const platform::FileManager &fileManager,
+    /// Tries one directory as a runtime; true if it was accepted, with the fields set to it.
+    bool findDirectoryJavaBundle(const OptionalText &directory, const platform::FileManager &fileManager,
                                  const RuntimeBounds &bounds);
-    /// Tries the system's standard locations, newest version first. Accepted if `javaBundle` is set afterwards.
-    void findPublicJavaBundle(const platform::FileManager &fileManager, const RuntimeBounds &bounds);
+    /// Tries the system's standard locations, newest version first; true if one was accepted, with the fields set to
+    /// it.
+    bool findPublicJavaBundle(const platform::FileManager &fileManager, const RuntimeBounds &bounds);
 
     // In-process start ------------------------------------------------------------------------------------------------
 
@@ -137,11 +134,31 @@ public:
     static void displayError(std::string_view key, const OptionalText &info1 = std::nullopt,
                              const OptionalText &info2 = std::nullopt);
 
+    /// Shows the notice that no suitable runtime was found: the version that is asked for and, in a line of its own,
+    /// the refused runtime of the highest version and why it was refused.
+    void displayMissingRuntime() const;
+
 private:
+    /// A runtime that the searches of this launch attempt refused.
+    struct RefusedRuntime {
+        std::string path;
+        CandidateVerdict verdict;
+        bool isOwn = false; // the application's own, whose refusal ends a search
+    };
+    std::optional<RefusedRuntime> highestRefused;
+
+    OptionalText keepVersion(const CandidateVerdict &verdict);
+    [[nodiscard]] bool settle(const char *signature, int line, const std::string &path, const CandidateVerdict &verdict,
+                              bool isOwn = false);
+    [[nodiscard]] bool tryBundle(const char *signature, int line, const std::string &path, const RuntimeBounds &bounds,
+                                 bool plugin = false);
     void findOtherInstallation(const platform::FileManager &fileManager, const RuntimeBounds &bounds);
+    [[nodiscard]] bool openOwnRuntime(const platform::FileManager &fileManager);
     [[nodiscard]] bool findOwnRuntime(const platform::FileManager &fileManager);
     void unpackOwnRuntime(const platform::FileManager &fileManager) const;
-    void searchConfiguredSequence(const platform::FileManager &fileManager, const RuntimeBounds &bounds);
+    bool findVariablesJavaBundle(const std::string &name, const platform::FileManager &fileManager,
+                                 const RuntimeBounds &bounds);
+    bool searchConfiguredSequence(const platform::FileManager &fileManager, const RuntimeBounds &bounds);
     [[nodiscard]] bool findPlugin(const platform::FileManager &fileManager, const RuntimeBounds &bounds);
     void addVersionSpecificOptions(std::vector<std::string> &options, const std::string &bundlePath,
                                    OptionalText &classPath) const;

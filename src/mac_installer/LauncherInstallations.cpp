@@ -1,4 +1,3 @@
-#include "mac_installer/CandidateRefusal.h"
 #include "mac_installer/InfoPlist.h"
 #include "mac_installer/Launcher.h"
 #include "mac_installer/global.h"
@@ -8,7 +7,6 @@
 
 namespace kestrav {
 
-using platform::Bundle;
 using platform::FileManager;
 
 namespace {
@@ -60,12 +58,8 @@ void Launcher::findOtherInstallation(const FileManager &fileManager, const Runti
                 const std::string plain = platform::format("%@/.kestrav/jre", directory);
                 if (const auto version = plainRuntimeVersion(plain, fileManager)) {
                     javaBundlePath = plain;
-                    setLaunchJavaVersion(checkBundleVersion(bounds.minVersion, bounds.maxVersion, bounds.allowBeta,
-                                                            false, version, {}, {}));
-                    if (launchGlobals.launchJavaVersion == nullptr && debugLogEnabled()) {
-                        _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, plain,
-                              versionRefusalReason(version, bounds));
-                    }
+                    checkpoint();
+                    static_cast<void>(settle(signature, __LINE__, plain, judgePlainRuntime(plain, version, bounds)));
                     bundleChecking = false;
                 }
             }
@@ -78,17 +72,9 @@ void Launcher::findOtherInstallation(const FileManager &fileManager, const Runti
             _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, javaBundlePath, "nothing exists there");
             continue;
         }
-        javaBundle = Bundle::create(*javaBundlePath);
-        setLaunchJavaVersion(
-            checkJavaVersion(bounds.minVersion, bounds.maxVersion, bounds.allowBeta, false, bounds.requiredVmIdPrefix));
-        if (launchGlobals.launchJavaVersion != nullptr) {
+        if (tryBundle(signature, __LINE__, *javaBundlePath, bounds)) {
             return;
         }
-        if (debugLogEnabled()) {
-            _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, javaBundlePath,
-                  refusalReason(javaBundle.get(), bounds, false));
-        }
-        javaBundle.reset();
     }
 }
 

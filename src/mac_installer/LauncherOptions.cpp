@@ -1,6 +1,7 @@
 #include "mac_installer/InfoPlist.h"
 #include "mac_installer/Launcher.h"
 #include "mac_installer/global.h"
+#include "mac_installer/trust.h"
 #include "platform/path.h"
 #include "platform/text.h"
 
@@ -89,6 +90,8 @@ private:
         if (!content) {
             _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, expanded,
                   unknown ? unknown.message() : "it cannot be read as UTF-8 text");
+        } else if (!mayBeHeeded(signature, __LINE__, expanded)) {
+            return;
         } else if (!beingRead_.insert(identity).second) {
             _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, expanded, "it includes itself");
         } else {

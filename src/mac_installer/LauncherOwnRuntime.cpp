@@ -1,9 +1,9 @@
-#include "mac_installer/CandidateRefusal.h"
 #include "mac_installer/InfoPlist.h"
 #include "mac_installer/Launcher.h"
 #include "mac_installer/RuntimeHome.h"
 #include "mac_installer/Unpacker.h"
 #include "mac_installer/global.h"
+#include "mac_installer/trust.h"
 #include "platform/ProcessInfo.h"
 #include "platform/path.h"
 
@@ -20,10 +20,6 @@ constexpr const char *signature = "-[Launcher findJavaBundle:]";
 /// What a plain runtime directory below the base directory counts as; nobody looks into it.
 constexpr const char *assumedVersion = "1.7.0";
 
-std::unique_ptr<Bundle> openIfExists(const std::string &path, const FileManager &fileManager) {
-    return fileManager.fileExistsAtPath(path) ? Bundle::create(path) : nullptr;
-}
-
 /// False if `_ksv_testdir` cannot be made in the directory; something of that name already there counts the same.
 bool isWritable(const std::string &directory, const FileManager &fileManager) {
     const std::string probe = appendingPathComponent(directory, "_ksv_testdir");
@@ -38,40 +34,50 @@ bool isWritable(const std::string &directory, const FileManager &fileManager) {
 
 } // namespace
 
-bool Launcher::findOwnRuntime(const FileManager &fileManager) {
+bool Launcher::openOwnRuntime(const FileManager &fileManager) {
     const std::string &bundlePath = Bundle::mainBundle().bundlePath();
     for (const char *place : {"Contents/Resources/jre.bundle", "Contents/PlugIns/jre.bundle"}) {
-        if (!javaBundle) {
-            javaBundlePath = appendingPathComponent(bundlePath, place);
-            javaBundle = openIfExists(*javaBundlePath, fileManager);
+        javaBundlePath = appendingPathComponent(bundlePath, place);
+        javaBundle = Bundle::create(*javaBundlePath);
+        if (javaBundle) {
+            return true;
         }
     }
-    const auto baseDir = javaBundle ? std::nullopt : stringValue(infoDictionary(), "ksv.baseDir");
-    if (baseDir) {
-        const std::string base = replacingAppPackage(*baseDir, bundlePath);
-        javaBundlePath = appendingPathComponent(base, ".kestrav/jre.bundle");
-        if (fileManager.directoryExistsAtPath(*javaBundlePath)) {
-            javaBundle = openIfExists(*javaBundlePath, fileManager);
-        } else {
-            javaBundlePath = appendingPathComponent(base, ".kestrav/jre");
-            if (fileManager.directoryExistsAtPath(*javaBundlePath)) {
-                setLaunchJavaVersion(assumedVersion);
-            }
-        }
-    }
-    if (!javaBundle && launchGlobals.launchJavaVersion == nullptr) {
+    const auto baseDir = stringValue(infoDictionary(), "ksv.baseDir");
+    if (!baseDir) {
+        javaBundlePath.reset();
         return false;
     }
-    if (javaBundle) {
+    const std::string base = replacingAppPackage(*baseDir, bundlePath);
+    const auto isThere = [&](const char *place) {
+        javaBundlePath = appendingPathComponent(base, place);
+        return fileManager.directoryExistsAtPath(*javaBundlePath) && mayBeHeeded(signature, __LINE__, *javaBundlePath);
+    };
+    if (isThere(".kestrav/jre.bundle")) {
+        javaBundle = Bundle::create(*javaBundlePath);
+        return javaBundle != nullptr;
+    }
+    return isThere(".kestrav/jre");
+}
+
+bool Launcher::findOwnRuntime(const FileManager &fileManager) {
+    checkpoint();
+    if (!openOwnRuntime(fileManager)) {
+        return false;
+    }
+    const std::string otherProcessor = otherProcessorReason(*javaBundlePath);
+    if (javaBundle || !otherProcessor.empty()) {
         // The application's maker chose this runtime: the configured bounds are for others.
         const RuntimeBounds any{{}, {}, {}, true};
-        setLaunchJavaVersion(checkJavaVersion({}, {}, true, false, {}));
-        if (launchGlobals.launchJavaVersion == nullptr && debugLogEnabled()) {
-            _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, javaBundlePath,
-                  refusalReason(javaBundle.get(), any, false));
-        }
+        const CandidateVerdict verdict = javaBundle ? judgeCandidate(javaBundle.get(), any, false)
+                                                    : judgePlainRuntime(*javaBundlePath, assumedVersion, any);
+        static_cast<void>(settle(signature, __LINE__, *javaBundlePath, verdict, true));
+    } else {
+        setLaunchJavaVersion(assumedVersion);
     }
-    unpackOwnRuntime(fileManager);
+    if (otherProcessor.empty()) { // else its unpack200 cannot be run either
+        unpackOwnRuntime(fileManager);
+    }
     return true;
 }
 

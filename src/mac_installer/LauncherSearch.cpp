@@ -1,5 +1,4 @@
 #include "mac_installer/CandidateInfo.h"
-#include "mac_installer/CandidateRefusal.h"
 #include "mac_installer/InfoPlist.h"
 #include "mac_installer/Launcher.h"
 #include "mac_installer/global.h"
@@ -9,6 +8,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <map>
 
 namespace kestrav {
 
@@ -56,11 +56,23 @@ std::vector<std::string> newestFirst(const std::vector<std::string> &names) {
     return sorted;
 }
 
-void logRefusal(const char *signature, int line, const OptionalText &path, const Bundle *bundle,
-                const RuntimeBounds &bounds, bool plugin = false) {
-    if (debugLogEnabled()) {
-        _DLog("%s [Line %d] rejected %@: %@", signature, line, path, refusalReason(bundle, bounds, plugin));
+/// The names of runtime directories that say nothing themselves, in the order of the versions that the runtimes
+/// declare, the highest first; those without a version come last.
+std::vector<std::string> newestDeclaredFirst(const std::string &directory, const std::vector<std::string> &names,
+                                             const std::function<void()> &checkpoint) {
+    std::map<std::string, std::vector<std::u16string>> versions;
+    for (const std::string &name : names) {
+        checkpoint();
+        const auto bundle = Bundle::create(appendingPathComponent(directory, name));
+        const OptionalText version = bundle ? candidateInfo(*bundle, false).version : std::nullopt;
+        versions[name] = Launcher::splitVersionString(version.value_or(""));
     }
+    std::vector<std::string> sorted = names;
+    std::sort(sorted.begin(), sorted.end()); // several names of one runtime: the same order everywhere
+    std::stable_sort(sorted.begin(), sorted.end(), [&](const std::string &a, const std::string &b) {
+        return Launcher::compareVersion(versions[b], versions[a]) < 0;
+    });
+    return sorted;
 }
 
 } // namespace
@@ -90,81 +102,72 @@ OptionalText Launcher::findJavaBundle(bool searchOtherInstallations) {
     return javaBundlePath;
 }
 
-void Launcher::searchConfiguredSequence(const FileManager &fileManager, const RuntimeBounds &bounds) {
+bool Launcher::searchConfiguredSequence(const FileManager &fileManager, const RuntimeBounds &bounds) {
     const platform::PropertyList &javaVM = javaVMDictionary();
     _DLog("%s [Line %d] search sequence %@", searchSignature, 633, javaVM.find("SearchSequence"));
     const auto *sequence = arrayValue(javaVM, "SearchSequence");
     if (sequence == nullptr) {
-        findPublicJavaBundle(fileManager, bounds);
-        return;
+        return findPublicJavaBundle(fileManager, bounds);
     }
-    for (const platform::PropertyList &element : *sequence) {
-        const std::string entry = stringEntry(element, "SearchSequence"); // each is looked at when its turn has come
-        const char kind = entry.empty() ? '\0' : entry.front();
-        const std::string argument = entry.empty() ? "" : entry.substr(1);
-        if (kind == 'E') {
+    const auto tryEntry = [&](char kind, const std::string &argument) {
+        switch (kind) {
+        case 'E':
             _DLog("%s [Line %d] checking environment variable %@", searchSignature, 650, argument);
-            const auto value = platform::ProcessInfo::processInfo().environmentVariable(argument);
-            if (!value) {
-                _DLog("%s [Line %d] rejected %@: %@", searchSignature, __LINE__, argument, "the variable is not set");
-            }
-            findDirectoryJavaBundle(value, fileManager, bounds);
-        } else if (kind == 'R') {
+            return findVariablesJavaBundle(argument, fileManager, bounds);
+        case 'R':
             _DLog("%s [Line %d] checking directory %@", searchSignature, 646, argument);
-            findDirectoryJavaBundle(argument, fileManager, bounds);
-        } else if (kind == 'Y') {
+            return findDirectoryJavaBundle(argument, fileManager, bounds);
+        case 'Y':
             _DLog("%s [Line %d] checking standard locations", searchSignature, 642);
-            findPublicJavaBundle(fileManager, bounds);
+            return findPublicJavaBundle(fileManager, bounds);
+        default:
+            return false;
         }
-        if (javaBundle) {
-            return;
-        }
-    }
+    };
+    return std::any_of(sequence->begin(), sequence->end(), [&](const platform::PropertyList &element) {
+        const std::string entry = stringEntry(element, "SearchSequence"); // each is looked at when its turn has come
+        return !entry.empty() && tryEntry(entry.front(), entry.substr(1));
+    });
 }
 
-void Launcher::findDirectoryJavaBundle(const OptionalText &directory, const FileManager &fileManager,
+bool Launcher::findVariablesJavaBundle(const std::string &name, const FileManager &fileManager,
+                                       const RuntimeBounds &bounds) {
+    const auto value = platform::ProcessInfo::processInfo().environmentVariable(name);
+    if (!value) {
+        _DLog("%s [Line %d] rejected %@: %@", searchSignature, __LINE__, name, "the variable is not set");
+    }
+    return findDirectoryJavaBundle(value, fileManager, bounds);
+}
+
+bool Launcher::findDirectoryJavaBundle(const OptionalText &directory, const FileManager &fileManager,
                                        const RuntimeBounds &bounds) {
     if (!directory) {
-        return;
+        return false;
     }
     javaBundlePath = replaceVariables(*directory);
     if (!fileManager.fileExistsAtPath(*javaBundlePath)) {
         _DLog("%s [Line %d] rejected %@: %@", directorySignature, __LINE__, javaBundlePath, "nothing exists there");
-        return;
+        return false;
     }
-    javaBundle = Bundle::create(*javaBundlePath);
-    setLaunchJavaVersion(
-        checkJavaVersion(bounds.minVersion, bounds.maxVersion, bounds.allowBeta, false, bounds.requiredVmIdPrefix));
-    if (launchGlobals.launchJavaVersion == nullptr) {
-        logRefusal(directorySignature, __LINE__, javaBundlePath, javaBundle.get(), bounds);
-        javaBundle.reset();
-    }
+    return tryBundle(directorySignature, __LINE__, *javaBundlePath, bounds);
 }
 
 bool Launcher::findPlugin(const FileManager &fileManager, const RuntimeBounds &bounds) {
     const std::string path = platform::systemPath("/Library/Internet Plug-Ins/JavaAppletPlugin.plugin");
-    if (!fileManager.fileExistsAtPath(appendingPathComponent(path, "Contents/Home/bin/java"))) {
+    const bool hasRuntime = fileManager.fileExistsAtPath(appendingPathComponent(path, "Contents/Home/bin/java"));
+    const auto bundle = hasRuntime ? Bundle::create(path) : nullptr;
+    if (!bundle) {
         return false;
     }
-    javaBundle = Bundle::create(path);
-    if (!javaBundle) {
-        return false;
-    }
-    const OptionalText infoString = bundleText(*javaBundle, "CFBundleGetInfoString");
-    const OptionalText identifier = bundleText(*javaBundle, "CFBundleIdentifier");
+    const OptionalText infoString = bundleText(*bundle, "CFBundleGetInfoString");
+    const OptionalText identifier = bundleText(*bundle, "CFBundleIdentifier");
     _DLog("%s [Line %d] JRE %@ %@ %@", publicSignature, 694, path, infoString, identifier);
-    if (isOracles(identifier, infoString)) {
-        _DLog("%s [Line %d] Oracle JRE %@", publicSignature, 696, path);
-        setLaunchJavaVersion(
-            checkJavaVersion(bounds.minVersion, bounds.maxVersion, bounds.allowBeta, true, bounds.requiredVmIdPrefix));
-        if (launchGlobals.launchJavaVersion == nullptr) {
-            logRefusal(publicSignature, __LINE__, path, javaBundle.get(), bounds, true);
-        }
-    } else {
+    if (!isOracles(identifier, infoString)) {
         _DLog("%s [Line %d] rejected %@: %@", publicSignature, __LINE__, path, "it is another vendor's");
+        return false;
     }
-    if (launchGlobals.launchJavaVersion == nullptr) {
-        javaBundle.reset();
+    _DLog("%s [Line %d] Oracle JRE %@", publicSignature, 696, path);
+    if (!tryBundle(publicSignature, __LINE__, path, bounds, true)) {
         return false;
     }
     javaBundlePath = path;
@@ -172,30 +175,27 @@ bool Launcher::findPlugin(const FileManager &fileManager, const RuntimeBounds &b
     return true;
 }
 
-void Launcher::findPublicJavaBundle(const FileManager &fileManager, const RuntimeBounds &bounds) {
+bool Launcher::findPublicJavaBundle(const FileManager &fileManager, const RuntimeBounds &bounds) {
     if (findPlugin(fileManager, bounds)) {
-        return;
+        return true;
     }
-    for (const std::string &directory : platform::standardRuntimeDirectories()) {
-        const auto names = fileManager.contentsOfDirectoryAtPath(directory);
+    for (const platform::RuntimeDirectory &directory : platform::standardRuntimeDirectories()) {
+        const auto names = fileManager.contentsOfDirectoryAtPath(directory.path);
         if (!names) {
             continue;
         }
-        const auto candidates = newestFirst(*names);
+        const auto candidates =
+            directory.namedByVersion ? newestFirst(*names) : newestDeclaredFirst(directory.path, *names, checkpoint);
         _DLog("%s [Line %d] JDKs %@", publicSignature, 723, candidates);
         for (const std::string &name : candidates) {
-            javaBundlePath = appendingPathComponent(directory, name);
+            javaBundlePath = appendingPathComponent(directory.path, name);
             _DLog("%s [Line %d] checking %@", publicSignature, 726, javaBundlePath);
-            javaBundle = Bundle::create(*javaBundlePath);
-            setLaunchJavaVersion(checkJavaVersion(bounds.minVersion, bounds.maxVersion, bounds.allowBeta, false,
-                                                  bounds.requiredVmIdPrefix));
-            if (launchGlobals.launchJavaVersion != nullptr) {
-                return;
+            if (tryBundle(publicSignature, __LINE__, *javaBundlePath, bounds)) {
+                return true;
             }
-            logRefusal(publicSignature, __LINE__, javaBundlePath, javaBundle.get(), bounds);
-            javaBundle.reset();
         }
     }
+    return false;
 }
 
 } // namespace kestrav

@@ -59,7 +59,7 @@ int Launcher::launch() {
 
     if (!javaBundlePath) {
         _DLog("%s [Line %d] no suitable JRE found.", signature, __LINE__);
-        displayError("AppleJavaMinVersionError", getJavaMinVersion(), bundleName());
+        displayMissingRuntime();
         return 1;
     }
     std::string path;

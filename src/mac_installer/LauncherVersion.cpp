@@ -116,8 +116,8 @@ bool Launcher::compareVersion(const OptionalText &bound, const std::vector<std::
     }
     const auto components = versionListOf(*bound);
     for (std::size_t i = 0; i < components.size(); ++i) {
-        const auto value = i < versionList.size() ? platform::intValue(versionList[i]) : 0;
-        const auto limit = platform::intValue(components[i]);
+        const auto value = i < versionList.size() ? platform::longLongValue(versionList[i]) : 0;
+        const auto limit = platform::longLongValue(components[i]);
         if (value != limit) {
             return (value < limit) == isMax;
         }

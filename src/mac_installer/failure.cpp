@@ -9,7 +9,11 @@ namespace kestrav {
 using platform::Exception;
 
 void showFailure(const Exception &exception) {
-    Launcher::displayError("dorvik.InternalError", exception.what());
+    std::string_view reason = exception.what();
+    if (reason.ends_with('.')) {
+        reason.remove_suffix(1); // the message around it ends the sentence
+    }
+    Launcher::displayError("dorvik.InternalError", std::string(reason));
 }
 
 void logFailure(const char *signature, int line, const Exception &exception) {

@@ -29,6 +29,9 @@ public:
     /// Always a dictionary; empty if there is no Info.plist or it cannot be read.
     [[nodiscard]] const PropertyList &infoDictionary() const { return info_; }
 
+    /// What is wrong with the file that should describe the bundle ("Info.plist is damaged …"); empty if nothing is.
+    [[nodiscard]] const std::optional<std::string> &damage() const { return damage_; }
+
     /// A top-level entry of the information dictionary, or null.
     [[nodiscard]] const PropertyList *objectForInfoDictionaryKey(std::string_view key) const { return info_.find(key); }
 
@@ -50,10 +53,12 @@ public:
     [[nodiscard]] std::optional<std::vector<std::optional<std::int32_t>>> executableArchitectures() const;
 
 private:
-    Bundle(std::string path, PropertyList info) : path_(std::move(path)), info_(std::move(info)) {}
+    Bundle(std::string path, PropertyList info, std::optional<std::string> damage = {})
+        : path_(std::move(path)), info_(std::move(info)), damage_(std::move(damage)) {}
 
     std::string path_;
     PropertyList info_;
+    std::optional<std::string> damage_;
 };
 
 } // namespace kestrav::platform

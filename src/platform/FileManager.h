@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -34,11 +35,17 @@ public:
     std::error_code changeCurrentDirectoryPath(const std::string &path) const;
 };
 
-/// The whole content of a regular file; empty if it cannot be read (a directory, a FIFO or a device cannot).
-[[nodiscard]] std::optional<std::string> contentsOfFile(const std::string &path);
+/// Nothing that is read as a whole comes near this many bytes; a sparse file may claim any size.
+inline constexpr std::int64_t usualSizeLimit = std::int64_t{1} << 30;
+
+/// The whole content of a regular file; empty if it cannot be read (a directory, a FIFO or a device cannot) or is
+/// larger than the limit.
+[[nodiscard]] std::optional<std::string> contentsOfFile(const std::string &path,
+                                                        std::int64_t sizeLimit = usualSizeLimit);
 
 /// The whole content of a regular file that is valid UTF-8, without a byte-order mark.
-[[nodiscard]] std::optional<std::string> stringWithContentsOfFile(const std::string &path);
+[[nodiscard]] std::optional<std::string> stringWithContentsOfFile(const std::string &path,
+                                                                  std::int64_t sizeLimit = usualSizeLimit);
 
 /// Replaces a file by new content: readers see the old or the new one, never a part. Creates missing directories.
 [[nodiscard]] std::error_code writeFileAtomically(const std::string &path, std::string_view content);

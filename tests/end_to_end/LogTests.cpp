@@ -34,6 +34,7 @@ TEST(Log, NoticesComeFromTheConfiguredMessages) {
     bundle.info["CFBundleName"] = text("Täst");
     bundle.info["ksv.minVersion"] = text("99");
     bundle.info["ksv.baseDir"] = text("$APP_PACKAGE/Contents/Resources/app");
+    bundle.javaVM["SearchSequence"] = array({}); // nothing is there to be refused
     const std::string tables = "Test.app/Contents/Resources/app/.kestrav/Messages.bundle/";
     const char *german = "\"AppleJavaMinVersionError\" = \"%2$@ braucht Java\\n%1$@, zu 100 %%.\";";
     bundle.folder().write(tables + "de.lproj/Localizable.strings", german);

@@ -1,6 +1,7 @@
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
 #include "platform/Reexecution.h"
+#include "platform/RuntimeSupport.h"
 #include "support/LauncherFixture.h"
 
 #include <gmock/gmock.h>
@@ -132,8 +133,13 @@ TEST_F(LauncherStart, LibraryIsTheFirstOfItsPlaces) {
     const std::string runtime = makeRuntime("rt", "17");
     load(runtime + "\nMain");
     // From the last place to the first.
-    for (const std::string folder :
-         {"lib", "lib/jli", "Contents/Home/lib", "Contents/Home/lib/jli", "Contents/Home/jre/lib/jli"}) {
+    Strings folders{"lib", "lib/jli", "Contents/Home/lib", "Contents/Home/lib/jli", "Contents/Home/jre/lib/jli"};
+    if (const std::string processor(platform::processorFolder()); !processor.empty()) {
+        for (const std::string above : {"Contents/Home/jre/", "Contents/Home/", "jre/", ""}) {
+            folders.insert(folders.begin(), above + "lib/" + processor + "/jli");
+        }
+    }
+    for (const std::string &folder : folders) {
         for (const char *name : {"/libjli.so", "/libjli.dylib"}) {
             addLibrary(runtime, folder + name);
             log.clear();
@@ -145,6 +151,7 @@ TEST_F(LauncherStart, LibraryIsTheFirstOfItsPlaces) {
     // The browser plug-in has a place of its own.
     launcher.pluginUsed = true;
     EXPECT_THROW(static_cast<void>(launcher.launch()), platform::Exception);
+    EXPECT_THAT(logged("Could not load JRE /"), ElementsAre(HasSubstr("lib/jli/libjli.dylib: ")));
     addLibrary(directory / "root/Library/Internet Plug-Ins/JavaAppletPlugin.plugin",
                "Contents/Home/lib/jli/libjli.dylib");
     EXPECT_THAT(launchOutput(), HasSubstr("Main\n"));

@@ -1,3 +1,4 @@
+#include "mac_installer/failure.h"
 #include "support/LauncherFixture.h"
 
 namespace kestrav::tests {
@@ -15,12 +16,52 @@ protected:
 TEST_F(Messages, AreFilledOnlyWithAFirstArgument) {
     configure({{"CFBundleName", "Tool"}});
     directory.write("Tool.app/Contents/Resources/en.lproj/Localizable.strings",
-                    R"("one" = "is 100%d %@"; "two" = "%2$@ needs %1$@, not %3$@"; "plain" = "Plain";)");
+                    R"("one" = "is 100%d %@"; "two" = "%2$@ needs %1$@, not %3$@"; "plain" = "Plain";
+                       "dorvik.InternalError" = "Oh: %@.";)");
     EXPECT_EQ(shown("plain"), "Tool: Plain");
     EXPECT_EQ(shown("one"), "Tool: is 100%d %@");
     EXPECT_EQ(shown("two", "17", "App %@"), "Tool: App %@ needs 17, not (null)");
     EXPECT_EQ(shown("two", "17"), "Tool: (null) needs 17, not (null)");
     EXPECT_EQ(shown("No such key"), "Tool: No such key");
+    showFailure({"Name", "There is a stop."}); // the text around it ends the sentence
+    EXPECT_EQ(notices.back(), "Tool: Oh: There is a stop.");
+}
+
+TEST_F(Messages, AMissingRuntimeIsToldWithTheVersionsThatWillDo) {
+    const std::string all = R"("AppleJavaMinVersionError" = "min %1$@ %2$@"; "JavaMissingError" = "none %2$@";)"
+                            R"("JavaMaxVersionError" = "max %3$@"; "JavaVersionRangeError" = "%1$@ to %3$@ %2$@";)";
+    const std::string usual = R"("AppleJavaMinVersionError" = "min %1$@ %2$@ %3$@";)";
+    struct Case {
+        const std::string &table;
+        Dictionary bounds;
+        const char *message;
+    };
+    const Case cases[] = {
+        {all, {}, "none Tool"},
+        {all, {{"ksv.minVersion", ""}, {"ksv.maxVersion", "11"}}, "max 11"},
+        {all, {{"ksv.minVersion", "8"}}, "min 8 Tool"},
+        {all, {{"ksv.minVersion", "8"}, {"ksv.maxVersion", "11"}}, "8 to 11 Tool"},
+        {usual, {{"ksv.maxVersion", "11"}}, "min %1$@ %2$@ %3$@"},
+        {usual, {{"ksv.minVersion", "8"}, {"ksv.maxVersion", "11"}}, "min 8 Tool 11"},
+    };
+    for (auto [table, info, message] : cases) {
+        directory.write("Tool.app/Contents/Resources/en.lproj/Localizable.strings", table);
+        info.emplace("CFBundleName", "Tool");
+        configure(info);
+        notices.clear();
+        launcher.displayMissingRuntime();
+        EXPECT_EQ(notices, Strings{std::string("Tool: ") + message});
+    }
+    // Of the refused runtimes the one with the highest version is named.
+    Array sequence{"R" + directory.makeDirectory("bare"), "R" + directory.write("file", "")};
+    for (const char *version : {"1.8.0_202", "17.0.9", "9"}) {
+        sequence.emplace_back("R" + makeRuntime(version, version));
+    }
+    configure({{"ksv.minVersion", "21"}, {"JavaVM", Dictionary{{"SearchSequence", sequence}}}});
+    EXPECT_EQ(launcher.findJavaBundle(false), std::nullopt);
+    launcher.displayMissingRuntime();
+    EXPECT_EQ(notices.back(), ": min 21 (null) (null)\n" + (directory / "17.0.9") +
+                                  ": version 17.0.9 is not within the bounds, minimum 21");
 }
 
 TEST_F(Messages, SurviveAConfigurationOfTheWrongType) {

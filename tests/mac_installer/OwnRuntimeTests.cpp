@@ -33,6 +33,18 @@ TEST_F(OwnRuntime, IsPreferredInThisOrder) {
     EXPECT_EQ(launcher.findJavaBundle(true), std::nullopt); // other installations only
 }
 
+TEST_F(OwnRuntime, AnybodysIsNotHeeded) {
+    configure({{"ksv.baseDir", directory / "base"}, {"JavaVM", Dictionary{{"SearchSequence", Array{}}}}});
+    makeRuntime("base/.kestrav/jre.bundle", "17");
+    const std::string folder = directory / "base/.kestrav";
+    std::filesystem::permissions(folder + "/jre.bundle", std::filesystem::perms::all);
+    launchGlobals.logStatus = 2; // what is not heeded is told all the same, but once
+    for (int run = 0; run < 2; ++run) {
+        EXPECT_EQ(launcher.findJavaBundle(false), std::nullopt);
+    }
+    EXPECT_EQ(logged("rejected"), Strings{"rejected " + folder + "/jre.bundle: everybody can write to it"});
+}
+
 TEST_F(OwnRuntime, OneThatIsRefusedEndsTheSearch) {
     makeRuntime("root/Library/Java/JavaVirtualMachines/jdk-17.jdk", "17");
     directory.makeDirectory(inResources);

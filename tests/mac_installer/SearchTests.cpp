@@ -1,3 +1,5 @@
+#include "platform/Exception.h"
+#include "platform/FileManager.h"
 #include "support/LauncherFixture.h"
 
 #include <gmock/gmock.h>
@@ -81,9 +83,10 @@ TEST_F(Search, EveryRefusalIsExplained) {
         {runtime,
          {{"ksv.allowBeta", "YES"}, {"ksv.maxVersion", "16"}},
          "version 17-ea is not within the bounds, maximum 16"},
-        {directory / "file", {}, "it is no directory that can be opened"},
+        {directory / "file", {}, "it is not a directory that can be opened"},
         {directory / "empty", {}, "it declares no version"},
         {directory / "missing", {}, "nothing exists there"},
+        {"${launcher:sys.jvmHome}", {}, "nothing exists there"}, // none is known yet
     };
     for (const auto &[path, info, reason] : cases) {
         EXPECT_EQ(findBySequence({"R" + path}, info), std::nullopt);
@@ -102,20 +105,80 @@ TEST_F(Search, InstalledRuntimesAreTriedNewestFirst) {
     EXPECT_THAT(logged("] checking /"),
                 ElementsAre("checking " + folder + "jdk-17", "checking " + folder + "jdk-11.0.2",
                             "checking " + folder + "openjdk-9", "checking " + folder + "jdk-1.8.0_202"));
+    // A cancel ends the search at the next candidate.
+    launcher.checkpoint = [left = 3]() mutable {
+        if (--left == 0) {
+            throw platform::Exception("Cancelled", "");
+        }
+    };
+    EXPECT_THROW(find({{"ksv.minVersion", "18"}}), platform::Exception);
+    EXPECT_THAT(logged("rejected /"), ElementsAre(HasSubstr("jdk-17: version 17 is")));
+    launcher.checkpoint = [] {};
     EXPECT_EQ(find({{"ksv.minVersion", "18"}}), std::nullopt);
     EXPECT_THAT(logged("] checking /").back(), "checking " + folder + "zz-not-a-runtime");
     expectNothingFound();
 }
 
 TEST_F(Search, PlainRuntimeDirectoriesCountByTheirReleaseFile) {
-    directory.write("root/usr/lib/jvm/java-17/release", "JAVA_VERSION=\"17.0.9\"\nIMPLEMENTOR=\"Example\"\n");
-    directory.write("root/usr/lib/jvm/java-21/release", "JAVA_VERSION=\"21.0.1\"\n");
+    const std::string jvm = directory / "root/usr/lib/jvm/";
+    const auto make = [&](const std::string &name, const std::string &release) {
+        directory.write("root/usr/lib/jvm/" + name + "/release", release);
+    };
+    make("zulu-17", "JAVA_VERSION=\"17.0.9\"\nIMPLEMENTOR=\"Example\"\n");
+    make("java-21", "JAVA_VERSION=\"21.0.1\"\nJAVA_RUNTIME_VERSION=\"21.0.1+12-release\"\n");
+    make("java-8", "JAVA_VERSION=\"1.8.0_392\"\n");
+    make("jdk-24", "JAVA_VERSION=\"24\"\nJAVA_RUNTIME_VERSION=\"24-ea+7\"\n");
+    make("jdk-99", "SOURCE=\"\"\n");
     directory.write("root/usr/lib/jvm/.java-21.jinfo", "");
-    EXPECT_EQ(find({{"ksv.maxVersion", "17"}, {"ksv.vmIdPrefix", "Exam"}}), directory / "root/usr/lib/jvm/java-17");
+    EXPECT_EQ(find({{"ksv.maxVersion", "17"}, {"ksv.vmIdPrefix", "Exam"}}), jvm + "zulu-17");
     EXPECT_EQ(launcher.javaMajorVersion, 17);
-    EXPECT_EQ(find({}), directory / "root/usr/lib/jvm/java-21");
+    EXPECT_EQ(find({}), jvm + "java-21");
+    EXPECT_THAT(logged("rejected"), ElementsAre("rejected " + jvm + "jdk-24: it is marked as a pre-release: 24-ea"));
+    EXPECT_EQ(find({{"ksv.minVersion", "99"}}), std::nullopt);
+    EXPECT_THAT(logged("] checking /"),
+                ElementsAre("checking " + jvm + "jdk-24", "checking " + jvm + "java-21", "checking " + jvm + "zulu-17",
+                            "checking " + jvm + "java-8", "checking " + jvm + ".java-21.jinfo",
+                            "checking " + jvm + "jdk-99"));
     const std::string first = makeRuntime(std::string(jdks) + "jdk-8.jdk", "1.8.0");
     EXPECT_EQ(find({}), first); // the fixed locations come first
+}
+
+TEST_F(Search, RuntimesForAnotherProcessorAreRefused) {
+    // Machines by their numbers in ELF headers: 62 and 3 are one processor with 64 and 32 bits, 183 and 40 another.
+    const std::string own = platform::contentsOfFile("/proc/self/exe")->substr(0, 20);
+    const auto program = [&](char machine, bool otherByteOrder = false) {
+        std::string header = own;
+        header[18] = machine;
+        header[5] = static_cast<char>(otherByteOrder ? 3 - own[5] : own[5]);
+        return header;
+    };
+    const char ours = own[18];
+    const std::string runtime = makeRuntime("jdk", "17");
+    const std::string java = "jdk/Contents/Home/bin/java";
+    for (const auto &[content, accepted] : {std::pair{own, true},
+                                            {program(ours == 62 ? 3 : 40), true},
+                                            {"#!/bin/sh\n", true},
+                                            {own.substr(0, 18), true},
+                                            {program(ours == 62 ? '\xB7' : 62), false},
+                                            {program(ours, true), false}}) {
+        directory.write(java, content);
+        EXPECT_EQ(findBySequence({"R" + runtime}).has_value(), accepted);
+    }
+    const std::string reason = "its bin/java is for another processor";
+    EXPECT_THAT(logged("rejected"), ElementsAre("rejected " + runtime + ": " + reason));
+    // The application's own one ends the search, and the notice says why.
+    for (const char *place : {"Tool.app/Contents/PlugIns/jre.bundle", "base/.kestrav/jre"}) {
+        std::filesystem::create_directories((directory / place) + "/..");
+        std::filesystem::rename(runtime, directory / place);
+        launcher = Launcher();
+        EXPECT_EQ(find({{"ksv.baseDir", directory / "base"}}), std::nullopt);
+        EXPECT_FALSE(wasLogged("search sequence"));
+        notices.clear();
+        configure({{"CFBundleName", "Tool"}});
+        launcher.displayMissingRuntime();
+        EXPECT_EQ(notices, Strings{"Tool: AppleJavaMinVersionError\n" + (directory / place) + ": " + reason});
+        std::filesystem::rename(directory / place, runtime);
+    }
 }
 
 TEST_F(Search, ThePluginComesFirstIfItIsTheRightOne) {

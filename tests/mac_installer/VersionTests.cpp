@@ -80,7 +80,8 @@ TEST(Versions, BoundsAreInclusiveAndOnlyAsLongAsTheyAre) {
         {"11.0.3", "11.0", false, true},
         {"11.0.0", "11", true, true},
         {"11", "", false, true},
-        {"99999999999", "2147483647", true, true},
+        {"99999999999", "2147483647", false, true},                  // more than 32 bits, as in dates and build numbers
+        {"99999999999999999999", "9223372036854775807", true, true}, // more than 64: the largest there is
     };
     for (const auto &[bound, version, asMinimum, asMaximum] : cases) {
         const auto list = Launcher::versionListOf(version);

@@ -12,7 +12,9 @@ namespace {
 
 TEST(RuntimeSupport, KnowsTheSystem) {
     testing::setSystemRoot("/elsewhere");
-    EXPECT_THAT(standardRuntimeDirectories(), ::testing::ElementsAre("/elsewhere/Library/Java/JavaVirtualMachines"));
+    ASSERT_EQ(standardRuntimeDirectories().size(), 1U);
+    EXPECT_EQ(standardRuntimeDirectories().front().path, "/elsewhere/Library/Java/JavaVirtualMachines");
+    EXPECT_TRUE(standardRuntimeDirectories().front().namedByVersion);
     testing::setSystemRoot("");
     EXPECT_TRUE(runtimeKnowsOption("-Xdock:name=x"));
     EXPECT_TRUE(runtimeKnowsOption("-XstartOnFirstThread"));

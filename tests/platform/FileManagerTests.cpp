@@ -1,4 +1,5 @@
 #include "platform/FileManager.h"
+#include "platform/TrustedPath.h"
 #include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
 
@@ -6,6 +7,7 @@
 
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -128,6 +130,53 @@ TEST(FileManager, ReplacesFilesAtomically) {
     EXPECT_TRUE(writeFileAtomically("/dev/null", "x"));
     EXPECT_THAT(fileManager.contentsOfDirectoryAtPath(directory / "new/folder"),
                 Optional(UnorderedElementsAre("file")));
+}
+
+TEST(TrustedPath, IsNobodyElsesToMake) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can make files of another user";
+    }
+    constexpr uid_t stranger = 4242;
+    const TemporaryDirectory directory;
+    const std::string shared = directory.makeDirectory("shared");
+    const std::string theirFolder = directory.makeDirectory("shared/folder");
+    const std::string bundle = directory.makeDirectory("Their.app");
+    const std::string own = directory.write("shared/own", "");
+    const std::string theirs = directory.write("shared/theirs", "");
+    const std::string inTheirs = directory.write("shared/folder/own", "");
+    const std::string inGroups = directory.write("group/theirs", "");
+    const std::string open = directory.write("open", "");
+    fs::create_symlink("../group/theirs", shared + "/link");
+    fs::create_symlink("shared/theirs", directory / "way");
+    fs::create_symlink("loop", directory / "loop");
+    for (const std::string &path : {theirFolder, bundle, theirs, inGroups, shared + "/link"}) {
+        ASSERT_EQ(::lchown(path.c_str(), stranger, stranger), 0);
+    }
+    fs::permissions(shared, static_cast<fs::perms>(01777));
+    fs::permissions(directory / "group", static_cast<fs::perms>(0775));
+    fs::permissions(open, static_cast<fs::perms>(0646));
+    const std::string otherUsers = " belongs to another user and lies in a folder where everybody can create files";
+    const struct {
+        std::string path, bundle;
+        std::optional<std::string> reason;
+    } cases[] = {
+        {own, "/", std::nullopt},
+        {shared + "/missing", "/", std::nullopt},
+        {directory / "loop", "/", std::nullopt},
+        {inGroups, "/", std::nullopt},
+        {theirs, bundle, std::nullopt},
+        {theirs, "/", theirs + otherUsers},
+        {inTheirs, "/", theirFolder + otherUsers},
+        {shared + "/link", "/", shared + "/link" + otherUsers},
+        {directory / "way", "/", theirs + otherUsers},
+        {directory.path() + "/./group/..//shared/theirs", "/",
+         directory.path() + "/group/../shared/theirs" + otherUsers},
+        {shared + "/link", bundle, std::nullopt},
+        {open, bundle, "everybody can write to it"},
+    };
+    for (const auto &[path, itsBundle, reason] : cases) {
+        EXPECT_EQ(reasonToDistrust(path, itsBundle), reason) << path;
+    }
 }
 
 TEST(FileManager, FindsTheUsersDirectories) {

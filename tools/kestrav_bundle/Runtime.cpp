@@ -1,7 +1,6 @@
 #include "Runtime.h"
 
-#include "mac_installer/CandidateInfo.h"
-#include "mac_installer/CandidateRefusal.h"
+#include "mac_installer/CandidateVerdict.h"
 #include "mac_installer/RuntimeHome.h"
 #include "platform/FileDescriptor.h"
 #include "platform/path.h"
@@ -71,22 +70,20 @@ Runtime examineRuntime(const std::string &path, const RuntimeBounds &bounds, con
     const std::string info = appendingPathComponent(runtime.folder, "Contents/Info.plist");
     runtime.hasInfo = runtime.isBundle && files.fileExistsAtPath(info);
 
-    const auto checker = Launcher::launcher();
-    checker->javaBundle = Bundle::create(runtime.isBundle && !runtime.hasInfo ? home : runtime.folder);
-    if (!checker->javaBundle) {
+    const auto bundle = Bundle::create(runtime.isBundle && !runtime.hasInfo ? home : runtime.folder);
+    if (!bundle) {
         throw Refusal("The runtime " + path + " cannot be read");
     }
-    const CandidateInfo declared = candidateInfo(*checker->javaBundle, false);
+    const CandidateInfo declared = candidateInfo(*bundle, false);
     if (!declared.version) {
         throw Refusal("The runtime " + path + " does not declare its version, neither in " +
                       (runtime.isBundle ? "Contents/Info.plist (JavaVM, JVMVersion)" : "a file \"release\"") +
                       " nor anywhere else that the launcher reads");
     }
     // The application's maker chose this runtime: only the bounds count.
-    if (!checker->checkJavaVersion(bounds.minVersion, bounds.maxVersion, true, false, {})) {
-        RuntimeBounds asked = bounds;
-        asked.allowBeta = true;
-        throw Refusal("The runtime " + path + " will not do: " + versionRefusalReason(declared.version, asked));
+    const CandidateVerdict verdict = judgeVersion(declared, {bounds.minVersion, bounds.maxVersion, {}, true}, false);
+    if (!verdict.launchVersion) {
+        throw Refusal("The runtime " + path + " will not do: " + verdict.refusal);
     }
     runtime.version = *declared.version;
     runtime.identifier = declared.identifier.value_or("");

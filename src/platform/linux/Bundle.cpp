@@ -1,7 +1,6 @@
 #include "platform/Bundle.h"
 
 #include "platform/FileManager.h"
-#include "platform/SystemLog.h"
 #include "platform/linux/Localization.h"
 #include "platform/linux/ReleaseFile.h"
 #include "platform/linux/StringTable.h"
@@ -14,7 +13,7 @@ namespace kestrav::platform {
 
 namespace {
 
-PropertyList readInformation(const std::string &bundlePath) {
+Information readInformation(const std::string &bundlePath) {
     for (const char *place : {"Contents/Info.plist", "Resources/Info.plist", "Info.plist"}) {
         const std::string file = appendingPathComponent(bundlePath, place);
         if (!FileManager().fileExistsAtPath(file)) {
@@ -23,10 +22,9 @@ PropertyList readInformation(const std::string &bundlePath) {
         const auto content = contentsOfFile(file);
         auto information = content ? PropertyList::parse(*content) : std::nullopt;
         if (information && information->as<PropertyList::Dictionary>() != nullptr) {
-            return *std::move(information);
+            return {*std::move(information), std::nullopt};
         }
-        Log("%s [Line %d] Info.plist of %@ is damaged or cannot be read", "+[Bundle create:]", __LINE__, bundlePath);
-        return {};
+        return {{}, "its Info.plist is damaged or cannot be read"};
     }
     return releaseInformation(bundlePath);
 }
@@ -47,8 +45,9 @@ std::unique_ptr<Bundle> Bundle::create(const std::string &path) {
         return nullptr;
     }
     std::string ownPath(withoutTrailingSlashes(path));
-    PropertyList information = readInformation(ownPath);
-    return std::unique_ptr<Bundle>(new Bundle(std::move(ownPath), std::move(information)));
+    Information information = readInformation(ownPath);
+    return std::unique_ptr<Bundle>(
+        new Bundle(std::move(ownPath), std::move(information.dictionary), std::move(information.damage)));
 }
 
 std::string Bundle::resourcePath() const {

@@ -1,12 +1,10 @@
 #include "platform/Bundle.h"
 
-#include "platform/FileDescriptor.h"
+#include "platform/linux/FileHeader.h"
 #include "platform/path.h"
-#include "platform/posix/uninterrupted.h"
 
-#include <array>
 #include <cstddef>
-#include <unistd.h>
+#include <elf.h>
 
 namespace kestrav::platform {
 
@@ -24,39 +22,7 @@ constexpr std::size_t fatHeaderSize = 8;
 constexpr std::size_t fatEntrySize = 20;
 constexpr std::size_t fat64EntrySize = 32;
 
-/// The bytes at the beginning of a file, as many as a header can have.
-class Header {
-public:
-    explicit Header(const std::string &path) {
-        const FileDescriptor file = FileDescriptor::openRegularFile(path);
-        while (file.valid() && size_ < bytes_.size()) {
-            const ssize_t count =
-                uninterrupted([&] { return ::read(file.get(), bytes_.data() + size_, bytes_.size() - size_); });
-            if (count <= 0) {
-                return;
-            }
-            size_ += static_cast<std::size_t>(count);
-        }
-    }
-
-    /// An unsigned number of `size` bytes, empty where the file is shorter.
-    [[nodiscard]] std::optional<std::uint32_t> number(std::size_t offset, std::size_t size, bool bigEndian) const {
-        if (offset + size > size_) {
-            return std::nullopt;
-        }
-        std::uint32_t value = 0;
-        for (std::size_t index = 0; index < size; ++index) {
-            value = (value << 8U) | bytes_[offset + (bigEndian ? index : size - 1 - index)];
-        }
-        return value;
-    }
-
-private:
-    std::array<std::uint8_t, fatHeaderSize + fatEntryLimit * fat64EntrySize> bytes_{};
-    std::size_t size_ = 0;
-};
-
-std::optional<Architectures> fatArchitectures(const Header &header, std::size_t entrySize) {
+std::optional<Architectures> fatArchitectures(const FileHeader &header, std::size_t entrySize) {
     const std::optional<std::uint32_t> count = header.number(4, 4, true);
     // Java class files begin like fat files; their version, 45 or more, stands where the number of entries does.
     if (!count || *count > fatEntryLimit) {
@@ -70,20 +36,18 @@ std::optional<Architectures> fatArchitectures(const Header &header, std::size_t 
     return architectures;
 }
 
-std::optional<Architectures> thinArchitecture(const Header &header, bool bigEndian) {
+std::optional<Architectures> thinArchitecture(const FileHeader &header, bool bigEndian) {
     const auto cpuType = header.number(4, 4, bigEndian);
     return cpuType ? std::optional(Architectures{static_cast<std::int32_t>(*cpuType)}) : std::nullopt;
 }
 
-std::optional<Architectures> elfArchitecture(const Header &header) {
-    constexpr std::uint32_t bigEndianData = 2;
-    const auto machine = header.number(18, 2, header.number(5, 1, true) == bigEndianData);
-    switch (machine.value_or(0)) {
-    case 3:
+std::optional<Architectures> elfArchitecture(const FileHeader &header) {
+    switch (elfMachine(header).value_or(ElfMachine()).number) {
+    case EM_386:
         return Architectures{cpuTypeX86};
-    case 62:
+    case EM_X86_64:
         return Architectures{cpuTypeX86_64};
-    case 183:
+    case EM_AARCH64:
         return Architectures{cpuTypeArm64};
     default:
         return std::nullopt;
@@ -91,7 +55,7 @@ std::optional<Architectures> elfArchitecture(const Header &header) {
 }
 
 std::optional<Architectures> architecturesOfFile(const std::string &path) {
-    const Header header(path);
+    const FileHeader header(path);
     switch (header.number(0, 4, true).value_or(0)) {
     case 0xCAFEBABE:
         return fatArchitectures(header, fatEntrySize);

@@ -6,6 +6,13 @@
 
 namespace kestrav::platform {
 
+namespace {
+
+/// Real ones have two kilobytes.
+constexpr std::int64_t releaseSizeLimit = std::int64_t{1} << 20;
+
+} // namespace
+
 PropertyList::Dictionary parseReleaseFile(std::string_view text) {
     constexpr std::string_view blanks = " \t\r";
     PropertyList::Dictionary entries;
@@ -26,18 +33,32 @@ PropertyList::Dictionary parseReleaseFile(std::string_view text) {
     return entries;
 }
 
-PropertyList releaseInformation(const std::string &directory) {
-    PropertyList::Dictionary information;
-    if (const auto text = stringWithContentsOfFile(appendingPathComponent(directory, "release"))) {
-        const PropertyList::Dictionary entries = parseReleaseFile(*text);
-        if (const auto version = entries.find("JAVA_VERSION"); version != entries.end()) {
-            information.emplace("JavaVM", PropertyList::Dictionary{{"JVMVersion", version->second}});
-        }
-        if (const auto implementor = entries.find("IMPLEMENTOR"); implementor != entries.end()) {
-            information.emplace("CFBundleIdentifier", implementor->second);
-        }
+Information releaseInformation(const std::string &directory) {
+    const std::string file = appendingPathComponent(directory, "release");
+    if (!FileManager().fileExistsAtPath(file)) {
+        return {};
     }
-    return information;
+    const auto text = stringWithContentsOfFile(file, releaseSizeLimit);
+    if (!text) {
+        return {{}, "its file \"release\" cannot be read as UTF-8 text of at most 1 MiB"};
+    }
+    const PropertyList::Dictionary entries = parseReleaseFile(*text);
+    const auto entry = [&](std::string_view key) {
+        const auto found = entries.find(key);
+        return found == entries.end() ? nullptr : found->second.as<std::string>();
+    };
+    PropertyList::Dictionary information;
+    if (const auto *version = entry("JAVA_VERSION")) {
+        information.emplace("JavaVM", PropertyList::Dictionary{{"JVMVersion", *version}});
+    }
+    if (const auto *build = entry("JAVA_RUNTIME_VERSION")) {
+        // Only this one tells early access; what follows the "+" may hold any word.
+        information.emplace("EvarVersion", build->substr(0, build->find('+')));
+    }
+    if (const auto *implementor = entry("IMPLEMENTOR")) {
+        information.emplace("CFBundleIdentifier", *implementor);
+    }
+    return {std::move(information), std::nullopt};
 }
 
 } // namespace kestrav::platform

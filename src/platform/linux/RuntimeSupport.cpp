@@ -1,13 +1,65 @@
 #include "platform/RuntimeSupport.h"
 
+#include "platform/linux/FileHeader.h"
+
+#include <algorithm>
+#include <array>
+#include <elf.h>
+
 namespace kestrav::platform {
 
-std::vector<std::string> standardRuntimeDirectories() {
-    return {systemPath("/Library/Java/JavaVirtualMachines"), systemPath("/usr/lib/jvm")};
+namespace {
+
+struct Processor {
+    ElfMachine machine;
+    std::uint32_t otherWidth = EM_NONE; // the same kind with 32 instead of 64 bits, or the other way round
+    std::string_view folder;
+};
+
+constexpr auto processors = std::array{
+    Processor{{EM_X86_64, false}, EM_386, "amd64"},
+    Processor{{EM_386, false}, EM_X86_64, "i386"},
+    Processor{{EM_AARCH64, false}, EM_ARM, "aarch64"},
+    Processor{{EM_ARM, false}, EM_AARCH64, "arm"},
+    Processor{{EM_PPC64, false}, EM_PPC, "ppc64le"},
+    Processor{{EM_PPC64, true}, EM_PPC, "ppc64"},
+    Processor{{EM_S390, true}, EM_NONE, "s390x"},
+    Processor{{EM_RISCV, false}, EM_NONE, "riscv64"},
+    Processor{{EM_LOONGARCH, false}, EM_NONE, "loongarch64"},
+};
+
+/// What this process's own program is for; one that the table lacks has neither another width nor a folder.
+Processor ownProcessor() {
+    const auto machine = elfMachine(FileHeader("/proc/self/exe"));
+    const auto *known = std::find_if(processors.begin(), processors.end(),
+                                     [&](const Processor &processor) { return processor.machine == machine; });
+    return known != processors.end() ? *known : Processor{machine.value_or(ElfMachine()), EM_NONE, ""};
+}
+
+const Processor &thisProcessor() {
+    static const Processor processor = ownProcessor();
+    return processor;
+}
+
+} // namespace
+
+std::vector<RuntimeDirectory> standardRuntimeDirectories() {
+    return {{systemPath("/Library/Java/JavaVirtualMachines"), true}, {systemPath("/usr/lib/jvm"), false}};
 }
 
 bool runtimeKnowsOption(std::string_view option) {
     return !option.starts_with("-Xdock:") && option != "-XstartOnFirstThread";
+}
+
+bool runsOnThisProcessor(const std::string &program) {
+    const Processor &own = thisProcessor();
+    const auto machine = elfMachine(FileHeader(program));
+    const bool bothKnown = machine && own.machine.number != EM_NONE;
+    return !bothKnown || *machine == own.machine || *machine == ElfMachine{own.otherWidth, own.machine.bigEndian};
+}
+
+std::string_view processorFolder() {
+    return thisProcessor().folder;
 }
 
 } // namespace kestrav::platform

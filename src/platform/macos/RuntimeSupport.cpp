@@ -2,12 +2,20 @@
 
 namespace kestrav::platform {
 
-std::vector<std::string> standardRuntimeDirectories() {
-    return {systemPath("/Library/Java/JavaVirtualMachines")};
+std::vector<RuntimeDirectory> standardRuntimeDirectories() {
+    return {{systemPath("/Library/Java/JavaVirtualMachines"), true}};
 }
 
 bool runtimeKnowsOption(std::string_view /*option*/) {
     return true;
+}
+
+bool runsOnThisProcessor(const std::string & /*program*/) {
+    return true; // what the system cannot run it translates
+}
+
+std::string_view processorFolder() {
+    return "";
 }
 
 } // namespace kestrav::platform

@@ -157,9 +157,7 @@ std::error_code FileManager::changeCurrentDirectoryPath(const std::string &path)
     return ::chdir(path.c_str()) == 0 ? std::error_code() : lastError();
 }
 
-std::optional<std::string> contentsOfFile(const std::string &path) {
-    // Nothing the launcher reads as a whole comes near this; a sparse file may claim any size.
-    constexpr off_t sizeLimit = off_t{1} << 30;
+std::optional<std::string> contentsOfFile(const std::string &path, std::int64_t sizeLimit) {
     const FileDescriptor file = FileDescriptor::openRegularFile(path);
     struct stat found {};
     if (!file.valid() || ::fstat(file.get(), &found) != 0 || found.st_size > sizeLimit) {
@@ -188,9 +186,9 @@ std::optional<std::string> contentsOfFile(const std::string &path) {
     }
 }
 
-std::optional<std::string> stringWithContentsOfFile(const std::string &path) {
+std::optional<std::string> stringWithContentsOfFile(const std::string &path, std::int64_t sizeLimit) {
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-    std::optional<std::string> content = contentsOfFile(path);
+    std::optional<std::string> content = contentsOfFile(path, sizeLimit);
     if (content && !isValidUTF8(*content)) {
         return std::nullopt;
     }
