@@ -34,6 +34,9 @@ namespace kestrav::platform {
 /// character, a backslash makes the next one literal. Linear in practice for any number of stars.
 [[nodiscard]] bool isLike(std::string_view text, std::string_view pattern);
 
+/// The text of a file that may be UTF-16 instead of UTF-8, without its byte order mark.
+[[nodiscard]] std::string utf8Text(std::string_view bytes);
+
 [[nodiscard]] bool isValidUTF8(std::string_view bytes);
 
 /// UTF-16 units of a UTF-8 text and back; bytes that are no UTF-8 become U+FFFD, lone surrogates as well.

@@ -1,5 +1,6 @@
 #include "platform/PropertyList.h"
 #include "platform/support/PropertyListBytes.h"
+#include "platform/support/utf16Bytes.h"
 
 #include <gtest/gtest.h>
 
@@ -32,6 +33,28 @@ TEST(PropertyList, ReadsXML) {
     for (const auto &[value, expected] : cases) {
         EXPECT_EQ(PropertyList::parse(xml(value)), expected) << value;
         EXPECT_EQ(PropertyList::parse("\xEF\xBB\xBF" + xml(value)), expected) << value;
+        EXPECT_EQ(PropertyList::parse(tests::utf16Bytes(xml(value), true, "\xFE\xFF")), expected) << value;
+        EXPECT_EQ(PropertyList::damage(xml(value)), "") << value;
+    }
+}
+
+TEST(PropertyList, TellsTheLineOfADamage) {
+    const std::pair<const char *, const char *> cases[] = {
+        {"", "line 1"},
+        {"hello", "line 1"},
+        {"<plist>\n<dict>\n<key>a</key>\n<string>b</dict>\n</plist>", "line 4"},
+        {"<plist>\n<dict>\n<key>a</key>\n<string>a & b</string></dict>\n</plist>", "line 4"},
+        {"<plist>\n<dict>\n<key>a</key><key>b</key><true/></dict>\n</plist>", "line 3"},
+        {"<plist>\n<dict>\n<string>a</string></dict>\n</plist>", "line 3"},
+        {"<plist>\n<dict>\n<key>a</key><text>a</text></dict>\n</plist>", "line 3"},
+        {"<plist>\n<!-- a -- <dict>\n</dict>\n</plist>", "line 2"},
+        {"<plist>\n<dict>\n</dict>\n", "line 4"},
+        {"<plist>\n<dict>\n<key>a</key><string>\xE4</string></dict>\n</plist>", "line 3"},
+        {"bplist00", ""},
+    };
+    for (const auto &[bytes, line] : cases) {
+        EXPECT_EQ(PropertyList::parse(bytes), std::nullopt) << bytes;
+        EXPECT_EQ(PropertyList::damage(bytes), line) << bytes;
     }
 }
 

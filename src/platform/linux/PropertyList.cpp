@@ -2,6 +2,7 @@
 
 #include "platform/linux/PropertyListLimits.h"
 #include "platform/linux/PropertyListNode.h"
+#include "platform/posix/XMLPropertyList.h"
 #include "platform/text.h"
 
 #include <plist/plist.h>
@@ -191,21 +192,16 @@ Node toNode(const PropertyList &list) {
 } // namespace
 
 Node nodeOf(std::string_view bytes) {
-    constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-    if (bytes.starts_with(byteOrderMark)) {
-        bytes.remove_prefix(byteOrderMark.size());
-    }
     if (bytes.size() > std::numeric_limits<std::int32_t>::max()) {
         return {};
     }
-    const auto size = static_cast<std::uint32_t>(bytes.size());
     plist_t root = nullptr;
     if (bytes.starts_with("bplist00")) {
         if (binaryPropertyListIsAcceptable(bytes)) {
-            plist_from_bin(bytes.data(), size, &root);
+            plist_from_bin(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &root);
         }
-    } else if (xmlPropertyListIsAcceptable(bytes)) {
-        plist_from_xml(bytes.data(), size, &root);
+    } else if (const std::string xml = utf8Text(bytes); !faultOfXMLPropertyList(xml)) {
+        plist_from_xml(xml.data(), static_cast<std::uint32_t>(xml.size()), &root);
     }
     return Node(root);
 }

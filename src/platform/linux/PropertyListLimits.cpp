@@ -1,6 +1,6 @@
 #include "platform/linux/PropertyListLimits.h"
 
-#include "platform/text.h"
+#include "platform/posix/XMLPropertyList.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -10,8 +10,6 @@
 namespace kestrav::platform {
 
 namespace {
-
-constexpr std::size_t depthLimit = 512;
 
 /// Bytes that the list may take in memory, roughly.
 constexpr std::uint64_t sizeLimit = std::uint64_t{1} << 28U;
@@ -64,7 +62,7 @@ private:
     /// The size of an object with everything below it, each repetition counted; empty if it is beyond the limits.
     std::optional<std::uint64_t> expandedSize(std::uint64_t object, std::size_t depth) {
         // An object that contains itself is infinitely deep.
-        if (object >= sizes_.size() || depth > depthLimit) {
+        if (object >= sizes_.size() || depth > deepestNesting) {
             return std::nullopt;
         }
         const auto index = static_cast<std::size_t>(object);
@@ -76,7 +74,7 @@ private:
             sizes_[index] = *measured;
         }
         height_ = sizes_[index].height;
-        return depth + height_ <= depthLimit ? std::optional(sizes_[index].size) : std::nullopt;
+        return depth + height_ <= deepestNesting ? std::optional(sizes_[index].size) : std::nullopt;
     }
 
     struct Measure {
@@ -148,36 +146,10 @@ private:
     std::size_t height_ = 0;     // of the object looked at last
 };
 
-bool nestingIsModerate(std::string_view xml) {
-    std::size_t depth = 0;
-    for (std::size_t tag = xml.find('<'); tag != std::string_view::npos; tag = xml.find('<', tag + 1)) {
-        const std::string_view name = xml.substr(tag + 1);
-        if (name.starts_with("/array") || name.starts_with("/dict")) {
-            depth -= depth > 0 ? 1 : 0;
-        } else if (name.starts_with("array") || name.starts_with("dict")) {
-            const std::size_t end = name.find('>');
-            const bool empty = end != std::string_view::npos && name[end - 1] == '/';
-            depth += empty ? 0 : 1;
-        }
-        if (depth > depthLimit) {
-            return false;
-        }
-    }
-    return true;
-}
-
 } // namespace
 
 bool binaryPropertyListIsAcceptable(std::string_view bytes) {
     return ObjectTable(bytes).acceptable();
-}
-
-bool xmlPropertyListIsAcceptable(std::string_view bytes) {
-    // libplist takes a list for whole once its outermost value is.
-    const bool endIsMissing =
-        bytes.find("<plist") != std::string_view::npos && bytes.find("</plist>") == std::string_view::npos;
-    return !endIsMissing && bytes.find('\0') == std::string_view::npos && isValidUTF8(bytes) &&
-           nestingIsModerate(bytes);
 }
 
 } // namespace kestrav::platform

@@ -11,7 +11,4 @@ namespace kestrav::platform {
 /// and depth and expanded size are moderate.
 [[nodiscard]] bool binaryPropertyListIsAcceptable(std::string_view bytes);
 
-/// True if the bytes may be given to libplist as an XML list: valid UTF-8 without NUL, its end there, depth moderate.
-[[nodiscard]] bool xmlPropertyListIsAcceptable(std::string_view bytes);
-
 } // namespace kestrav::platform

@@ -10,31 +10,6 @@ namespace kestrav::platform {
 
 namespace {
 
-std::u16string utf16Units(std::string_view bytes, bool bigEndian) {
-    std::u16string units;
-    units.reserve(bytes.size() / 2);
-    for (std::size_t index = 0; index + 1 < bytes.size(); index += 2) {
-        const unsigned first = static_cast<unsigned char>(bytes[index]);
-        const unsigned second = static_cast<unsigned char>(bytes[index + 1]);
-        units += static_cast<char16_t>(bigEndian ? first << 8U | second : second << 8U | first);
-    }
-    return units;
-}
-
-std::u16string decoded(std::string_view bytes) {
-    if (bytes.starts_with("\xFE\xFF") || bytes.starts_with("\xFF\xFE")) {
-        return utf16Units(bytes.substr(2), bytes.starts_with("\xFE"));
-    }
-    // Tables begin with ASCII, of which one byte in UTF-16 is NUL; no text has NUL characters.
-    if (bytes.size() >= 2 && (bytes[0] == '\0' || bytes[1] == '\0')) {
-        return utf16Units(bytes, bytes[0] == '\0');
-    }
-    if (bytes.starts_with("\xEF\xBB\xBF")) {
-        bytes.remove_prefix(3);
-    }
-    return utf16(bytes);
-}
-
 bool isSpace(char16_t unit) {
     return isWhitespaceOrNewline(unit);
 }
@@ -208,7 +183,7 @@ StringTable parseStringTable(std::string_view bytes) {
     if (bytes.starts_with("bplist")) {
         return stringsOf(PropertyList::parse(bytes));
     }
-    const std::u16string text = decoded(bytes);
+    const std::u16string text = utf16(utf8Text(bytes));
     const std::u16string_view view = text;
     std::size_t begin = 0;
     while (begin < view.size() && isSpace(view[begin])) {

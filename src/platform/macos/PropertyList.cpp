@@ -1,10 +1,16 @@
 #include "platform/PropertyList.h"
 
 #include "platform/macos/CFPropertyList.h"
+#include "platform/posix/XMLPropertyList.h"
+#include "platform/text.h"
 
 namespace kestrav::platform {
 
 std::optional<PropertyList> PropertyList::parse(std::string_view bytes) {
+    // The platform reads nested elements by nested calls, on whatever stack there is.
+    if (!bytes.starts_with("bplist") && faultOfXMLPropertyList(utf8Text(bytes))) {
+        return std::nullopt;
+    }
     const CFHandle data(CFDataCreate(kCFAllocatorDefault, reinterpret_cast<const UInt8 *>(bytes.data()),
                                      static_cast<CFIndex>(bytes.size())));
     CFPropertyListFormat format = kCFPropertyListXMLFormat_v1_0;
