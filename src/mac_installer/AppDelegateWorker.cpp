@@ -40,12 +40,11 @@ void AppDelegate::worker() {
         }
         status = runProgram(*launcher, *runtimePath, fileManager);
     } catch (const std::exception &exception) {
-        const platform::Exception failure = asPlatformException(exception);
-        if (failure.name() == CancelledException) {
+        const auto *raised = dynamic_cast<const platform::Exception *>(&exception);
+        if (raised != nullptr && raised->name() == CancelledException) {
             _DLog("%s [Line %d] Cancelled", signature, __LINE__);
         } else {
-            showFailure(failure);
-            logFailure(signature, __LINE__, failure);
+            reportFailure(signature, __LINE__, exception);
         }
     }
     removeTemporaryDirectory();

@@ -2,7 +2,9 @@
 
 #include "platform/Bundle.h"
 #include "platform/Exception.h"
+#include "platform/FileManager.h"
 #include "platform/format.h"
+#include "platform/path.h"
 #include "platform/text.h"
 
 namespace kestrav {
@@ -28,6 +30,27 @@ const T *typedValue(const PropertyList &dictionary, std::string_view key, std::s
         raiseWrongType(key, *value, expected);
     }
     return typed;
+}
+
+/// Raises if Info.plist is there and cannot be read: without this a start would end over some key that it has.
+void requireWholeFile(const platform::Bundle &bundle) {
+    const std::string path = platform::appendingPathComponent(bundle.bundlePath(), "Contents/Info.plist");
+    if (!platform::FileManager().fileExistsAtPath(path)) {
+        return;
+    }
+    const auto content = platform::contentsOfFile(path);
+    const auto list = content ? PropertyList::parse(*content) : std::nullopt;
+    if (list && list->as<PropertyList::Dictionary>() != nullptr) {
+        return;
+    }
+    std::string reason = "Info.plist cannot be read";
+    if (list) {
+        reason = platform::format("Info.plist is %@, not a dictionary", list->typeName());
+    } else if (content) {
+        const std::string place = PropertyList::damage(*content);
+        reason = "Info.plist is damaged" + (place.empty() ? place : ": " + place);
+    }
+    throw platform::Exception(platform::InvalidArgumentException, reason);
 }
 
 } // namespace
@@ -106,7 +129,11 @@ std::optional<std::int64_t> integerValue(const PropertyList &dictionary, std::st
 }
 
 const PropertyList &infoDictionary() {
-    return platform::Bundle::mainBundle().infoDictionary();
+    const platform::Bundle &bundle = platform::Bundle::mainBundle();
+    if (bundle.objectForInfoDictionaryKey("JavaVM") == nullptr) { // every whole one has it
+        requireWholeFile(bundle);
+    }
+    return bundle.infoDictionary();
 }
 
 const PropertyList &javaVMDictionary() {
@@ -122,7 +149,8 @@ const PropertyList &javaVMDictionary() {
 }
 
 std::optional<std::string> bundleName() {
-    return infoDictionary().stringForKey("CFBundleName");
+    const auto name = platform::Bundle::mainBundle().infoDictionary().stringForKey("CFBundleName");
+    return name ? std::optional(platform::escapingControlCharacters(*name)) : std::nullopt;
 }
 
 std::string replacingAppPackage(std::string_view text, std::string_view bundlePath) {

@@ -36,7 +36,7 @@ namespace kestrav {
 /// The texts of an array that stands under `key`; raises for an entry that is no text.
 [[nodiscard]] std::vector<std::string> stringsOf(const platform::PropertyList &array, std::string_view key);
 
-/// The main bundle's information dictionary.
+/// The main bundle's information dictionary; raises if its file is damaged.
 [[nodiscard]] const platform::PropertyList &infoDictionary();
 
 /// Its `JavaVM` dictionary; an empty one if there is none.

@@ -17,7 +17,7 @@ constexpr const char *errorSignature = "+[Launcher displayError:info1:info2:]";
 /// Where "ksv.baseDir" has the bundle of messages; empty if that key is missing, or if somebody else may have put the
 /// bundle there, so that the application's own messages are shown.
 OptionalText configuredMessages() {
-    const auto baseDir = infoDictionary().stringForKey("ksv.baseDir");
+    const auto baseDir = Bundle::mainBundle().infoDictionary().stringForKey("ksv.baseDir");
     if (!baseDir) {
         return std::nullopt;
     }
@@ -70,7 +70,7 @@ void Launcher::displayError(std::string_view key, const OptionalText &info1, con
         return;
     }
     // Without an argument the text is no format: a "%" in it stands for itself.
-    show(info1 ? platform::format(*text, *info1, info2) : *text);
+    show(info1 ? platform::format(*text, platform::loggable(info1), platform::loggable(info2)) : *text);
 }
 
 void Launcher::displayMissingRuntime() const {
@@ -86,7 +86,7 @@ void Launcher::displayMissingRuntime() const {
     const bool isFormat = special || minimum;
     std::string message = isFormat ? platform::format(*text, minimum, bundleName(), maximum) : *text;
     if (highestRefused) {
-        message += "\n" + highestRefused->path + ": " + highestRefused->verdict.refusal;
+        message += "\n" + platform::escapingControlCharacters(highestRefused->path + ": " + highestRefused->verdict.refusal);
     }
     show(message);
 }

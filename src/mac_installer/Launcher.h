@@ -54,9 +54,9 @@ public:
                                                        const OptionalText &tarFile) const;
 
     /// Appends the options of a file, and of the files it includes, and returns the class path as the file changed it.
-    /// Without a path, or if the file cannot be read, nothing is added.
+    /// Without a path, or if the file cannot be read, nothing is added; the log says so unless it only `mayExist`.
     OptionalText readOptionsFile(const OptionalText &path, std::vector<std::string> &options, OptionalText classPath,
-                                 const std::string &bundlePath) const;
+                                 const std::string &bundlePath, bool mayExist = false) const;
 
     /// Appends configured options, and those of the files they include; returns the class path.
     OptionalText addPredefinedOptions(const std::vector<std::string> &array, std::vector<std::string> &options,

@@ -88,7 +88,7 @@ JavaParameters Launcher::readJavaParameters(const platform::FileManager &fileMan
         classPath = addPredefinedOptions(*predefined, options, bundlePath, std::move(classPath));
     }
     addVersionSpecificOptions(options, bundlePath, classPath);
-    classPath = readOptionsFile(siblingOptionsFile(bundlePath), options, std::move(classPath), bundlePath);
+    classPath = readOptionsFile(siblingOptionsFile(bundlePath), options, std::move(classPath), bundlePath, true);
     classPath = readOptionsFile(stringValue(javaVM, "OptionsFile"), options, std::move(classPath), bundlePath);
 
     if (const auto splash = replacingAppPackage(stringValue(javaVM, "SplashFile"), bundlePath)) {

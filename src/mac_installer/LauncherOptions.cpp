@@ -53,8 +53,9 @@ struct OpenFile {
 class OptionsReader {
 public:
     OptionsReader(const Launcher &launcher, std::vector<std::string> &options, OptionalText classPath,
-                  const std::string &bundlePath)
-        : launcher_(launcher), options_(options), classPath_(std::move(classPath)), bundlePath_(bundlePath) {}
+                  const std::string &bundlePath, bool mayExist)
+        : launcher_(launcher), options_(options), classPath_(std::move(classPath)), bundlePath_(bundlePath),
+          mayExist_(mayExist) {}
 
     OptionalText read(const std::string &path) {
         open(path);
@@ -69,7 +70,8 @@ public:
     }
 
 private:
-    /// Files that include one another more than once multiply; nobody needs as many.
+    /// Files that include one another more than once multiply; nobody needs as many. What comes behind is left out and
+    /// logged, on purpose: a start with most of its options helps more than none.
     static constexpr int mostFiles = 20'000;
     static constexpr const char *signature = "-[Launcher readOptionsFile:options:classPath:bundlePath:]";
 
@@ -86,6 +88,9 @@ private:
 
         std::error_code unknown;
         std::string identity = std::filesystem::canonical(expanded, unknown).string();
+        if (mayExist_ && opened_ == 1 && unknown == std::errc::no_such_file_or_directory) {
+            return;
+        }
         auto content = unknown ? std::nullopt : platform::stringWithContentsOfFile(expanded);
         if (!content) {
             _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, expanded,
@@ -131,6 +136,7 @@ private:
     std::vector<std::string> &options_;
     OptionalText classPath_;
     const std::string &bundlePath_;
+    const bool mayExist_; // the first file
     std::vector<OpenFile> files_;
     int opened_ = 0;                            // files so far, those read again counted again
     std::unordered_set<std::string> beingRead_; // the identities of files_
@@ -139,8 +145,8 @@ private:
 } // namespace
 
 OptionalText Launcher::readOptionsFile(const OptionalText &path, std::vector<std::string> &options,
-                                       OptionalText classPath, const std::string &bundlePath) const {
-    return path ? OptionsReader(*this, options, std::move(classPath), bundlePath).read(*path) : classPath;
+                                       OptionalText classPath, const std::string &bundlePath, bool mayExist) const {
+    return path ? OptionsReader(*this, options, std::move(classPath), bundlePath, mayExist).read(*path) : classPath;
 }
 
 OptionalText Launcher::addPredefinedOptions(const std::vector<std::string> &array, std::vector<std::string> &options,

@@ -4,18 +4,14 @@
 
 #include <functional>
 
-// The top of each mode: what nobody below could handle is logged, shown and ends the process.
+// The top of each mode: what nobody below could handle is shown, logged and ends the process.
 
 namespace kestrav {
 
-/// Shows the notice of an unexpected failure, with what the exception says.
-void showFailure(const platform::Exception &exception);
-
-/// Writes the failure to the system log with the call stack of the place that raised it.
-void logFailure(const char *signature, int line, const platform::Exception &exception);
-
-/// An exception of the standard library as a platform exception of that text.
-[[nodiscard]] platform::Exception asPlatformException(const std::exception &exception);
+/// Shows the notice of an unexpected failure, with what the exception says, and then writes the failure to the system
+/// log with the call stack of the place that raised it; standard error has the stack only with KESTRAV_LOG=yes. Without
+/// the memory for that the text of a notice goes to standard error.
+void reportFailure(const char *signature, int line, const std::exception &exception) noexcept;
 
 /// The signature under which the top of bootstrap mode logs a failure.
 inline constexpr const char *bootstrapSignature = "int main(int, char **)";

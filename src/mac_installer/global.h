@@ -24,6 +24,8 @@ struct LaunchGlobals {
     /// The vector for the launch library.
     int argc = 0;
     char **argv = nullptr;
+    /// Entry 0 of the vector that `main` was given.
+    const char *programPath = nullptr;
     /// The debug log: 0 not decided yet, 1 on, 2 off.
     int logStatus = 0;
 };
@@ -36,7 +38,8 @@ void setLaunchJavaVersion(const std::optional<std::string> &version);
 [[nodiscard]] bool debugLogEnabled();
 
 /// The debug log. `format` begins "%s [Line %d] ", for the calling function's signature and the line of the call.
-/// Nothing is formatted while the log is off.
+/// Nothing is formatted while the log is off. Where a call gives a fixed number instead of __LINE__, readers and tools
+/// that look through logs know it: it stays when the code moves.
 template <class... Arguments>
 void _DLog(std::string_view format, const Arguments &...arguments) { // NOLINT(bugprone-reserved-identifier): its name
     if (debugLogEnabled()) {

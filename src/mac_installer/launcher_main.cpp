@@ -18,9 +18,7 @@ template <class Launch> int statusOf(Launch launch) {
     try {
         return launch();
     } catch (const std::exception &exception) {
-        const platform::Exception failure = asPlatformException(exception);
-        logFailure(signature, __LINE__, failure);
-        showFailure(failure);
+        reportFailure(signature, __LINE__, exception);
         return 1;
     }
 }

@@ -29,14 +29,8 @@ int bootstrap(int argc, char **argv) {
     return status;
 }
 
-} // namespace
-
-/// Exported: a runtime's launch library may look it up and enter it again.
-__attribute__((visibility("default"))) int main(int argc, char **argv) {
-    static constexpr const char *signature = "int main(int, char **)";
-    if (launchGlobals.JLI_LaunchFxnPtr != nullptr) {
-        return launcher_main(argc, argv); // entered again, perhaps on another thread
-    }
+/// Does what the arguments ask for, once the process is its own.
+int start(int argc, char **argv) {
     const auto reexecution = platform::takeReexecution();
     platform::ProcessInfo::processInfo().setArguments(argc, argv);
     if (reexecution) {
@@ -48,6 +42,7 @@ __attribute__((visibility("default"))) int main(int argc, char **argv) {
     }
     platform::Signals::ignoreWriteSignals(); // before the first line is written; a Java virtual machine does the same
 
+    static constexpr const char *signature = kestrav::bootstrapSignature;
     _DLog("%s [Line %d] app started %d", signature, __LINE__, argc);
     for (int i = 0; i < argc; ++i) {
         _DLog("%s [Line %d] arg %s", signature, __LINE__, argv[i]);
@@ -58,4 +53,20 @@ __attribute__((visibility("default"))) int main(int argc, char **argv) {
         return launcher_main(argc, argv);
     }
     return bootstrap(argc, argv);
+}
+
+} // namespace
+
+/// Exported: a runtime's launch library may look it up and enter it again.
+__attribute__((visibility("default"))) int main(int argc, char **argv) {
+    if (launchGlobals.JLI_LaunchFxnPtr != nullptr) {
+        return launcher_main(argc, argv); // entered again, perhaps on another thread
+    }
+    launchGlobals.programPath = argc > 0 ? argv[0] : nullptr;
+    try {
+        return start(argc, argv);
+    } catch (const std::exception &exception) {
+        kestrav::reportFailure(kestrav::bootstrapSignature, __LINE__, exception);
+        return 1;
+    }
 }

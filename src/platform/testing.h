@@ -34,6 +34,9 @@ void setNotice(std::function<void(std::string_view, std::string_view)> notice);
 /// Receives every message of the system log.
 void setLogSink(std::function<void(std::string_view)> sink);
 
+/// The socket of the log daemon; Linux only.
+void setLogDaemon(const std::string &path);
+
 /// Answers `systemControlInteger`.
 void setSystemControl(std::function<std::optional<std::int32_t>(const std::string &)> control);
 

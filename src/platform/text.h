@@ -43,6 +43,12 @@ namespace kestrav::platform {
 [[nodiscard]] std::u16string utf16(std::string_view text);
 [[nodiscard]] std::string utf8(std::u16string_view text);
 
+/// One line of the text, safe on a terminal: control characters (also the line break, and those beyond ASCII) as "\n",
+/// "\u001B" and the like.
+[[nodiscard]] std::string escapingControlCharacters(std::string_view text);
+/// The same for texts that may have been written in several lines: line breaks and tabs are blanks.
+[[nodiscard]] std::string onOneLine(std::string text);
+
 // Character classes, judged by one UTF-16 unit. A surrogate is in none of them.
 
 /// Unicode general category Nd.

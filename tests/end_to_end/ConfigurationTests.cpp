@@ -65,21 +65,28 @@ TEST(Configuration, WrongTypeIsNamedOrHarmless) {
 TEST(Configuration, OnlyAWholeFileIsRead) {
     AppBundle bundle;
     const std::string whole = propertyList(dictionary({{"CFBundleName", text("Test")}}));
-    for (const std::string &content :
-         {std::string(), whole.substr(0, whole.size() / 2), propertyList(array({})),
-          "<!DOCTYPE plist [<!ENTITY a SYSTEM \"/dev/zero\">]>" + propertyList(dictionary({{"a", "&a;"}}))}) {
+    const std::pair<std::string, const char *> cases[] = {
+        {"", ": Info.plist is damaged: line 1."},
+        {"\n\n" + whole.substr(0, whole.find("CFBundleName")), ": Info.plist is damaged: line "},
+        {propertyList(array({})), ": Info.plist is an array, not a dictionary."},
+        {"<!DOCTYPE plist [<!ENTITY a SYSTEM \"/dev/zero\">]>" + propertyList(dictionary({{"a", "&a;"}})),
+         ": Info.plist is damaged: line "},
+        {"bplist00", ": Info.plist is damaged."},
+    };
+    for (const auto &[content, message] : cases) {
         SCOPED_TRACE(content);
         bundle.rawInfo = content;
         Launch run(bundle);
-        expectRefusal(run, "", "launcher");
+        expectRefusal(run, message, "launcher");
     }
     // No file at all, then none that can be read: a link that leads nowhere, so that the test writes none either.
     const std::string file = bundle.path() + "/Contents/Info.plist";
-    for (const char *target : {"nowhere/at/all", "Resources"}) {
+    for (const auto &[target, message] :
+         {std::pair{"nowhere/at/all", "no MainClass"}, {"Resources", "Info.plist cannot be read"}}) {
         fs::remove(file);
         fs::create_symlink(target, file);
         Launch run(bundle);
-        expectRefusal(run, "", "launcher");
+        expectRefusal(run, message, "launcher");
     }
 }
 

@@ -169,9 +169,11 @@ TEST_F(InProcess, FailuresAreNoticesAndStatusOne) {
         Launch run(bundle, fromFile({runtime, "Main"}));
         expectRefusal(run, "internal error: " + reason.substr(0, reason.size() - 1)); // not two full stops
         EXPECT_EQ(run.output(), "");
-        // With the call stack.
-        EXPECT_THAT(run.errors(), ContainsRegex("int launcher_main\\(int, char \\*\\*\\) \\[Line [0-9]+\\] " + reason +
-                                                ": \\(\n    \"0 "));
+        const std::string line = "int launcher_main\\(int, char \\*\\*\\) \\[Line [0-9]+\\] " + reason;
+        EXPECT_THAT(run.errors(), ContainsRegex(line + "\n"));
+        Launch logged(bundle, fromFile({runtime, "Main"}, {{"KESTRAV_LOG", "yes"}}));
+        EXPECT_EQ(logged.wait(), 1);
+        EXPECT_THAT(logged.errors(), ContainsRegex(line + ": \\(\n    \"0 ")); // with the call stack
     };
     const std::string notLoaded = "Could not load JRE.";
     refuse(bundle.runtime(), notLoaded);

@@ -112,6 +112,7 @@ TEST_F(Configuration, TheLanguageIsSetUnlessItIsAlready) {
     readConfiguration();
     EXPECT_EQ(process.environmentVariable("LANG"), "fr_CA.UTF-8");
     EXPECT_EQ(readByAnotherThread.count("LANG"), 0U);
+    EXPECT_FALSE(wasLogged("Tool.vmoptions: ")) << "a file that need not be there";
     setEnvironment({{"LANG", "C"}});
     readConfiguration();
     EXPECT_EQ(process.environmentVariable("LANG"), "C");

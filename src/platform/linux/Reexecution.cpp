@@ -1,16 +1,24 @@
 #include "platform/Reexecution.h"
 
+#include "platform/FileDescriptor.h"
+
+#include <fcntl.h>
+#include <sys/auxv.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 
 namespace kestrav::platform {
 
 namespace {
 
-// "PROCESS-ID LENGTH VERSION-AND-LIBRARY", the length being the version's.
+// "PROCESS-ID START-TIME LENGTH VERSION-AND-LIBRARY", the length being the version's. The start time tells this process
+// from another one that got its number later; to execute a file changes neither.
 constexpr const char *variable = "KESTRAV_REEXEC";
 
 /// Takes a number and the blank after it from the beginning of the text.
@@ -25,10 +33,37 @@ template <class Number> std::optional<Number> takeNumber(std::string_view &text)
     return number;
 }
 
+/// When this process began, in the system's ticks since it was started; empty where nobody can tell.
+std::optional<std::uint64_t> processStartTime() {
+    constexpr int fieldsBehindName = 20; // the start time is field 22, the name field 2
+    const FileDescriptor file = FileDescriptor::open("/proc/self/stat", O_RDONLY);
+    std::array<char, 1024> content{};
+    ssize_t size = -1;
+    for (int attempt = 0; file.valid() && size < 0 && attempt < 10; ++attempt) { // one read brings it all
+        size = read(file.get(), content.data(), content.size());
+    }
+    std::string_view text(content.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
+    // The name, in parentheses, may hold blanks and parentheses.
+    text.remove_prefix(std::min(text.rfind(')'), text.size()));
+    for (int field = 0; field < fieldsBehindName; ++field) {
+        const std::size_t blank = text.find(' ');
+        if (blank == std::string_view::npos) {
+            return std::nullopt;
+        }
+        text.remove_prefix(blank + 1);
+    }
+    return takeNumber<std::uint64_t>(text);
+}
+
 } // namespace
 
 void prepareReexecution(std::string_view version, std::string_view libraryPath) {
-    std::string value = std::to_string(getpid()) + " " + std::to_string(version.size()) + " ";
+    const auto startTime = processStartTime();
+    if (!startTime) {
+        return; // executed again, the program begins anew
+    }
+    std::string value =
+        std::to_string(getpid()) + " " + std::to_string(*startTime) + " " + std::to_string(version.size()) + " ";
     value.append(version).append(libraryPath);
     // Without memory for it an ordinary launch still works.
     static_cast<void>(setenv(variable, value.c_str(), 1));
@@ -41,8 +76,13 @@ std::optional<Reexecution> takeReexecution() {
     }
     const std::string value = found;
     unsetenv(variable);
+    const bool isPrivileged = getauxval(AT_SECURE) != 0; // whoever started this has less rights than it
     std::string_view rest = value;
-    if (takeNumber<pid_t>(rest) != getpid()) {
+    if (isPrivileged || takeNumber<pid_t>(rest) != getpid()) {
+        return std::nullopt;
+    }
+    const auto startTime = takeNumber<std::uint64_t>(rest);
+    if (!startTime || startTime != processStartTime()) {
         return std::nullopt;
     }
     const auto versionLength = takeNumber<std::size_t>(rest);

@@ -2,12 +2,12 @@
 
 #include "platform/Clock.h"
 #include "platform/ProcessInfo.h"
+#include "platform/linux/LogDaemon.h"
 #include "platform/linux/StandardError.h"
 #include "platform/linux/writeSystemLogOnly.h"
 #include "platform/posix/NeverDestroyed.h"
 #include "platform/testing.h"
 
-#include <syslog.h>
 #include <unistd.h>
 
 #include <array>
@@ -44,24 +44,21 @@ void writeSystemLogOnly(std::string_view message) {
         replacement(message);
         return;
     }
-    // openlog keeps the pointer. Neither LOG_NDELAY nor LOG_CONS: a machine without a log daemon loses only the line.
-    static NeverDestroyed<std::string> name([] { return ProcessInfo::processInfo().processName(); });
-    static const bool opened = [] {
-        openlog(name.get().c_str(), LOG_PID, LOG_USER);
-        return true;
-    }();
-    static_cast<void>(opened);
-    syslog(LOG_NOTICE, "%.*s", static_cast<int>(message.size()), message.data());
+    sendToLogDaemon(message);
 }
 
 void writeSystemLog(std::string_view message) {
+    writeSystemLog(message, message);
+}
+
+void writeSystemLog(std::string_view message, std::string_view onStandardError) {
     writeSystemLogOnly(message);
     if (sinkReplacement()) {
         return;
     }
     std::string line = timestamp() + " " + ProcessInfo::processInfo().processName() + "[" + std::to_string(getpid()) +
                        ":" + std::to_string(gettid()) + "] ";
-    line += message;
+    line += onStandardError;
     line += '\n';
     // Nobody is left to be told that standard error does not work.
     static_cast<void>(writeToStandardError(line));

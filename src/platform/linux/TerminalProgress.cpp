@@ -3,6 +3,7 @@
 #include "platform/FileDescriptor.h"
 #include "platform/ProcessInfo.h"
 #include "platform/format.h"
+#include "platform/text.h"
 
 #include <unistd.h>
 
@@ -68,9 +69,7 @@ std::string TerminalProgress::text() const {
         const double value = controls_.progressBar.doubleValue(); // beyond 100, or no number, for a size that was wrong
         line = format("%3d %%  %@", value > 0 ? static_cast<int>(std::min(value, 100.0)) : 0, line);
     }
-    std::replace_if(
-        line.begin(), line.end(), [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, ' ');
-    return line;
+    return onOneLine(line);
 }
 
 } // namespace kestrav::platform

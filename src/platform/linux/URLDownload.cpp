@@ -132,7 +132,7 @@ bool Transfer::transfer() {
     std::array<char, errorSize> error{};
     const bool complete = module.transfer(&transfer, error.data(), error.size()) == 1;
     if (failure_.empty() && !complete) {
-        failure_ = error.data();
+        failure_ = hostMayBeSecret(request_.url) ? untoldFailure : error.data();
     }
     return complete;
 }
@@ -217,7 +217,7 @@ void Transfer::end(bool complete) {
     if (complete) {
         post([](URLDownloadDelegate &delegate) { delegate.downloadDidFinish(); }, true);
     } else {
-        const URLError error{failure_, withoutPassword(request_.url)};
+        const URLError error{failure_, withoutSecrets(request_.url)};
         post([error](URLDownloadDelegate &delegate) { delegate.didFailWithError(error); }, true);
     }
 }

@@ -8,10 +8,10 @@
 #include "platform/linux/writeSystemLogOnly.h"
 #include "platform/posix/NeverDestroyed.h"
 #include "platform/testing.h"
+#include "platform/text.h"
 
 #include <dlfcn.h>
 
-#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <memory>
@@ -71,7 +71,12 @@ bool deliver(const Delivery &delivery) {
 bool showOnDesktop(const std::shared_ptr<Delivery> &delivery) {
     try {
         std::thread([delivery] {
-            const bool shown = deliver(*delivery);
+            bool shown = false;
+            try {
+                shown = deliver(*delivery);
+            } catch (const std::exception &) {
+                shown = false; // no memory; standard error needs none
+            }
             const std::lock_guard lock(delivery->mutex);
             delivery->shown = shown;
             delivery->done = true;
@@ -85,11 +90,9 @@ bool showOnDesktop(const std::shared_ptr<Delivery> &delivery) {
 }
 
 void showOnStandardError(const std::string &title, std::string_view message) {
-    std::string line = title + ": " + std::string(message);
-    std::replace_if(
-        line.begin(), line.end(), [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, ' ');
+    const std::string line = onOneLine(title + ": " + std::string(message));
+    static_cast<void>(writeToStandardError(line + "\n")); // first: a log may keep one waiting
     writeSystemLogOnly(line);
-    static_cast<void>(writeToStandardError(line + "\n"));
 }
 
 } // namespace

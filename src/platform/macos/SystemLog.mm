@@ -6,7 +6,10 @@
 
 #import <Foundation/Foundation.h>
 
+#include <syslog.h>
+
 #include <functional>
+#include <string>
 
 namespace kestrav::platform {
 
@@ -24,12 +27,20 @@ void testing::setLogSink(std::function<void(std::string_view)> sink) {
 }
 
 void writeSystemLog(std::string_view message) {
+    writeSystemLog(message, message);
+}
+
+void writeSystemLog(std::string_view message, std::string_view onStandardError) {
     if (const auto &replacement = sinkReplacement()) {
         replacement(message);
         return;
     }
     NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init]; // any thread: it may have none
-    NSLog(@"%@", (NSString *)cfText(message).get());
+    NSLog(@"%@", (NSString *)cfText(onStandardError).get());
+    if (message != onStandardError) {
+        // NSLog writes to both; this to the log alone.
+        syslog(LOG_NOTICE, "%s", std::string(message).c_str());
+    }
     [pool drain];
 }
 

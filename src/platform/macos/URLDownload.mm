@@ -127,7 +127,7 @@ void Download::fail(const std::string &description, std::optional<std::string> u
         url = textOfString([[[service_ request] URL] absoluteString]);
     }
     cancel();
-    delegate_.didFailWithError({description, withoutPassword(*url)});
+    delegate_.didFailWithError({description, withoutSecrets(*url)});
 }
 
 } // namespace
@@ -188,7 +188,11 @@ std::unique_ptr<URLDownload> URLDownload::create(const URLRequest &request, URLD
 - (void)download:(NSURLDownload *)service didFailWithError:(NSError *)error {
     if (download != nullptr) {
         NSString *url = [[error userInfo] objectForKey:NSURLErrorFailingURLStringErrorKey];
-        download->fail(kestrav::platform::textOfString([error localizedDescription]),
+        const std::string address =
+            kestrav::platform::textOfString([[[service request] URL] absoluteString]);
+        download->fail(kestrav::platform::hostMayBeSecret(address)
+                           ? kestrav::platform::untoldFailure
+                           : kestrav::platform::textOfString([error localizedDescription]),
                        url != nil ? std::optional(kestrav::platform::textOfString(url)) : std::nullopt);
     }
 }

@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -24,18 +26,37 @@ inline bool isNoPlainFile(const std::string &path) {
 /// What the error says of it.
 inline constexpr const char *noPlainFile = "Not a file";
 
-/// The URL, be it well-formed or not, for people to read: without its password.
-inline std::string withoutPassword(std::string_view url) {
+/// Where the host of a URL begins: behind its scheme, if it has one.
+inline std::size_t hostOffset(std::string_view url) {
     const std::size_t colon = url.find(':');
     const bool hasScheme = colon != std::string_view::npos && url.substr(colon + 1, 1) == "/";
-    const std::size_t authority = hasScheme ? url.find_first_not_of('/', colon + 1) : 0;
-    const std::size_t end = url.find_first_of("/?#", authority);
-    const std::size_t at = url.substr(0, end).rfind('@');
-    const std::size_t password = url.find(':', authority);
-    if (at == std::string_view::npos || password >= at) {
-        return std::string(url);
-    }
-    return std::string(url.substr(0, password + 1)) + "***" + std::string(url.substr(at));
+    return hasScheme ? std::min(url.find_first_not_of('/', colon + 1), url.size()) : 0;
 }
+
+/// The URL, be it well-formed or not, for people to read: scheme, host and path, for user, password, query and fragment
+/// may be secrets. A secret may hold any character, so nothing before the last "@" is shown, although that may stand in
+/// the path.
+inline std::string withoutSecrets(std::string_view url) {
+    const std::size_t at = url.rfind('@');
+    if (at == std::string_view::npos) {
+        return std::string(url.substr(0, url.find_first_of("?#")));
+    }
+    std::string_view scheme = url.substr(0, hostOffset(url));
+    const std::string_view name = scheme.substr(0, scheme.find(':'));
+    if (name != "http" && name != "https" && name != "ftp" && name != "file") {
+        scheme = {}; // it may be a user
+    }
+    const std::string_view rest = url.substr(at + 1);
+    return std::string(scheme) + "***@" + std::string(rest.substr(0, rest.find_first_of("?#")));
+}
+
+/// True if what stands in the host's place may be a part of a secret, so that a library's message must not name it.
+inline bool hostMayBeSecret(std::string_view url) {
+    const std::size_t at = url.rfind('@');
+    return at != std::string_view::npos && url.find_first_of("/?#", hostOffset(url)) < at;
+}
+/// What is said of a failure instead.
+inline constexpr const char *untoldFailure =
+    "The transfer failed (an \"@\" follows the host; the reason might name a secret)";
 
 } // namespace kestrav::platform
