@@ -65,6 +65,11 @@ void reportFailure(const char *signature, int line, const std::exception &except
     }
 }
 
+void endUnexpectedly() noexcept {
+    writeLastWords("something failed without a reason, perhaps for want of memory");
+    _exit(1);
+}
+
 void endOnFailure(const char *signature, const std::function<void()> &body) {
     try {
         body();

@@ -13,6 +13,10 @@ namespace kestrav {
 /// the memory for that the text of a notice goes to standard error.
 void reportFailure(const char *signature, int line, const std::exception &exception) noexcept;
 
+/// For `std::set_terminate`: an exception that nobody could catch, or that there was no memory to raise, ends the
+/// process with the text of a notice and status 1.
+[[noreturn]] void endUnexpectedly() noexcept;
+
 /// The signature under which the top of bootstrap mode logs a failure.
 inline constexpr const char *bootstrapSignature = "int main(int, char **)";
 

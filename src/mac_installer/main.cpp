@@ -7,6 +7,7 @@
 #include "platform/ProcessInfo.h"
 #include "platform/Signals.h"
 
+#include <exception>
 #include <string_view>
 
 using kestrav::_DLog; // NOLINT(bugprone-reserved-identifier): its name
@@ -63,6 +64,7 @@ __attribute__((visibility("default"))) int main(int argc, char **argv) {
         return launcher_main(argc, argv); // entered again, perhaps on another thread
     }
     launchGlobals.programPath = argc > 0 ? argv[0] : nullptr;
+    std::set_terminate(kestrav::endUnexpectedly);
     try {
         return start(argc, argv);
     } catch (const std::exception &exception) {

@@ -51,5 +51,18 @@ TEST(Log, NoticesComeFromTheConfiguredMessages) {
     EXPECT_THAT(untold.errors(), testing::Not(HasSubstr("Täst: ")));
 }
 
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they bring allocations of their own
+TEST(Log, WithoutMemoryTheTextOfANoticeIsWritten) {
+    AppBundle bundle;
+    for (const int allocations : {0, 1, 2, 4, 8, 16}) {
+        Launch run(bundle, {.environment = {{"LD_PRELOAD", KESTRAV_FAILING_MALLOC},
+                                            {"FAIL_MALLOC", std::to_string(allocations)}}});
+        EXPECT_EQ(run.wait(), 1) << allocations;
+        EXPECT_EQ(run.errors().find("launcher: An internal error kept this application from starting: "), 0U)
+            << run.errors();
+    }
+}
+#endif
+
 } // namespace
 } // namespace kestrav::tests

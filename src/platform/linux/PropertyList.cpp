@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <limits>
 #include <memory>
+#include <new>
 
 namespace kestrav::platform {
 
@@ -126,6 +127,17 @@ PropertyList toPropertyList(plist_t node) {
     }
 }
 
+/// Raises if there is not even the memory that a list of so many bytes takes up in libplist, which crashes then.
+void requireMemory(std::size_t size) {
+    constexpr std::size_t perByte = 32; // "<a/>" becomes a node of some hundred bytes
+    constexpr std::size_t atLeast = 65536;
+    void *volatile probe = std::malloc(atLeast + perByte * size); // NOLINT(*-no-malloc,*-owning-memory)
+    if (probe == nullptr) {
+        throw std::bad_alloc();
+    }
+    std::free(probe); // NOLINT(*-no-malloc,*-owning-memory)
+}
+
 Node toNode(const PropertyList &list);
 
 Node integerNode(std::int64_t value) {
@@ -195,6 +207,7 @@ Node nodeOf(std::string_view bytes) {
     if (bytes.size() > std::numeric_limits<std::int32_t>::max()) {
         return {};
     }
+    requireMemory(bytes.size());
     plist_t root = nullptr;
     if (bytes.starts_with("bplist00")) {
         if (binaryPropertyListIsAcceptable(bytes)) {
