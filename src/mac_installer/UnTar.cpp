@@ -30,7 +30,7 @@ constexpr const char *extractSignature =
 constexpr const char *notAnArchive = "it is no archive";
 constexpr mode_t ownerReadWrite = 0600;
 /// Without the bits that let a program run as somebody else: what an archive brings never gets those.
-constexpr mode_t permissionBits = 0777; // on purpose without set-user, set-group and sticky bits
+constexpr mode_t permissionBits = 0777;
 
 } // namespace
 

@@ -1,5 +1,4 @@
 #include "platform/Bundle.h"
-#include "platform/SystemLog.h"
 #include "platform/posix/NeverDestroyed.h"
 #include "platform/posix/ownBundlePath.h"
 #include "platform/testing.h"
@@ -37,9 +36,6 @@ const Bundle &Bundle::mainBundle() {
     if (state.current == nullptr) {
         const std::string path = state.replacedPath ? *state.replacedPath : ownBundlePath();
         auto bundle = create(path);
-        if (bundle && bundle->damage()) {
-            Log("%s [Line %d] %@: %@", "+[Bundle mainBundle]", __LINE__, path, *bundle->damage());
-        }
         if (!bundle) {
             bundle = std::unique_ptr<Bundle>(new Bundle(path, {})); // removed while it runs
         }
