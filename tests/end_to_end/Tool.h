@@ -26,8 +26,9 @@ std::string makeHome(const TemporaryDirectory &folder, const std::string &name =
 /// A class of Java 8 that has nothing else.
 extern const std::string java8Class;
 
-/// A Java archive with one class, whose name is not ASCII, and this manifest.
-std::string makeJar(const TemporaryDirectory &folder, const std::string &name, const std::string &manifest);
+/// A Java archive with this manifest and, if it is to have one, a class whose name is not ASCII.
+std::string makeJar(const TemporaryDirectory &folder, const std::string &name, const std::string &manifest,
+                    bool hasClass = true);
 
 /// Runs the tool for an application of the usual name in the folder.
 Outcome makeTool(const TemporaryDirectory &folder, std::vector<std::string> options);

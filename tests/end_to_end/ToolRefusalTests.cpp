@@ -68,14 +68,21 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         return files.write(name, propertyList(dictionary({{key, value}})));
     };
     const std::string jar = KESTRAV_PROGRAM_JAR;
+    const std::string cut = files.write("cut.jar", contentOf(marked).substr(0, contentOf(marked).size() - 30));
+    makeJar(files, "up.jar", "");
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
         {{}, "no main class"},
         {{"--main-class", "org.example.Main"}, "is not in the application"},
         {{"--jar", jar, "--main-class", "org.example.Other"}, "org.example.Other is not in the class path"},
+        {{"--main-class", "no.Such", "--runtime", KESTRAV_JDK}, "no.Such is neither on the class path nor in the run"},
+        {{"--jar", jar, "--runtime", KESTRAV_JDK, "--vm-option", "-Xmx1gb"}, "Invalid maximum heap size: -Xmx1gb"},
         {{"--jar", jar, "--main-class", "org/example/Main"}, "named with dots"},
         {{"--jar", garbage}, "cannot be read as a Java archive"},
         {{"--jar", files / "fifo"}, "cannot be read"},
         {{"--jar", marked}, "byte-order mark"},
+        {{"--jar", jar, "--class-path", cut}, "cannot be read as a Java archive"},
+        {{"--jar", makeJar(files, "large.jar", std::string(17 << 20U, 'a'))}, "its manifest is larger than 16 MiB"},
+        {{"--jar", makeJar(files, "in/it.jar", "Class-Path: ../up.jar\n")}, "../up.jar, which would lie outside"},
         {{"--jar", jar, "--class-path", files / "home/*"}, "no archive in"},
         {{"--jar", jar, "--file", "/"}, "would contain the application"},
         {{"--jar", jar, "--file", files / "fifo"}, "neither a file nor a folder"},
@@ -92,6 +99,8 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--jar", jar, "--vm-option", "--limit-modules"}, "would take the next one for its value"},
         {{"--jar", jar, "--argument", "\x01"}, "control characters"},
         {{"--jar", jar, "--argument", "\xFF"}, "no UTF-8 text"},
+        {{"--jar", jar, "--name", ""}, "name must not be empty"},
+        {{"--jar", jar, "--info", info("i10", "CFBundleName", text(""))}, "name, must not be empty"},
         {{"--jar", jar, "--identifier", "tool"}, "The identifier \"tool\""},
         {{"--jar", jar, "--icon", files.write("cut.icns", std::string("icns\0\0\0\x09", 8))}, "is no .icns file"},
         {{"--jar", jar, "--language", "fr=" + garbage}, "has no text for \"WizardCaption\""},
@@ -120,7 +129,7 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--jar", jar, "--runtime", files / "circle"}, "contains itself"},
         {{"--jar", jar, "--template", files.path()}, "There is no launcher template"},
         {{"--jar", jar, "--template", files / "filled"}, "is an application already: it has Contents/Resources/app"},
-        {{"--jar", jar, "--info", garbage}, "no property list"},
+        {{"--jar", jar, "--info", garbage}, "not a property list"},
         {{"--jar", jar, "--info", info("i1", "ksv.appId", integer(1))},
          "\"ksv.appId\" in Info.plist is an integer, not a string"},
         {{"--jar", jar, "--info", info("i2", "ksv.minVersion", text("11"))}, "the oldest to be taken is 11"},

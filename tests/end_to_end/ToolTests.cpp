@@ -87,8 +87,8 @@ TEST(Tool, ArchiveHoldsTheRuntimeWhole) {
 TEST(Tool, OtherFilesAndKeysAreThere) {
     const TemporaryDirectory folder;
     folder.write("classes/org/example/Own.class", java8Class);
-    folder.write("lib/b.jar", "b");
-    folder.write("lib/a.jar", "a");
+    makeJar(folder, "lib/b.jar", "");
+    makeJar(folder, "lib/a.jar", "");
     folder.write("lib/c.txt", "c");
     const std::string icon("icns\0\0\0\x0B"
                            "own",
@@ -124,9 +124,12 @@ TEST(Tool, OtherFilesAndKeysAreThere) {
                  "--info",
                  folder.write("more.plist",
                               propertyList(dictionary({{"ksv.allowBeta", "<true/>"},
+                                                       {"ksv.minversion", text("11")},
+                                                       {"MainClass", text("a.B")},
                                                        {"JavaVM", dictionary({{"StartOnMainThread", "<true/>"}})}})))});
     ASSERT_EQ(outcome.status, 0) << outcome.output;
-    EXPECT_THAT(outcome.output, HasSubstr("Java 1.8 or newer"));
+    EXPECT_THAT(outcome.output, testing::AllOf(HasSubstr("Java 1.8 or newer"), HasSubstr("knows no such key"),
+                                               HasSubstr("\"MainClass\" in " + folder / "more.plist is not heeded")));
     const std::string resources = folder / "Test.app/Contents/Resources/";
     EXPECT_THAT(namesIn(resources), UnorderedElementsAre("app", "app.icns", "de.lproj", "fr.lproj", "MainWindow.ui"));
     EXPECT_EQ(contentOf(resources + "app.icns"), icon);
@@ -169,6 +172,31 @@ TEST(Tool, ManifestIsReadAsJavaReadsIt) {
         EXPECT_THAT(outcome.output, testing::Not(HasSubstr("names b.jar")));
         EXPECT_EQ(outcome.output.find("has \"Add-Opens: java.base/x\", which only") != std::string::npos, missing);
     }
+}
+
+TEST(Tool, WhatManifestsNameTravels) {
+    const TemporaryDirectory folder;
+    makeJar(folder, "build/lib/deep/c.jar", "");
+    makeJar(folder, "build/lib/b.jar", "Class-Path: ../a.jar deep/c.jar d.jar\n", false);
+    makeJar(folder, "build/d.jar", "", false);
+    folder.write("build/its conf/e", "");
+    const std::string jar = makeJar(folder, "build/a.jar",
+                                    "Class-Path: lib/b.jar . its%20conf/ file:" + folder / "none\n  http://x/y.jar\n" +
+                                        "Main-Class: a.Größe\nAdd-Opens: java.base/x java.base/y\n",
+                                    false);
+    const Outcome outcome =
+        makeTool(folder, {"--jar", jar, "--class-path", folder / "build/d.jar", "--vm-option",
+                          "--add-opens=java.base/y=a,ALL-UNNAMED", "--search", "R" + folder / "no"});
+    EXPECT_EQ(outcome.status, 0);
+    const std::string app = folder / "Test.app/Contents/Resources/app/";
+    EXPECT_THAT(namesIn(app), UnorderedElementsAre("a.jar", "d.jar", "its conf", "lib"));
+    EXPECT_TRUE(fs::exists(app + "lib/deep/c.jar"));
+    EXPECT_EQ(outcome.output, "made " + folder / "Test.app\n  the class path in the manifest of " + jar + " names " +
+                                  folder / "none" + ", which is not there\n  the manifest of " + jar +
+                                  " has \"Add-Opens: java.base/x\", which only counts for java -jar; what it does is " +
+                                  "done by --vm-option --add-opens=java.base/x=ALL-UNNAMED\n  the folder " +
+                                  folder / "no, where a runtime is to be searched, does not exist here\n" +
+                                  "  runtime: an installed one, Java 1.8 or newer\n");
 }
 
 TEST(Tool, SaysWhereTheRuntimeWillComeFrom) {

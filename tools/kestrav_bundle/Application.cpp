@@ -7,6 +7,7 @@
 #include "Runtime.h"
 #include "RuntimeArchive.h"
 #include "RuntimeTree.h"
+#include "Trial.h"
 #include "Workshop.h"
 #include "checks.h"
 #include "platform/FileManager.h"
@@ -74,6 +75,14 @@ void requireOutside(const std::string &folder, const std::string &output) {
     }
 }
 
+/// Adds the folders below that of the program's files in which a file is to lie.
+void addParents(FileTree &tree, const std::string &name) {
+    for (std::size_t end = name.find('/', std::string_view(files).size() + 1); end != std::string::npos;
+         end = name.find('/', end + 1)) {
+        tree.addFolder(name.substr(0, end));
+    }
+}
+
 /// The template with the program's files, as they will lie in the application.
 FileTree applicationTree(const std::string &bundleTemplate, const Program &program, const std::string &output) {
     FileTree tree;
@@ -82,16 +91,22 @@ FileTree applicationTree(const std::string &bundleTemplate, const Program &progr
     tree.addFolder(files);
     for (const Program::File &file : program.files) {
         requireOutside(file.source, output);
-        tree.add(file.source, appendingPathComponent(files, file.name));
+        const std::string name = appendingPathComponent(files, file.name);
+        addParents(tree, name);
+        tree.add(file.source, name);
     }
     return tree;
+}
+
+void append(std::vector<std::string> &notes, const std::vector<std::string> &more) {
+    notes.insert(notes.end(), more.begin(), more.end());
 }
 
 /// Puts the runtime into the application; the size of its archive before compression, 0 for a folder.
 std::uint64_t placeRuntime(const Runtime &runtime, RuntimeForm form, const std::string &application,
                            std::vector<std::string> &notes) {
     const FileTree tree = runtimeTree(runtime);
-    notes.insert(notes.end(), tree.notes.begin(), tree.notes.end());
+    append(notes, tree.notes);
     const std::string what = "runtime: Java " + runtime.version + ", ";
     if (form == RuntimeForm::folder) {
         copyTree(tree, appendingPathComponent(application, "Contents/PlugIns/jre.bundle"));
@@ -108,7 +123,18 @@ std::uint64_t placeRuntime(const Runtime &runtime, RuntimeForm form, const std::
 }
 
 /// What the application without a runtime of its own will look for.
-std::string wantedRuntime(const RuntimeBounds &bounds, const Request &request) {
+std::vector<std::string> wantedRuntime(const RuntimeBounds &bounds, const Request &request) {
+    std::vector<std::string> notes;
+    for (const std::string &entry : request.search.value_or(std::vector<std::string>())) {
+        if (entry.starts_with('R') && !fs::is_directory(entry.substr(1))) {
+            notes.push_back("the folder " + entry.substr(1) +
+                            ", where a runtime is to be searched, does not exist here");
+        }
+    }
+    if (!bounds.minVersion) {
+        notes.emplace_back(
+            "where no runtime is found, users are to be told the lowest Java version; give --min-version");
+    }
     std::string versions = bounds.minVersion ? " " + *bounds.minVersion : "";
     if (bounds.maxVersion) {
         versions += (bounds.minVersion ? " to " : " up to ") + *bounds.maxVersion;
@@ -119,30 +145,49 @@ std::string wantedRuntime(const RuntimeBounds &bounds, const Request &request) {
     std::string sources = searches ? ", else an installed one, Java" + versions : "";
     sources += request.earlierInstallation ? ", else that of an earlier installation" : "";
     sources += request.runtimeURL ? ", else the one from " + *request.runtimeURL : "";
-    return "runtime: " + sources.substr(std::string_view(", else ").size());
+    notes.push_back("runtime: " + sources.substr(std::string_view(", else ").size()));
+    return notes;
+}
+
+/// The request with all that has been found out about it.
+struct Plan {
+    Request request;
+    std::string bundleTemplate;
+    platform::PropertyList templateInfo;
+    Program program;
+    RuntimeBounds bounds;
+    std::optional<Runtime> runtime;
+};
+
+/// Refuses what can be refused before anything is written.
+Plan plan(const Request &asked, const std::string &ownFolder) {
+    Plan plan;
+    plan.request = withInfo(asked);
+    const Request &request = plan.request;
+    checkRequest(request);
+    tidyUp(folderOf(request.output));
+    requireFree(request);
+    plan.bundleTemplate = findTemplate(request, ownFolder);
+    plan.templateInfo = templateInfoOf(plan.bundleTemplate);
+    plan.program = examineProgram(request);
+    plan.bounds = effectiveBounds(request, plan.program);
+    if (request.runtime) {
+        plan.runtime =
+            examineRuntime(*request.runtime, plan.bounds, appendingPathComponent(plan.bundleTemplate, executable));
+        requireOutside(plan.runtime->folder, request.output);
+    }
+    return plan;
 }
 
 } // namespace
 
 std::vector<std::string> makeApplication(const Request &asked, const std::string &ownFolder) {
-    const Request request = withInfo(asked);
-    checkRequest(request);
-    tidyUp(folderOf(request.output));
-    requireFree(request);
-    const std::string bundleTemplate = findTemplate(request, ownFolder);
-    const Program program = examineProgram(request);
-    const RuntimeBounds bounds = effectiveBounds(request, program);
-    std::optional<Runtime> runtime;
-    if (request.runtime) {
-        runtime = examineRuntime(*request.runtime, bounds, appendingPathComponent(bundleTemplate, executable));
-        requireOutside(runtime->folder, request.output);
-    }
-    const auto templateInfo = templateInfoOf(bundleTemplate);
-    static_cast<void>(configuration(templateInfo, request, program, 0)); // refuses before anything is written
-
+    const auto [request, bundleTemplate, templateInfo, program, bounds, runtime] = plan(asked, ownFolder);
+    const auto draft = configuration(templateInfo, request, program, 0);
     const FileTree tree = applicationTree(bundleTemplate, program, request.output);
-    std::vector<std::string> notes = program.notes;
-    notes.insert(notes.end(), tree.notes.begin(), tree.notes.end());
+    std::vector<std::string> notes = unheededKeys(request);
+    append(notes, program.notes);
+    append(notes, tree.notes);
     Workshop workshop(request);
     const std::string application = workshop.place("new.app");
     copyTree(tree, application);
@@ -151,7 +196,11 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
         placeIcon(*request.icon, resources);
     }
     placeLanguages(request.languages, resources);
-    const std::uint64_t size = runtime ? placeRuntime(*runtime, request.runtimeForm, application, notes) : 0;
+    std::uint64_t size = 0;
+    if (runtime) {
+        append(notes, tryRuntime({*runtime, draft, application, workshop.place("trial")}, program.lacksMainClass));
+        size = placeRuntime(*runtime, request.runtimeForm, application, notes);
+    }
     const auto info = configuration(templateInfo, request, program, size);
     if (const auto error = platform::writeFileAtomically(appendingPathComponent(application, "Contents/Info.plist"),
                                                          info.serialize())) {
@@ -159,11 +208,7 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
     }
     workshop.deliver(application, notes);
     if (!runtime) {
-        if (!bounds.minVersion) {
-            notes.emplace_back(
-                "where no runtime is found, users are to be told the lowest Java version; give --min-version");
-        }
-        notes.push_back(wantedRuntime(bounds, request));
+        append(notes, wantedRuntime(bounds, request));
     }
     return notes;
 }

@@ -26,6 +26,13 @@ Apply to(std::string Request::*field) {
     return [field](Request &request, std::string value) { request.*field = std::move(value); };
 }
 
+void setName(Request &request, std::string value) {
+    if (value.empty()) {
+        throw Refusal("The application's name must not be empty");
+    }
+    request.name = std::move(value);
+}
+
 void setJar(Request &request, std::string value) {
     if (request.jar) {
         throw Refusal("There is one --jar, the one with the main class; the others are given with --class-path");
@@ -67,7 +74,7 @@ void addSearch(Request &request, std::string value) {
 
 const std::vector<Option> &options() {
     static const std::vector<Option> all{
-        {"name", true, to(&Request::name)},
+        {"name", true, setName},
         {"identifier", true, to(&Request::identifier)},
         {"app-version", true, to(&Request::version)},
         {"jar", true, setJar},

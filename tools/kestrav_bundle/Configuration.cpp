@@ -5,6 +5,7 @@
 #include "platform/FileManager.h"
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 namespace kestrav::tools {
@@ -13,6 +14,8 @@ namespace {
 
 using platform::PropertyList;
 using Dictionary = PropertyList::Dictionary;
+
+constexpr const char *versionSpecificOptions = "VersionSpecificVMOptions";
 
 PropertyList::Array arrayOf(const std::vector<std::string> &texts) {
     return {texts.begin(), texts.end()};
@@ -64,7 +67,7 @@ Dictionary userInfo(const Request &request) {
     const auto list = content ? PropertyList::parse(*content) : std::nullopt;
     const auto *dictionary = list ? list->as<Dictionary>() : nullptr;
     if (dictionary == nullptr) {
-        throw Refusal(*request.info + (content ? " is no property list with a dictionary" : " cannot be read"));
+        throw Refusal(*request.info + (content ? " is not a property list with a dictionary" : " cannot be read"));
     }
     return *dictionary;
 }
@@ -82,7 +85,7 @@ void merge(Dictionary &info, Dictionary above) {
 }
 
 void readVersionSpecificOptions(const PropertyList &javaVM) {
-    static constexpr const char *key = "VersionSpecificVMOptions";
+    constexpr const char *key = versionSpecificOptions;
     const auto *entries = arrayValue(javaVM, key);
     const std::size_t count = entries == nullptr ? 0 : entries->size();
     if (count % 2 != 0) {
@@ -99,30 +102,50 @@ void readVersionSpecificOptions(const PropertyList &javaVM) {
     }
 }
 
+// The keys that the launcher knows, by the types of their values.
+constexpr std::array ownTexts{"ksv.minVersion", "ksv.maxVersion", "ksv.vmIdPrefix",
+                              "ksv.appId",      "ksv.baseDir",    "ksv.jreLocation"};
+constexpr std::array ownBooleans{"ksv.allowBeta", "ksv.allowPassthrough", "ksv.initialProgress"};
+constexpr std::array ownIntegers{"ksv.jreUncompressedSize"};
+constexpr std::array javaTexts{"MainClass", "ClassPath", "ModulePath", "WorkingDirectory", "OptionsFile", "SplashFile"};
+constexpr std::array javaArrays{"VMOptionArray", "ArgumentArray", "SearchSequence"};
+constexpr std::array javaOthers{"StartOnMainThread", versionSpecificOptions};
+
+template <class... Lists> bool isAmong(const std::string &key, const Lists &...lists) {
+    return ((std::find(lists.begin(), lists.end(), key) != lists.end()) || ...);
+}
+
 /// Reads every key as the launcher will, which raises for a wrong type.
 void readAll(const PropertyList &info) {
-    for (const char *key : {"CFBundleName", "CFBundleIconFile", "CFBundleIdentifier", "ksv.minVersion",
-                            "ksv.maxVersion", "ksv.vmIdPrefix", "ksv.appId", "ksv.baseDir", "ksv.jreLocation"}) {
+    for (const char *key : {"CFBundleName", "CFBundleIconFile", "CFBundleIdentifier"}) {
         static_cast<void>(stringValue(info, key));
     }
-    for (const char *key : {"ksv.allowBeta", "ksv.allowPassthrough", "ksv.initialProgress"}) {
+    for (const char *key : ownTexts) {
+        static_cast<void>(stringValue(info, key));
+    }
+    for (const char *key : ownBooleans) {
         static_cast<void>(booleanValue(info, key));
     }
-    static_cast<void>(integerValue(info, "ksv.jreUncompressedSize"));
+    for (const char *key : ownIntegers) {
+        static_cast<void>(integerValue(info, key));
+    }
     const PropertyList &javaVM = *info.find("JavaVM");
     if (javaVM.as<Dictionary>() == nullptr) {
-        throw Refusal("\"JavaVM\" in Info.plist is no dictionary");
+        throw Refusal("\"JavaVM\" in Info.plist is not a dictionary");
     }
-    for (const char *key : {"MainClass", "ClassPath", "ModulePath", "WorkingDirectory", "OptionsFile", "SplashFile"}) {
+    for (const char *key : javaTexts) {
         static_cast<void>(stringValue(javaVM, key));
     }
-    for (const char *key : {"VMOptionArray", "ArgumentArray", "SearchSequence"}) {
+    for (const char *key : javaArrays) {
         static_cast<void>(stringArrayValue(javaVM, key));
     }
     static_cast<void>(booleanValue(javaVM, "StartOnMainThread"));
     readVersionSpecificOptions(javaVM);
     if (stringValue(info, "CFBundleExecutable") != "launcher") {
         throw Refusal("\"CFBundleExecutable\" in Info.plist has to be launcher, the file in Contents/MacOS");
+    }
+    if (stringValue(info, "CFBundleName").value_or("").empty()) {
+        throw Refusal("\"CFBundleName\" in Info.plist, the application's name, must not be empty");
     }
     if (stringValue(javaVM, "MainClass").value_or("").empty()) {
         throw Refusal("The application has no main class: give --jar or --main-class");
@@ -187,11 +210,37 @@ Request withInfo(Request request) {
         if (const auto entries = stringArrayValue(*javaVM, "SearchSequence"); entries && !request.runtime) {
             request.search = *entries;
         }
+        if (auto options = stringArrayValue(*javaVM, "VMOptionArray")) {
+            request.vmOptions = std::move(*options);
+        }
         for (const char *key : {"ClassPath", "ModulePath", "OptionsFile"}) {
             request.classesElsewhere = request.classesElsewhere || javaVM->find(key) != nullptr;
         }
     }
     return request;
+}
+
+std::vector<std::string> unheededKeys(const Request &request) {
+    std::vector<std::string> notes;
+    const auto note = [&](const std::string &key, const char *what) {
+        notes.push_back("\"" + key + "\" in " + *request.info + " is not heeded: " + what);
+    };
+    const PropertyList info(userInfo(request));
+    for (const auto &[key, value] : *info.as<Dictionary>()) {
+        if (isAmong(key, javaTexts, javaArrays, javaOthers)) {
+            note(key, "it belongs in the dictionary \"JavaVM\"");
+        } else if (key.starts_with("ksv.") && !isAmong(key, ownTexts, ownBooleans, ownIntegers)) {
+            note(key, "the launcher knows no such key");
+        }
+    }
+    const PropertyList *javaVM = info.find("JavaVM");
+    const auto *entries = javaVM == nullptr ? nullptr : javaVM->as<Dictionary>();
+    for (const auto &[key, value] : entries == nullptr ? Dictionary() : *entries) {
+        if (key.starts_with("ksv.")) {
+            note(key, "it belongs at the top, not in \"JavaVM\"");
+        }
+    }
+    return notes;
 }
 
 RuntimeBounds effectiveBounds(const Request &request, const Program &program) {

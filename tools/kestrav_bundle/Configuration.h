@@ -17,6 +17,9 @@ namespace kestrav::tools {
 [[nodiscard]] platform::PropertyList configuration(const platform::PropertyList &templateInfo, const Request &request,
                                                    const Program &program, std::uint64_t archiveSize);
 
+/// Tells what the user's property list has that the launcher will not heed, a line each.
+[[nodiscard]] std::vector<std::string> unheededKeys(const Request &request);
+
 /// The bounds as the application will have them: without a minimum, the oldest version that can read the main class.
 /// Refuses bounds within which no runtime could start it.
 [[nodiscard]] RuntimeBounds effectiveBounds(const Request &request, const Program &program);

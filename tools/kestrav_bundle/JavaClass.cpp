@@ -1,20 +1,16 @@
 #include "JavaClass.h"
 
+#include "JavaArchive.h"
 #include "Request.h"
-#include "platform/FileDescriptor.h"
 #include "platform/FileManager.h"
 #include "platform/path.h"
 #include "platform/text.h"
 
-#include <archive.h>
-#include <archive_entry.h>
 #include <strings.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <memory>
-#include <system_error>
+#include <cctype>
 
 namespace kestrav::tools {
 
@@ -22,50 +18,7 @@ namespace {
 
 constexpr const char *manifestName = "META-INF/MANIFEST.MF";
 
-struct Close {
-    void operator()(archive *reader) const { archive_read_free(reader); }
-};
-
-/// The content of an entry of a zip archive; empty if it has none of that name.
-std::optional<std::string> contentInArchive(const std::string &path, std::string_view name) {
-    const auto file = platform::FileDescriptor::openRegularFile(path);
-    if (!file.valid()) {
-        throw Refusal(path + " cannot be read: " + std::generic_category().message(errno));
-    }
-    const std::unique_ptr<archive, Close> reader(archive_read_new());
-    const auto refuse = [&] {
-        const char *reason = archive_error_string(reader.get());
-        throw Refusal(path + " cannot be read as a Java archive" + (reason == nullptr ? "" : ": ") +
-                      (reason == nullptr ? "" : reason));
-    };
-    constexpr std::size_t blockSize = 65536;
-    archive_read_support_format_zip(reader.get());
-    if (archive_read_open_fd(reader.get(), file.get(), blockSize) != ARCHIVE_OK) {
-        refuse();
-    }
-    archive_entry *entry = nullptr;
-    int status = ARCHIVE_OK;
-    while ((status = archive_read_next_header(reader.get(), &entry)) >= ARCHIVE_WARN && status != ARCHIVE_EOF) {
-        const char *entryName = archive_entry_pathname(entry);
-        if (entryName == nullptr || entryName != name) {
-            continue;
-        }
-        std::string content;
-        std::string piece(blockSize, '\0');
-        la_ssize_t count = 0;
-        while ((count = archive_read_data(reader.get(), piece.data(), piece.size())) > 0) {
-            content.append(piece, 0, static_cast<std::size_t>(count));
-        }
-        if (count < 0) {
-            refuse();
-        }
-        return content;
-    }
-    if (status != ARCHIVE_EOF) {
-        refuse();
-    }
-    return std::nullopt;
-}
+constexpr std::size_t largestManifest = 16 << 20U; // of signed archives with tens of thousands of entries, and to spare
 
 /// The lines of a manifest's first section, put together again where they were folded.
 std::vector<std::string> mainAttributes(std::string_view manifest) {
@@ -84,14 +37,70 @@ std::vector<std::string> mainAttributes(std::string_view manifest) {
     return lines;
 }
 
+/// The text with every "%" and its two digits replaced by the byte that they stand for.
+std::string withoutPercents(std::string_view text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const std::string digits(text.substr(i + 1, 2));
+        const bool isCode =
+            text[i] == '%' && digits.size() == 2 &&
+            std::all_of(digits.begin(), digits.end(), [](unsigned char digit) { return std::isxdigit(digit) != 0; });
+        constexpr int hexadecimal = 16;
+        result += isCode ? static_cast<char>(std::stoi(digits, nullptr, hexadecimal)) : text[i];
+        i += isCode ? 2 : 0;
+    }
+    return result;
+}
+
+/// The file that a URL of a class path stands for; empty if it stands for none on this machine.
+std::optional<std::string> pathOf(std::string_view url) {
+    constexpr std::string_view local = "file:";
+    const bool isLocal = url.starts_with(local);
+    url.remove_prefix(isLocal ? local.size() : 0);
+    while (isLocal && url.starts_with("//")) {
+        url.remove_prefix(1);
+    }
+    const bool hasScheme = !isLocal && url.substr(0, url.find('/')).find(':') != std::string_view::npos;
+    std::string path = withoutPercents(url);
+    const bool names = !hasScheme && !path.empty() && path.find('\0') == std::string::npos;
+    return names ? std::optional(std::move(path)) : std::nullopt;
+}
+
+void addForJarAlone(Manifest &manifest, const std::string &name, std::string_view value) {
+    struct Attribute {
+        const char *name;
+        const char *option;
+        bool namesPackages;
+    };
+    constexpr std::array attributes{Attribute{"Add-Exports", "--add-exports=", true},
+                                    Attribute{"Add-Opens", "--add-opens=", true},
+                                    Attribute{"Enable-Native-Access", "--enable-native-access=", false},
+                                    Attribute{"Launcher-Agent-Class", "-javaagent:", false}};
+    const auto *known = std::find_if(attributes.begin(), attributes.end(),
+                                     [&](const Attribute &each) { return strcasecmp(name.c_str(), each.name) == 0; });
+    if (known == attributes.end()) {
+        return;
+    }
+    for (const std::string &word : platform::componentsSeparatedBy(value, " ")) {
+        if (!word.empty()) {
+            const bool isAgent = std::string_view(known->option).ends_with(':');
+            manifest.forJarAlone.push_back({std::string(known->name) + ": " + word,
+                                            known->option + (known->namesPackages ? word + "=" : ""),
+                                            isAgent ? "" : "ALL-UNNAMED"});
+        }
+    }
+}
+
 } // namespace
 
 Manifest manifestOf(const std::string &jar) {
-    const std::string content = contentInArchive(jar, manifestName).value_or("");
+    const std::string content = contentInArchive(jar, manifestName, largestManifest + 1).value_or("");
+    if (content.size() > largestManifest) {
+        throw Refusal(jar + ": its manifest is larger than " + std::to_string(largestManifest >> 20U) + " MiB");
+    }
     if (content.starts_with("\xEF\xBB\xBF")) {
         throw Refusal(jar + ": its manifest begins with a byte-order mark, which Java cannot read");
     }
-    constexpr std::array forJarAlone{"Add-Exports", "Add-Opens", "Enable-Native-Access", "Launcher-Agent-Class"};
     Manifest manifest;
     for (const std::string &line : mainAttributes(content)) {
         const std::size_t colon = std::min(line.find(':'), line.size() - 1);
@@ -100,11 +109,13 @@ Manifest manifestOf(const std::string &jar) {
         if (strcasecmp(name.c_str(), "Main-Class") == 0) {
             manifest.mainClass = platform::replacingOccurrences(value, "/", ".");
         } else if (strcasecmp(name.c_str(), "Class-Path") == 0) {
-            manifest.classPath = platform::componentsSeparatedBy(value, " ");
-            std::erase(manifest.classPath, "");
-        } else if (std::any_of(forJarAlone.begin(), forJarAlone.end(),
-                               [&](const char *each) { return strcasecmp(name.c_str(), each) == 0; })) {
-            manifest.forJarAlone.push_back(line);
+            for (const std::string &url : platform::componentsSeparatedBy(value, " ")) {
+                if (const auto path = pathOf(url)) {
+                    manifest.classPath.push_back(*path);
+                }
+            }
+        } else {
+            addForJarAlone(manifest, name, value);
         }
     }
     return manifest;
@@ -114,16 +125,16 @@ std::optional<int> javaVersionOfClass(const std::string &archiveOrFolder, std::s
     std::string name(className);
     std::replace(name.begin(), name.end(), '.', '/');
     name += ".class";
-    const platform::FileManager files;
-    const auto content = files.directoryExistsAtPath(archiveOrFolder)
-                             ? platform::contentsOfFile(platform::appendingPathComponent(archiveOrFolder, name))
-                             : contentInArchive(archiveOrFolder, name);
-    if (!content) {
-        return std::nullopt;
-    }
     // A class file begins with magic, minor version and major version, big-endian.
     constexpr std::string_view magic = "\xCA\xFE\xBA\xBE";
     constexpr std::size_t majorVersion = 6;
+    const platform::FileManager files;
+    const auto content = files.directoryExistsAtPath(archiveOrFolder)
+                             ? platform::contentsOfFile(platform::appendingPathComponent(archiveOrFolder, name))
+                             : contentInArchive(archiveOrFolder, name, majorVersion + 2);
+    if (!content) {
+        return std::nullopt;
+    }
     constexpr int majorVersionOfJava1 = 44;
     if (!content->starts_with(magic) || content->size() < majorVersion + 2) {
         throw Refusal(name + " in " + archiveOrFolder + " is no class file");

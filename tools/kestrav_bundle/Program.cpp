@@ -1,9 +1,11 @@
 #include "Program.h"
 
 #include "JavaClass.h"
+#include "ManifestPath.h"
 #include "platform/path.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <filesystem>
 
@@ -26,21 +28,6 @@ std::string nameOf(const std::string &path) {
     }
     const std::string given = platform::lastPathComponent(path);
     return given.empty() || given == "/" || given == "." || given == ".." ? real.filename().string() : given;
-}
-
-void addFile(Program &program, const std::string &path) {
-    const std::string name = nameOf(path);
-    if (name == reserved) {
-        throw Refusal(path +
-                      ": the launcher would take a file of this name for the runtime; give it another name, or a "
-                      "runtime with --runtime");
-    }
-    const bool taken = std::any_of(program.files.begin(), program.files.end(),
-                                   [&](const Program::File &other) { return other.name == name; });
-    if (taken) {
-        throw Refusal("Two files are named " + name + "; in the application only one could be");
-    }
-    program.files.push_back({path, name});
 }
 
 /// The class path of Info.plist knows two kinds of variables: the application's folder, and a whole entry from the
@@ -67,7 +54,7 @@ void addToClassPath(Program &program, const std::string &entry) {
         program.classPath += entry;
         return;
     }
-    addFile(program, entry);
+    addFile(program, entry, nameOf(entry));
     const std::string &name = program.files.back().name;
     if (name == "*" || name.find(':') != std::string::npos || name.find("$APP_PACKAGE") != std::string::npos) {
         throw Refusal(entry + R"(: a name with ":" or "$APP_PACKAGE", or "*" alone, cannot be on a class path)");
@@ -131,35 +118,68 @@ std::string mainClass(const Request &request, const Manifest &manifest) {
     return manifest.mainClass.value_or("");
 }
 
-/// True if the file that a manifest names, relative to its archive, will be in the application.
-bool travels(const Program &program, const std::filesystem::path &named) {
-    const auto place = named.lexically_normal();
-    return std::any_of(program.files.begin(), program.files.end(), [&](const Program::File &file) {
-        const auto inFile = place.lexically_relative(file.name);
-        return inFile == "." || (*inFile.begin() != ".." && std::filesystem::exists(file.source / inFile));
-    });
-}
-
 /// Tells what the manifest asks for and `java -jar` would heed, but not a start by the class's name.
 void noteUnheeded(Program &program, const Request &request, const Manifest &manifest) {
-    for (const std::string &line : manifest.forJarAlone) {
-        program.notes.push_back("the manifest of " + *request.jar + " has \"" + line +
-                                "\", which only counts for java -jar; what it does has to be said with --vm-option, as "
-                                "in --add-opens=java.base/java.lang=ALL-UNNAMED");
-    }
-}
-
-void noteMissing(Program &program, const Request &request, const Manifest &manifest) {
-    for (const std::string &named : manifest.classPath) {
-        const bool isPlain = named.find_first_of(":%") == std::string::npos && !named.starts_with('/');
-        if (isPlain && !travels(program, named)) {
-            program.notes.push_back("the class path in the manifest of " + *request.jar + " names " + named +
-                                    ", which is not in the application; --file can add it");
+    for (const auto &[line, option, value] : manifest.forJarAlone) {
+        const bool isGiven =
+            std::any_of(request.vmOptions.begin(), request.vmOptions.end(),
+                        [&, &option = option, &value = value](const auto &each) {
+                            return each.starts_with(option) &&
+                                   (value.empty() || each.find(value, option.size()) != std::string::npos);
+                        });
+        if (!isGiven) {
+            std::string note = "the manifest of " + *request.jar + " has \"" + line;
+            note += "\", which only counts for java -jar; what it does is done by --vm-option ";
+            program.notes.push_back(note + option + (value.empty() ? "FILE" : value));
         }
     }
 }
 
+/// True for what only runtimes have.
+bool isOfRuntime(std::string_view mainClass) {
+    constexpr std::array packages{"java.", "javax.", "jdk.", "sun.", "com.sun."};
+    return std::any_of(packages.begin(), packages.end(),
+                       [&](const char *package) { return mainClass.starts_with(package); });
+}
+
+/// True if an option can bring classes that are in no file of the program.
+bool bringsClasses(const std::string &option) {
+    constexpr std::array bringing{"--module-path=", "--upgrade-module-path=", "--patch-module=",   "-Xbootclasspath",
+                                  "-javaagent:",    "-include-options ",      "-Djava.class.path="};
+    return std::any_of(bringing.begin(), bringing.end(),
+                       [&](const char *beginning) { return option.starts_with(beginning); });
+}
+
+/// Decides about a main class that is in none of the program's files.
+void requireElsewhere(Program &program, const Request &request) {
+    const bool byOption = std::any_of(request.vmOptions.begin(), request.vmOptions.end(), bringsClasses);
+    program.lacksMainClass = request.runtime.has_value(); // it can be asked
+    if (program.lacksMainClass) {
+        return;
+    }
+    if (!byOption && !isOfRuntime(program.mainClass)) {
+        throw Refusal("The main class " + program.mainClass + " is not in " +
+                      (program.files.empty() ? "the application: give its archive with --jar" : "the class path"));
+    }
+    program.notes.push_back("the main class " + program.mainClass + " is in none of the program's archives; that " +
+                            (byOption ? "the VM options bring it" : "the runtime has it") + " is taken on trust");
+}
+
 } // namespace
+
+void addFile(Program &program, const std::string &path, const std::string &name) {
+    if (name == reserved) {
+        throw Refusal(path +
+                      ": the launcher would take a file of this name for the runtime; give it another name, or a "
+                      "runtime with --runtime");
+    }
+    const bool taken = std::any_of(program.files.begin(), program.files.end(),
+                                   [&](const Program::File &other) { return other.name == name; });
+    if (taken) {
+        throw Refusal("Two files are named " + name + "; in the application only one could be");
+    }
+    program.files.push_back({path, name});
+}
 
 Program examineProgram(const Request &request) {
     Program program;
@@ -167,28 +187,32 @@ Program examineProgram(const Request &request) {
     for (const std::string &entry : entries) {
         addToClassPath(program, entry);
     }
+    const std::vector<Program::File> classPath = program.files;
     for (const std::string &file : request.files) {
-        addFile(program, file);
+        addFile(program, file, nameOf(file));
     }
+    const std::vector<std::string> sources = followManifests(program, classPath);
     const Manifest manifest = request.jar ? manifestOf(*request.jar) : Manifest();
-    noteMissing(program, request, manifest);
     noteUnheeded(program, request, manifest);
     program.mainClass = mainClass(request, manifest);
     if (program.mainClass.find('/') != std::string::npos) {
         throw Refusal("The main class is named with dots, as in com.example.Main, not " + program.mainClass);
     }
-    bool complete = !request.classesElsewhere && !program.mainClass.empty();
-    for (const std::string &entry : entries) {
-        if (entry.starts_with('$')) {
-            complete = false; // the class may be in what the user's machine has
-        } else if (const auto version = javaVersionOfClass(entry, program.mainClass)) {
+    if (program.mainClass.empty()) {
+        return program;
+    }
+    for (const std::string &source : sources) {
+        if (const auto version = javaVersionOfClass(source, program.mainClass)) {
             program.javaVersion = *version;
             return program;
         }
     }
-    if (complete) {
-        throw Refusal("The main class " + program.mainClass + " is not in " +
-                      (entries.empty() ? "the application: give its archive with --jar" : "the class path"));
+    // It may also be in what the user's machine has.
+    const bool isOpen =
+        request.classesElsewhere ||
+        std::any_of(entries.begin(), entries.end(), [](const std::string &entry) { return entry.starts_with('$'); });
+    if (!isOpen) {
+        requireElsewhere(program, request);
     }
     return program;
 }

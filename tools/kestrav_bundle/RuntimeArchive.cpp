@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
+#include <new>
 #include <system_error>
 
 namespace kestrav::tools {
@@ -33,6 +34,9 @@ void requireExtractable(const TreeEntry &entry, const std::string &name) {
 class Writer {
 public:
     explicit Writer(const std::string &path) : path_(path), archive_(archive_write_new()) {
+        if (archive_ == nullptr || entry_ == nullptr) {
+            throw std::bad_alloc();
+        }
         check(archive_write_set_format_ustar(archive_.get()));
         check(archive_write_add_filter_gzip(archive_.get()));
         // Without the time of day the same runtime gives the same archive.

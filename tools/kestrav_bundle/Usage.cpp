@@ -17,13 +17,15 @@ The application
                         where none suits the user (default: all four, en first)
 
 The program
-  --jar FILE            its archive, which names the main class, unless --main-class does
+  --jar FILE            its archive, which names the main class, unless --main-class does. The archives that its
+                        manifest names come along
   --main-class CLASS    the class to start
   --class-path FILE     a further archive, a folder of classes, or 'FOLDER/*' for all archives in a folder. What begins
                         with "$" is not copied but looked up where the application runs:
                         '$APP_PACKAGE/../plugins/*', '$NAME' (an environment variable)
   --file FILE           a file or a folder that is copied beside the archives, into Contents/Resources/app
-  --vm-option OPTION    an option for the virtual machine, such as -Xmx512m
+  --vm-option OPTION    an option for the virtual machine, such as -Xmx512m. A runtime of --runtime that runs on this
+                        machine is started to see whether it takes the options
   --argument TEXT       an argument for the program; those of the command line follow
   The last four may be given several times.
 

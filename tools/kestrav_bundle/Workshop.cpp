@@ -167,7 +167,7 @@ void Workshop::refuse(const std::error_code &error, const std::string &addition)
 }
 
 std::string Workshop::replaceInTwoSteps(const std::string &finished) {
-    const std::string old = appendingPathComponent(place(moved), platform::lastPathComponent(request_.output));
+    std::string old = appendingPathComponent(place(moved), platform::lastPathComponent(request_.output));
     fs::create_directory(place(moved));
     fs::rename(request_.output, old);
     std::error_code error;

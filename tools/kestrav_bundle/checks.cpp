@@ -166,8 +166,8 @@ void checkRequest(const Request &request) {
         requireText(text.value_or(""), "A bound for the runtime");
     }
     checkIdentifier(request.identifier);
-    if (request.name.empty() || request.version.empty()) {
-        throw Refusal("The application's name and its version must not be empty");
+    if (request.version.empty()) {
+        throw Refusal("The application's version must not be empty");
     }
     checkOptions(request.vmOptions);
     checkRuntime(request);
