@@ -90,9 +90,9 @@ TEST(Tool, OtherFilesAndKeysAreThere) {
     makeJar(folder, "lib/b.jar", "");
     makeJar(folder, "lib/a.jar", "");
     folder.write("lib/c.txt", "c");
-    const std::string icon("icns\0\0\0\x0B"
-                           "own",
-                           11);
+    const std::string icon("icns\0\0\0\x2Cic07\0\0\0\x24"
+                           "\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR\0\0\0\x80IEND\xAE\x42\x60\x82",
+                           44);
     const std::string messages = std::string(KESTRAV_TEMPLATE) + "/Contents/Resources/ja.lproj/Localizable.strings";
     fs::create_symlink("lib/c.txt", folder / "link.txt");
     fs::permissions(folder / "classes/org", fs::perms::owner_read | fs::perms::owner_exec);

@@ -2,8 +2,8 @@
 
 #include "platform/Application.h"
 #include "platform/FileDescriptor.h"
+#include "platform/IconImage.h"
 #include "platform/OperationQueue.h"
-#include "platform/linux/IconImage.h"
 #include "platform/linux/TerminalProgress.h"
 #include "platform/testing.h"
 #include "support/VirtualDisplay.h"

@@ -2,6 +2,7 @@
 
 #include "platform/Bundle.h"
 #include "platform/FileManager.h"
+#include "platform/IconImage.h"
 #include "platform/PropertyList.h"
 #include "platform/path.h"
 
@@ -30,6 +31,15 @@ bool isIcon(std::string_view content) {
         size = size * 256 + static_cast<unsigned char>(byte);
     }
     return size == content.size();
+}
+
+/// True if the progress window can show the icon wherever it opens. It draws PNG images, not the two older formats that
+/// icon files may have as well.
+bool canBeShown(std::string_view content) {
+    constexpr std::uint32_t edge = 128; // as the window has it on a fine screen
+    constexpr std::string_view lastOfImage("IEND\xAE\x42\x60\x82");
+    const auto image = platform::iconImage(content, edge);
+    return image && image->ends_with(lastOfImage);
 }
 
 /// Writes a file that everybody can read, as all of an application.
@@ -77,7 +87,12 @@ void placeTable(const Language &language, const std::string &to, const std::stri
 void placeIcon(const std::string &icon, const std::string &resources) {
     const auto content = platform::contentsOfFile(icon);
     if (!content || !isIcon(*content)) {
-        throw Refusal("The icon " + icon + (content ? " is no .icns file" : " cannot be read"));
+        throw Refusal("The icon " + icon + (content ? " is not an .icns file" : " cannot be read"));
+    }
+    if (!canBeShown(*content)) {
+        throw Refusal("The icon " + icon +
+                      " has no PNG image, and the progress window cannot show any other; make it " +
+                      "with PNG images, one of 128 pixels among them");
     }
     write(appendingPathComponent(resources, "app.icns"), *content);
 }

@@ -11,7 +11,7 @@ The application
   --identifier ID       its identifier, such as com.example.tool
   --name NAME           its name for people (default: what stands before ".app")
   --app-version V       its version (default: 1.0.0)
-  --icon FILE           its icon, an .icns file
+  --icon FILE           its icon, an .icns file with PNG images
   --language LANG       a language of the launcher's messages: en, de, ja or ar; LANG=FILE adds one of your own with its
                         Localizable.strings, which has all messages. May be given several times; the first is used
                         where none suits the user (default: all four, en first)

@@ -4,10 +4,10 @@
 #include "platform/DynamicLibrary.h"
 #include "platform/Environment.h"
 #include "platform/FileManager.h"
+#include "platform/IconImage.h"
 #include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
 #include "platform/SystemLog.h"
-#include "platform/linux/IconImage.h"
 #include "platform/linux/SessionBus.h"
 #include "platform/path.h"
 

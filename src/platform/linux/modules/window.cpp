@@ -172,6 +172,7 @@ void updateIcon(ProgressWindow &shown, const KestravWindowContent &content) {
         texture.reset(gdk_texture_new_from_bytes(bytes.get(), nullptr));
     }
     gtk_image_set_from_paintable(shown.iconView, GDK_PAINTABLE(texture.get()));
+    gtk_widget_set_visible(GTK_WIDGET(shown.iconView), texture != nullptr);
     GdkSurface *const surface = gtk_native_get_surface(GTK_NATIVE(shown.window));
     if (texture && GDK_IS_TOPLEVEL(surface)) {
         GList icons{texture.get(), nullptr, nullptr};
@@ -227,6 +228,9 @@ bool build(ProgressWindow &made) {
     made.progressBar = find<GtkProgressBar>(builder.get(), "progressBar", GTK_TYPE_PROGRESS_BAR);
     made.cancelButton = find<GtkButton>(builder.get(), "cancelButton", GTK_TYPE_BUTTON);
     made.iconView = find<GtkImage>(builder.get(), "iconView", GTK_TYPE_IMAGE);
+    if (made.iconView != nullptr) {
+        gtk_widget_set_visible(GTK_WIDGET(made.iconView), FALSE); // until there is an icon: no empty square
+    }
     if (made.window == nullptr) {
         settings.message(settings.context, "the interface file has no window");
     }

@@ -1,4 +1,4 @@
-#include "platform/linux/IconImage.h"
+#include "platform/IconImage.h"
 
 #include <cstddef>
 
