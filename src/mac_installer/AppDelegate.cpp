@@ -69,8 +69,18 @@ void AppDelegate::cancel() {
 }
 
 void AppDelegate::endAfterFailure() {
-    endOnFailure(bootstrapSignature, [] { throw; });
-    platform::endProcess(1);
+    try {
+        throw;
+    } catch (const std::exception &exception) {
+        const platform::Exception failure = asPlatformException(exception);
+        logFailure(bootstrapSignature, __LINE__, failure);
+        showFailure(failure);
+    }
+    // The worker ends the process: it has a folder to remove, or a child to wait for.
+    const std::lock_guard lock(childMutex);
+    if (!child) {
+        requestCancel();
+    }
 }
 
 void AppDelegate::terminate(platform::TerminationSignal signal) {
@@ -78,12 +88,20 @@ void AppDelegate::terminate(platform::TerminationSignal signal) {
     if (child) {
         child->passOn(signal);
         mayEndWithChild.unlockWithCondition(1);
-        return;
+    } else {
+        requestCancel();
     }
+}
+
+void AppDelegate::requestCancel() {
     // The worker heeds it at once; the rest of a cancel is the main thread's.
     cancelled = true;
     Unpacker::cancel();
-    platform::OperationQueue::mainQueue().addOperation([this] { cancel(); });
+    try {
+        platform::OperationQueue::mainQueue().addOperation([this] { cancel(); });
+    } catch (const std::exception &) {
+        return; // without memory: the worker does not wait for the main thread then
+    }
 }
 
 } // namespace kestrav

@@ -31,7 +31,7 @@ public:
     void applicationWillFinishLaunching() override;
     void applicationDidFinishLaunching() override;
     void cancel() override;
-    [[noreturn]] void endAfterFailure() override;
+    void endAfterFailure() override;
 
     // The download's callbacks; main thread.
     bool shouldDecodeSourceDataOfMIMEType(std::string_view type) override;
@@ -62,6 +62,9 @@ private:
 
     /// Starts the download of an archive into a file; main thread.
     void startDownload(const OptionalText &applicationName, const std::string &url, const std::string &destination);
+
+    /// Has the worker end the run, unless the child is there; the mutex of the child is held.
+    void requestCancel();
 
     /// Gives the lock back to the worker: the download has ended, and so has the main thread's part in it.
     void endDownload(bool failed);

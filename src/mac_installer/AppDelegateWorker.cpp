@@ -76,8 +76,8 @@ int AppDelegate::runProgram(Launcher &launcher, const std::string &runtimePath, 
 void AppDelegate::closeWindowLater() {
     platform::Thread([this] {
         platform::sleepMicroseconds(windowPause);
-        OperationQueue::mainQueue().addOperation([this] { window->close(); });
         mayEndWithChild.unlockWithCondition(1);
+        platform::callProgram(*this, [this] { OperationQueue::mainQueue().addOperation([this] { window->close(); }); });
     }).detach();
 }
 

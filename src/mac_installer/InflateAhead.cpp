@@ -80,7 +80,7 @@ void InflateAhead::startThread() {
     filled_ = 1;
     const platform::SignalsBlocked blocked;
     try {
-        thread_ = std::thread([this] { inflateAhead(); });
+        thread_ = platform::Thread([this] { inflateAhead(); });
     } catch (const std::system_error &) {
         // Then every chunk is inflated when it is asked for.
     }

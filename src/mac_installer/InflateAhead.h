@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/FileDescriptor.h"
+#include "platform/Thread.h"
 
 #include <array>
 #include <condition_variable>
@@ -9,7 +10,6 @@
 #include <mutex>
 #include <span>
 #include <string>
-#include <thread>
 
 struct gzFile_s;
 
@@ -74,7 +74,7 @@ private:
     std::condition_variable changed_; ///< the two threads never wait on it at the same time
     std::size_t filled_ = 0;          ///< chunks from the current one on; the mutex guards it
     bool stopped_ = false;            ///< the mutex guards it
-    std::thread thread_;
+    platform::Thread thread_;
 };
 
 } // namespace kestrav

@@ -2,7 +2,6 @@
 
 #include "platform/Clock.h"
 
-#include <csignal>
 #include <utility>
 
 namespace kestrav {
@@ -13,16 +12,10 @@ JavaProcess::JavaProcess(std::string launchPath, std::vector<std::string> argume
 void JavaProcess::start() {
     platform::Pipe input;
     task_.setStandardInput(input.readEnd.get());
+    input_.prepare(std::move(input.writeEnd)); // first: nobody would be left to wait for a child
     task_.launch();
     started_ = platform::monotonicNanoseconds();
-    try {
-        input_.start(std::move(input.writeEnd));
-    } catch (...) {
-        // Nobody would be left to wait for the child.
-        task_.sendSignal(SIGKILL);
-        task_.waitUntilExit();
-        throw;
-    }
+    input_.begin();
 }
 
 int JavaProcess::waitForExit() {

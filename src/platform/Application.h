@@ -26,9 +26,9 @@ public:
     /// The Cancel button, or the window's being closed.
     virtual void cancel() = 0;
 
-    /// Ends the process as an exception that reaches `main` does. Called while one is handled that could not get
-    /// there.
-    [[noreturn]] virtual void endAfterFailure() = 0;
+    /// Tells of the exception that is being handled, which a loop of the platform's keeps from `main`, and ends the
+    /// run. The loop goes on, for as long as others need to come to an end.
+    virtual void endAfterFailure() = 0;
 };
 
 /// Calls into the program from a loop of the platform's, which no exception may pass through.

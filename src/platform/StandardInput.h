@@ -15,12 +15,14 @@ class InputForwarding {
 public:
     InputForwarding() = default;
 
-    /// Begins, on a thread of its own that ends with the process at the latest: it may wait for input for ever. Throws
-    /// `std::system_error` if there is no thread to be had.
-    void start(FileDescriptor pipe);
+    /// Makes the thread for it, which ends with the process at the latest: it may wait for input for ever. Throws
+    /// `std::system_error` if there is none to be had.
+    void prepare(FileDescriptor pipe);
 
-    /// Nothing is taken from the input any more, but for what the reader of the pipe has read. Any thread, after
-    /// `start`.
+    /// Begins, once there is a reader.
+    void begin();
+
+    /// Nothing is taken from the input any more, but for what the reader of the pipe has read. After `begin`.
     void end();
 
 private:

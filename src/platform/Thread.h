@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 
 #include <pthread.h>
@@ -11,8 +12,11 @@ namespace kestrav::platform {
 class Thread {
 public:
     Thread() = default;
+    /// What the libraries need that run on a thread (name look-up, encryption); untouched pages cost nothing.
+    static constexpr std::size_t usualStack = std::size_t{2} << 20U;
+
     /// Starts the thread. Throws `std::system_error` if there is none to be had.
-    explicit Thread(std::function<void()> body);
+    explicit Thread(std::function<void()> body, std::size_t stackSize = usualStack);
     Thread(Thread &&other) noexcept;
     Thread &operator=(Thread &&other) noexcept;
     Thread(const Thread &) = delete;

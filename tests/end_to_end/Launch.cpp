@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -65,6 +66,10 @@ constexpr int failedToStart = 126;
         setpgid(0, 0);
     }
     sigprocmask(SIG_SETMASK, &mask, nullptr);
+    if (start.smallStack) {
+        const rlimit small{64 << 10, 64 << 10};
+        setrlimit(RLIMIT_STACK, &small);
+    }
     if (start.asNobody && getuid() == 0 && (setgid(nobody) != 0 || setuid(nobody) != 0)) {
         _exit(failedToStart);
     }

@@ -35,6 +35,7 @@ struct Start {
     std::string terminal = {};   // the slave side of a pseudo-terminal: its session's leader, in the foreground
     bool inBackground = false;   // with a terminal: only SIGUSR1 brings the program to the foreground
     bool asNobody = false;       // as a user without rights, if the tests run as root
+    bool smallStack = false;     // 64 KiB
     bool signalsIgnored = false; // as from a careless parent: termination signals ignored, SIGUSR2 blocked
 };
 

@@ -115,8 +115,31 @@ TEST_F(URLDownloadTests, RedirectsLeadToServersAndKeepTheEncryption) {
     expectFailure(stranger.url("/", "https"), "name"); // trusted, but somebody else's
     testing::setEnvironment({{"SSL_CERT_FILE", certificates / "missing"}});
     expectFailure(secure.url("/", "https"), "certificate");
+    ASSERT_EQ(mkfifo((certificates / "fifo").c_str(), 0600), 0);
+    testing::setEnvironment({{"SSL_CERT_FILE", certificates / "fifo"}});
+    expectFailure(secure.url("/", "https"), "fifo: Not a file");
     testing::setEnvironment({});
     expectFailure(secure.url("/", "https"), "certificate");
+}
+
+TEST_F(URLDownloadTests, FTPNeedsNoFarewell) {
+    const LoopbackServer data([](Connection &connection) { connection.send("content"); });
+    const LoopbackServer control([&](Connection &connection) {
+        const std::map<std::string, std::string> replies{{"USER", "230 in"},
+                                                         {"PWD", "257 \"/\""},
+                                                         {"TYPE", "200 yes"},
+                                                         {"SIZE", "213 7"},
+                                                         {"EPSV", "229 (|||" + std::to_string(data.port()) + "|)"},
+                                                         {"RETR", "150 begun\r\n226 done"}};
+        connection.send("220 ready\r\n");
+        for (std::string line = connection.readLine(); !line.empty() && line != "QUIT\r\n";
+             line = connection.readLine()) {
+            const auto reply = replies.find(line.substr(0, line.find_first_of(" \r")));
+            connection.send((reply == replies.end() ? "502 what" : reply->second) + "\r\n");
+        }
+        connection.waitForEnd();
+    });
+    expectStored({control.url("/file", "ftp"), "content", 7});
 }
 
 TEST_F(URLDownloadTests, FailuresAreToldAndLeaveNothing) {

@@ -31,6 +31,15 @@ bool Connection::send(std::string_view bytes) const {
     return true;
 }
 
+std::string Connection::readLine() const {
+    std::string line;
+    char byte = 0;
+    while (!line.ends_with('\n') && recv(socket_.get(), &byte, 1, 0) == 1) {
+        line += byte;
+    }
+    return line;
+}
+
 std::string Connection::readRequest(std::string *all) const {
     std::string request;
     char byte = 0;

@@ -1,47 +1,78 @@
 #include "platform/Application.h"
 
 #include "platform/OperationQueue.h"
+#include "platform/Thread.h"
 #include "platform/WindowControls.h"
 #include "platform/linux/ModuleWindow.h"
 #include "platform/linux/TerminalProgress.h"
+
+#include <sys/resource.h>
+
+#include <exception>
 
 namespace kestrav::platform {
 
 namespace {
 
-[[noreturn]] void runWithoutWindow() {
+[[noreturn]] void runWithoutWindow(ApplicationDelegate &delegate) {
     for (;;) {
-        OperationQueue::mainQueue().waitAndRun();
+        callProgram(delegate, [] { OperationQueue::mainQueue().waitAndRun(); });
     }
 }
 
-[[noreturn]] void runOnTerminal(WindowControls &controls) {
+[[noreturn]] void runOnTerminal(WindowControls &controls, ApplicationDelegate &delegate) {
     TerminalProgress progress(controls);
     for (;;) {
-        OperationQueue::mainQueue().waitAndRun();
-        progress.update();
+        callProgram(delegate, [&] {
+            OperationQueue::mainQueue().waitAndRun();
+            progress.update();
+        });
     }
 }
 
-} // namespace
+/// What the window's library needs; on the first thread a limit of the user's may leave less.
+constexpr rlim_t windowStack = rlim_t{8} << 20U;
 
-int Application::main(int /*argc*/, char ** /*argv*/, ApplicationDelegate &delegate) {
+bool stackIsSmall() {
+    rlimit limit{};
+    return getrlimit(RLIMIT_STACK, &limit) == 0 && limit.rlim_cur < windowStack;
+}
+
+[[noreturn]] void runLoop(ApplicationDelegate &delegate) {
     WindowControls controls;
     controls.connect(delegate);
     delegate.applicationWillFinishLaunching();
     if (!controls.window.isVisible()) {
         delegate.applicationDidFinishLaunching();
-        runWithoutWindow();
+        runWithoutWindow(delegate);
     }
 
     // The window takes over what the controls hold by then. Nothing that the delegate starts has to wait for it.
-    ModuleWindow window(controls, delegate, runWithoutWindow);
+    ModuleWindow window(controls, delegate, [&delegate] { runWithoutWindow(delegate); });
     delegate.applicationDidFinishLaunching();
     if (!window.open()) {
-        runOnTerminal(controls);
+        runOnTerminal(controls, delegate);
     }
     window.run();
-    runWithoutWindow();
+    runWithoutWindow(delegate);
+}
+
+} // namespace
+
+int Application::main(int /*argc*/, char ** /*argv*/, ApplicationDelegate &delegate) {
+    if (!stackIsSmall()) {
+        runLoop(delegate);
+    }
+    std::exception_ptr failure;
+    const auto body = [&] {
+        try {
+            runLoop(delegate);
+        } catch (const std::exception &) {
+            failure = std::current_exception();
+        }
+    };
+    Thread(body, windowStack).join();
+    std::rethrow_exception(failure); // the loop has no other end
 }
 
 void Application::activateIgnoringOtherApps() {

@@ -1,9 +1,11 @@
 #include "platform/URLDownload.h"
 
 #include "platform/Bundle.h"
+#include "platform/Clock.h"
 #include "platform/DynamicLibrary.h"
 #include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
+#include "platform/Thread.h"
 #include "platform/linux/DownloadModule.h"
 #include "platform/linux/DownloadedFile.h"
 #include "platform/posix/downloadRules.h"
@@ -16,7 +18,6 @@
 #include <functional>
 #include <mutex>
 #include <system_error>
-#include <thread>
 
 namespace kestrav::platform {
 
@@ -54,6 +55,18 @@ private:
     using Call = std::function<void(URLDownloadDelegate &)>;
     void post(Call call, bool last = false);
     void end(bool complete);
+    bool tryToEnd(bool complete) noexcept;
+
+    static Transfer &of(void *host) { return *static_cast<Transfer *>(host); }
+    /// What a call of the module's comes to; `otherwise` after an exception, which may not get there.
+    template <class Action> int guarded(int otherwise, Action action) noexcept {
+        try {
+            return action(*this);
+        } catch (const std::exception &) {
+            failure_.assign("out of memory"); // so short that it needs none
+            return otherwise;
+        }
+    }
 
     const URLRequest request_;
     const std::string modulePath_;
@@ -81,7 +94,7 @@ void Transfer::setDeletesFile(bool deletes) {
 void Transfer::start(DownloadedFile file) {
     file_ = std::move(file);
     try {
-        std::thread([self = shared_from_this()] { self->run(); }).detach();
+        Thread([self = shared_from_this()] { self->run(); }).detach();
     } catch (const std::system_error &error) {
         failure_ = error.what();
         end(false);
@@ -99,9 +112,18 @@ void Transfer::cancel() {
 }
 
 void Transfer::run() {
-    const bool complete = transfer();
-    report();
-    end(complete);
+    bool complete = false;
+    try {
+        complete = transfer();
+        report();
+    } catch (const std::exception &error) {
+        complete = false;
+        failure_ = error.what();
+    }
+    constexpr std::int64_t pause = 10'000; // microseconds
+    while (!tryToEnd(complete)) {
+        sleepMicroseconds(pause);
+    }
 }
 
 bool Transfer::transfer() {
@@ -122,12 +144,14 @@ bool Transfer::transfer() {
     transfer.wakeDescriptor = wake_.get();
     transfer.host = this;
     transfer.response = [](void *host, std::int64_t length) noexcept {
-        return static_cast<int>(static_cast<Transfer *>(host)->receiveResponse(length));
+        return of(host).guarded(0, [&](Transfer &self) { return static_cast<int>(self.receiveResponse(length)); });
     };
     transfer.data = [](void *host, const char *bytes, std::size_t count) noexcept {
-        return static_cast<int>(static_cast<Transfer *>(host)->receiveData({bytes, count}));
+        return of(host).guarded(0, [&](Transfer &self) { return static_cast<int>(self.receiveData({bytes, count})); });
     };
-    transfer.step = [](void *host) noexcept { return static_cast<Transfer *>(host)->step(); };
+    transfer.step = [](void *host) noexcept {
+        return of(host).guarded(-1, [](Transfer &self) { return self.step(); });
+    };
 
     std::array<char, errorSize> error{};
     const bool complete = module.transfer(&transfer, error.data(), error.size()) == 1;
@@ -201,6 +225,16 @@ void Transfer::post(Call call, bool last) {
             call(*delegate);
         }
     });
+}
+
+/// False if there is no memory for it: somebody waits for the end.
+bool Transfer::tryToEnd(bool complete) noexcept {
+    try {
+        end(complete);
+        return true;
+    } catch (const std::exception &) {
+        return false;
+    }
 }
 
 void Transfer::end(bool complete) {

@@ -2,6 +2,7 @@
 
 #include "platform/Bundle.h"
 #include "platform/ProcessInfo.h"
+#include "platform/Thread.h"
 #include "platform/linux/NoticeModule.h"
 #include "platform/linux/SessionBus.h"
 #include "platform/linux/StandardError.h"
@@ -18,7 +19,6 @@
 #include <mutex>
 #include <string>
 #include <system_error>
-#include <thread>
 
 namespace kestrav::platform {
 
@@ -70,7 +70,7 @@ bool deliver(const Delivery &delivery) {
 /// Hands the notice to a thread of its own, because neither loading a library nor connecting has a time limit.
 bool showOnDesktop(const std::shared_ptr<Delivery> &delivery) {
     try {
-        std::thread([delivery] {
+        Thread([delivery] {
             bool shown = false;
             try {
                 shown = deliver(*delivery);

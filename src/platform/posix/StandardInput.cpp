@@ -1,6 +1,7 @@
 #include "platform/StandardInput.h"
 
 #include "platform/Clock.h"
+#include "platform/ConditionLock.h"
 #include "platform/SignalsBlocked.h"
 #include "platform/Thread.h"
 #include "platform/posix/pipes.h"
@@ -60,6 +61,7 @@ public:
         kind_ = neverBlocks && unreadBytes(pipe_.get()) >= 0 ? kindOfInput() : Kind::other;
     }
 
+    void begin() { begun_.unlockWithCondition(1); }
     void run();
     void end();
 
@@ -77,6 +79,7 @@ private:
     [[nodiscard]] Result move();
     void takeWhatWasRead();
 
+    ConditionLock begun_{0};
     std::mutex mutex_; // guards the input against being read after the end; not held while the thread waits
     bool ended_ = false;
     FileDescriptor pipe_;
@@ -223,6 +226,7 @@ void InputForwarding::State::takeWhatWasRead() {
 }
 
 void InputForwarding::State::run() {
+    begun_.lockWhenCondition(1);
     while (awaitTaken() && awaitInput() && passOn() != Result::over) {
     }
     const std::lock_guard lock(mutex_);
@@ -241,17 +245,19 @@ void InputForwarding::State::end() {
     }
 }
 
-void InputForwarding::start(FileDescriptor pipe) {
+void InputForwarding::prepare(FileDescriptor pipe) {
     state_ = std::make_shared<State>(std::move(pipe));
     // With SIGTTIN blocked a read in the terminal's background fails instead of stopping the whole process.
     const SignalsBlocked blocked;
     Thread([state = state_] { state->run(); }).detach();
 }
 
+void InputForwarding::begin() {
+    state_->begin();
+}
+
 void InputForwarding::end() {
-    if (state_) {
-        state_->end();
-    }
+    state_->end();
 }
 
 } // namespace kestrav::platform

@@ -1,5 +1,6 @@
 #include "platform/Task.h"
 
+#include "platform/Clock.h"
 #include "platform/Exception.h"
 #include "platform/ProcessInfo.h"
 #include "platform/Signals.h"
@@ -114,16 +115,31 @@ std::string describeTooLong(const std::vector<std::string> &arguments, const std
                   longest->size(), *longest);
 }
 
+/// Waits with `call`, more than once if that fails for no reason: a child must not outlive its launcher. 0 or an error
+/// number.
+template <class Call> int waitStubbornly(Call call) {
+    constexpr int attempts = 100;
+    constexpr std::int64_t pause = 1'000; // microseconds
+    int error = 0;
+    for (int attempt = 0; attempt < attempts && error != ECHILD; ++attempt) {
+        if (uninterrupted(call) >= 0) {
+            return 0;
+        }
+        error = errno;
+        sleepMicroseconds(pause);
+    }
+    return error;
+}
+
 /// Blocks until the child has exited and leaves it a zombie, so that its number stays its own. 0 or an error number.
 int awaitExit(pid_t pid) {
     siginfo_t info{};
-    const auto wait = [&] { return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT); };
-    return uninterrupted(wait) == 0 ? 0 : errno;
+    return waitStubbornly([&] { return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT); });
 }
 
 /// Takes the status of a child that has exited; its number is free afterwards. 0 or an error number.
 int reap(pid_t pid, int &status) {
-    return uninterrupted([&] { return waitpid(pid, &status, 0); }) < 0 ? errno : 0;
+    return waitStubbornly([&] { return waitpid(pid, &status, 0); });
 }
 
 } // namespace
@@ -208,7 +224,7 @@ void Task::launch() {
 }
 
 void Task::waitUntilExit() {
-    int error = awaitExit(pid_);
+    int error = pid_ > 0 ? awaitExit(pid_) : ECHILD;
     const std::lock_guard lock(mutex_);
     int status = 0;
     if (error == 0) {
@@ -216,6 +232,9 @@ void Task::waitUntilExit() {
     }
     reaped_ = true;
     if (error != 0) {
+        if (error != ECHILD) {
+            kill(pid_, SIGKILL); // nobody is left to wait for it
+        }
         throw Exception("TaskWaitException", "could not wait for " + launchPath_ + ": " + describe(error));
     }
     status_ = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);

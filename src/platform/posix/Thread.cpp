@@ -8,9 +8,6 @@ namespace kestrav::platform {
 
 namespace {
 
-/// Enough for the libraries that run on it (name look-up, encryption); untouched pages cost nothing.
-constexpr std::size_t stackSize = std::size_t{2} << 20U;
-
 using Body = std::function<void()>;
 
 void *run(void *argument) noexcept {
@@ -21,7 +18,7 @@ void *run(void *argument) noexcept {
 
 } // namespace
 
-Thread::Thread(Body body) {
+Thread::Thread(Body body, std::size_t stackSize) {
     auto owned = std::make_unique<Body>(std::move(body));
     pthread_attr_t attributes;
     int error = pthread_attr_init(&attributes);

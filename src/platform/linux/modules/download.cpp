@@ -5,10 +5,14 @@
 #include <curl/curl.h>
 
 #include <strings.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdio>
+#include <exception>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -24,6 +28,38 @@ using Multi = std::unique_ptr<CURLM, Freed<curl_multi_cleanup>>;
 
 constexpr long maximalRedirects = 20;
 constexpr long bufferSize = 256L * 1024;
+
+/// The sockets that the library has open.
+class Sockets {
+public:
+    static curl_socket_t open(void *user, curlsocktype /*purpose*/, curl_sockaddr *address) noexcept {
+        auto &self = *static_cast<Sockets *>(user);
+        const int socket = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+        const auto place = std::find(self.sockets_.begin(), self.sockets_.end(), CURL_SOCKET_BAD);
+        if (place != self.sockets_.end()) {
+            *place = socket;
+        }
+        return socket;
+    }
+    static int close(void *user, curl_socket_t socket) noexcept {
+        auto &self = *static_cast<Sockets *>(user);
+        std::replace(self.sockets_.begin(), self.sockets_.end(), socket, CURL_SOCKET_BAD);
+        return ::close(socket);
+    }
+
+    Sockets() { sockets_.fill(CURL_SOCKET_BAD); }
+    /// Ends all conversation, so that the library waits for no farewell.
+    void shutDown() {
+        for (const curl_socket_t socket : sockets_) {
+            if (socket != CURL_SOCKET_BAD) {
+                ::shutdown(socket, SHUT_RDWR);
+            }
+        }
+    }
+
+private:
+    std::array<curl_socket_t, 64> sockets_{}; // several are tried at once only for a host with several addresses
+};
 
 /// A transfer under way.
 struct Session {
@@ -62,6 +98,11 @@ std::string partOf(CURLU *url, CURLUPart part) {
     return owner ? owner.get() : "";
 }
 
+/// True if the certificates would be read from something that might never end, or never begin.
+bool certificatesAreNoPlainFile(const KestravTransfer &request) {
+    return request.certificateFile != nullptr && kestrav::platform::isNoPlainFile(request.certificateFile);
+}
+
 bool namesNoPlainFile(CURLU *url) {
     return partOf(url, CURLUPART_SCHEME) == "file" && kestrav::platform::isNoPlainFile(partOf(url, CURLUPART_PATH));
 }
@@ -91,7 +132,11 @@ bool beginBody(Session &session) {
 std::size_t receiveBody(char *bytes, std::size_t /*one*/, std::size_t count, void *user) noexcept {
     auto &session = *static_cast<Session *>(user);
     session.lastSign = Clock::now();
-    return beginBody(session) && session.request.data(session.request.host, bytes, count) != 0 ? count : 0;
+    try {
+        return beginBody(session) && session.request.data(session.request.host, bytes, count) != 0 ? count : 0;
+    } catch (const std::exception &) {
+        return 0; // without memory for the reason
+    }
 }
 
 std::size_t receiveHeader(char *bytes, std::size_t /*one*/, std::size_t count, void *user) noexcept {
@@ -110,7 +155,7 @@ std::size_t receiveHeader(char *bytes, std::size_t /*one*/, std::size_t count, v
 }
 
 /// Hands everything to the library; false if it does not know one of the options.
-bool prepare(Session &session, CURLU *url, curl_slist *headers, char *error) {
+bool prepare(Session &session, CURLU *url, curl_slist *headers, Sockets &sockets, char *error) {
     bool accepted = true;
     const auto set = [&](CURLoption option, auto value) {
         accepted = curl_easy_setopt(session.easy, option, value) == CURLE_OK && accepted;
@@ -123,7 +168,8 @@ bool prepare(Session &session, CURLU *url, curl_slist *headers, char *error) {
     set(CURLOPT_SSL_VERIFYPEER, 1L);
     set(CURLOPT_SSL_VERIFYHOST, 2L);
     if (session.request.certificateFile != nullptr) {
-        set(CURLOPT_CAINFO, session.request.certificateFile);
+        // Without a name the library refuses it when it needs it, and opens nothing.
+        set(CURLOPT_CAINFO, certificatesAreNoPlainFile(session.request) ? "" : session.request.certificateFile);
         set(CURLOPT_CAPATH, static_cast<const char *>(nullptr)); // these and no others
     }
     set(CURLOPT_HTTPHEADER, headers);
@@ -137,6 +183,10 @@ bool prepare(Session &session, CURLU *url, curl_slist *headers, char *error) {
     set(CURLOPT_HEADERDATA, &session);
     set(CURLOPT_WRITEFUNCTION, receiveBody);
     set(CURLOPT_WRITEDATA, &session);
+    set(CURLOPT_OPENSOCKETFUNCTION, Sockets::open);
+    set(CURLOPT_OPENSOCKETDATA, &sockets);
+    set(CURLOPT_CLOSESOCKETFUNCTION, Sockets::close);
+    set(CURLOPT_CLOSESOCKETDATA, &sockets);
     // Don't wait for a name server that does not answer; older libraries do.
     curl_easy_setopt(session.easy, CURLOPT_QUICK_EXIT, 1L);
     return accepted;
@@ -176,6 +226,7 @@ std::string failureOf(const KestravTransfer &request) {
     const Url url(curl_url());
     // Nothing may be answered from a cache on the way.
     const Headers headers(curl_slist_append(curl_slist_append(nullptr, "Cache-Control: no-cache"), "Pragma: no-cache"));
+    Sockets sockets; // outlives the library's use of them
     const Easy easy(curl_easy_init());
     const Multi multi(curl_multi_init());
     if (ready != CURLE_OK || !url || !headers || !easy || !multi) {
@@ -190,13 +241,14 @@ std::string failureOf(const KestravTransfer &request) {
     }
     char detail[CURL_ERROR_SIZE] = "";
     Session session{request, easy.get()};
-    if (!prepare(session, url.get(), headers.get(), detail)) {
+    if (!prepare(session, url.get(), headers.get(), sockets, detail)) {
         return "The installed libcurl is too old";
     }
     if (curl_multi_add_handle(multi.get(), easy.get()) != CURLM_OK) {
         return curl_easy_strerror(CURLE_FAILED_INIT);
     }
     const CURLcode code = perform(session, multi.get());
+    sockets.shutDown();
     curl_multi_remove_handle(multi.get(), easy.get());
     if (code == CURLE_OK && beginBody(session)) { // an empty body has no first byte
         return {};
@@ -204,13 +256,21 @@ std::string failureOf(const KestravTransfer &request) {
     if (!session.refusal.empty()) {
         return session.refusal;
     }
+    if (code == CURLE_SSL_CACERT_BADFILE && certificatesAreNoPlainFile(request)) {
+        return std::string(request.certificateFile) + ": " + kestrav::platform::noPlainFile;
+    }
     return detail[0] != '\0' ? detail : curl_easy_strerror(code);
 }
 
 int transfer(const KestravTransfer *request, char *error, std::size_t errorSize) noexcept {
-    const std::string failure = failureOf(*request);
-    std::snprintf(error, errorSize, "%s", failure.c_str());
-    return failure.empty() ? 1 : 0;
+    try {
+        const std::string failure = failureOf(*request);
+        std::snprintf(error, errorSize, "%s", failure.c_str());
+        return failure.empty() ? 1 : 0;
+    } catch (const std::exception &exception) {
+        std::snprintf(error, errorSize, "%s", exception.what());
+        return 0;
+    }
 }
 
 } // namespace

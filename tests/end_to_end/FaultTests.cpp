@@ -1,0 +1,98 @@
+// Calls of the system that fail: each run is whole or ends with a notice, and leaves nothing.
+
+#include "Launch.h"
+#include "support/ArchiveWriter.h"
+#include "support/LoopbackServer.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <regex>
+
+namespace kestrav::tests {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string makeArchive() {
+    return gzip(ArchiveWriter()
+                    .directory("Contents/Home/bin/")
+                    .file("Contents/Info.plist", runtimeInfo("17.0.9"))
+                    .file("Contents/Home/bin/java", contentOf(KESTRAV_FAKE_JAVA), 0755)
+                    .link("Contents/Home/lib", "bin")
+                    .closed());
+}
+
+/// Expects the program's own end, or a notice and nothing else.
+void expectWholeOrNothing(Launch &run) {
+    const int status = run.wait();
+    const std::string errors = run.errors();
+    EXPECT_TRUE(status == 0 || status == 1) << errors;
+    EXPECT_EQ(run.childStarted(), status == 0) << errors;
+    EXPECT_EQ(std::regex_search("\n" + errors, std::regex("\n(Test|launcher): ")), status == 1) << errors;
+    const bool removalFailed = errors.find("could not remove") != std::string::npos;
+    EXPECT_TRUE(removalFailed || fs::is_empty(run.folder() / "temporary")) << errors;
+}
+
+TEST(Faults, AreOvercomeOrTold) {
+    const std::string archive = makeArchive();
+    const LoopbackServer server(answers({{"/jre", ok(archive)}}));
+    const AppBundle installed;
+    AppBundle shipping;
+    shipping.folder().write("Test.app/Contents/Resources/app/jre.tar.gz", archive);
+    AppBundle downloading;
+    downloading.info["ksv.minVersion"] = text("99");
+    downloading.info["ksv.jreLocation"] = text(server.url("/jre"));
+    struct Case {
+        const AppBundle &bundle;
+        const char *kind;
+        std::initializer_list<int> calls; // each in a run of its own; below zero: that one and all later ones
+        int error;
+    };
+    const Case cases[] = {
+        {installed, "open", {1, 2, 3}, EMFILE},
+        {installed, "read", {1, 2, -1}, EINTR},
+        {installed, "write", {1, 2, 3, -1}, EIO},
+        {installed, "pipe", {1, 2, 3}, EMFILE},
+        {installed, "thread", {1, 2, 3, 4}, EAGAIN},
+        {installed, "spawn", {1}, EAGAIN},
+        {installed, "wait", {1, 2}, EINVAL},
+        {installed, "poll", {1, 2, 3, -1}, EINTR},
+        {shipping, "open", {3, 4, 5, 6, 7}, ENFILE},
+        {shipping, "mkdir", {1, 2, 3, 4}, ENOSPC},
+        {shipping, "write", {2, 3, 4}, ENOSPC},
+        {shipping, "link", {1}, ENOSPC},
+        {shipping, "chmod", {1, 2, 3}, EIO},
+        {downloading, "open", {5, 6, 7, 8, 9}, EMFILE},
+        {downloading, "write", {1, 2, 3, 4, 5, 6, 7}, EIO},
+        {downloading, "thread", {1, 2, 3, 4, 5}, EAGAIN},
+        {downloading, "socket", {1, -1}, EMFILE},
+        {downloading, "connect", {1}, ENETUNREACH},
+        {downloading, "send", {1}, ECONNRESET},
+        {downloading, "recv", {1, 2}, EINTR},
+        {downloading, "poll", {1, 2, 3, 4}, ENOMEM},
+    };
+    std::vector<std::pair<std::string, std::unique_ptr<Launch>>> runs;
+    for (const auto &[bundle, kind, calls, error] : cases) {
+        for (const int call : calls) {
+            const std::string fault = std::string(kind) + ":" + std::to_string(std::abs(call)) +
+                                      (call < 0 ? "+:" : ":") + std::to_string(error);
+            const Start start{.environment = {{"LD_PRELOAD", KESTRAV_FAULTS}, {"KESTRAV_FAULT", fault}}};
+            const char *scenario = &bundle == &installed  ? "installed "
+                                   : &bundle == &shipping ? "shipped "
+                                                          : "download ";
+            runs.emplace_back(scenario + fault, std::make_unique<Launch>(bundle, start));
+        }
+    }
+    for (const AppBundle *bundle : std::initializer_list<const AppBundle *>{&installed, &shipping, &downloading}) {
+        runs.emplace_back("small stack", std::make_unique<Launch>(*bundle, Start{.smallStack = true}));
+    }
+    for (const auto &[fault, run] : runs) {
+        SCOPED_TRACE(fault);
+        expectWholeOrNothing(*run);
+    }
+}
+
+} // namespace
+} // namespace kestrav::tests
