@@ -49,6 +49,7 @@ void Launcher::findOtherInstallation(const FileManager &fileManager, const Runti
 
     bool bundleChecking = true; // once a plain runtime was looked at, later directories' bundles no longer are
     for (const std::string &directory : platform::componentsSeparatedBy(*directories, ";")) {
+        checkpoint();
         const auto name = registry->stringForKey(platform::format("singleBundleName%@_%@", appId, directory));
         if (name) {
             javaBundlePath = bundledRuntime(directory, *name, fileManager);
@@ -58,7 +59,6 @@ void Launcher::findOtherInstallation(const FileManager &fileManager, const Runti
                 const std::string plain = platform::format("%@/.kestrav/jre", directory);
                 if (const auto version = plainRuntimeVersion(plain, fileManager)) {
                     javaBundlePath = plain;
-                    checkpoint();
                     static_cast<void>(settle(signature, __LINE__, plain, judgePlainRuntime(plain, version, bounds)));
                     bundleChecking = false;
                 }

@@ -144,6 +144,7 @@ bool Launcher::findDirectoryJavaBundle(const OptionalText &directory, const File
     if (!directory) {
         return false;
     }
+    checkpoint(); // also for one that does not exist: the question alone may take long
     javaBundlePath = replaceVariables(*directory);
     if (!fileManager.fileExistsAtPath(*javaBundlePath)) {
         _DLog("%s [Line %d] rejected %@: %@", directorySignature, __LINE__, javaBundlePath, "nothing exists there");
