@@ -20,7 +20,7 @@ constexpr std::string_view memberStart = "\x1f\x8b\x08";
 /// Of a member: ten bytes of header and eight of trailer, of which four hold the size.
 constexpr std::size_t smallestMember = 18;
 constexpr std::size_t sizeLength = 4;
-/// No compressed byte brings forth more.
+/// One compressed byte stands for this many bytes at most.
 constexpr std::int64_t largestRatio = 1032;
 
 /// True for what follows a member's first three bytes: no reserved flags, a known degree of compression and a known
@@ -43,7 +43,7 @@ bool holdsMember(std::string_view bytes) {
 
 /// Appends what follows in the file; false at its end or if it cannot be read.
 bool readMore(const FileDescriptor &file, std::string &bytes) {
-    constexpr std::size_t pieceSize = 256 * 1024;
+    constexpr std::size_t pieceSize = std::size_t{256} * 1024;
     const std::size_t kept = bytes.size();
     bytes.resize(kept + pieceSize);
     ssize_t count = 0;

@@ -1,6 +1,7 @@
 #include "platform/FileLock.h"
 
 #include "platform/posix/directory.h"
+#include "platform/posix/uninterrupted.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -55,12 +56,8 @@ std::optional<FileLock> FileLock::lock(const std::string &path, Mode mode, const
 
 std::optional<FileLock> FileLock::take(FileDescriptor file, Mode mode) {
     const int operation = (mode == Mode::shared ? LOCK_SH : LOCK_EX) | LOCK_NB;
-    while (::flock(file.get(), operation) != 0) {
-        if (errno != EINTR) {
-            return std::nullopt;
-        }
-    }
-    return FileLock(std::move(file));
+    const bool taken = uninterrupted([&] { return ::flock(file.get(), operation); }) == 0;
+    return taken ? std::optional(FileLock(std::move(file))) : std::nullopt;
 }
 
 } // namespace kestrav::platform
