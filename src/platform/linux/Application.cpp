@@ -38,6 +38,17 @@ bool stackIsSmall() {
     return getrlimit(RLIMIT_STACK, &limit) == 0 && limit.rlim_cur < windowStack;
 }
 
+/// The threads that libraries make take the limit for their size as well.
+void giveThreadsTheirStack() {
+    pthread_attr_t attributes;
+    if (pthread_attr_init(&attributes) == 0) {
+        if (pthread_attr_setstacksize(&attributes, Thread::usualStack) == 0) {
+            pthread_setattr_default_np(&attributes); // refused, they keep what they have
+        }
+        pthread_attr_destroy(&attributes);
+    }
+}
+
 [[noreturn]] void runLoop(ApplicationDelegate &delegate) {
     WindowControls controls;
     controls.connect(delegate);
@@ -63,6 +74,7 @@ int Application::main(int /*argc*/, char ** /*argv*/, ApplicationDelegate &deleg
     if (!stackIsSmall()) {
         runLoop(delegate);
     }
+    giveThreadsTheirStack();
     std::exception_ptr failure;
     const auto body = [&] {
         try {
