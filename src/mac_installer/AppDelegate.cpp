@@ -72,9 +72,7 @@ void AppDelegate::endAfterFailure() {
     try {
         throw;
     } catch (const std::exception &exception) {
-        const platform::Exception failure = asPlatformException(exception);
-        logFailure(bootstrapSignature, __LINE__, failure);
-        showFailure(failure);
+        reportFailure(bootstrapSignature, __LINE__, exception);
     }
     // The worker ends the process: it has a folder to remove, or a child to wait for.
     const std::lock_guard lock(childMutex);
