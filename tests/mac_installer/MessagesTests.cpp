@@ -23,7 +23,8 @@ TEST_F(Messages, AreFilledOnlyWithAFirstArgument) {
     EXPECT_EQ(shown("two", "17", "App %@"), "Tool: App %@ needs 17, not (null)");
     EXPECT_EQ(shown("two", "17"), "Tool: (null) needs 17, not (null)");
     EXPECT_EQ(shown("No such key"), "Tool: No such key");
-    showFailure({"Name", "There is a stop."}); // the text around it ends the sentence
+    // The text around it ends the sentence.
+    reportFailure("f", 1, platform::Exception("Name", "There is a stop."));
     EXPECT_EQ(notices.back(), "Tool: Oh: There is a stop.");
 }
 
