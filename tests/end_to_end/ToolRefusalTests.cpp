@@ -80,6 +80,7 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--jar", garbage}, "cannot be read as a Java archive"},
         {{"--jar", files / "fifo"}, "cannot be read"},
         {{"--jar", marked}, "byte-order mark"},
+        {{"--jar", makeJar(files, "bell.jar", "Main-Class: a\x1B[2J\n")}, R"(main class a\)"},
         {{"--jar", jar, "--class-path", cut}, "cannot be read as a Java archive"},
         {{"--jar", makeJar(files, "large.jar", std::string(17 << 20U, 'a'))}, "its manifest is larger than 16 MiB"},
         {{"--jar", makeJar(files, "in/it.jar", "Class-Path: ../up.jar\n")}, "../up.jar, which would lie outside"},
@@ -173,8 +174,9 @@ TEST(Tool, StringTableHasToHaveEveryMessage) {
         const TemporaryDirectory folder;
         const Outcome outcome =
             makeTool(folder, {"--jar", KESTRAV_PROGRAM_JAR, "--language", "fr=" + files.write("table", table)});
-        EXPECT_EQ(outcome.status, 1) << key;
-        EXPECT_THAT(outcome.output, HasSubstr("has no text for \"" + key + "\""));
+        const bool isNeeded = !key.starts_with("Java"); // the others have one that is shown in their place
+        EXPECT_EQ(outcome.status, isNeeded ? 1 : 0) << key;
+        EXPECT_EQ(outcome.output.find("has no text for \"" + key + "\"") != std::string::npos, isNeeded);
     }
     EXPECT_GT(messages, 0);
 }

@@ -216,7 +216,7 @@ TEST(Tool, SaysWhereTheRuntimeWillComeFrom) {
          "an installed one, Java 17 or newer, else that of an earlier installation, else the one from file:///x.tar.gz",
          true},
         {{"--info", earlier, "--no-search"}, "that of an earlier installation\n", false},
-        {{"--info", nowhere, "--runtime-url", "file:///x.tar.gz"}, "the one from file:///x.tar.gz\n", false},
+        {{"--info", nowhere, "--runtime-url", "https://u:p@x/y?z"}, "the one from https://***@x/y\n", false},
     };
     for (const Case &test : cases) {
         const TemporaryDirectory folder;

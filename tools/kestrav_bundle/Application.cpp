@@ -12,6 +12,7 @@
 #include "checks.h"
 #include "platform/FileManager.h"
 #include "platform/path.h"
+#include "platform/posix/downloadRules.h"
 
 #include <unistd.h>
 
@@ -144,7 +145,7 @@ std::vector<std::string> wantedRuntime(const RuntimeBounds &bounds, const Reques
     const bool searches = !request.search || !request.search->empty();
     std::string sources = searches ? ", else an installed one, Java" + versions : "";
     sources += request.earlierInstallation ? ", else that of an earlier installation" : "";
-    sources += request.runtimeURL ? ", else the one from " + *request.runtimeURL : "";
+    sources += request.runtimeURL ? ", else the one from " + platform::withoutSecrets(*request.runtimeURL) : "";
     notes.push_back("runtime: " + sources.substr(std::string_view(", else ").size()));
     return notes;
 }

@@ -1,6 +1,7 @@
 #include "checks.h"
 
 #include "mac_installer/Launcher.h"
+#include "platform/posix/downloadRules.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -82,7 +83,7 @@ void checkURL(const std::string &url) {
     const bool known = std::find(schemes.begin(), schemes.end(), scheme) != schemes.end();
     const bool complete = !rest.empty() && (scheme == "file") == rest.starts_with('/');
     if (!known || !complete || url.find_first_of(" \t\n") != std::string::npos) {
-        throw Refusal("\"" + url +
+        throw Refusal("\"" + platform::withoutSecrets(url) +
                       "\" is no address such as https://example.com/jre.tar.gz or file:///folder/jre.tar.gz");
     }
 }

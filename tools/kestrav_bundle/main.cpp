@@ -5,6 +5,7 @@
 #include "CommandLine.h"
 #include "Interruption.h"
 #include "platform/Bundle.h"
+#include "platform/text.h"
 
 #include <sys/stat.h>
 
@@ -17,8 +18,13 @@ namespace {
 
 constexpr int failed = 1;
 
+/// A line for people. Names from archives and lists may hold what changes a terminal.
+std::string shown(const std::string &line) {
+    return kestrav::platform::escapingControlCharacters(line);
+}
+
 int complain(const std::string &reason) {
-    std::fprintf(stderr, "kestrav-bundle: %s\n", reason.c_str());
+    std::fprintf(stderr, "kestrav-bundle: %s\n", shown(reason).c_str());
     return failed;
 }
 
@@ -32,9 +38,9 @@ int makeAsAsked(int argc, char **argv) {
     if (request) {
         const auto notes =
             kestrav::tools::makeApplication(*request, kestrav::platform::Bundle::mainBundle().bundlePath());
-        std::printf("made %s\n", request->output.c_str());
+        std::printf("made %s\n", shown(request->output).c_str());
         for (const std::string &note : notes) {
-            std::printf("  %s\n", note.c_str());
+            std::printf("  %s\n", shown(note).c_str());
         }
         static_cast<void>(flushed()); // the application is there, whoever listens
         return 0;
