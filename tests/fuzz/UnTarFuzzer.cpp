@@ -10,27 +10,13 @@
 #include <cstdlib>
 #include <iterator>
 
-namespace {
-
 namespace fs = std::filesystem;
-
-/// Once the destination is gone: a file that names and links in an archive reach as "../canary/file", and no more.
-bool canaryIsAlive(const kestrav::tests::TemporaryDirectory &directory) {
-    std::ifstream file(directory / "canary/file");
-    const std::string content(std::istreambuf_iterator<char>(file), {});
-    return content == "alive" && fs::is_regular_file(fs::symlink_status(directory / "canary/file")) &&
-           std::distance(fs::directory_iterator(directory / "canary"), {}) == 1 &&
-           std::distance(fs::directory_iterator(directory.path()), {}) == 2;
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     static const kestrav::tests::TemporaryDirectory directory;
-    static const bool ready = [] {
+    static const std::string canary = [] { // which names and links in an archive reach as "../canary/file"
         kestrav::platform::testing::setLogSink([](std::string_view) {});
-        directory.write("canary/file", "alive");
-        return true;
+        return directory.write("canary/file", "alive");
     }();
     const std::string_view input(reinterpret_cast<const char *>(data), size);
     const bool packed = input.substr(0, 2) == "\x1f\x8b";
@@ -39,7 +25,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const std::string destination = directory.makeDirectory("destination");
     (void)kestrav::UnTar::untar(directory / "archive", destination, 10000);
     fs::remove_all(destination);
-    if (!ready || !canaryIsAlive(directory)) {
+    std::ifstream file(canary);
+    const std::string content(std::istreambuf_iterator<char>(file), {});
+    if (content != "alive" || !fs::is_regular_file(fs::symlink_status(canary)) ||
+        std::distance(fs::directory_iterator(directory / "canary"), {}) != 1 ||
+        std::distance(fs::directory_iterator(directory.path()), {}) != 2) { // the archive and this
         std::abort();
     }
     return 0;

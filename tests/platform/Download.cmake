@@ -1,9 +1,8 @@
 # Downloads, from servers on loopback. A program of its own: the servers and the transfers are threads, which the other
 # tests' child processes could not do with.
 find_package(OpenSSL REQUIRED)
-if(KESTRAV_GNUSTEP)
-  set(own_sources ../macos/DownloadRulesTests.cpp ../macos/DownloadSupport.mm)
-else()
+set(own_sources)
+if(NOT KESTRAV_GNUSTEP)
   set(own_sources URLDownloadTests.cpp linux/DownloadSupport.cpp)
 endif()
 kestrav_test(download_tests

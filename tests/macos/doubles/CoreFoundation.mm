@@ -1,220 +1,130 @@
-#include <CoreFoundation/CoreFoundation.h>
-
+#include <cstdio>
 #include <cstring>
+#include <initializer_list>
 
+#define COREFOUNDATION_DOUBLE // not yet, for GNUstep includes it too
 #import <Foundation/Foundation.h>
+#undef COREFOUNDATION_DOUBLE
 
-// Values: each is an object of Foundation.
+typedef NSNull NSBoolean; // has a number that no other type has
 
 namespace {
 
-id object(CFTypeRef reference) {
+/// What is autoreleased meanwhile goes with it: the product's threads have no pool.
+struct Pool {
+    NSAutoreleasePool *const pool = [[NSAutoreleasePool alloc] init];
+    ~Pool() { [pool drain]; }
+};
+
+id object(const void *reference) {
     return static_cast<id>(const_cast<void *>(reference));
 }
 
-enum Kind : CFTypeID { None, String, Number, BooleanKind, Data, Date, Array, Dictionary };
-
-bool isBoolean(id value) {
-    return value == [NSNumber numberWithBool:YES] || value == [NSNumber numberWithBool:NO];
+NSURL *newURL(NSString *path) {
+    return path != nil ? [[NSURL alloc] initFileURLWithPath:path] : nil;
 }
 
-bool isFloating(NSNumber *number) {
-    return *[number objCType] == *@encode(double) || *[number objCType] == *@encode(float);
+// Bundles, in the layouts of macOS, which GNUstep's own does not know: each is a dictionary of its path and its
+// information.
+
+/// The first of some places below a path where there is something.
+NSString *find(NSString *path, std::initializer_list<NSString *> places) {
+    for (NSString *place : places) {
+        NSString *file = [path stringByAppendingPathComponent:place];
+        if ([[NSFileManager defaultManager] fileExistsAtPath:file]) {
+            return file;
+        }
+    }
+    return nil;
+}
+
+NSString *resources(const void *bundle) {
+    return find([object(bundle) objectForKey : @"path"], { @"Contents/Resources", @"Resources", @"" });
+}
+
+/// Every user's language is English here.
+NSString *pathForResource(const void *bundle, NSString *file) {
+    return find(resources(bundle), {[@"en.lproj" stringByAppendingPathComponent:file], file});
 }
 
 } // namespace
 
-const CFAllocatorRef kCFAllocatorDefault = nullptr;
-const CFArrayCallBacks kCFTypeArrayCallBacks = {};
-const CFDictionaryKeyCallBacks kCFTypeDictionaryKeyCallBacks = {};
-const CFDictionaryValueCallBacks kCFTypeDictionaryValueCallBacks = {};
-
-CFTypeRef CFRetain(CFTypeRef reference) {
-    return [object(reference) retain];
-}
-
-void CFRelease(CFTypeRef reference) {
-    [object(reference) release];
-}
+#define CALL(RESULT, NAME, PARAMETERS, ...)                                                                            \
+    RESULT NAME PARAMETERS {                                                                                           \
+        const Pool pool;                                                                                               \
+        return (RESULT)(__VA_ARGS__);                                                                                  \
+    }
+#include <CoreFoundation/CoreFoundation.h>
 
 CFTypeID CFGetTypeID(CFTypeRef reference) {
-    const struct {
-        Class type;
-        Kind kind;
-    } kinds[] = {{[NSString class], String}, {[NSNumber class], Number}, {[NSData class], Data},
-                 {[NSDate class], Date},     {[NSArray class], Array},   {[NSDictionary class], Dictionary}};
-    for (const auto &[type, kind] : kinds) {
+    if (reference == kCFBooleanTrue || reference == kCFBooleanFalse) {
+        return CFBooleanGetTypeID();
+    }
+    for (Class type :
+         {[NSString class], [NSNumber class], [NSData class], [NSDate class], [NSArray class], [NSDictionary class]}) {
         if ([object(reference) isKindOfClass:type]) {
-            return isBoolean(object(reference)) ? BooleanKind : kind;
+            return (CFTypeID)type;
         }
     }
-    return None;
+    return 0;
 }
 
-CFTypeID CFStringGetTypeID() {
-    return String;
-}
-CFTypeID CFNumberGetTypeID() {
-    return Number;
-}
-CFTypeID CFBooleanGetTypeID() {
-    return BooleanKind;
-}
-CFTypeID CFDataGetTypeID() {
-    return Data;
-}
-CFTypeID CFDateGetTypeID() {
-    return Date;
-}
-CFTypeID CFArrayGetTypeID() {
-    return Array;
-}
-CFTypeID CFDictionaryGetTypeID() {
-    return Dictionary;
-}
-
-CFStringRef CFStringCreateWithCharacters(CFAllocatorRef, const UniChar *characters, CFIndex count) {
-    return (CFStringRef)[[NSString alloc] initWithCharacters:characters length:static_cast<NSUInteger>(count)];
-}
-
-CFIndex CFStringGetLength(CFStringRef string) {
-    return static_cast<CFIndex>([(NSString *)string length]);
-}
-
-void CFStringGetCharacters(CFStringRef string, CFRange range, UniChar *buffer) {
-    [(NSString *)string
-        getCharacters:buffer
-                range:NSMakeRange(static_cast<NSUInteger>(range.location), static_cast<NSUInteger>(range.length))];
-}
-
-CFNumberRef CFNumberCreate(CFAllocatorRef, CFNumberType type, const void *value) {
+Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void *value) {
     if (type == kCFNumberDoubleType) {
-        return (CFNumberRef)[[NSNumber alloc] initWithDouble:*static_cast<const double *>(value)];
-    }
-    return (CFNumberRef)[[NSNumber alloc] initWithLongLong:*static_cast<const int64_t *>(value)];
-}
-
-Boolean CFNumberIsFloatType(CFNumberRef number) {
-    return isFloating((NSNumber *)number);
-}
-
-Boolean CFNumberGetValue(CFNumberRef reference, CFNumberType type, void *value) {
-    NSNumber *number = (NSNumber *)reference;
-    if (type == kCFNumberDoubleType) {
-        *static_cast<double *>(value) = [number doubleValue];
+        *(double *)value = [object(number) doubleValue];
         return true;
     }
-    if (type == kCFNumberSInt32Type) {
-        *static_cast<int32_t *>(value) = [number intValue];
-        return [number longLongValue] == [number intValue];
-    }
-    *static_cast<int64_t *>(value) = [number longLongValue];
-    return *[number objCType] != *@encode(unsigned long long) || [number longLongValue] >= 0;
-}
-
-CFBooleanRef CFBooleanDouble(Boolean value) {
-    return (CFBooleanRef)[NSNumber numberWithBool:value];
-}
-
-Boolean CFBooleanGetValue(CFBooleanRef boolean) {
-    return [(NSNumber *)boolean boolValue];
-}
-
-CFDataRef CFDataCreate(CFAllocatorRef, const UInt8 *bytes, CFIndex length) {
-    return (CFDataRef)[[NSData alloc] initWithBytes:bytes length:static_cast<NSUInteger>(length)];
-}
-
-CFIndex CFDataGetLength(CFDataRef data) {
-    return static_cast<CFIndex>([(NSData *)data length]);
-}
-
-const UInt8 *CFDataGetBytePtr(CFDataRef data) {
-    return static_cast<const UInt8 *>([(NSData *)data bytes]);
-}
-
-CFDateRef CFDateCreate(CFAllocatorRef, CFAbsoluteTime time) {
-    return (CFDateRef)[[NSDate alloc] initWithTimeIntervalSinceReferenceDate:time];
-}
-
-CFAbsoluteTime CFDateGetAbsoluteTime(CFDateRef date) {
-    return [(NSDate *)date timeIntervalSinceReferenceDate];
-}
-
-CFMutableArrayRef CFArrayCreateMutable(CFAllocatorRef, CFIndex, const CFArrayCallBacks *) {
-    return (CFMutableArrayRef)[[NSMutableArray alloc] init];
-}
-
-void CFArrayAppendValue(CFMutableArrayRef array, const void *value) {
-    [(NSMutableArray *)array addObject:object(value)];
-}
-
-CFIndex CFArrayGetCount(CFArrayRef array) {
-    return static_cast<CFIndex>([(NSArray *)array count]);
-}
-
-const void *CFArrayGetValueAtIndex(CFArrayRef array, CFIndex index) {
-    return [(NSArray *)array objectAtIndex:static_cast<NSUInteger>(index)];
-}
-
-CFMutableDictionaryRef CFDictionaryCreateMutable(CFAllocatorRef, CFIndex, const CFDictionaryKeyCallBacks *,
-                                                 const CFDictionaryValueCallBacks *) {
-    return (CFMutableDictionaryRef)[[NSMutableDictionary alloc] init];
-}
-
-void CFDictionarySetValue(CFMutableDictionaryRef dictionary, const void *key, const void *value) {
-    [(NSMutableDictionary *)dictionary setObject:object(value) forKey:object(key)];
+    const int64_t integer = [object(number) longLongValue];
+    memcpy(value, &integer, type == kCFNumberSInt32Type ? sizeof(int32_t) : sizeof integer);
+    return *[object(number) objCType] != *@encode(unsigned long long) || integer >= 0;
 }
 
 void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFunction function, void *context) {
-    for (id key in (NSDictionary *)dictionary) {
-        function(key, [(NSDictionary *)dictionary objectForKey:key], context);
+    for (id key in object(dictionary)) {
+        function(key, [object(dictionary) objectForKey:key], context);
     }
 }
 
-CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef, CFDataRef data, CFOptionFlags,
+CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef, CFDataRef data, CFOptionFlags options,
                                                CFPropertyListFormat *format, CFErrorRef *) {
-    NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init];
-    NSPropertyListFormat found = NSPropertyListXMLFormat_v1_0;
-    NSData *bytes = (NSData *)data;
+    const Pool pool;
+    NSData *bytes = object(data);
     if ([bytes length] >= 3 && memcmp([bytes bytes], "\xEF\xBB\xBF", 3) == 0) {
         bytes = [bytes subdataWithRange:NSMakeRange(3, [bytes length] - 3)];
     }
+    NSPropertyListFormat found = NSPropertyListXMLFormat_v1_0;
     id list = nil;
     @try {
-        list = [[NSPropertyListSerialization propertyListWithData:bytes
-                                                          options:NSPropertyListImmutable
-                                                           format:&found
-                                                            error:nullptr] retain];
+        list = [NSPropertyListSerialization propertyListWithData:bytes options:options format:&found error:nullptr];
     } @catch (NSException *) {
-        list = nil;
     }
     *format = static_cast<CFPropertyListFormat>(found);
-    [pool drain];
-    return list;
+    return [list retain];
 }
 
-CFDataRef CFPropertyListCreateData(CFAllocatorRef, CFPropertyListRef list, CFPropertyListFormat, CFOptionFlags,
-                                   CFErrorRef *) {
-    NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init];
-    NSData *data = [[NSPropertyListSerialization dataWithPropertyList:object(list)
-                                                               format:NSPropertyListXMLFormat_v1_0
-                                                              options:0
-                                                                error:nullptr] retain];
-    [pool drain];
-    return (CFDataRef)data;
+CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef url) {
+    const Pool pool;
+    NSString *path = [object(url) path];
+    NSString *file = find(path, {@"Contents/Info.plist", @"Resources/Info.plist", @"Info.plist"});
+    CFPropertyListFormat format = 0;
+    CFDataRef data = (CFDataRef)(file != nil ? [NSData dataWithContentsOfFile:file] : nil);
+    id list = [object(CFPropertyListCreateWithData(nullptr, data, 0, &format, nullptr)) autorelease];
+    id information = [list isKindOfClass:[NSDictionary class]] ? list : nil;
+    return (CFBundleRef)[[NSDictionary alloc] initWithObjectsAndKeys:path, @"path", information, @"information", nil];
 }
 
-CFCharacterSetRef CFCharacterSetGetPredefined(CFCharacterSetPredefinedSet set) {
-    switch (set) {
-    case kCFCharacterSetDecimalDigit:
-        return (CFCharacterSetRef)[NSCharacterSet decimalDigitCharacterSet];
-    case kCFCharacterSetPunctuation:
-        return (CFCharacterSetRef)[NSCharacterSet punctuationCharacterSet];
-    default:
-        return (CFCharacterSetRef)[NSCharacterSet whitespaceAndNewlineCharacterSet];
-    }
+CFBundleRef CFBundleGetMainBundle() {
+    const Pool pool;
+    NSString *path = [[NSBundle mainBundle] bundlePath];
+    static const CFBundleRef bundle = CFBundleCreate(nullptr, (CFURLRef)[NSURL fileURLWithPath:path]);
+    return bundle;
 }
 
-Boolean CFCharacterSetIsCharacterMember(CFCharacterSetRef set, UniChar character) {
-    return [(NSCharacterSet *)set characterIsMember:character];
+CFStringRef CFBundleCopyLocalizedString(CFBundleRef bundle, CFStringRef key, CFStringRef value, CFStringRef) {
+    const Pool pool;
+    NSString *path = pathForResource(bundle, @"Localizable.strings");
+    NSString *table =
+        path != nil ? [NSString stringWithContentsOfFile:path encoding:NSUTF8StringEncoding error:nullptr] : nil;
+    id found = [[table propertyListFromStringsFileFormat] objectForKey:object(key)];
+    return (CFStringRef)[found != nil ? found : object(CFStringGetLength(value) > 0 ? value : key) retain];
 }

@@ -1,121 +1,34 @@
 #import <Foundation/Foundation.h>
 
 // GNUstep's NSURLDownload does nothing. This one loads with NSURLConnection, writes the file, and tells its delegate
-// what the real one does.
+// what the real one does; it leaves a file behind when it fails.
 
-@protocol DownloadDelegate
-- (NSURLRequest *)download:(NSURLDownload *)download
-           willSendRequest:(NSURLRequest *)request
-          redirectResponse:(NSURLResponse *)response;
-- (void)download:(NSURLDownload *)download didReceiveResponse:(NSURLResponse *)response;
-- (BOOL)download:(NSURLDownload *)download shouldDecodeSourceDataOfMIMEType:(NSString *)type;
-- (void)download:(NSURLDownload *)download didReceiveDataOfLength:(NSUInteger)length;
-- (void)download:(NSURLDownload *)download didFailWithError:(NSError *)error;
-- (void)downloadDidFinish:(NSURLDownload *)download;
-@end
+namespace {
 
-/// The state of one download, and its connection's delegate.
-@interface DownloadDouble : NSObject {
-@public
-    NSURLDownload *download; // not owned
-    id<DownloadDelegate> delegate;
-    NSURLRequest *request;
-    NSURLConnection *connection;
-    NSString *path;
-    NSFileHandle *file;
-    BOOL allowOverwrite;
-    BOOL deletesFile;
-}
-- (void)end;
-- (void)fail:(NSError *)error;
-@end
+struct State {
+    id delegate = nil; // nil once nothing more is told
+    NSURLRequest *request = nil;
+    NSURLConnection *connection = nil;
+    NSFileHandle *file = nil;
+};
 
-@implementation DownloadDouble
-
-- (void)dealloc {
-    [request release];
-    [path release];
-    [super dealloc];
-}
-
-/// Nothing is told after this.
-- (void)end {
-    delegate = nil;
-    [connection cancel];
-    [connection autorelease];
-    connection = nil;
-    [file closeFile];
-    [file release];
-    file = nil;
-}
-
-- (void)fail:(NSError *)error {
-    id<DownloadDelegate> told = delegate;
-    [self end];
-    if (deletesFile) {
-        [[NSFileManager defaultManager] removeFileAtPath:path handler:nil];
-    }
-    [told download:download didFailWithError:error];
-}
-
-- (NSURLRequest *)connection:(NSURLConnection *)from
-             willSendRequest:(NSURLRequest *)next
-            redirectResponse:(NSURLResponse *)response {
-    NSURL *url = [[NSURL URLWithString:[[next URL] relativeString] relativeToURL:[response URL]] absoluteURL];
-    NSMutableURLRequest *resolved = [[next mutableCopy] autorelease];
-    [resolved setURL:url];
-    return [delegate download:download willSendRequest:response != nil ? resolved : next redirectResponse:response];
-}
-
-- (void)connection:(NSURLConnection *)from didReceiveResponse:(NSURLResponse *)response {
-    NSFileManager *files = [NSFileManager defaultManager];
-    if ((!allowOverwrite && [files fileExistsAtPath:path]) || ![files createFileAtPath:path
-                                                                              contents:[NSData data]
-                                                                            attributes:nil]) {
-        [self fail:[NSError errorWithDomain:NSURLErrorDomain code:NSURLErrorCannotCreateFile userInfo:nil]];
-        return;
-    }
-    file = [[NSFileHandle fileHandleForWritingAtPath:path] retain];
-    [delegate download:download didReceiveResponse:response];
-    [delegate download:download shouldDecodeSourceDataOfMIMEType:[response MIMEType]];
-}
-
-- (void)connection:(NSURLConnection *)from didReceiveData:(NSData *)data {
-    [file writeData:data];
-    [delegate download:download didReceiveDataOfLength:[data length]];
-}
-
-- (void)connection:(NSURLConnection *)from didFailWithError:(NSError *)error {
-    [self fail:error];
-}
-
-- (void)connectionDidFinishLoading:(NSURLConnection *)from {
-    id<DownloadDelegate> told = delegate;
-    [self end];
-    [told downloadDidFinish:download];
-}
-
-@end
+} // namespace
 
 #pragma clang diagnostic ignored "-Wobjc-protocol-method-implementation"
-#define STATE static_cast<DownloadDouble *>(_NSURLDownloadInternal)
+#define STATE static_cast<State *>(_NSURLDownloadInternal)
 
 @implementation NSURLDownload (Double)
 
 - (id)initWithRequest:(NSURLRequest *)request delegate:(id)delegate {
     self = [super init];
-    DownloadDouble *state = [[DownloadDouble alloc] init];
-    state->download = self;
-    state->delegate = delegate;
-    state->request = [request copy];
-    state->deletesFile = YES;
-    _NSURLDownloadInternal = state;
+    _NSURLDownloadInternal = new State{delegate, [request copy]};
     return self;
 }
 
 - (void)dealloc {
-    [STATE end];
-    [STATE release];
+    [self cancel];
+    [STATE->request release];
+    delete STATE;
     [super dealloc];
 }
 
@@ -124,17 +37,56 @@
 }
 
 - (void)setDeletesFileUponFailure:(BOOL)deletes {
-    STATE->deletesFile = deletes;
 }
 
 - (void)setDestination:(NSString *)path allowOverwrite:(BOOL)allowOverwrite {
-    STATE->path = [path copy];
-    STATE->allowOverwrite = allowOverwrite;
-    STATE->connection = [[NSURLConnection alloc] initWithRequest:STATE->request delegate:STATE];
+    path = allowOverwrite ? path : [path stringByAppendingString:@"-1"];
+    [[NSFileManager defaultManager] createFileAtPath:path contents:[NSData data] attributes:nil];
+    STATE->file = [[NSFileHandle fileHandleForWritingAtPath:path] retain];
+    STATE->connection = [[NSURLConnection alloc] initWithRequest:STATE->request delegate:self];
 }
 
 - (void)cancel {
-    [STATE end];
+    STATE->delegate = nil;
+    [STATE->connection cancel];
+    [STATE->connection autorelease]; // this may be a call of its
+    STATE->connection = nil;
+    [STATE->file closeFile];
+    [STATE->file release];
+    STATE->file = nil;
+}
+
+- (NSURLRequest *)connection:(NSURLConnection *)connection
+             willSendRequest:(NSURLRequest *)next
+            redirectResponse:(NSURLResponse *)response {
+    if (response != nil) {
+        NSURL *url = [NSURL URLWithString:[[next URL] relativeString] relativeToURL:[response URL]];
+        next = [[next mutableCopy] autorelease];
+        [(NSMutableURLRequest *)next setURL:[url absoluteURL]];
+    }
+    return [STATE->delegate download:self willSendRequest:next redirectResponse:response];
+}
+
+- (void)connection:(NSURLConnection *)connection didReceiveResponse:(NSURLResponse *)response {
+    [STATE->delegate download:self didReceiveResponse:response];
+    [STATE->delegate download:self shouldDecodeSourceDataOfMIMEType:[response MIMEType]];
+}
+
+- (void)connection:(NSURLConnection *)connection didReceiveData:(NSData *)data {
+    [STATE->file writeData:data];
+    [STATE->delegate download:self didReceiveDataOfLength:[data length]];
+}
+
+- (void)connection:(NSURLConnection *)connection didFailWithError:(NSError *)error {
+    id told = STATE->delegate;
+    [self cancel];
+    [told download:self didFailWithError:error];
+}
+
+- (void)connectionDidFinishLoading:(NSURLConnection *)connection {
+    id told = STATE->delegate;
+    [self cancel];
+    [told downloadDidFinish:self];
 }
 
 @end

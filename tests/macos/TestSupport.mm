@@ -1,0 +1,53 @@
+#include "platform/Signals.h"
+#include "platform/macos/CFPropertyList.h"
+#include "platform/support/DownloadSupport.h"
+#include "platform/support/UserSettings.h"
+#include "support/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#import <Foundation/Foundation.h>
+
+namespace kestrav::tests {
+namespace {
+
+/// A home of its own, for the user's defaults, and the pool that Foundation wants.
+class Environment : public ::testing::Environment {
+    void SetUp() override {
+        setenv("HOME", home_.path().c_str(), 1);
+        pool_ = [[NSAutoreleasePool alloc] init];
+    }
+    void TearDown() override { [pool_ drain]; }
+
+    const TemporaryDirectory home_;
+    NSAutoreleasePool *pool_ = nil;
+};
+const auto *const environment = ::testing::AddGlobalTestEnvironment(new Environment);
+
+} // namespace
+
+void prepareDownloads() {
+    platform::Signals::ignoreWriteSignals();
+    unsetenv("http_proxy");
+}
+
+void finishDownloads(int /*others*/) {} // a connection that is over or cancelled leaves nothing that works on
+
+void runMainLoop() {
+    NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init];
+    [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode beforeDate:[NSDate dateWithTimeIntervalSinceNow:0.05]];
+    [pool drain];
+}
+
+void setPreferredLanguages(const std::vector<std::string> & /*english*/) {}
+
+void setDefaults(DefaultsDomain domain, const platform::PropertyList &values) {
+    NSString *const names[] = {
+        [[NSProcessInfo processInfo] processName], [NSString stringWithUTF8String:suiteName], NSGlobalDomain};
+    NSString *name = names[static_cast<int>(domain)];
+    NSUserDefaults *defaults = [NSUserDefaults standardUserDefaults];
+    [defaults removePersistentDomainForName:name];
+    [defaults setPersistentDomain:(NSDictionary *)platform::cfValue(values).get() forName:name];
+}
+
+} // namespace kestrav::tests
