@@ -1,7 +1,7 @@
 // The operations of a start whose work grows with what is configured or installed. Each is measured for several sizes,
 // so that the run itself shows the slope. Takes Google Benchmark's options; ends with status 1 if an aim was missed.
 
-#include "mac_installer/Launcher.h"
+#include "mac_installer/launcher/Launcher.h"
 #include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
 

@@ -6,7 +6,7 @@
 // if a limit was missed.
 
 #include "harness.h"
-#include "mac_installer/UnTar.h"
+#include "mac_installer/archive/UnTar.h"
 
 #include <zlib.h>
 

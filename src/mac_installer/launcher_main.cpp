@@ -1,9 +1,10 @@
 #include "mac_installer/launcher_main.h"
 
-#include "mac_installer/LaunchLibrary.h"
-#include "mac_installer/Launcher.h"
-#include "mac_installer/failure.h"
-#include "mac_installer/global.h"
+#include "mac_installer/launcher/LaunchLibrary.h"
+#include "mac_installer/launcher/Launcher.h"
+#include "mac_installer/launcher/failure.h"
+#include "mac_installer/launcher/global.h"
+#include "platform/DebugLog.h"
 
 #include <string_view>
 

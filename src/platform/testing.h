@@ -37,6 +37,9 @@ void setLogSink(std::function<void(std::string_view)> sink);
 /// The socket of the log daemon; Linux only.
 void setLogDaemon(const std::string &path);
 
+/// Opens or closes the debug log; empty lets the environment decide anew.
+void setDebugLog(std::optional<bool> on);
+
 /// Answers `systemControlInteger`.
 void setSystemControl(std::function<std::optional<std::int32_t>(const std::string &)> control);
 

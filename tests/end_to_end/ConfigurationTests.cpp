@@ -66,12 +66,12 @@ TEST(Configuration, OnlyAWholeFileIsRead) {
     AppBundle bundle;
     const std::string whole = propertyList(dictionary({{"CFBundleName", text("Test")}}));
     const std::pair<std::string, const char *> cases[] = {
-        {"", ": Info.plist is damaged: line 1."},
+        {"", ": Info.plist is damaged: line 1"},
         {"\n\n" + whole.substr(0, whole.find("CFBundleName")), ": Info.plist is damaged: line "},
-        {propertyList(array({})), ": Info.plist is an array, not a dictionary."},
+        {propertyList(array({})), ": Info.plist is an array, not a dictionary"},
         {"<!DOCTYPE plist [<!ENTITY a SYSTEM \"/dev/zero\">]>" + propertyList(dictionary({{"a", "&a;"}})),
          ": Info.plist is damaged: line "},
-        {"bplist00", ": Info.plist is damaged."},
+        {"bplist00", ": Info.plist is damaged"},
     };
     for (const auto &[content, message] : cases) {
         SCOPED_TRACE(content);

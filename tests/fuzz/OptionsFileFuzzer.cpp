@@ -1,8 +1,7 @@
 // A fuzzer for options files: whatever they hold and however they include one another, reading ends.
 // The input is up to four files, separated by lines "==": the first is read, and named 0; the others are 1, 2 and 3.
 
-#include "mac_installer/Launcher.h"
-#include "mac_installer/global.h"
+#include "mac_installer/launcher/Launcher.h"
 #include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
 
@@ -19,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         kestrav::platform::testing::setLogSink([](std::string_view) {});
         kestrav::platform::testing::setMainBundle(directory.makeDirectory("Tool.app"));
         kestrav::platform::testing::setEnvironment({{"HOME", directory.path()}, {"INCLUDE", "-include-options 1"}});
-        kestrav::launchGlobals.logStatus = 1;
+        kestrav::platform::testing::setDebugLog(true);
         return kestrav::Launcher();
     }();
     constexpr std::string_view separator = "\n==\n";

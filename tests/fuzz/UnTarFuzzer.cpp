@@ -1,7 +1,7 @@
 // A fuzzer for the archive reader: whatever an archive holds, the run ends and nothing beside the destination changes.
 // The input is a tar archive, or a gzip file if it begins like one.
 
-#include "mac_installer/UnTar.h"
+#include "mac_installer/archive/UnTar.h"
 #include "platform/testing.h"
 #include "support/ArchiveWriter.h"
 #include "support/TemporaryDirectory.h"

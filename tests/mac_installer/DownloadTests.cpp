@@ -1,4 +1,4 @@
-#include "mac_installer/AppDelegate.h"
+#include "mac_installer/bootstrap/AppDelegate.h"
 #include "support/LauncherFixture.h"
 
 namespace kestrav::tests {

@@ -1,4 +1,4 @@
-#include "mac_installer/JavaProcess.h"
+#include "mac_installer/bootstrap/JavaProcess.h"
 
 #include "platform/Clock.h"
 

@@ -1,4 +1,5 @@
-#include "mac_installer/failure.h"
+#include "mac_installer/launcher/failure.h"
+#include "platform/DebugLog.h"
 #include "support/LauncherFixture.h"
 
 namespace kestrav::tests {
@@ -73,7 +74,7 @@ TEST_F(Messages, SurviveAConfigurationOfTheWrongType) {
 TEST_F(Messages, TheDebugLogIsDecidedOnceAndExactly) {
     for (const auto &[value, on] :
          {std::pair{"yes", true}, {"YES", false}, {"1", false}, {"yes ", false}, {"", false}}) {
-        launchGlobals.logStatus = 0;
+        platform::testing::setDebugLog(std::nullopt);
         setEnvironment({{"KESTRAV_LOG", value}});
         log.clear();
         _DLog("%s [Line %d] first", "f", 1);

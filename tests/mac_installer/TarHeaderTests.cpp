@@ -1,4 +1,4 @@
-#include "mac_installer/TarHeader.h"
+#include "mac_installer/archive/TarHeader.h"
 #include "support/ArchiveWriter.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
-#include "mac_installer/GzipTrailer.h"
-#include "mac_installer/global.h"
+#include "mac_installer/archive/GzipTrailer.h"
 #include "platform/format.h"
 #include "support/UnTarFixture.h"
 
@@ -126,10 +125,10 @@ TEST_F(UnTarTest, WhatIsExtractedAndWhatIsLogged) {
 }
 
 TEST_F(UnTarTest, TopDirectoryAndUnusablePaths) {
-    launchGlobals.logStatus = 1;
+    platform::testing::setDebugLog(true);
     EXPECT_EQ(untar(gzip(archiveOf("jre/; readme=x").closed())).topDirectory, "jre");
     EXPECT_THAT(log, HasSubstr("+[UnTar untar:to:uncompressedLength:withProgress:] [Line 221] extracting jre/\n"));
-    launchGlobals.logStatus = 2;
+    platform::testing::setDebugLog(false);
     EXPECT_EQ(untar(gzip(archiveOf("readme=x").closed())).topDirectory, std::nullopt);
     EXPECT_FALSE(UnTar::untar(archive, directory / "missing", 1).complete);
     for (const std::string &unreadable : {directory / "missing", directory.path()}) {

@@ -1,4 +1,4 @@
-#include "mac_installer/Unpacker.h"
+#include "mac_installer/archive/Unpacker.h"
 #include "platform/FileDescriptor.h"
 #include "support/LauncherFixture.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "mac_installer/Launcher.h"
-#include "mac_installer/global.h"
+#include "mac_installer/launcher/Launcher.h"
+#include "mac_installer/launcher/global.h"
 #include "platform/ProcessInfo.h"
 #include "platform/PropertyList.h"
 #include "platform/testing.h"
@@ -33,7 +33,7 @@ protected:
         platform::testing::setNotice([this](std::string_view title, std::string_view message) {
             notices.push_back(std::string(title) + ": " + std::string(message));
         });
-        launchGlobals.logStatus = 1;
+        platform::testing::setDebugLog(true);
         setLaunchJavaVersion(std::nullopt);
     }
     ~LauncherFixture() override {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mac_installer/UnTar.h"
+#include "mac_installer/archive/UnTar.h"
 #include "platform/testing.h"
 #include "support/ArchiveWriter.h"
 #include "support/TemporaryDirectory.h"

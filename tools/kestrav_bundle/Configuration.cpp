@@ -1,6 +1,6 @@
 #include "Configuration.h"
 
-#include "mac_installer/InfoPlist.h"
+#include "mac_installer/launcher/InfoPlist.h"
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
 

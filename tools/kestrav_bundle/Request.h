@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mac_installer/Launcher.h"
+#include "mac_installer/launcher/Launcher.h"
 
 #include <optional>
 #include <stdexcept>

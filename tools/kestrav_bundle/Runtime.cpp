@@ -1,7 +1,7 @@
 #include "Runtime.h"
 
-#include "mac_installer/CandidateVerdict.h"
-#include "mac_installer/RuntimeHome.h"
+#include "mac_installer/launcher/CandidateVerdict.h"
+#include "mac_installer/launcher/RuntimeHome.h"
 #include "platform/FileDescriptor.h"
 #include "platform/path.h"
 

@@ -1,8 +1,8 @@
 #include "Trial.h"
 
 #include "JavaRun.h"
-#include "mac_installer/InfoPlist.h"
-#include "mac_installer/RuntimeHome.h"
+#include "mac_installer/launcher/InfoPlist.h"
+#include "mac_installer/launcher/RuntimeHome.h"
 #include "platform/RuntimeSupport.h"
 #include "platform/path.h"
 #include "platform/text.h"

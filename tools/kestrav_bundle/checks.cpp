@@ -1,6 +1,6 @@
 #include "checks.h"
 
-#include "mac_installer/Launcher.h"
+#include "mac_installer/launcher/Launcher.h"
 #include "platform/posix/downloadRules.h"
 #include "platform/text.h"
 

@@ -1,13 +1,13 @@
 #include "platform/linux/ModuleWindow.h"
 
 #include "platform/Bundle.h"
+#include "platform/DebugLog.h"
 #include "platform/DynamicLibrary.h"
 #include "platform/Environment.h"
 #include "platform/FileManager.h"
 #include "platform/IconImage.h"
 #include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
-#include "platform/SystemLog.h"
 #include "platform/linux/SessionBus.h"
 #include "platform/path.h"
 
@@ -48,7 +48,6 @@ std::string interfaceFile(const Bundle &bundle) {
 ModuleWindow::ModuleWindow(WindowControls &controls, ApplicationDelegate &delegate, std::function<void()> withoutWindow)
     : controls_(controls), delegate_(delegate), withoutWindow_(std::move(withoutWindow)) {
     const ProcessInfo &process = ProcessInfo::processInfo();
-    debugLog_ = process.environmentVariable("KESTRAV_LOG") == "yes";
     displayIsLikely_ = hasValue(process, "WAYLAND_DISPLAY") || hasValue(process, "DISPLAY");
     if (displayIsLikely_) {
         interfacePath_ = interfaceFile(Bundle::mainBundle());
@@ -123,9 +122,7 @@ bool ModuleWindow::loadModule() {
 }
 
 void ModuleWindow::note(std::string_view text) const {
-    if (debugLog_) {
-        Log("%s [Line %d] no window: %@", "-[ModuleWindow open]", __LINE__, text);
-    }
+    _DLog("%s [Line %d] no window: %@", "-[ModuleWindow open]", __LINE__, text);
 }
 
 template <class Action> void ModuleWindow::act(Action action) {

@@ -39,7 +39,6 @@ private:
 
     WindowControls &controls_;
     ApplicationDelegate &delegate_;
-    bool debugLog_ = false;
     bool displayIsLikely_ = false;
     std::string interfacePath_;
     std::string programName_;

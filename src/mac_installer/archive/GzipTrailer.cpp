@@ -1,0 +1,86 @@
+#include "mac_installer/archive/GzipTrailer.h"
+
+#include "platform/FileDescriptor.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+#include <string_view>
+#include <utility>
+
+namespace kestrav {
+
+using platform::FileDescriptor;
+
+namespace {
+
+constexpr std::string_view memberStart = "\x1f\x8b\x08";
+/// Of a member: ten bytes of header and eight of trailer, of which four hold the size.
+constexpr std::size_t smallestMember = 18;
+constexpr std::size_t sizeLength = 4;
+/// One compressed byte stands for this many bytes at most.
+constexpr std::int64_t largestRatio = 1032;
+
+/// True for what follows a member's first three bytes: no reserved flags, a known degree of compression and a known
+/// system. Compressed data hardly ever look like this by chance.
+bool looksLikeMember(std::string_view header) {
+    const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(header[index]); };
+    constexpr std::size_t length = 10;
+    return header.size() >= length && (byte(3) & 0xe0U) == 0 && (byte(8) == 0 || byte(8) == 2 || byte(8) == 4) &&
+           (byte(9) <= 13 || byte(9) == 255);
+}
+
+bool holdsMember(std::string_view bytes) {
+    for (auto at = bytes.find(memberStart); at != std::string_view::npos; at = bytes.find(memberStart, at + 1)) {
+        if (looksLikeMember(bytes.substr(at))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Appends what follows in the file; false at its end or if it cannot be read.
+bool readMore(const FileDescriptor &file, std::string &bytes) {
+    constexpr std::size_t pieceSize = std::size_t{256} * 1024;
+    const std::size_t kept = bytes.size();
+    bytes.resize(kept + pieceSize);
+    ssize_t count = 0;
+    do {
+        count = ::read(file.get(), bytes.data() + kept, pieceSize);
+    } while (count < 0 && errno == EINTR);
+    bytes.resize(kept + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    return count > 0;
+}
+
+} // namespace
+
+std::optional<std::int32_t> uncompressedSizeOf(const std::string &path) {
+    const FileDescriptor file = FileDescriptor::openRegularFile(path);
+    std::string window;
+    if (!file.valid() || !readMore(file, window) || !window.starts_with(memberStart)) {
+        return std::nullopt;
+    }
+    auto fileSize = static_cast<std::int64_t>(window.size());
+    window.erase(0, 1); // so that the first member is not found
+    for (bool more = true; more;) {
+        if (holdsMember(window)) {
+            return std::nullopt;
+        }
+        window.erase(0, window.size() - std::min(window.size(), smallestMember));
+        const std::size_t kept = window.size();
+        more = readMore(file, window);
+        fileSize += static_cast<std::int64_t>(window.size() - kept);
+    }
+    std::int64_t size = 0;
+    for (std::size_t index = 0; index < std::min(window.size(), sizeLength); ++index) {
+        size = size * 256 + static_cast<unsigned char>(window[window.size() - 1 - index]);
+    }
+    const bool plausible = size > fileSize && size / largestRatio <= fileSize;
+    return plausible && size <= std::numeric_limits<std::int32_t>::max()
+               ? std::optional(static_cast<std::int32_t>(size))
+               : std::nullopt;
+}
+
+} // namespace kestrav

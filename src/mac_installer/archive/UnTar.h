@@ -1,0 +1,57 @@
+#pragma once
+
+#include "mac_installer/archive/Progress.h"
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace kestrav::platform {
+class FileDescriptor;
+}
+
+namespace kestrav {
+
+class TarHeader;
+
+struct UntarResult {
+    /// First path component of the last entry whose name has two or more.
+    std::optional<std::string> topDirectory;
+    /// False if something ended the extraction early or the archive is damaged in any way. An entry whose name was
+    /// refused, or whose parent is missing, was logged and passed over; that does not count.
+    bool complete = false;
+    /// Why it is not complete, for the user.
+    std::string reason;
+};
+
+/// Extraction of tar archives, compressed with gzip or not, as ordinary tools make them from a runtime's directory:
+/// regular files with their permission bits, directories and symbolic links, with names of up to 99 bytes; everything
+/// else in the archive is skipped. Nothing is written outside the destination. Failures are logged, never thrown.
+class UnTar {
+public:
+    /// Extracts an archive into an existing directory. `uncompressedLength` is the expected size in bytes, for the
+    /// percentage alone. `progress` is called with 0 and the destination's path, with the position before each file and
+    /// whenever it changed, and with 100 and "" at the end; `checkpoint` before every piece of at most 32 KiB is read,
+    /// whatever becomes of it. What either throws ends the extraction and passes through; what was extracted stays.
+    [[nodiscard]] static UntarResult untar(const std::string &archive, const std::string &to,
+                                           std::int32_t uncompressedLength, const ProgressCallback &progress = {},
+                                           const std::function<void()> &checkpoint = {});
+
+private:
+    struct Extraction;
+
+    /// False if the run ended on an error, which is logged and recorded by then; so with the operations below.
+    static bool extractEntries(Extraction &extraction, std::optional<std::string> &topDirectory);
+    static bool extractEntry(Extraction &extraction, const TarHeader &header, const std::string &name);
+    /// A file whose path is at fault is logged and skipped.
+    static bool extractFile(Extraction &extraction, const std::string &name, std::int32_t fileLength,
+                            std::int64_t mode);
+    static bool extractLink(Extraction &extraction, const TarHeader &header, const std::string &name);
+    static bool extractDirectory(Extraction &extraction, const std::string &name);
+    static bool writeData(Extraction &extraction, const std::string &name, std::int32_t fileLength,
+                          platform::FileDescriptor file);
+    static bool skip(Extraction &extraction, std::int32_t fileLength);
+};
+
+} // namespace kestrav

@@ -1,0 +1,184 @@
+#include "mac_installer/archive/Unpacker.h"
+
+#include "mac_installer/archive/Cancellation.h"
+#include "platform/DebugLog.h"
+#include "platform/FileLock.h"
+#include "platform/Task.h"
+#include "platform/path.h"
+
+#include <algorithm>
+#include <atomic>
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <memory>
+#include <mutex>
+
+namespace kestrav {
+
+using platform::appendingPathComponent;
+using platform::FileManager;
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+constexpr std::string_view packedSuffix = ".pack";
+constexpr std::string_view packedJarSuffix = ".jar.pack";
+/// Of a jar while the tool writes it. It gets its own name when it is whole.
+constexpr std::string_view partSuffix = ".part";
+constexpr std::string_view partJarSuffix = ".jar.part";
+
+/// The tool that runs now, so that a cancel on another thread can end it.
+class RunningTool {
+public:
+    /// Runs a tool to its end and returns its exit status.
+    int run(platform::Task &tool) {
+        {
+            const std::lock_guard lock(mutex_);
+            raiseIfCancelled();
+            // Neither our standard input nor the terminal's signals are the tool's: a cancel ends it, and whatever it
+            // started.
+            const auto nothing = platform::FileDescriptor::open("/dev/null", O_RDONLY);
+            tool.setStandardInput(nothing.get());
+            tool.setOwnGroup();
+            tool.launch();
+            tool_ = &tool;
+        }
+        tool.waitUntilExit();
+        const std::lock_guard lock(mutex_);
+        tool_ = nullptr;
+        raiseIfCancelled();
+        return tool.terminationStatus();
+    }
+
+    void raiseIfCancelled() const {
+        if (cancelled_) {
+            raiseCancelled();
+        }
+    }
+
+    void cancel() {
+        const std::lock_guard lock(mutex_);
+        cancelled_ = true;
+        if (tool_ != nullptr) {
+            tool_->sendSignal(SIGKILL); // a tool that hangs may not listen to anything milder
+        }
+    }
+
+private:
+    std::mutex mutex_;
+    platform::Task *tool_ = nullptr;
+    std::atomic<bool> cancelled_ = false;
+};
+
+RunningTool &runningTool() {
+    static RunningTool tool;
+    return tool;
+}
+
+/// Keeps other runs from unpacking the same runtime meanwhile: it waits until they have, and they wait for its end.
+/// Without rights in the folder there is no lock.
+class RuntimeLock {
+public:
+    explicit RuntimeLock(const std::string &runtimeDirectory)
+        : path_(appendingPathComponent(runtimeDirectory, ".kestrav-lock")),
+          lock_(platform::FileLock::lock(path_, platform::FileLock::Mode::exclusive,
+                                         [] { runningTool().raiseIfCancelled(); })) {}
+    RuntimeLock(const RuntimeLock &) = delete;
+    RuntimeLock &operator=(const RuntimeLock &) = delete;
+    ~RuntimeLock() {
+        if (lock_) {
+            FileManager().removeItemAtPath(path_);
+        }
+    }
+
+private:
+    std::string path_;
+    std::optional<platform::FileLock> lock_;
+};
+
+/// Gives a whole jar its name, unless another run has.
+bool finish(const std::string &jar) {
+    std::error_code error;
+    std::filesystem::rename(jar + std::string(partSuffix), jar, error);
+    return !error || error == std::errc::no_such_file_or_directory;
+}
+
+/// Unpacks one file; false if the tool fails.
+bool unpackFile(const std::string &tool, const std::string &packed) {
+    const std::string jar = packed.substr(0, packed.size() - packedSuffix.size());
+    const std::string part = jar + std::string(partSuffix);
+    // "-r": the tool removes the packed file once it has unpacked it.
+    platform::Task task(tool, {"-r", packed, part});
+    if (runningTool().run(task) != 0) {
+        FileManager().removeItemAtPath(part);
+        return false;
+    }
+    return finish(jar);
+}
+
+/// Gives jars their names whose run was killed between the end of the tool and that step: the packed file is gone.
+void finishInterrupted(const std::string &directory, const FileManager &fileManager) {
+    for (const std::string &name : fileManager.contentsOfDirectoryAtPath(directory).value_or(Names())) {
+        const std::string jar =
+            appendingPathComponent(directory, name.substr(0, name.size() - std::min(name.size(), partSuffix.size())));
+        if (name.ends_with(partJarSuffix) && !fileManager.fileExistsAtPath(jar) &&
+            !fileManager.fileExistsAtPath(jar + std::string(packedSuffix))) {
+            static_cast<void>(finish(jar));
+        }
+    }
+}
+
+} // namespace
+
+void Unpacker::addPackedFiles(std::vector<std::string> &files, const std::string &subDir, const std::string &jreDir,
+                              const FileManager &fileManager) {
+    const auto names = fileManager.contentsOfDirectoryAtPath(appendingPathComponent(jreDir, subDir));
+    if (!names) {
+        return;
+    }
+    for (const std::string &name : *names) {
+        if (name.ends_with(packedJarSuffix)) {
+            files.push_back(platform::format("%@/%@", subDir, name));
+        }
+    }
+}
+
+bool Unpacker::unpack(const std::string &runtimeDirectory, const ProgressCallback &progress) {
+    static constexpr const char *signature = "+[Unpacker unpack:withProgress:]";
+    const FileManager fileManager;
+    const std::string tool = appendingPathComponent(runtimeDirectory, "bin/unpack200");
+
+    std::vector<std::string> files;
+    addPackedFiles(files, "lib", runtimeDirectory, fileManager);
+    addPackedFiles(files, "lib/ext", runtimeDirectory, fileManager);
+    _DLog("%s [Line %d] found %@", signature, 23, files);
+
+    const auto lock = files.empty() ? nullptr : std::make_unique<RuntimeLock>(runtimeDirectory);
+    double percentage = 0.0;
+    for (const std::string &file : files) {
+        const std::string packed = appendingPathComponent(runtimeDirectory, file);
+        if (fileManager.fileExistsAtPath(packed)) {
+            _DLog("%s [Line %d] unpacking %@", signature, 30, file);
+            if (!unpackFile(tool, packed)) {
+                platform::Log("%s [Line %d] Unpack task failed.", signature, 35);
+                return false;
+            }
+        }
+        if (progress) {
+            percentage += 100.0 / static_cast<double>(files.size());
+            progress(percentage, std::nullopt);
+        }
+    }
+    for (const char *subDir : {"lib", "lib/ext"}) {
+        finishInterrupted(appendingPathComponent(runtimeDirectory, subDir), fileManager);
+    }
+    return true;
+}
+
+void Unpacker::cancel() {
+    runningTool().cancel();
+}
+
+} // namespace kestrav

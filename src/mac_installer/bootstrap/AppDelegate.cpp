@@ -1,0 +1,105 @@
+#include "mac_installer/bootstrap/AppDelegate.h"
+
+#include "mac_installer/archive/Unpacker.h"
+#include "mac_installer/launcher/InfoPlist.h"
+#include "mac_installer/launcher/failure.h"
+#include "platform/Bundle.h"
+#include "platform/DebugLog.h"
+#include "platform/OperationQueue.h"
+#include "platform/ProcessInfo.h"
+#include "platform/Thread.h"
+#include "platform/format.h"
+
+#include <algorithm>
+
+namespace kestrav {
+
+using platform::Bundle;
+
+namespace {
+
+/// True if configuration or arguments ask for a run without the window.
+bool windowIsUnwanted() {
+    if (booleanValue(infoDictionary(), "ksv.initialProgress") == false) {
+        return true;
+    }
+    const auto &arguments = platform::ProcessInfo::processInfo().arguments();
+    const auto given = [&](std::string_view wanted) {
+        return !arguments.empty() && std::find(arguments.begin() + 1, arguments.end(), wanted) != arguments.end();
+    };
+    return (given("-c") || given("-q")) && !given("-splash");
+}
+
+} // namespace
+
+void AppDelegate::applicationWillFinishLaunching() {
+    static constexpr const char *signature = "-[AppDelegate applicationWillFinishLaunching:]";
+    endOnFailure(signature, [this] {
+        _DLog("%s [Line %d] app will finish launching", signature, __LINE__);
+        if (windowIsUnwanted()) {
+            _DLog("%s [Line %d] hiding progress window", signature, __LINE__);
+            window->close();
+        }
+    });
+}
+
+void AppDelegate::applicationDidFinishLaunching() {
+    static constexpr const char *signature = "-[AppDelegate applicationDidFinishLaunching:]";
+    endOnFailure(signature, [this] {
+        _DLog("%s [Line %d] app finished launching", signature, __LINE__);
+        const Bundle &bundle = Bundle::mainBundle();
+        window->setTitle(bundle.localizedStringForKey("WizardCaption", ""));
+        label->setStringValue(platform::format(bundle.localizedStringForKey("PrepareInstaller", ""), bundleName()));
+        cancelButton->setTitle(bundle.localizedStringForKey("ButtonCancel", ""));
+        iconView->setImage(bundle.pathForResource("app", "icns"));
+        platform::Application::activateIgnoringOtherApps();
+        platform::Thread([this] { worker(); }).detach();
+    });
+}
+
+void AppDelegate::cancel() {
+    cancelled = true;
+    cancelButton->setEnabled(false);
+    Unpacker::cancel();
+    if (downloader) {
+        // A cancelled download calls nobody back, so the worker is woken here.
+        downloader->cancel();
+        endDownload(false);
+    }
+}
+
+void AppDelegate::endAfterFailure() {
+    try {
+        throw;
+    } catch (const std::exception &exception) {
+        reportFailure(bootstrapSignature, __LINE__, exception);
+    }
+    // The worker ends the process: it has a folder to remove, or a child to wait for.
+    const std::lock_guard lock(childMutex);
+    if (!child) {
+        requestCancel();
+    }
+}
+
+void AppDelegate::terminate(platform::TerminationSignal signal) {
+    const std::lock_guard lock(childMutex);
+    if (child) {
+        child->passOn(signal);
+        mayEndWithChild.unlockWithCondition(1);
+    } else {
+        requestCancel();
+    }
+}
+
+void AppDelegate::requestCancel() {
+    // The worker heeds it at once; the rest of a cancel is the main thread's.
+    cancelled = true;
+    Unpacker::cancel();
+    try {
+        platform::OperationQueue::mainQueue().addOperation([this] { cancel(); });
+    } catch (const std::exception &) {
+        return; // without memory: the worker does not wait for the main thread then
+    }
+}
+
+} // namespace kestrav

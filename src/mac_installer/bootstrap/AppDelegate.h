@@ -1,0 +1,106 @@
+#pragma once
+
+#include "mac_installer/bootstrap/JavaProcess.h"
+#include "mac_installer/launcher/Launcher.h"
+#include "platform/Application.h"
+#include "platform/ConditionLock.h"
+#include "platform/Signals.h"
+#include "platform/TemporaryFolder.h"
+#include "platform/URLDownload.h"
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+
+namespace kestrav {
+
+/// Bootstrap mode: fills the progress window, obtains a runtime and runs the Java program as a child on a worker
+/// thread, and ends the process with the child's exit status. One instance, which lives until the process ends.
+class AppDelegate final : public platform::ApplicationDelegate, public platform::URLDownloadDelegate {
+public:
+    // The application's callbacks; main thread.
+    void setIconView(platform::ImageView *view) override { iconView = view; }
+    void setWindow(platform::Window *progressWindow) override { window = progressWindow; }
+    void setProgressBar(platform::ProgressIndicator *bar) override { progressBar = bar; }
+    void setCancelButton(platform::Button *button) override { cancelButton = button; }
+    void setLabel(platform::TextField *field) override { label = field; }
+    void setProgressLabel(platform::TextField *field) override { progressLabel = field; }
+    void applicationWillFinishLaunching() override;
+    void applicationDidFinishLaunching() override;
+    void cancel() override;
+    void endAfterFailure() override;
+
+    // The download's callbacks; main thread.
+    bool shouldDecodeSourceDataOfMIMEType(std::string_view type) override;
+    void didReceiveResponse(std::int64_t expectedContentLength) override;
+    void didReceiveDataOfLength(std::int64_t length) override;
+    void didFailWithError(const platform::URLError &error) override;
+    void downloadDidFinish() override;
+
+    /// A signal from outside: passed on to the child while it runs, else a cancel. Any thread.
+    void terminate(platform::TerminationSignal signal);
+
+    /// The worker: obtains a runtime, runs the program, ends the process. Its own thread.
+    [[noreturn]] void worker();
+
+    /// Makes a fresh directory below one for temporary files that only the user can read, where there is room for so
+    /// many bytes, or for a runtime if that is not known. Raises if there is no usable one.
+    [[nodiscard]] static platform::TemporaryFolder createTemporaryDirectory(std::optional<std::int64_t> room);
+
+private:
+    // Obtaining a runtime; worker thread.
+    [[nodiscard]] OptionalText obtainRuntime(Launcher &launcher, const platform::FileManager &fileManager);
+    [[nodiscard]] OptionalText downloadRuntime(const platform::FileManager &fileManager);
+    void awaitDownload();
+    [[nodiscard]] std::string handleTar(const std::string &tarFile, const platform::FileManager &fileManager);
+    void postProgress(double percentage);
+    void removeTemporaryDirectory();
+    void raiseIfCancelled() const;
+
+    /// Starts the download of an archive into a file; main thread.
+    void startDownload(const OptionalText &applicationName, const std::string &url, const std::string &destination);
+
+    /// Has the worker end the run, unless the child is there; the mutex of the child is held.
+    void requestCancel();
+
+    /// Gives the lock back to the worker: the download has ended, and so has the main thread's part in it.
+    void endDownload(bool failed);
+
+    // Running the program; worker thread.
+    [[nodiscard]] int runProgram(Launcher &launcher, const std::string &runtimePath,
+                                 const platform::FileManager &fileManager);
+    void startChild(const std::shared_ptr<JavaProcess> &process);
+    void closeWindowLater();
+
+    platform::ImageView *iconView = nullptr;
+    platform::Window *window = nullptr;
+    platform::ProgressIndicator *progressBar = nullptr;
+    platform::Button *cancelButton = nullptr;
+    platform::TextField *label = nullptr;
+    platform::TextField *progressLabel = nullptr;
+
+    std::atomic<bool> cancelled = false; // set by a cancel or a signal, for good; polled by the worker
+
+    std::optional<platform::TemporaryFolder> tempDir; // the run's temporary directory, if one was made; the worker's
+    OptionalText archive;                             // what the runtime was extracted from, if it was; the worker's
+
+    // The download. The worker sets these up before it posts the start. From then on they are the main thread's, which
+    // takes the lock and gives it back with condition 1 in the end. A cancelled worker does not wait for a main thread
+    // that is held up; it uses none of them afterwards.
+    std::unique_ptr<platform::URLDownload> downloader;
+    std::unique_ptr<platform::ConditionLock> downloadConditionLock;
+    bool downloadFailed = false;         // the worker's again once it has the lock
+    std::int64_t expectedLength = -1;    // bytes; below 1: unknown
+    std::int64_t bytesReceived = 0;      // bytes
+    std::int64_t downloadStartTime = 0;  // microseconds since the epoch
+    std::int64_t lastProgressUpdate = 0; // microseconds since the epoch
+
+    std::mutex childMutex; // a signal either cancels before the child is started or reaches the child
+    std::shared_ptr<JavaProcess> child;
+    platform::ConditionLock mayEndWithChild{0}; // 1 after the first seconds, or once a signal was passed on
+};
+
+} // namespace kestrav

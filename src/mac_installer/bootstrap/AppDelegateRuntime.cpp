@@ -1,0 +1,222 @@
+#include "mac_installer/bootstrap/AppDelegate.h"
+
+#include "mac_installer/archive/Cancellation.h"
+#include "mac_installer/archive/GzipTrailer.h"
+#include "mac_installer/archive/UnTar.h"
+#include "mac_installer/archive/Unpacker.h"
+#include "mac_installer/launcher/InfoPlist.h"
+#include "mac_installer/launcher/RuntimeHome.h"
+#include "mac_installer/launcher/global.h"
+#include "platform/DebugLog.h"
+#include "platform/Exception.h"
+#include "platform/OperationQueue.h"
+#include "platform/ProcessInfo.h"
+#include "platform/SystemLog.h"
+#include "platform/path.h"
+#include "platform/text.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <limits>
+
+namespace kestrav {
+
+using platform::appendingPathComponent;
+using platform::Bundle;
+using platform::FileManager;
+using platform::OperationQueue;
+
+namespace {
+
+constexpr const char *signature = "-[AppDelegate worker:]";
+
+// The bar during preparation: extraction up to the first figure, unpacking the rest.
+constexpr double extractionShare = 0.7;
+constexpr double unpackingShare = 0.3;
+constexpr double unpackingStart = 70.0;
+
+/// What an archive holds, in bytes, if nothing tells.
+constexpr std::int32_t usualSize = 6'000'000;
+
+/// What the archive is configured to hold, in bytes.
+std::optional<std::int32_t> configuredSize() {
+    constexpr std::int64_t largest = std::numeric_limits<std::int32_t>::max();
+    const auto size = integerValue(infoDictionary(), "ksv.jreUncompressedSize");
+    return size ? std::optional(static_cast<std::int32_t>(std::clamp<std::int64_t>(*size, 0, largest))) : std::nullopt;
+}
+
+/// The same, or what the archive itself says.
+std::optional<std::int32_t> expectedSize(const std::string &archive) {
+    const auto size = configuredSize();
+    return size ? size : uncompressedSizeOf(archive);
+}
+
+[[noreturn]] void raiseNotExtracted(const std::string &reason) {
+    throw platform::Exception("ExtractionException", "could not extract the runtime: " + reason);
+}
+
+/// Raises if one of the folders that are unpacked lies, through a link of the archive's, outside the extracted runtime.
+void requireInside(const std::string &destination, const std::string &home) {
+    std::error_code missing;
+    const std::string inside = std::filesystem::canonical(destination, missing).string() + "/";
+    for (const char *folder : {"", "jre", "jre/lib", "jre/lib/ext", "lib", "lib/ext"}) {
+        const auto real = std::filesystem::canonical(appendingPathComponent(home, folder), missing);
+        if (!missing && !(real.string() + "/").starts_with(inside)) {
+            raiseNotExtracted("a link in it leads out of its folder");
+        }
+    }
+}
+
+/// Records an extracted runtime like one that was found, so that variables and version-specific options work for it.
+void record(Launcher &launcher, const std::string &runtimePath) {
+    launcher.javaBundlePath = runtimePath;
+    launcher.javaBundle = Bundle::create(runtimePath);
+    setLaunchJavaVersion(launcher.checkJavaVersion({}, {}, true, false, {}));
+}
+
+} // namespace
+
+platform::TemporaryFolder AppDelegate::createTemporaryDirectory(std::optional<std::int64_t> room) {
+    constexpr std::int64_t roomForMostRuntimes = 512'000'000;
+    auto folder = platform::TemporaryFolder::create(room.value_or(roomForMostRuntimes), room.value_or(usualSize));
+    if (!folder.passedOver().empty()) {
+        _DLog("%s [Line %d] temporary files go to %@ (%@)", signature, __LINE__, folder.path(), folder.passedOver());
+    }
+    return folder;
+}
+
+OptionalText AppDelegate::obtainRuntime(Launcher &launcher, const FileManager &fileManager) {
+    const std::string shipped = appendingPathComponent(Bundle::mainBundle().resourcePath(), "app/jre.tar.gz");
+    if (fileManager.fileExistsAtPath(shipped)) {
+        archive = shipped;
+    } else {
+        _DLog("%s [Line %d] searching for public JREs", signature, __LINE__);
+        if (auto path = launcher.findJavaBundle(false)) {
+            return path;
+        }
+        raiseIfCancelled();
+        _DLog("%s [Line %d] searching for other JREs", signature, __LINE__);
+        if (auto path = launcher.findJavaBundle(true)) {
+            return path;
+        }
+        raiseIfCancelled();
+        archive = downloadRuntime(fileManager);
+    }
+    if (!archive) {
+        return std::nullopt;
+    }
+    std::string runtimePath = handleTar(*archive, fileManager);
+    record(launcher, runtimePath);
+    return runtimePath;
+}
+
+OptionalText AppDelegate::downloadRuntime(const FileManager &fileManager) {
+    const std::string location = stringValue(infoDictionary(), "ksv.jreLocation").value_or("");
+    const std::string url(platform::trimmingWhitespaceAndNewlines(location));
+    if (url.empty()) {
+        return std::nullopt;
+    }
+    const OptionalText applicationName = bundleName();
+    downloadConditionLock = std::make_unique<platform::ConditionLock>(0);
+    expectedLength = -1;
+    bytesReceived = 0;
+    const auto size = configuredSize();
+    // The archive lies beside what is extracted from it; it is hardly ever larger than half of that.
+    tempDir = createTemporaryDirectory(size ? std::optional(std::int64_t{*size} + *size / 2) : std::nullopt);
+    const std::string destination = appendingPathComponent(tempDir->path(), "jre.tar.gz");
+    OperationQueue &mainQueue = OperationQueue::mainQueue();
+    mainQueue.addOperation([=, this] { startDownload(applicationName, url, destination); });
+
+    _DLog("%s [Line %d] waiting for download to finish", signature, __LINE__);
+    awaitDownload();
+    _DLog("%s [Line %d] download returned", signature, __LINE__);
+
+    raiseIfCancelled();
+    if (downloadFailed || !fileManager.fileExistsAtPath(destination)) {
+        removeTemporaryDirectory();
+        Launcher::displayError("DownloadJreError");
+        platform::endProcess(1);
+    }
+    mainQueue.addOperation([=, this] {
+        progressBar->setIndeterminate(false);
+        progressBar->setDoubleValue(0.0);
+        label->setStringValue(
+            platform::format(Bundle::mainBundle().localizedStringForKey("PrepareInstaller", ""), applicationName));
+    });
+    return destination;
+}
+
+void AppDelegate::awaitDownload() {
+    constexpr int patience = 200; // milliseconds
+    bool cancelledBefore = false;
+    while (!downloadConditionLock->lockWhenCondition(1, patience)) {
+        if (cancelledBefore) {
+            raiseCancelled(); // the main thread, which should have woken us, is held up
+        }
+        cancelledBefore = cancelled;
+    }
+    downloadConditionLock->unlockWithCondition(0);
+}
+
+std::string AppDelegate::handleTar(const std::string &tarFile, const FileManager &fileManager) {
+    static constexpr const char *tarSignature = "-[AppDelegate handleTar:fileManager:]";
+    const auto size = expectedSize(tarFile);
+    if (!tempDir) {
+        tempDir = createTemporaryDirectory(size);
+    }
+    std::string destination = appendingPathComponent(tempDir->path(), "jre.bundle");
+    if (const auto error = fileManager.createDirectoryAtPath(destination, false)) {
+        throw platform::Exception("ExtractionException", platform::format("could not create the directory %@: %@",
+                                                                          destination, error.message()));
+    }
+    const auto checkpoint = [this] { raiseIfCancelled(); };
+    const auto extracted = UnTar::untar(
+        tarFile, destination, size.value_or(usualSize),
+        [this](double percentage, const OptionalText &) {
+            raiseIfCancelled();
+            postProgress(percentage * extractionShare);
+        },
+        checkpoint);
+    if (!extracted.complete) {
+        raiseNotExtracted(extracted.reason);
+    }
+    _DLog("%s [Line %d] jre destination %@", tarSignature, __LINE__, destination);
+
+    const std::string home = getJreLocation(destination, fileManager);
+    const std::string inner = appendingPathComponent(home, "jre");
+    raiseIfCancelled();
+    requireInside(destination, home);
+    const bool unpacked = Unpacker::unpack(fileManager.fileExistsAtPath(inner) ? inner : home,
+                                           [this](double percentage, const OptionalText &) {
+                                               raiseIfCancelled();
+                                               postProgress(percentage * unpackingShare + unpackingStart);
+                                           });
+    if (!unpacked) {
+        // What was extracted is left for whoever looks into it, until the next run removes it.
+        Launcher::displayError("dorvik.InternalError", "could not run unpack200");
+        platform::endProcess(1);
+    }
+    return destination;
+}
+
+void AppDelegate::postProgress(double percentage) {
+    OperationQueue::mainQueue().addMergedOperation("progress", [=, this] { progressBar->setDoubleValue(percentage); });
+}
+
+void AppDelegate::removeTemporaryDirectory() {
+    if (!tempDir) {
+        return;
+    }
+    if (const auto error = tempDir->remove()) {
+        platform::Log("%s [Line %d] could not remove %@: %@", signature, __LINE__, tempDir->path(), error.message());
+    }
+    tempDir.reset();
+}
+
+void AppDelegate::raiseIfCancelled() const {
+    if (cancelled) {
+        raiseCancelled();
+    }
+}
+
+} // namespace kestrav

@@ -1,0 +1,91 @@
+#include "mac_installer/bootstrap/AppDelegate.h"
+
+#include "mac_installer/archive/Cancellation.h"
+#include "mac_installer/launcher/RuntimeHome.h"
+#include "mac_installer/launcher/failure.h"
+#include "platform/Clock.h"
+#include "platform/DebugLog.h"
+#include "platform/OperationQueue.h"
+#include "platform/ProcessInfo.h"
+#include "platform/Thread.h"
+#include "platform/path.h"
+
+namespace kestrav {
+
+using platform::FileManager;
+using platform::OperationQueue;
+
+namespace {
+
+constexpr const char *signature = "-[AppDelegate worker:]";
+
+/// How long the window stays once the child is started, and the process at least, in microseconds: until the program's
+/// own window is likely there.
+constexpr std::int64_t windowPause = 5'000'000;
+
+} // namespace
+
+void AppDelegate::worker() {
+    const FileManager fileManager;
+    int status = 1;
+    try {
+        _DLog("%s [Line %d] worker started", signature, __LINE__);
+        const auto launcher = Launcher::launcher();
+        launcher->checkpoint = [this] { raiseIfCancelled(); };
+        const OptionalText runtimePath = obtainRuntime(*launcher, fileManager);
+        raiseIfCancelled();
+        if (!runtimePath) {
+            launcher->displayMissingRuntime();
+            platform::endProcess(1);
+        }
+        status = runProgram(*launcher, *runtimePath, fileManager);
+    } catch (const std::exception &exception) {
+        const auto *raised = dynamic_cast<const platform::Exception *>(&exception);
+        if (raised != nullptr && raised->name() == CancelledException) {
+            _DLog("%s [Line %d] Cancelled", signature, __LINE__);
+        } else {
+            reportFailure(signature, __LINE__, exception);
+        }
+    }
+    removeTemporaryDirectory();
+    platform::endProcess(status);
+}
+
+int AppDelegate::runProgram(Launcher &launcher, const std::string &runtimePath, const FileManager &fileManager) {
+    OperationQueue &mainQueue = OperationQueue::mainQueue();
+    mainQueue.addOperation([this] {
+        progressBar->setIndeterminate(true);
+        progressBar->startAnimation();
+        cancelButton->setEnabled(false);
+    });
+
+    const JavaParameters parameters = launcher.readJavaParameters(fileManager);
+    const auto arguments = launcher.commandLine(parameters, archive);
+    _DLog("%s [Line %d] args: %@", signature, __LINE__, arguments);
+
+    const std::string home = getJreLocation(runtimePath, fileManager);
+    const auto process = std::make_shared<JavaProcess>(platform::appendingPathComponent(home, "bin/java"), arguments);
+    process->keepOpen(tempDir ? tempDir->lock() : -1); // the folder stays in use if the child survives us
+    closeWindowLater();                                // first: a failure must not leave a child behind
+    startChild(process);
+    const int status = process->waitForExit();
+    mayEndWithChild.lockWhenCondition(1);
+    return status;
+}
+
+void AppDelegate::closeWindowLater() {
+    platform::Thread([this] {
+        platform::sleepMicroseconds(windowPause);
+        mayEndWithChild.unlockWithCondition(1);
+        platform::callProgram(*this, [this] { OperationQueue::mainQueue().addOperation([this] { window->close(); }); });
+    }).detach();
+}
+
+void AppDelegate::startChild(const std::shared_ptr<JavaProcess> &process) {
+    const std::lock_guard lock(childMutex);
+    raiseIfCancelled();
+    process->start();
+    child = process;
+}
+
+} // namespace kestrav

@@ -1,0 +1,95 @@
+#include "mac_installer/launcher/Launcher.h"
+
+#include "mac_installer/launcher/InfoPlist.h"
+#include "mac_installer/launcher/trust.h"
+#include "platform/SystemLog.h"
+#include "platform/UserNotification.h"
+#include "platform/path.h"
+
+namespace kestrav {
+
+using platform::Bundle;
+
+namespace {
+
+constexpr const char *errorSignature = "+[Launcher displayError:info1:info2:]";
+
+/// Where "ksv.baseDir" has the bundle of messages; empty if that key is missing, or if somebody else may have put the
+/// bundle there, so that the application's own messages are shown.
+OptionalText configuredMessages() {
+    const auto baseDir = Bundle::mainBundle().infoDictionary().stringForKey("ksv.baseDir");
+    if (!baseDir) {
+        return std::nullopt;
+    }
+    const std::string directory = replacingAppPackage(*baseDir, Bundle::mainBundle().bundlePath());
+    std::string path = platform::appendingPathComponent(directory, ".kestrav/Messages.bundle");
+    return mayBeHeeded(errorSignature, __LINE__, path) ? std::optional(std::move(path)) : std::nullopt;
+}
+
+/// The localized text of a message key, empty if the bundle of messages cannot be opened.
+OptionalText localizedMessage(std::string_view key) {
+    const auto path = configuredMessages();
+    const auto configured = path ? Bundle::create(*path) : nullptr;
+    const Bundle *messages = path ? configured.get() : &Bundle::mainBundle();
+    return messages != nullptr ? std::optional(messages->localizedStringForKey(key, key)) : std::nullopt;
+}
+
+void logNotFound(std::string_view key) {
+    platform::Log("%s [Line %d] message %@ not found", errorSignature, __LINE__, key);
+}
+
+void show(std::string_view message) {
+    platform::displayNotice(bundleName().value_or(""), message);
+}
+
+/// Of the messages about a missing runtime the one that says what is asked for, if the table has it: the versions are
+/// its arguments 1 and 3, the application's name is 2.
+OptionalText versionsMessage(const OptionalText &minimum, const OptionalText &maximum) {
+    if (minimum && !maximum) {
+        return std::nullopt; // what the usual message is for
+    }
+    const char *key = !maximum ? "JavaMissingError" : minimum ? "JavaVersionRangeError" : "JavaMaxVersionError";
+    const OptionalText text = localizedMessage(key);
+    return text == key ? std::nullopt : text;
+}
+
+OptionalText nonEmpty(OptionalText text) {
+    return text && text->empty() ? std::nullopt : std::move(text);
+}
+
+} // namespace
+
+std::unique_ptr<Launcher> Launcher::launcher() {
+    return std::make_unique<Launcher>();
+}
+
+void Launcher::displayError(std::string_view key, const OptionalText &info1, const OptionalText &info2) {
+    const OptionalText text = localizedMessage(key);
+    if (!text) {
+        logNotFound(key);
+        return;
+    }
+    // Without an argument the text is no format: a "%" in it stands for itself.
+    show(info1 ? platform::format(*text, platform::loggable(info1), platform::loggable(info2)) : *text);
+}
+
+void Launcher::displayMissingRuntime() const {
+    const auto minimum = nonEmpty(getJavaMinVersion());
+    const auto maximum = nonEmpty(stringValue(infoDictionary(), "ksv.maxVersion"));
+    const auto special = versionsMessage(minimum, maximum);
+    constexpr const char *usual = "AppleJavaMinVersionError";
+    const auto text = special ? special : localizedMessage(usual);
+    if (!text) {
+        logNotFound(usual);
+        return;
+    }
+    const bool isFormat = special || minimum;
+    std::string message = isFormat ? platform::format(*text, minimum, bundleName(), maximum) : *text;
+    if (highestRefused) {
+        message +=
+            "\n" + platform::escapingControlCharacters(highestRefused->path + ": " + highestRefused->verdict.refusal);
+    }
+    show(message);
+}
+
+} // namespace kestrav

@@ -1,0 +1,191 @@
+#include "mac_installer/launcher/InfoPlist.h"
+#include "mac_installer/launcher/Launcher.h"
+#include "platform/DebugLog.h"
+#include "platform/Exception.h"
+#include "platform/ProcessInfo.h"
+#include "platform/RuntimeSupport.h"
+#include "platform/UserDefaults.h"
+#include "platform/text.h"
+
+#include <algorithm>
+
+namespace kestrav {
+
+using platform::ProcessInfo;
+using platform::PropertyList;
+
+namespace {
+
+constexpr const char *signature = "-[Launcher readJavaParameters:options:mainClass:args:firstThread:]";
+
+/// The program is told the user's language as command-line programs expect it; a language that is set already stays.
+/// What follows an "@" (a calendar, a currency) has no meaning in LANG.
+void setLanguage() {
+    if (const auto locale = platform::UserDefaults::standardUserDefaults().stringForKey("AppleLocale")) {
+        ProcessInfo::processInfo().setEnvironmentVariable("LANG", locale->substr(0, locale->find('@')) + ".UTF-8",
+                                                          false);
+    }
+}
+
+OptionalText replacingAppPackage(const OptionalText &text, const std::string &bundlePath) {
+    return text ? std::optional(kestrav::replacingAppPackage(*text, bundlePath)) : std::nullopt;
+}
+
+/// The options file beside the bundle: /x/Tool.app has /x/Tool.vmoptions. Whatever the last three characters are, they
+/// go.
+std::string siblingOptionsFile(const std::string &bundlePath) {
+    std::string path = bundlePath;
+    constexpr std::string_view app = "app";
+    if (path.ends_with(app)) {
+        path.resize(path.size() - app.size());
+    } else {
+        std::u16string units = platform::utf16(path);
+        units.resize(units.size() - std::min(units.size(), app.size()));
+        path = platform::utf8(units);
+    }
+    return path + "vmoptions";
+}
+
+void addOption(std::vector<std::string> &options, std::string_view format, const std::string &value) {
+    options.push_back(platform::format(format, value));
+}
+
+/// The application's arguments from the command line; "-J…" ones become options if the configuration lets them pass.
+void addCommandLine(JavaParameters &parameters, bool allowPassthrough) {
+    const auto &arguments = ProcessInfo::processInfo().arguments();
+    for (std::size_t i = 1; i < arguments.size(); ++i) {
+        const std::string &argument = arguments[i];
+        if (i == 1 && argument.starts_with("-psn_")) {
+            continue; // the process serial number that Finder adds
+        }
+        _DLog("%s [Line %d] cl arg: %@ ", signature, __LINE__, argument);
+        if (allowPassthrough && argument.starts_with("-J")) {
+            parameters.options.push_back(argument.substr(2));
+        } else {
+            parameters.args.push_back(argument);
+        }
+    }
+}
+
+} // namespace
+
+JavaParameters Launcher::readJavaParameters(const platform::FileManager &fileManager) {
+    setLanguage();
+    const PropertyList &info = infoDictionary();
+    const PropertyList &javaVM = javaVMDictionary();
+    const std::string &bundlePath = platform::Bundle::mainBundle().bundlePath();
+
+    const auto directory =
+        replacingAppPackage(stringValue(javaVM, "WorkingDirectory"), bundlePath).value_or(bundlePath);
+    if (const auto error = fileManager.changeCurrentDirectoryPath(directory)) {
+        _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, directory, error.message());
+    }
+
+    JavaParameters parameters;
+    auto &options = parameters.options;
+    OptionalText classPath = replacingAppPackage(stringValue(javaVM, "ClassPath"), bundlePath);
+    if (const auto predefined = stringArrayValue(javaVM, "VMOptionArray")) {
+        classPath = addPredefinedOptions(*predefined, options, bundlePath, std::move(classPath));
+    }
+    addVersionSpecificOptions(options, bundlePath, classPath);
+    classPath = readOptionsFile(siblingOptionsFile(bundlePath), options, std::move(classPath), bundlePath, true);
+    classPath = readOptionsFile(stringValue(javaVM, "OptionsFile"), options, std::move(classPath), bundlePath);
+
+    if (const auto splash = replacingAppPackage(stringValue(javaVM, "SplashFile"), bundlePath)) {
+        addOption(options, "-splash:%@", *splash);
+    }
+    const auto resolvedClassPath = resolveArtifactPath(classPath);
+    if (resolvedClassPath && !resolvedClassPath->empty()) {
+        addOption(options, "-Djava.class.path=%@", *resolvedClassPath);
+    }
+    if (const auto modules = stringValue(javaVM, "ModulePath")) {
+        const auto modulePath = resolveArtifactPath(replaceVariables(*modules));
+        if (modulePath && !modulePath->empty()) {
+            options.emplace_back("-p");
+            options.push_back(*modulePath);
+        }
+    }
+    if (const auto icon = stringValue(info, "CFBundleIconFile")) {
+        options.push_back(platform::format("-Xdock:icon=%@/Contents/Resources/%@", bundlePath, *icon));
+    }
+    options.push_back(platform::format("-Xdock:name=%@", stringValue(info, "CFBundleName")));
+    addOption(options, "-Dksv.ownBundlePath=%@", bundlePath);
+
+    for (const std::string &argument : stringArrayValue(javaVM, "ArgumentArray").value_or(std::vector<std::string>())) {
+        parameters.args.push_back(replaceVariables(argument));
+    }
+    addCommandLine(parameters, booleanValue(info, "ksv.allowPassthrough").value_or(false));
+    parameters.mainClass = stringValue(javaVM, "MainClass");
+    parameters.firstThread = booleanValue(javaVM, "StartOnMainThread").value_or(false);
+    return parameters;
+}
+
+void Launcher::addVersionSpecificOptions(std::vector<std::string> &options, const std::string &bundlePath,
+                                         OptionalText &classPath) const {
+    static constexpr const char *key = "VersionSpecificVMOptions";
+    const auto *entries = arrayValue(javaVMDictionary(), key);
+    if (entries == nullptr) {
+        return;
+    }
+    for (std::size_t i = 0; i + 1 < entries->size(); i += 2) {
+        const auto *pattern = (*entries)[i].as<std::string>();
+        if (pattern == nullptr) {
+            throw platform::Exception(
+                platform::InvalidArgumentException,
+                platform::format("a version of %@ in Info.plist is %@, not a string", key, (*entries)[i].typeName()));
+        }
+        if (matchesVersionPattern(*pattern, (*entries)[i + 1])) {
+            classPath =
+                addPredefinedOptions(stringsOf((*entries)[i + 1], key), options, bundlePath, std::move(classPath));
+            return;
+        }
+    }
+}
+
+bool Launcher::matchesVersionPattern(const std::string &pattern, const PropertyList &options) const {
+    if (pattern.starts_with('*')) {
+        if (!javaVersion || !platform::isLike(*javaVersion, std::string_view(pattern).substr(1))) {
+            return false;
+        }
+        _DLog("%s [Line %d] using version specific options %@ %@ %@", signature, __LINE__, javaVersion, pattern,
+              options);
+        return true;
+    }
+    const auto parts = platform::componentsSeparatedBy(pattern, "-");
+    if (parts.size() != 2) {
+        _DLog("%s [Line %d] ERROR in version specific options %@", signature, __LINE__, pattern);
+        return false;
+    }
+    const auto low = platform::intValue(parts[0]);
+    const auto high = platform::intValue(parts[1]);
+    if (javaMajorVersion < low || javaMajorVersion > high) {
+        return false;
+    }
+    _DLog("%s [Line %d] using version specific options %@ %@ %@ %d %d %d", signature, __LINE__, javaVersion, pattern,
+          options, javaMajorVersion, low, high);
+    return true;
+}
+
+std::vector<std::string> Launcher::commandLine(const JavaParameters &parameters, const OptionalText &tarFile) const {
+    if (!parameters.mainClass || parameters.mainClass->empty()) {
+        throw platform::Exception(platform::InvalidArgumentException, "no MainClass");
+    }
+    std::vector<std::string> line;
+    line.reserve(parameters.options.size() + parameters.args.size() + 3);
+    for (const std::string &option : parameters.options) {
+        if (platform::runtimeKnowsOption(option)) {
+            line.push_back(option);
+        } else {
+            _DLog("%s [Line %d] left out %@: %@", signature, __LINE__, option, "runtimes of this platform refuse it");
+        }
+    }
+    addOption(line, "-Dksv.jreBundle=%@", javaBundlePath.value_or(""));
+    if (tarFile) {
+        addOption(line, "-Dksv.tarFile=%@", *tarFile);
+    }
+    line.push_back(*parameters.mainClass);
+    line.insert(line.end(), parameters.args.begin(), parameters.args.end());
+    return line;
+}
+
+} // namespace kestrav

@@ -1,0 +1,166 @@
+#include "mac_installer/launcher/InfoPlist.h"
+#include "mac_installer/launcher/Launcher.h"
+#include "mac_installer/launcher/trust.h"
+#include "platform/DebugLog.h"
+#include "platform/path.h"
+#include "platform/text.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <unordered_set>
+
+namespace kestrav {
+
+using platform::appendingPathComponent;
+using platform::deletingLastPathComponent;
+using platform::isAbsolutePath;
+
+namespace {
+
+constexpr std::string_view setKeyword = "-classpath ";
+constexpr std::string_view prependKeyword = "-classpath/p ";
+constexpr std::string_view appendKeyword = "-classpath/a ";
+constexpr std::string_view includeKeyword = "-include-options ";
+
+/// The file that an include names: without one pair of enclosing quotes, and below `directory` unless it is absolute.
+std::string includedPath(std::string_view name, const std::string &directory) {
+    if (name.size() >= 2 && name.front() == '"' && name.back() == '"') {
+        name = name.substr(1, name.size() - 2);
+    }
+    return isAbsolutePath(name) ? std::string(name) : appendingPathComponent(directory, name);
+}
+
+/// An options file that is being read. Includes make a stack of these, so that no depth of nesting exhausts the
+/// thread's.
+struct OpenFile {
+    std::string path;
+    std::string identity; // the same for every name of one file
+    std::string content;
+    std::size_t position = 0;
+
+    /// The next line without blanks and tabs at its ends; empty at the end of the file.
+    std::optional<std::string_view> nextLine() {
+        if (position > content.size()) {
+            return std::nullopt;
+        }
+        const auto end = std::min(content.find_first_of("\r\n", position), content.size());
+        const auto line = std::string_view(content).substr(position, end - position);
+        position = end + 1;
+        return platform::trimming(line, " \t");
+    }
+};
+
+class OptionsReader {
+public:
+    OptionsReader(const Launcher &launcher, std::vector<std::string> &options, OptionalText classPath,
+                  const std::string &bundlePath, bool mayExist)
+        : launcher_(launcher), options_(options), classPath_(std::move(classPath)), bundlePath_(bundlePath),
+          mayExist_(mayExist) {}
+
+    OptionalText read(const std::string &path) {
+        open(path);
+        while (!files_.empty()) {
+            if (const auto line = files_.back().nextLine()) {
+                readLine(*line);
+            } else {
+                close();
+            }
+        }
+        return std::move(classPath_);
+    }
+
+private:
+    /// Files that include one another more than once multiply; nobody needs as many. What comes behind is left out and
+    /// logged, on purpose: a start with most of its options helps more than none.
+    static constexpr int mostFiles = 20'000;
+    static constexpr const char *signature = "-[Launcher readOptionsFile:options:classPath:bundlePath:]";
+
+    void open(const std::string &path) {
+        if (++opened_ > mostFiles) {
+            _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, path, "too many files are included");
+            return;
+        }
+        std::string expanded = replacingAppPackage(path, bundlePath_);
+        if (expanded.find('~') != std::string::npos) {
+            expanded = platform::replacingOccurrences(expanded, "~", platform::homeDirectory());
+        }
+        _DLog("%s [Line %d] option file %@", signature, __LINE__, expanded);
+
+        std::error_code unknown;
+        std::string identity = std::filesystem::canonical(expanded, unknown).string();
+        if (mayExist_ && opened_ == 1 && unknown == std::errc::no_such_file_or_directory) {
+            return;
+        }
+        auto content = unknown ? std::nullopt : platform::stringWithContentsOfFile(expanded);
+        if (!content) {
+            _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, expanded,
+                  unknown ? unknown.message() : "it cannot be read as UTF-8 text");
+        } else if (!mayBeHeeded(signature, __LINE__, expanded)) {
+            return;
+        } else if (!beingRead_.insert(identity).second) {
+            _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, expanded, "it includes itself");
+        } else {
+            files_.push_back({std::move(expanded), std::move(identity), std::move(*content)});
+        }
+    }
+
+    void close() {
+        beingRead_.erase(files_.back().identity);
+        files_.pop_back();
+    }
+
+    void readLine(std::string_view line) {
+        _DLog("%s [Line %d] option %@", signature, __LINE__, line);
+        if (line.empty() || line.front() == '#') {
+            return;
+        }
+        std::string option = launcher_.replaceVariables(line);
+        const auto rest = [&](std::string_view keyword) { return option.substr(keyword.size()); };
+        if (option.starts_with(setKeyword)) {
+            classPath_ = rest(setKeyword);
+        } else if (option.starts_with(prependKeyword)) {
+            // A class path that was never set is the platform's nil, in the text as well.
+            classPath_ = rest(prependKeyword) + ":" + classPath_.value_or("(null)");
+        } else if (option.starts_with(appendKeyword)) {
+            if (classPath_) {
+                *classPath_ += ":" + rest(appendKeyword);
+            }
+        } else if (option.starts_with(includeKeyword)) {
+            open(includedPath(rest(includeKeyword), deletingLastPathComponent(files_.back().path)));
+        } else {
+            options_.push_back(std::move(option));
+        }
+    }
+
+    const Launcher &launcher_;
+    std::vector<std::string> &options_;
+    OptionalText classPath_;
+    const std::string &bundlePath_;
+    const bool mayExist_; // the first file
+    std::vector<OpenFile> files_;
+    int opened_ = 0;                            // files so far, those read again counted again
+    std::unordered_set<std::string> beingRead_; // the identities of files_
+};
+
+} // namespace
+
+OptionalText Launcher::readOptionsFile(const OptionalText &path, std::vector<std::string> &options,
+                                       OptionalText classPath, const std::string &bundlePath, bool mayExist) const {
+    return path ? OptionsReader(*this, options, std::move(classPath), bundlePath, mayExist).read(*path) : classPath;
+}
+
+OptionalText Launcher::addPredefinedOptions(const std::vector<std::string> &array, std::vector<std::string> &options,
+                                            const std::string &bundlePath, OptionalText classPath) const {
+    for (const std::string &entry : array) {
+        if (entry.starts_with(includeKeyword)) {
+            const std::string path = includedPath(std::string_view(entry).substr(includeKeyword.size()),
+                                                  deletingLastPathComponent(bundlePath));
+            classPath = readOptionsFile(path, options, std::move(classPath), bundlePath);
+        } else {
+            options.push_back(replaceVariables(entry));
+        }
+    }
+    return classPath;
+}
+
+} // namespace kestrav

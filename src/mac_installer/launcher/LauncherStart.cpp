@@ -1,0 +1,91 @@
+#include "mac_installer/launcher/InfoPlist.h"
+#include "mac_installer/launcher/LaunchLibrary.h"
+#include "mac_installer/launcher/LaunchVector.h"
+#include "mac_installer/launcher/Launcher.h"
+#include "mac_installer/launcher/global.h"
+#include "platform/DebugLog.h"
+#include "platform/Environment.h"
+#include "platform/ProcessInfo.h"
+#include "platform/Reexecution.h"
+#include "platform/UserDefaults.h"
+
+#include <span>
+#include <utility>
+
+namespace kestrav {
+
+using platform::FileManager;
+
+namespace {
+
+/// For the runtime, which reads the real environment; what configures a child process is only a copy of it.
+void exportLanguage() {
+    if (const auto language = platform::ProcessInfo::processInfo().environmentVariable("LANG")) {
+        platform::exportEnvironmentVariable("LANG", *language);
+    }
+}
+
+} // namespace
+
+Launcher &Launcher::load(const char *programPath) {
+    if (!findJavaBundle(false)) {
+        return *this;
+    }
+    const JavaParameters parameters = readJavaParameters(FileManager());
+    exportLanguage();
+    setLaunchVector(programPath, commandLine(parameters, std::nullopt));
+    return *this;
+}
+
+Launcher &Launcher::loadFromArgumentFile(const char *programPath, const char *argumentFile) {
+    static constexpr const char *signature = "-[Launcher load:fromArgumentFile:]";
+
+    std::vector<std::string> lines = takeArgumentFile(argumentFile);
+    _DLog("%s [Line %d] invoke other arguments %@", signature, __LINE__, lines);
+    if (lines.size() < 2) {
+        return *this;
+    }
+    javaBundlePath = std::move(lines.front());
+    lines.erase(lines.begin());
+    javaBundle = platform::Bundle::create(*javaBundlePath);
+    setLaunchJavaVersion(checkJavaVersion(std::nullopt, std::nullopt, true, false, std::nullopt));
+    _DLog("%s [Line %d] java bundle %s %p", signature, __LINE__, launchGlobals.launchJavaVersion,
+          static_cast<const void *>(javaBundle.get()));
+    setLaunchVector(programPath, std::move(lines));
+    return *this;
+}
+
+int Launcher::launch() {
+    static constexpr const char *signature = "-[Launcher launch]";
+
+    if (!javaBundlePath) {
+        _DLog("%s [Line %d] no suitable JRE found.", signature, __LINE__);
+        displayMissingRuntime();
+        return 1;
+    }
+    std::string path;
+    if (pluginUsed) {
+        path = pluginLibraryPath();
+    } else {
+        path = launchLibraryPath(*javaBundlePath, FileManager());
+        _DLog("%s [Line %d] load library %@.", signature, __LINE__, path);
+    }
+    const LaunchLibrary library(path);
+    library.expandArgumentFiles();
+
+    // The Java program's windows become tabs of one another only where the user asks for it.
+    platform::UserDefaults::standardUserDefaults().setObject("manual", "AppleWindowTabbingMode");
+
+    _DLog("%s [Line %d] launching %p %d", signature, __LINE__,
+          reinterpret_cast<const void *>(launchGlobals.JLI_LaunchFxnPtr), launchGlobals.argc);
+    for (const char *argument : std::span(launchGlobals.argv, static_cast<std::size_t>(launchGlobals.argc))) {
+        _DLog("%s [Line %d] arg %s", signature, __LINE__, argument);
+    }
+    if (launchGlobals.launchJavaVersion == nullptr) {
+        launchGlobals.launchJavaVersion = "1.7.0";
+    }
+    platform::prepareReexecution(launchGlobals.launchJavaVersion, library.path());
+    return callLaunchLibrary(launchGlobals.argc, launchGlobals.argv);
+}
+
+} // namespace kestrav

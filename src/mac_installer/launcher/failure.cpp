@@ -1,0 +1,83 @@
+#include "mac_installer/launcher/failure.h"
+
+#include "mac_installer/launcher/Launcher.h"
+#include "mac_installer/launcher/global.h"
+#include "platform/DebugLog.h"
+#include "platform/FileDescriptor.h"
+#include "platform/ProcessInfo.h"
+#include "platform/SystemLog.h"
+
+#include <unistd.h>
+
+#include <new>
+#include <string_view>
+
+namespace kestrav {
+
+using platform::Exception;
+
+namespace {
+
+/// What the exception says, for people.
+std::string_view reasonOf(const std::exception &exception) {
+    if (dynamic_cast<const std::bad_alloc *>(&exception) != nullptr) {
+        return "there is not enough memory";
+    }
+    std::string_view reason = exception.what();
+    if (reason.ends_with('.')) {
+        reason.remove_suffix(1); // the message around it ends the sentence
+    }
+    return reason;
+}
+
+/// The notice where there is no memory to look up its text and to find out how to show it.
+void writeLastWords(std::string_view reason) {
+    constexpr int patience = 1000; // milliseconds
+    const std::string_view program = launchGlobals.programPath != nullptr ? launchGlobals.programPath : "launcher";
+    for (const std::string_view piece : {program.substr(program.rfind('/') + 1),
+                                         std::string_view(": An internal error kept this application from starting: "),
+                                         reason, std::string_view(".\n")}) {
+        if (!platform::writeWithin(STDERR_FILENO, piece, patience)) {
+            return;
+        }
+    }
+}
+
+void logFailure(const char *signature, int line, const std::exception &exception) {
+    const auto *raised = dynamic_cast<const Exception *>(&exception);
+    const std::string shortLine = platform::logText("%s [Line %d] %@", signature, line, exception.what());
+    const std::string whole =
+        raised != nullptr ? platform::logText("%@: %@", shortLine, raised->callStackSymbols()) : shortLine;
+    platform::writeSystemLog(whole, platform::debugLogEnabled() ? whole : shortLine);
+}
+
+} // namespace
+
+void reportFailure(const char *signature, int line, const std::exception &exception) noexcept {
+    try {
+        Launcher::displayError("dorvik.InternalError", std::string(reasonOf(exception)));
+    } catch (const std::exception &) {
+        writeLastWords(reasonOf(exception));
+    }
+    try {
+        logFailure(signature, line, exception);
+    } catch (const std::exception &) {
+        return; // the log has no more memory than the notice
+    }
+}
+
+void endUnexpectedly() noexcept {
+    writeLastWords("something failed without a reason, perhaps for want of memory");
+    _exit(1);
+}
+
+void endOnFailure(const char *signature, const std::function<void()> &body) {
+    try {
+        body();
+    } catch (const std::exception &exception) {
+        reportFailure(signature, __LINE__, exception);
+        platform::endProcess(1);
+    }
+}
+
+} // namespace kestrav

@@ -1,0 +1,33 @@
+#include "mac_installer/launcher/trust.h"
+
+#include "platform/Bundle.h"
+#include "platform/SystemLog.h"
+#include "platform/TrustedPath.h"
+
+#include <mutex>
+#include <set>
+
+namespace kestrav {
+
+namespace {
+
+/// True at the first call for a path.
+bool isNews(const std::string &path) {
+    static std::mutex mutex;
+    // On purpose never destroyed: the worker may ask while the process ends.
+    static auto &told = *new std::set<std::string>; // NOLINT(cppcoreguidelines-owning-memory)
+    const std::lock_guard lock(mutex);
+    return told.insert(path).second;
+}
+
+} // namespace
+
+bool mayBeHeeded(const char *signature, int line, const std::string &path) {
+    const auto reason = platform::reasonToDistrust(path, platform::Bundle::mainBundle().bundlePath());
+    if (reason && isNews(path)) {
+        platform::Log("%s [Line %d] rejected %@: %@", signature, line, path, *reason);
+    }
+    return !reason;
+}
+
+} // namespace kestrav

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/SystemLog.h"
+
+#include <string_view>
+
+namespace kestrav::platform {
+
+/// True if the environment variable KESTRAV_LOG was exactly "yes" at the first call. Any thread.
+[[nodiscard]] bool debugLogEnabled();
+
+} // namespace kestrav::platform
+
+namespace kestrav {
+
+/// The debug log. `format` begins "%s [Line %d] ", for the calling function's signature and the line of the call.
+/// Nothing is formatted while the log is off. Where a call gives a fixed number instead of __LINE__, readers and tools
+/// that look through logs know it: it stays when the code moves.
+template <class... Arguments>
+void _DLog(std::string_view format, const Arguments &...arguments) { // NOLINT(bugprone-reserved-identifier): its name
+    if (platform::debugLogEnabled()) {
+        platform::Log(format, arguments...);
+    }
+}
+
+} // namespace kestrav
