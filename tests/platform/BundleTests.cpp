@@ -1,15 +1,12 @@
 #include "platform/Bundle.h"
 #include "platform/support/UserSettings.h"
-#include "platform/support/utf16Bytes.h"
-#include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 namespace kestrav::platform {
 namespace {
 
-using ::testing::HasSubstr;
 using tests::TemporaryDirectory;
 
 TEST(Bundle, OpensDirectoriesOnly) {
@@ -44,57 +41,14 @@ TEST(Bundle, FindsItsInformationAndResources) {
     EXPECT_EQ(bundle->pathForResource("x", "png"), std::nullopt);
 }
 
-TEST(Bundle, MainBundleIsTheProcesssOwn) {
-    testing::setMainBundle(std::nullopt);
-    EXPECT_THAT(Bundle::mainBundle().bundlePath(), HasSubstr("/tests/platform"));
-}
-
-class LocalizedBundleTest : public ::testing::Test {
-protected:
-    [[nodiscard]] std::string text(const std::vector<std::string> &languages, const std::string &key = "k",
-                                   const std::string &value = "") const {
-        tests::setPreferredLanguages(languages);
-        return Bundle::create(directory_.path())->localizedStringForKey(key, value);
-    }
-
-    void write(const std::string &folder, const std::string &table) const {
-        directory_.write("Contents/Resources/" + folder + "Localizable.strings", table);
-    }
-
-    tests::TemporaryDirectory directory_;
-};
-
-TEST_F(LocalizedBundleTest, TakesTheTableOfTheBestLanguage) {
-    EXPECT_EQ(text({"de"}), "k") << "no table at all";
-    write("", "k = plain;");
-    EXPECT_EQ(text({"de"}), "plain");
-    write("en.lproj/", "k = english; only = english;");
-    directory_.write("Contents/Info.plist",
-                     PropertyList(PropertyList::Dictionary{{"CFBundleDevelopmentRegion", "sv"}}).serialize());
-    EXPECT_EQ(text({"de"}), "english");
-    write("sv.lproj/", "k = swedish;");
-    EXPECT_EQ(text({"de"}), "swedish");
-    write("de.lproj/", "k = german;");
-    EXPECT_EQ(text({"fr", "de"}), "german");
-    EXPECT_EQ(text({"de"}, "only"), "only") << "one table, not a mixture";
-}
-
-TEST_F(LocalizedBundleTest, KeysThatAreMissing) {
-    write("en.lproj/", R"("" = "nothing"; empty = "";)");
-    EXPECT_EQ(text({"en"}, "missing"), "missing");
-    EXPECT_EQ(text({"en"}, "missing", "value"), "value");
-    EXPECT_EQ(text({"en"}, "empty", "value"), "");
-}
-
-TEST_F(LocalizedBundleTest, FormsOfTables) {
-    const std::string table = "/* a comment */\n\"k\" = \"100 %@, \\\"quoted\\\"\";\n";
-    for (const std::string &content :
-         {table, tests::utf16Bytes(table, true, "\xFE\xFF"), tests::utf16Bytes(table, false, "\xFF\xFE")}) {
-        write("en.lproj/", content);
-        EXPECT_EQ(text({"en"}), "100 %@, \"quoted\"");
-    }
-    write("en.lproj/", "k = \"\xC3\xA4 \xF0\x9F\x98\x80 \\U00e9\";");
-    EXPECT_EQ(text({"en"}), "\xC3\xA4 \xF0\x9F\x98\x80 \xC3\xA9");
+TEST(Bundle, TextsOfKeysThatAreMissing) {
+    const TemporaryDirectory directory;
+    directory.write("Contents/Resources/en.lproj/Localizable.strings", R"("" = "nothing"; empty = "";)");
+    tests::setPreferredLanguages({"en"});
+    const auto bundle = Bundle::create(directory.path());
+    EXPECT_EQ(bundle->localizedStringForKey("missing", ""), "missing");
+    EXPECT_EQ(bundle->localizedStringForKey("missing", "value"), "value");
+    EXPECT_EQ(bundle->localizedStringForKey("empty", "value"), "");
 }
 
 } // namespace

@@ -51,14 +51,6 @@ TEST(NoticeModuleTests, WhatTheServiceIsAsked) {
     }
 }
 
-TEST(NoticeModuleTests, SocketWithoutAddress) {
-    const NotificationBus bus("plain");
-    const TemporaryDirectory directory;
-    const std::string link = directory.makeDirectory("a, b;\xC3\xA9=%") + "/bus"; // what an address must escape
-    std::filesystem::create_symlink(bus.socket(), link);
-    EXPECT_EQ(show({nullptr, link.c_str(), "demo", "a", "b", LongEnough}), 1);
-}
-
 void prepare(const ProcessInfo::Environment &environment, const std::string &bundle) {
     alarm(100); // rather than hang
     testing::setMainBundle(bundle);
@@ -69,7 +61,6 @@ void prepare(const ProcessInfo::Environment &environment, const std::string &bun
 TEST(DisplayNoticeDeathTest, WithoutDesktopAsLineOnStandardError) {
     const NotificationBus emptyBus("");
     const NotificationBus silentBus("silent");
-    const NotificationBus refusingBus("error");
     const NotificationBus goodBus("plain");
     const TemporaryDirectory directory;
     const FileDescriptor mute(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
@@ -85,11 +76,9 @@ TEST(DisplayNoticeDeathTest, WithoutDesktopAsLineOnStandardError) {
     } cases[] = {
         {"no bus is known", ""},
         {"nobody listens", "unix:path=" + directory / "bus"},
-        {"no address at all", "nonsense"},
         {"a bus without a service", emptyBus.address()},
         {"a bus that takes connections and never speaks", "unix:path=" + directory / "mute"},
         {"a service that never answers", silentBus.address()},
-        {"a service that refuses", refusingBus.address()},
         {"no module", goodBus.address(), directory.path()},
     };
     const auto display = [](const std::string &address, const std::string &bundle, const char *title,
@@ -109,7 +98,8 @@ TEST(DisplayNoticeDeathTest, WithoutDesktopAsLineOnStandardError) {
 TEST(DisplayNoticeDeathTest, OnTheDesktopAndNowhereElse) {
     const NotificationBus bus("plain");
     const TemporaryDirectory directory;
-    std::filesystem::create_symlink(bus.socket(), directory / "bus");
+    const std::string folder = directory.makeDirectory("a, b;\xC3\xA9=%"); // what an address must escape
+    std::filesystem::create_symlink(bus.socket(), folder + "/bus");
     // A machine with much else to do may take longer than the second that a notice is given, and then the line on
     // standard error is right; in the long run the notice must get through.
     const auto tryUntilShown = [&](const ProcessInfo::Environment &environment) {
@@ -125,7 +115,7 @@ TEST(DisplayNoticeDeathTest, OnTheDesktopAndNowhereElse) {
         _exit(0);
     };
     EXPECT_EXIT(tryUntilShown({{"DBUS_SESSION_BUS_ADDRESS", bus.address()}}), ExitedWithCode(0), "^$");
-    EXPECT_EXIT(tryUntilShown({{"XDG_RUNTIME_DIR", directory.path()}}), ExitedWithCode(0), "^$");
+    EXPECT_EXIT(tryUntilShown({{"XDG_RUNTIME_DIR", folder}}), ExitedWithCode(0), "^$");
     EXPECT_THAT(bus.shown(), ::testing::StartsWith("('demo', uint32 0, '', 'demo', 'text', "));
 }
 

@@ -1,6 +1,5 @@
 #include "platform/PropertyList.h"
 #include "platform/support/PropertyListBytes.h"
-#include "platform/support/utf16Bytes.h"
 
 #include <gtest/gtest.h>
 

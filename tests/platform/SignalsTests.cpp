@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -41,28 +40,6 @@ TEST(SignalsTests, EachSignalArrivesInOrder) {
         raise(SIGINT); // which the system marks differently
     };
     EXPECT_EXIT(tellSignals(7, kills), ::testing::ExitedWithCode(0), "^15/0 2/0 1/0 3/0 15/0 15/0 2/0 $");
-}
-
-TEST(SignalsTests, TerminalIsToldFromAProcess) {
-    const FileDescriptor terminal(posix_openpt(O_RDWR | O_NOCTTY));
-    ASSERT_EQ(grantpt(terminal.get()) | unlockpt(terminal.get()), 0);
-    const auto interrupt = [&] {
-        setsid();
-        static_cast<void>(FileDescriptor::open(ptsname(terminal.get()), O_RDWR).release()); // becomes the session's
-        // The thread sanitizer loses signals that come between its own steps, but none that is waited for.
-        sigset_t terminations;
-        sigset_t none;
-        sigemptyset(&terminations);
-        sigaddset(&terminations, SIGINT);
-        sigaddset(&terminations, SIGQUIT);
-        sigemptyset(&none);
-        sigprocmask(SIG_BLOCK, &terminations, nullptr);
-        for (const char *key : {"\x03", "\x1C"}) {
-            EXPECT_TRUE(writeAll(terminal.get(), key));
-            sigsuspend(&none);
-        }
-    };
-    EXPECT_EXIT(tellSignals(2, interrupt), ::testing::ExitedWithCode(0), "^2/1 3/1 $");
 }
 
 } // namespace

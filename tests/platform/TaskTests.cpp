@@ -20,6 +20,14 @@ namespace {
 
 constexpr const char *Shell = "/bin/sh";
 
+TEST(Exception, SaysWhatWasRaisedAndWhere) {
+    EXPECT_STREQ(Exception("Name", "").what(), "Name");
+    const Exception exception("Name", "reason");
+    EXPECT_STREQ(exception.what(), "reason");
+    ASSERT_GE(exception.callStackSymbols().size(), 3U);
+    EXPECT_THAT(exception.callStackSymbols().front(), ::testing::MatchesRegex("0   .*platform_tests.*0x.*"));
+}
+
 TEST(WriteWithin, GivesUpOnAReceiverThatStoppedReading) {
     const Pipe pipe;
     const std::string more(1 << 20, 'x'); // than a pipe holds

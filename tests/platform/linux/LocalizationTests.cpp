@@ -1,6 +1,6 @@
 #include "platform/linux/Localization.h"
 #include "platform/linux/StringTable.h"
-#include "platform/support/utf16Bytes.h"
+#include "platform/support/PropertyListBytes.h"
 #include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
 
@@ -41,6 +41,7 @@ TEST(StringTable, ReadsOtherForms) {
         "\n<plist><dict><key>k</key><string>v</string><key>n</key><integer>1</integer></dict></plist>";
     EXPECT_EQ(parseStringTable(xml), expected);
     EXPECT_EQ(parseStringTable(utf16Bytes(xml, true, "\xFE\xFF")), expected);
+    EXPECT_EQ(parseStringTable(utf16Bytes("k = v;", false, "\xFF\xFE")), expected);
     EXPECT_EQ(parseStringTable(utf16Bytes("k = v;", true, "")), expected);
     EXPECT_EQ(parseStringTable(utf16Bytes("k = v;", false, "") + "x"), expected);
     EXPECT_EQ(parseStringTable("<plist><dict>"), StringTable());
@@ -79,19 +80,27 @@ TEST(Localization, FindsATableIfThereIsAny) {
         std::vector<std::string> folders;
         std::optional<std::string> found;
     } cases[] = {
-        {"de_AT.UTF-8", "en", {"de", "en"}, "de"},          {"de_AT.UTF-8", "en", {"German", "en"}, "German"},
-        {"de", std::nullopt, {"English", "fr"}, "English"}, {"de", "French", {"fr", "it"}, "fr"},
-        {"de", std::nullopt, {"nl", "fr"}, "fr"},           {"de", "tlh", {}, std::nullopt},
+        {"de_AT.UTF-8", "en", {"de", "en"}, "de"},
+        {"de_AT.UTF-8", "en", {"German", "en"}, "German"},
+        {"de", std::nullopt, {"English", "fr"}, "English"},
+        {"de", "French", {"fr", "it"}, "fr"},
+        {"de", std::nullopt, {"nl", "fr"}, "fr"},
+        {"de", "sv", {"en", "sv"}, "sv"},
+        {"de", "sv", {"en", "fr"}, "en"},
+        {"fr:de", "sv", {"de", "sv"}, "de"},
+        {"de", "tlh", {"fr", ""}, ""},
+        {"de", "tlh", {}, std::nullopt},
     };
+    const auto table = [](const std::string &folder) { return folder.empty() ? "t" : folder + ".lproj/t"; };
     for (const auto &[language, region, folders, found] : cases) {
         const tests::TemporaryDirectory directory;
         for (const std::string &folder : folders) {
-            directory.write(folder + ".lproj/t", "");
+            directory.write(table(folder), "");
         }
         directory.makeDirectory("a.lproj"); // one without a table
-        testing::setEnvironment({{"LANG", language}});
+        testing::setEnvironment({{"LANGUAGE", language}, {"LANG", "de"}});
         EXPECT_EQ(localizedResource(directory.path(), "t", region),
-                  found ? std::optional(directory / (*found + ".lproj/t")) : std::nullopt);
+                  found ? std::optional(directory / table(*found)) : std::nullopt);
     }
 }
 

@@ -92,6 +92,17 @@ TEST_F(TemporaryFolderTest, LiesInTheFirstPlaceThatWillDo) {
     }
 }
 
+TEST_F(TemporaryFolderTest, TheEnvironmentNamesTheFirstPlace) {
+    const std::pair<std::string, std::optional<std::string>> cases[] = {
+        {first + "//", first}, {"relative", "/tmp"}, {"", "/tmp"}, {directory / "missing", {}}};
+    for (const auto &[variable, expected] : cases) {
+        testing::setEnvironment({{"TMPDIR", variable}});
+        EXPECT_EQ(temporaryDirectory(), expected) << variable;
+    }
+    testing::setEnvironment({});
+    EXPECT_EQ(temporaryDirectory(), "/tmp");
+}
+
 TEST_F(TemporaryFolderTest, MountsAreHeeded) {
     const std::string kept = directory.write("outside/kept", "x");
     const auto run = [&] {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-// Property lists as files hold them.
+// Property lists and string tables as files hold them.
 
 namespace kestrav::tests {
 
@@ -50,6 +50,16 @@ inline std::string reference(const std::string &marker, std::initializer_list<st
 
 inline std::string text(const std::string &ascii) {
     return static_cast<char>(0x50U | ascii.size()) + ascii;
+}
+
+/// An ASCII text as a UTF-16 file holds it.
+inline std::string utf16Bytes(const std::string &ascii, bool bigEndian, const std::string &mark) {
+    std::string bytes = mark;
+    for (const char c : ascii) {
+        bytes += bigEndian ? '\0' : c;
+        bytes += bigEndian ? c : '\0';
+    }
+    return bytes;
 }
 
 } // namespace kestrav::tests
