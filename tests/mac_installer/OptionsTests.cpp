@@ -8,7 +8,6 @@ namespace kestrav::tests {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class Options : public LauncherFixture {
 protected:
@@ -22,13 +21,9 @@ protected:
 };
 
 TEST_F(Options, LinesBecomeOptions) {
-    setEnvironment({{"MEMORY", "512m"}});
     const std::pair<std::string, Strings> cases[] = {
-        {"", {}},
-        {"-Xmx1g", {"-Xmx1g"}},
         {"-a\r\n-b\n\r\n-c\r-d", {"-a", "-b", "-c", "-d"}},
-        {"   -Xmx${MEMORY}\t\n", {"-Xmx512m"}},
-        {"  # -Xmx512m\n#\n -x # no comment\n", {"-x # no comment"}},
+        {"\t-x # no comment\n #\n", {"-x # no comment"}},
         {"\xEF\xBB\xBF-first", {"-first"}}, // editors put a byte-order mark before it
         {"-classpath:x\n-include-options\n-classpath", {"-classpath:x", "-include-options", "-classpath"}},
         {"-D=\xE4\n", {}}, // not UTF-8
@@ -38,41 +33,6 @@ TEST_F(Options, LinesBecomeOptions) {
         EXPECT_EQ(read(content), std::nullopt) << content;
         EXPECT_EQ(options, expected) << content;
     }
-}
-
-TEST_F(Options, TheClassPathIsSetPrependedAndAppended) {
-    struct Case {
-        const char *content;
-        OptionalText before;
-        OptionalText after;
-    };
-    const Case cases[] = {
-        {"-classpath a.jar", "old", "a.jar"},
-        {"-classpath/p a.jar", "old", "a.jar:old"},
-        {"-classpath/a a.jar", "old", "old:a.jar"},
-        {"-classpath/a lib/x.jar", std::nullopt, std::nullopt},
-        {"-classpath/p lib/x.jar", std::nullopt, "lib/x.jar:(null)"},
-        {"-classpath $APP_PACKAGE", "old", bundlePath},
-    };
-    for (const auto &[content, before, after] : cases) {
-        EXPECT_EQ(read(content, before), after) << content;
-        EXPECT_THAT(options, IsEmpty()) << content;
-    }
-}
-
-TEST_F(Options, IncludesAreReadInPlace) {
-    directory.write("My Options.txt", "-quoted\n-classpath/a inner.jar");
-    directory.write("sub/relative.txt", "-relative\n-include-options next.txt");
-    directory.write("sub/next.txt", "-next");
-    directory.write("\"half", "-half"); // no pair of quotes
-    setEnvironment({});
-    EXPECT_EQ(read("-before\n-include-options \"My Options.txt\"\n-include-options sub/relative.txt\n"
-                   "-include-options $APP_PACKAGE/../sub/next.txt\n-include-options missing.txt\n"
-                   "-include-options \"half\n-after",
-                   "old"),
-              "old:inner.jar");
-    EXPECT_THAT(options, ElementsAre("-before", "-quoted", "-relative", "-next", "-next", "-half", "-after"));
-    EXPECT_THAT(logged("option file"), testing::Contains("option file " + (directory / "missing.txt")));
 }
 
 TEST_F(Options, IncludesWithoutEndEnd) {
@@ -90,9 +50,11 @@ TEST_F(Options, AFileThatIncludesItselfIsReadOnce) {
     directory.write("a.txt", "-a1\n-include-options b.txt\n-a2");
     directory.write("b.txt", "-b\n-include-options ./a.txt\n-include-options link.txt\n-include-options c.txt");
     directory.write("c.txt", "-c");
+    directory.write("\"half", "-half\n-classpath/p x.jar"); // no pair of quotes
     std::filesystem::create_symlink("a.txt", directory / "link.txt");
-    read("-include-options a.txt\n-include-options c.txt\n-include-options c.txt");
-    EXPECT_THAT(options, ElementsAre("-a1", "-b", "-c", "-a2", "-c", "-c"));
+    EXPECT_EQ(read("-include-options a.txt\n-include-options c.txt\n-include-options c.txt\n-include-options \"half"),
+              "x.jar:(null)");
+    EXPECT_THAT(options, ElementsAre("-a1", "-b", "-c", "-a2", "-c", "-c", "-half"));
     EXPECT_TRUE(wasLogged("includes itself"));
 }
 

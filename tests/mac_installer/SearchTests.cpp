@@ -166,19 +166,10 @@ TEST_F(Search, RuntimesForAnotherProcessorAreRefused) {
     }
     const std::string reason = "its bin/java is for another processor";
     EXPECT_THAT(logged("rejected"), ElementsAre("rejected " + runtime + ": " + reason));
-    // The application's own one ends the search, and the notice says why.
-    for (const char *place : {"Tool.app/Contents/PlugIns/jre.bundle", "base/.kestrav/jre"}) {
-        std::filesystem::create_directories((directory / place) + "/..");
-        std::filesystem::rename(runtime, directory / place);
-        launcher = Launcher();
-        EXPECT_EQ(find({{"ksv.baseDir", directory / "base"}}), std::nullopt);
-        EXPECT_FALSE(wasLogged("search sequence"));
-        notices.clear();
-        configure({{"CFBundleName", "Tool"}});
-        launcher.displayMissingRuntime();
-        EXPECT_EQ(notices, Strings{"Tool: AppleJavaMinVersionError\n" + (directory / place) + ": " + reason});
-        std::filesystem::rename(directory / place, runtime);
-    }
+    std::filesystem::create_directories(directory / "base/.kestrav"); // the application's own, which need be no bundle
+    std::filesystem::rename(runtime, directory / "base/.kestrav/jre");
+    EXPECT_EQ(find({{"ksv.baseDir", directory / "base"}}), std::nullopt);
+    EXPECT_FALSE(wasLogged("search sequence"));
 }
 
 TEST_F(Search, ThePluginComesFirstIfItIsTheRightOne) {
@@ -210,6 +201,55 @@ TEST_F(Search, ThePluginComesFirstIfItIsTheRightOne) {
     std::filesystem::create_symlink("/bin/sh", java);
     const std::string other = directory / "other/jdk-17.jdk";
     EXPECT_EQ(findBySequence({"Y", "R" + other}, {{"ksv.minVersion", "17"}}), other);
+}
+
+class OwnRuntime : public LauncherFixture {
+protected:
+    static constexpr const char *inResources = "Tool.app/Contents/Resources/jre.bundle";
+};
+
+TEST_F(OwnRuntime, IsPreferredInThisOrder) {
+    configure({{"ksv.baseDir", "$APP_PACKAGE/../base"},
+               {"ksv.minVersion", "99"}, // bounds are for others' runtimes
+               {"JavaVM", Dictionary{{"SearchSequence", Array{}}}}});
+    const std::string base = bundlePath + "/../base/";
+    directory.makeDirectory("base/.kestrav/jre");
+    EXPECT_EQ(launcher.findJavaBundle(false), base + ".kestrav/jre");
+    EXPECT_STREQ(launchGlobals.launchJavaVersion, "1.7.0");
+    makeRuntime("base/.kestrav/jre.bundle", "9-ea");
+    EXPECT_EQ(launcher.findJavaBundle(false), base + ".kestrav/jre.bundle");
+    makeRuntime("Tool.app/Contents/PlugIns/jre.bundle", "11");
+    EXPECT_EQ(launcher.findJavaBundle(false), bundlePath + "/Contents/PlugIns/jre.bundle");
+    makeRuntime(inResources, "17");
+    EXPECT_EQ(launcher.findJavaBundle(false), bundlePath + "/Contents/Resources/jre.bundle");
+    EXPECT_STREQ(launchGlobals.launchJavaVersion, "17");
+    EXPECT_EQ(launcher.findJavaBundle(true), std::nullopt); // other installations only
+}
+
+TEST_F(OwnRuntime, AnybodysIsNotHeeded) {
+    configure({{"ksv.baseDir", directory / "base"}, {"JavaVM", Dictionary{{"SearchSequence", Array{}}}}});
+    makeRuntime("base/.kestrav/jre.bundle", "17");
+    const std::string folder = directory / "base/.kestrav";
+    std::filesystem::permissions(folder + "/jre.bundle", std::filesystem::perms::all);
+    platform::testing::setDebugLog(false); // what is not heeded is told all the same, but once
+    for (int run = 0; run < 2; ++run) {
+        EXPECT_EQ(launcher.findJavaBundle(false), std::nullopt);
+    }
+    EXPECT_EQ(logged("rejected"), Strings{"rejected " + folder + "/jre.bundle: everybody can write to it"});
+}
+
+TEST_F(OwnRuntime, IsUnpackedTheInnerRuntimeFirst) {
+    makeRuntime(inResources, "1.8.0");
+    const std::string home = std::string(inResources) + "/Contents/Home";
+    const std::string outer = directory / home;
+    for (const char *inner : {"", "/jre"}) {
+        directory.write(home + inner + "/lib/rt.jar.pack", "packed");
+        const std::string tool = directory.write(home + inner + "/bin/unpack200",
+                                                 "#!/bin/sh\necho \"$0\" >> '" + outer + "/order' && mv $2 $3\n");
+        std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
+    }
+    EXPECT_NE(launcher.findJavaBundle(false), std::nullopt);
+    EXPECT_EQ(platform::contentsOfFile(outer + "/order"), outer + "/jre/bin/unpack200\n" + outer + "/bin/unpack200\n");
 }
 
 class OtherInstallations : public Search {

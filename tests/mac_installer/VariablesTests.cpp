@@ -10,13 +10,8 @@ TEST_F(Variables, AreReplacedWhereTheyAreKnown) {
     setEnvironment({{"EMPTY", ""}, {"A", "${B}"}, {"B", "${A}!"}, {"WITH SPACE", "x y"}, {"Z}", "brace"}});
     const std::string &app = bundlePath;
     const std::pair<std::string, std::string> cases[] = {
-        {"", ""},
-        {"plain $HOME", "plain $HOME"},
         {"$APP_PACKAGE/lib:$APP_PACKAGE", app + "/lib:" + app},
-        {"${launcher:sys.launcherDirectory}/lib", app + "/lib"},
-        {"a${launcher:sys.pathlistSeparator}b", "a:b"},
         {"${launcher:sys.jvmHome}", "${launcher:sys.jvmHome}"}, // no runtime yet
-        {"${launcher:sys.tempDir}/x", platform::temporaryDirectory().value() + "/x"},
         {"${NO_SUCH_VAR}${EMPTY}", "${NO_SUCH_VAR}"},
         {"${WITH SPACE}", "x y"},
         {"${Z}}", "brace"},
@@ -65,24 +60,14 @@ TEST_F(Variables, TheJavaHomeFollowsTheRuntimesLayout) {
 
 TEST_F(Variables, ArtifactPathsAreResolved) {
     setEnvironment({{"LIB", "/opt/a:/opt/b"}, {"EMPTY", ""}});
-    directory.write("one/only.jar", "");
-    for (const char *other : {"one/x.JAR", "one/notes.txt", "one/sub/deep.jar"}) {
-        directory.write(other, "");
-    }
     directory.write("two/only.zip", "");
-    directory.makeDirectory("none");
-    const std::string one = directory / "one/";
+    directory.write("two/sub/deep.jar", "");
     const std::pair<std::string, OptionalText> cases[] = {
         {"", ""},
-        {"a.jar::b.jar", "a.jar::b.jar"},
-        {"$LIB:" + one + "*:main.jar", "/opt/a:/opt/b:" + one + "only.jar:main.jar"},
-        {"$NO_SUCH", std::nullopt},
-        {"$EMPTY:x", ":x"},
+        {"a.jar::$LIB", "a.jar::/opt/a:/opt/b"},
+        {"$EMPTY:x*", ":x*"},
         {directory / "two/*", directory / "two/only.zip"},
-        {directory / "none/*", std::nullopt},
-        {directory / "missing/*", std::nullopt},
         {"$LIB/x", std::nullopt}, // the whole rest is the name
-        {"x*", "x*"},
     };
     for (const auto &[path, expected] : cases) {
         EXPECT_EQ(Launcher::resolveArtifactPath(path), expected) << path;

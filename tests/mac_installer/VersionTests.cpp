@@ -54,15 +54,6 @@ TEST(Versions, RuntimePrefixesAreRemovedOnceEach) {
     }
 }
 
-TEST(Versions, PreReleasesAreKnownByTheirMarks) {
-    for (const char *text : {"11-ea", "12-rc1", "1.8.0-beta", "a release"}) {
-        EXPECT_TRUE(Launcher::isBetaVersion(text)) << text;
-    }
-    EXPECT_FALSE(Launcher::isBetaVersion("1.8.0_202"));
-    EXPECT_FALSE(Launcher::isBetaVersion("Beta"));
-    EXPECT_FALSE(Launcher::isBetaVersion(std::nullopt));
-}
-
 TEST(Versions, BoundsAreInclusiveAndOnlyAsLongAsTheyAre) {
     struct Case {
         OptionalText bound;

@@ -11,7 +11,7 @@ namespace {
 
 TEST(ReexecutionTests, OnlyThisProcessIsBelieved) {
     constexpr const char *variable = "KESTRAV_REEXEC";
-    prepareReexecution("17.0.9", "/a b");
+    prepareReexecution("17 \n0", "/a b/12");
     const std::string own = std::getenv(variable);
     const std::size_t start = own.find(' ') + 1;
     std::string ofAnotherTime = own;
@@ -24,6 +24,8 @@ TEST(ReexecutionTests, OnlyThisProcessIsBelieved) {
         {ofAnotherTime, false},
         {std::to_string(getpid() + 1) + own.substr(start - 1), false},
         {std::to_string(getpid()) + " 6 17.0.9/a b", false}, // without a time
+        {own.substr(0, own.find(' ', start)) + " -2 17/lib", false},
+        {own.substr(0, own.find(' ', start)) + " 3 17", false},
         {own.substr(0, own.find("17")), false},
         {"", false},
     };
@@ -31,7 +33,7 @@ TEST(ReexecutionTests, OnlyThisProcessIsBelieved) {
         setenv(variable, value.c_str(), 1);
         const auto taken = takeReexecution();
         ASSERT_EQ(taken.has_value(), isBelieved) << value;
-        EXPECT_TRUE(!taken || (taken->version == "17.0.9" && taken->libraryPath == "/a b"));
+        EXPECT_TRUE(!taken || (taken->version == "17 \n0" && taken->libraryPath == "/a b/12"));
         EXPECT_EQ(std::getenv(variable), nullptr);
     }
 }
