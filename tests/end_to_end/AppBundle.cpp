@@ -5,38 +5,13 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <numeric>
 
 namespace kestrav::tests {
 
 namespace fs = std::filesystem;
 
-std::string text(std::string_view value) {
-    return "<string>" + std::string(value) + "</string>";
-}
-
-std::string integer(std::int64_t value) {
-    return "<integer>" + std::to_string(value) + "</integer>";
-}
-
-std::string array(std::initializer_list<std::string> values) {
-    return std::accumulate(values.begin(), values.end(), std::string("<array>")) + "</array>";
-}
-
-std::string dictionary(const std::map<std::string, std::string> &values) {
-    std::string result = "<dict>";
-    for (const auto &[key, value] : values) {
-        result.append("<key>").append(key).append("</key>").append(value).append("\n");
-    }
-    return result + "</dict>";
-}
-
-std::string propertyList(std::string_view value) {
-    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">" + std::string(value) + "</plist>\n";
-}
-
-std::string runtimeInfo(std::string_view version) {
-    return propertyList(dictionary({{"JavaVM", dictionary({{"JVMVersion", text(version)}})}}));
+std::string runtimeInfo() {
+    return PropertyList(Dictionary{{"JavaVM", Dictionary{{"JVMVersion", "17.0.9"}}}}).serialize();
 }
 
 void linkFile(const std::string &from, const std::string &to) {
@@ -67,25 +42,25 @@ AppBundle::AppBundle(std::string_view name) : path_(folder_ / name) {
 "AppleJavaMinVersionError" = "no runtime: %@, %@";
 "NonWritablePackDir" = "not writable";
 )";
-    info = {{"CFBundleName", text("Test")}, {"CFBundleIdentifier", text("org.example.test")}};
-    javaVM = {{"MainClass", text("org.example.Main")}, {"SearchSequence", array({text("R" + runtime())})}};
+    info = {{"CFBundleName", "Test"}, {"CFBundleIdentifier", "org.example.test"}};
+    javaVM = {{"MainClass", "org.example.Main"}, {"SearchSequence", Array{"R" + runtime()}}};
     addRuntime("installed.jdk");
 }
 
 void AppBundle::writeInfo() const {
     auto complete = info;
-    complete.try_emplace("JavaVM", dictionary(javaVM));
-    const std::string content = rawInfo.value_or(propertyList(dictionary(complete)));
+    complete.try_emplace("JavaVM", javaVM);
+    const std::string content = rawInfo ? *rawInfo : PropertyList(complete).serialize();
     const std::string file = path_ + "/Contents/Info.plist";
     if (!fs::is_regular_file(file) || contentOf(file) != content) { // an earlier launch may be reading it
         std::ofstream(file, std::ios::binary) << content;
     }
 }
 
-std::string AppBundle::addRuntime(const std::string &path, std::string_view version) const {
+std::string AppBundle::addRuntime(const std::string &path) const {
     const fs::path runtime = fs::path(folder_.path()) / path;
     linkFile(KESTRAV_FAKE_JAVA, (runtime / "Contents/Home/bin/java").string());
-    std::ofstream(runtime / "Contents/Info.plist") << runtimeInfo(version);
+    std::ofstream(runtime / "Contents/Info.plist") << runtimeInfo();
     return runtime.string();
 }
 

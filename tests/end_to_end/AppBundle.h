@@ -1,9 +1,8 @@
 #pragma once
 
+#include "platform/PropertyList.h"
 #include "support/TemporaryDirectory.h"
 
-#include <cstdint>
-#include <initializer_list>
 #include <map>
 #include <optional>
 #include <string>
@@ -11,15 +10,12 @@
 
 namespace kestrav::tests {
 
-/// Values as they stand in an XML property list; texts are not escaped.
-std::string text(std::string_view value);
-std::string integer(std::int64_t value);
-std::string array(std::initializer_list<std::string> values);
-std::string dictionary(const std::map<std::string, std::string> &values);
-/// A whole property list around a value.
-std::string propertyList(std::string_view value);
-/// The Info.plist of a runtime of this version.
-std::string runtimeInfo(std::string_view version);
+using platform::PropertyList;
+using Array = PropertyList::Array;
+using Dictionary = PropertyList::Dictionary;
+
+/// The Info.plist of a runtime.
+std::string runtimeInfo();
 
 /// An application bundle made from the built template, in a folder of its own. Its configuration names a test runtime
 /// beside it, so that nothing installed on the machine matters.
@@ -33,16 +29,14 @@ public:
     [[nodiscard]] const TemporaryDirectory &folder() const { return folder_; }
 
     /// Info.plist: the top level and the `JavaVM` dictionary. Written by each `Launch`.
-    std::map<std::string, std::string> info;
-    std::map<std::string, std::string> javaVM;
+    Dictionary info;
+    Dictionary javaVM;
     /// The file's content instead.
     std::optional<std::string> rawInfo;
     void writeInfo() const;
 
     /// Makes a runtime bundle around `fake_java` and returns its path. `path` is absolute or below the folder.
-    std::string addRuntime(const std::string &path, std::string_view version = "17.0.9") const;
-    /// The application's own runtime, which comes before all others.
-    [[nodiscard]] std::string addOwnRuntime() const { return addRuntime(path_ + "/Contents/PlugIns/jre.bundle"); }
+    std::string addRuntime(const std::string &path) const;
     /// Puts the test programs' `fake_unpack200` and a packed archive for each content into a runtime's home.
     static void addPackedArchives(const std::string &home, const std::map<std::string, std::string> &contents);
     /// The runtime that the configuration names as it is made.

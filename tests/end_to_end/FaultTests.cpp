@@ -1,28 +1,15 @@
 // Calls of the system that fail: each run is whole or ends with a notice, and leaves nothing.
 
 #include "Launch.h"
-#include "support/ArchiveWriter.h"
 #include "support/LoopbackServer.h"
 
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <filesystem>
 #include <regex>
 
 namespace kestrav::tests {
 namespace {
-
-namespace fs = std::filesystem;
-
-std::string makeArchive() {
-    return gzip(ArchiveWriter()
-                    .directory("Contents/Home/bin/")
-                    .file("Contents/Info.plist", runtimeInfo("17.0.9"))
-                    .file("Contents/Home/bin/java", contentOf(KESTRAV_FAKE_JAVA), 0755)
-                    .link("Contents/Home/lib", "bin")
-                    .closed());
-}
 
 /// Expects the program's own end, or a notice and nothing else.
 void expectWholeOrNothing(Launch &run) {
@@ -32,18 +19,18 @@ void expectWholeOrNothing(Launch &run) {
     EXPECT_EQ(run.childStarted(), status == 0) << errors;
     EXPECT_EQ(std::regex_search("\n" + errors, std::regex("\n(Test|launcher): ")), status == 1) << errors;
     const bool removalFailed = errors.find("could not remove") != std::string::npos;
-    EXPECT_TRUE(removalFailed || fs::is_empty(run.folder() / "temporary")) << errors;
+    EXPECT_TRUE(removalFailed || run.leftNothing()) << errors;
 }
 
 TEST(Faults, AreOvercomeOrTold) {
-    const std::string archive = makeArchive();
+    const std::string archive = gzip(runtimeBundle().link("Contents/Home/lib", "bin").closed());
     const LoopbackServer server(answers({{"/jre", ok(archive)}}));
     const AppBundle installed;
     AppBundle shipping;
     shipping.folder().write("Test.app/Contents/Resources/app/jre.tar.gz", archive);
     AppBundle downloading;
-    downloading.info["ksv.minVersion"] = text("99");
-    downloading.info["ksv.jreLocation"] = text(server.url("/jre"));
+    downloading.info["ksv.minVersion"] = "99";
+    downloading.info["ksv.jreLocation"] = server.url("/jre");
     struct Case {
         const AppBundle &bundle;
         const char *kind;
@@ -91,6 +78,16 @@ TEST(Faults, AreOvercomeOrTold) {
     for (const auto &[fault, run] : runs) {
         SCOPED_TRACE(fault);
         expectWholeOrNothing(*run);
+    }
+}
+
+TEST(Faults, WithoutMemoryTheTextOfANoticeIsWritten) {
+    const AppBundle bundle;
+    for (const char *allocations : {"0", "1", "2", "4", "8", "16"}) {
+        Launch run(bundle, {.environment = {{"LD_PRELOAD", KESTRAV_FAILING_MALLOC}, {"FAIL_MALLOC", allocations}}});
+        EXPECT_EQ(run.wait(), 1) << allocations;
+        EXPECT_EQ(run.errors().find("launcher: An internal error kept this application from starting: "), 0U)
+            << run.errors();
     }
 }
 

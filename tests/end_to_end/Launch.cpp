@@ -185,6 +185,10 @@ bool Launch::childStarted() const {
     return fs::exists(folder_ / "report");
 }
 
+bool Launch::leftNothing() const {
+    return fs::is_empty(folder_ / "temporary");
+}
+
 Report Launch::report() const {
     Report report;
     if (!waitUntil([&] { return childStarted(); }, "the child's report")) {
@@ -224,6 +228,32 @@ void expectRefusal(Launch &run, std::string_view message, std::string_view title
     ASSERT_NE(notice, std::string::npos) << errors;
     const std::string line = errors.substr(notice + 1, errors.find('\n', notice + 1) - notice - 1);
     EXPECT_NE(line.find(message), std::string::npos) << errors;
+}
+
+void expectCancelled(Launch &run) {
+    run.sendSignal(SIGTERM);
+    EXPECT_EQ(run.wait(), 1);
+    EXPECT_FALSE(run.childStarted());
+    EXPECT_NE(run.errors().find("] Cancelled\n"), std::string::npos) << run.errors();
+    EXPECT_EQ(run.errors().find("\nTest: "), std::string::npos) << run.errors();
+    EXPECT_TRUE(run.leftNothing());
+}
+
+Terminal::Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
+    EXPECT_EQ(grantpt(master_.get()), 0);
+    EXPECT_EQ(unlockpt(master_.get()), 0);
+    slave_ = ptsname(master_.get());
+}
+
+void Terminal::type(std::string_view keys) const {
+    EXPECT_TRUE(platform::writeAll(master_.get(), keys));
+}
+
+ArchiveWriter runtimeBundle() {
+    return ArchiveWriter()
+        .directory("Contents/Home/bin/")
+        .file("Contents/Info.plist", runtimeInfo())
+        .file("Contents/Home/bin/java", contentOf(KESTRAV_FAKE_JAVA), 0755);
 }
 
 } // namespace kestrav::tests

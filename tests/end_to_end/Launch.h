@@ -1,6 +1,8 @@
 #pragma once
 
 #include "AppBundle.h"
+#include "platform/FileDescriptor.h"
+#include "support/ArchiveWriter.h"
 
 #include <sys/types.h>
 
@@ -52,6 +54,7 @@ public:
     /// Waits for the end and returns the exit status; -1, and a failed test, for a crash or a hang.
     int wait();
     void sendSignal(int number) const;
+    [[nodiscard]] pid_t pid() const { return pid_; }
 
     /// Waits until the child has reported.
     [[nodiscard]] Report report() const;
@@ -61,6 +64,7 @@ public:
     [[nodiscard]] std::string errors() const { return contentOf(folder_ / "errors"); }
     /// The run's own folder: home/, configuration/, temporary/ and what the test wants.
     [[nodiscard]] const TemporaryDirectory &folder() const { return folder_; }
+    [[nodiscard]] bool leftNothing() const;
 
 private:
     TemporaryDirectory folder_;
@@ -81,5 +85,24 @@ bool waitUntil(const std::function<bool()> &condition, std::string_view what);
 /// Expects a run that ends with status 1 and a notice, one line on standard error that contains `message`, without
 /// having started a child.
 void expectRefusal(Launch &run, std::string_view message, std::string_view title = "Test");
+
+/// Ends a run that logs and has no child yet with a signal, and expects neither a notice nor anything left.
+void expectCancelled(Launch &run);
+
+/// A pseudo-terminal, hung up with this object.
+class Terminal {
+public:
+    Terminal();
+    /// The name of the side that programs use.
+    [[nodiscard]] const std::string &slave() const { return slave_; }
+    void type(std::string_view keys) const;
+
+private:
+    platform::FileDescriptor master_;
+    std::string slave_;
+};
+
+/// A runtime as a bundle.
+ArchiveWriter runtimeBundle();
 
 } // namespace kestrav::tests

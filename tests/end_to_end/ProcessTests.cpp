@@ -1,10 +1,12 @@
-// What the child is given and what becomes of its end.
+// What the child is given, which signals reach it, and what becomes of its end.
 
 #include "Launch.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
+#include <array>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 
@@ -13,6 +15,8 @@ namespace {
 
 using testing::ElementsAre;
 
+constexpr std::array passedOn{SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGUSR1, SIGUSR2};
+
 TEST(Process, ExitStatusIsTheChilds) {
     const AppBundle bundle;
     struct Case {
@@ -20,82 +24,137 @@ TEST(Process, ExitStatusIsTheChilds) {
         int number;
         int status;
     };
-    const Case cases[] = {{"FAKE_EXIT", 1, 1},        {"FAKE_EXIT", 127, 127},    {"FAKE_EXIT", 255, 255},
-                          {"FAKE_DIE", SIGKILL, 137}, {"FAKE_DIE", SIGSEGV, 139}, {"FAKE_DIE", SIGTERM, 143}};
-    Launches runs;
-    for (const Case &each : cases) {
-        runs.push_back(
-            std::make_unique<Launch>(bundle, Start{.environment = {{each.end, std::to_string(each.number)}}}));
-    }
-    for (std::size_t i = 0; i < runs.size(); ++i) {
-        EXPECT_EQ(runs[i]->wait(), cases[i].status);
-        EXPECT_EQ(runs[i]->errors(), "");
+    for (const auto &[end, number, status] :
+         {Case{"FAKE_EXIT", 255, 255}, Case{"FAKE_DIE", SIGKILL, 137}, Case{"FAKE_DIE", SIGTERM, 143}}) {
+        Launch run(bundle, {.environment = {{end, std::to_string(number)}}});
+        EXPECT_EQ(run.wait(), status);
+        EXPECT_EQ(run.errors(), "");
     }
 }
 
-TEST(Process, CommandLineIsConfigurationThenArguments) {
-    AppBundle bundle;
-    bundle.folder().write("Test.vmoptions", "-Dfrom=sibling\n-classpath/a two.jar");
-    bundle.folder().write("archives/one.jar", "");
-    bundle.javaVM["ClassPath"] = text(bundle.folder() / "archives/*");
-    bundle.javaVM["VMOptionArray"] = array({text("-Dfrom=array"), text("-XstartOnFirstThread")});
-    bundle.javaVM["ArgumentArray"] = array({text("${launcher:sys.jvmHome}"), text("")});
-    bundle.info["ksv.allowPassthrough"] = "<true/>";
-    bundle.info["CFBundleIconFile"] = text("app.icns");
-    const std::string strange = "\xFF \xC3( 'quoted' \"${HOME}\" $APP_PACKAGE\n%@ %n\\";
-    Launch run(bundle, {.arguments = {"-psn_0_1", "-J-Xmx2g", "", "-q", strange}});
-    const std::string home = bundle.runtime() + "/Contents/Home";
-    EXPECT_THAT(run.report().arguments,
-                ElementsAre(home + "/bin/java", "-Dfrom=array", "-Dfrom=sibling",
-                            "-Djava.class.path=" + (bundle.folder() / "archives/one.jar") + ":two.jar",
-                            "-Dksv.ownBundlePath=" + bundle.path(), "-Xmx2g", "-Dksv.jreBundle=" + bundle.runtime(),
-                            "org.example.Main", home, "", "", "-q", strange));
+TEST(Process, RealRuntimeRunsAProgram) {
+    AppBundle bundle("Ein \"schönes\" Programm's.app");
+    linkFile(KESTRAV_PROGRAM_JAR, bundle.path() + "/Contents/Resources/app/program.jar");
+    bundle.info["ksv.minVersion"] = "17";
+    bundle.info["ksv.maxVersion"] = "17";
+    bundle.javaVM = {{"MainClass", "org.example.program.Main"},
+                     {"ClassPath", "$APP_PACKAGE/Contents/Resources/app/*"},
+                     {"SearchSequence", Array{"ENO_SUCH_VARIABLE", "R" KESTRAV_JDK}},
+                     {"ArgumentArray", Array{"configured in ${launcher:sys.jvmHome}"}}};
+    bundle.folder().write("Ein \"schönes\" Programm's.vmoptions", "# a comment\n-Dprogram.property=${PROBE_TEXT}\n");
+    const std::string typed = "typed täxt\nsecond line\n";
+    const auto input = platform::FileDescriptor::open(bundle.folder().write("typed", typed).c_str(), O_RDONLY);
+    Launch run(bundle, {.arguments = {"-psn_0_12345", "two words", "", "copy"},
+                        .environment = {{"LC_ALL", "C.UTF-8"}, {"PROBE_TEXT", "an \"täxt\""}},
+                        .standardInput = input.get()});
+    EXPECT_EQ(run.wait(), 77);
+    EXPECT_EQ(run.output(), "argument configured in " KESTRAV_JDK "\nargument two words\nargument \nargument copy\n"
+                            "property an \"täxt\"\nmodule null\nlibrary path null\n" +
+                                typed);
+    EXPECT_EQ(run.errors(), "");
 }
 
 TEST(Process, ChildStartsClean) {
     const AppBundle bundle;
-    const TemporaryDirectory configuration;
-    configuration.write("kestrav/.GlobalPreferences.plist", propertyList(dictionary({{"AppleLocale", text("de_DE")}})));
-    const std::map<std::string, std::string> environment{
-        {"XDG_CONFIG_HOME", configuration.path()}, {"EMPTY", ""}, {"STRANGE", "a=b\n${EMPTY}\xFF"}};
-    Launch run(bundle, {.environment = environment, .signalsIgnored = true});
+    const TemporaryDirectory folder;
+    const std::string received = folder / "received";
+    const std::map<std::string, std::string> environment{{"EMPTY", ""}, {"STRANGE", "a=b\n${EMPTY}\xFF"}};
+    const std::string strange = "\xFF \xC3( 'quoted' \"${HOME}\" $APP_PACKAGE\n%@ %n\\";
+    Start start{.arguments = {"", strange}, .environment = environment, .signalsIgnored = true};
+    start.environment["FAKE_SIGNALS"] = received;
+    Launch run(bundle, start);
     const Report report = run.report();
+    EXPECT_THAT(report.arguments,
+                ElementsAre(bundle.runtime() + "/Contents/Home/bin/java", "-Dksv.ownBundlePath=" + bundle.path(),
+                            "-Dksv.jreBundle=" + bundle.runtime(), "org.example.Main", "", strange));
     EXPECT_THAT(report.descriptors, ElementsAre("0", "1", "2"));
     EXPECT_THAT(report.signals, ElementsAre("1", "15", "2", "3")); // those that were ignored, and none blocked
-    EXPECT_EQ(report.directory, bundle.path());
     for (const auto &[name, value] : environment) {
         EXPECT_EQ(report.environment.at(name), value) << name;
     }
-    EXPECT_EQ(report.environment.at("LANG"), "de_DE.UTF-8");
-    EXPECT_EQ(report.environment.count("KESTRAV_REEXEC"), 0U);
-    EXPECT_EQ(run.wait(), 0) << run.errors();
-}
-
-TEST(Process, BundleIsFoundFromTheExecutablesRealPath) {
-    const AppBundle bundle;
-    const std::string other = bundle.path() + "/Contents/MacOS/Any Name";
-    const std::string link = bundle.folder() / "link";
-    linkFile(bundle.executable(), other);
-    std::filesystem::create_symlink(other, link);
-    for (const std::string &program : {other, link}) {
-        Launch run(bundle, {.program = program});
-        EXPECT_TRUE(run.report().has("-Dksv.ownBundlePath=" + bundle.path())) << program;
+    for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGUSR1}) {
+        run.sendSignal(number);
     }
+    waitUntil([&] { return contentOf(received) == "USR1 "; }, "the one that is not ignored");
 }
 
 TEST(Process, AnyBundlePathWorks) {
-    for (const char *name : {"with  spaces .app", "it's \"quoted\".app", "a:b.app", "two\nlines.app",
-                             "プログラム ä.app", "$HOME ${PATH} %@.app", "no suffix", "bytes \xFF\xFE.app"}) {
+    for (const char *name : {"it's \"quoted\".app", "a:b.app", "two\nlines.app", "プログラム ä.app",
+                             "$HOME ${PATH} %@.app", "no suffix", "bytes \xFF\xFE.app"}) {
         AppBundle bundle(name);
         const std::string &path = bundle.path();
-        bundle.javaVM["SearchSequence"] = array({});
+        bundle.javaVM["SearchSequence"] = Array{};
         bundle.addRuntime(path + "/Contents/Resources/jre.bundle");
-        Launch run(bundle);
+        const std::string link = bundle.folder() / "link";
+        linkFile(bundle.executable(), path + "/Contents/MacOS/Any Name");
+        std::filesystem::create_symlink(path + "/Contents/MacOS/Any Name", link);
+        Launch run(bundle, {.program = link});
         const Report report = run.report();
         EXPECT_EQ(report.directory, path);
         EXPECT_TRUE(report.has("-Dksv.ownBundlePath=" + path)) << path;
         EXPECT_TRUE(report.has("-Dksv.jreBundle=" + path + "/Contents/Resources/jre.bundle")) << path;
     }
+}
+
+TEST(Signals, EndTheChildAndAtOnceTheRun) {
+    const AppBundle bundle;
+    bool atOnce = false; // for which a busy machine may need another try
+    for (int tries = 0; tries < 5 && !atOnce; ++tries) {
+        const auto begin = std::chrono::steady_clock::now();
+        Launches runs;
+        for (std::size_t i = 0; i < passedOn.size(); ++i) {
+            runs.push_back(std::make_unique<Launch>(bundle, Start{.environment = {{"FAKE_PAUSE", "1"}}}));
+        }
+        for (std::size_t i = 0; i < runs.size(); ++i) {
+            EXPECT_TRUE(runs[i]->report().has("org.example.Main"));
+            runs[i]->sendSignal(passedOn.at(i));
+        }
+        for (std::size_t i = 0; i < runs.size(); ++i) {
+            EXPECT_EQ(runs[i]->wait(), 128 + passedOn.at(i));
+            EXPECT_EQ(runs[i]->errors(), "");
+        }
+        atOnce = std::chrono::steady_clock::now() - begin < std::chrono::seconds(5);
+    }
+    EXPECT_TRUE(atOnce);
+}
+
+TEST(Signals, ReachAChildThatHandlesThemOnceAndInOrder) {
+    const AppBundle bundle;
+    const Terminal terminal;
+    const TemporaryDirectory folder;
+    const std::string file = folder / "received";
+    const auto expectReceived = [&](const std::string &received) {
+        waitUntil([&] { return contentOf(file) == received; }, received);
+    };
+    Launch run(bundle, {.environment = {{"FAKE_SIGNALS", file}}, .terminal = terminal.slave()});
+    EXPECT_TRUE(run.report().has("org.example.Main"));
+    run.sendSignal(SIGINT);
+    expectReceived("INT ");
+    // The terminal sends to the whole group: the child has it already. The launcher stands still until the child has
+    // taken it, since two that wait at once become one; a second one would come before what follows.
+    run.sendSignal(SIGSTOP);
+    terminal.type("\x03");
+    expectReceived("INT INT ");
+    terminal.type("\x1C");
+    expectReceived("INT INT QUIT ");
+    run.sendSignal(SIGCONT);
+    run.sendSignal(SIGHUP);
+    expectReceived("INT INT QUIT HUP ");
+    run.sendSignal(SIGTERM);
+    EXPECT_EQ(run.wait(), 7);
+    EXPECT_EQ(contentOf(file), "INT INT QUIT HUP TERM ");
+}
+
+TEST(Signals, CancelARunThatIsAboutToStartItsChild) {
+    const AppBundle bundle;
+    std::string comments; // whose reading takes a while, with all that is logged
+    for (int line = 0; line < 100'000; ++line) {
+        comments += "#\n";
+    }
+    bundle.folder().write("Test.vmoptions", comments);
+    Launch run(bundle, {.environment = {{"KESTRAV_LOG", "yes"}}});
+    waitUntil([&] { return run.errors().find("] option #\n") != std::string::npos; }, "the options");
+    expectCancelled(run);
 }
 
 } // namespace

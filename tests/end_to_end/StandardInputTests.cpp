@@ -1,44 +1,27 @@
 // Standard input reaches the child byte for byte, and its end does too.
 
 #include "Launch.h"
-#include "Terminal.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <csignal>
 #include <random>
-#include <utility>
-#include <vector>
 
 namespace kestrav::tests {
 namespace {
 
-/// A pipe, whose write end is closed with this object.
-class InputPipe {
-public:
-    explicit InputPipe(int flags = 0) {
-        EXPECT_EQ(pipe2(ends_.data(), O_CLOEXEC), 0);
-        fcntl(ends_[0], F_SETFL, flags);
-    }
-    InputPipe(const InputPipe &) = delete;
-    InputPipe &operator=(const InputPipe &) = delete;
-    ~InputPipe() {
-        close(ends_[0]);
-        closeWriteEnd();
-    }
-    [[nodiscard]] int readEnd() const { return ends_[0]; }
-    void write(std::string_view bytes) const {
-        EXPECT_EQ(::write(ends_[1], bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-    }
-    void closeWriteEnd() { close(std::exchange(ends_[1], -1)); }
+using platform::FileDescriptor;
+using platform::writeAll;
 
-private:
-    std::array<int, 2> ends_{-1, -1};
-};
+/// Its two ends.
+std::pair<FileDescriptor, FileDescriptor> makePipe() {
+    int ends[2] = {-1, -1};
+    EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+    return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
+}
 
 /// Every byte value, in no order that a lost or doubled block would keep.
 std::string noise(std::size_t size) {
@@ -57,41 +40,30 @@ std::unique_ptr<Launch> copyingRun(const AppBundle &bundle, Start start, const T
 TEST(StandardInput, ReachesTheChildWholeAndInOrder) {
     const AppBundle bundle;
     const TemporaryDirectory folder;
-    const std::string fileContent = noise(3'000'001);
-    const int file = open(folder.write("file", fileContent).c_str(), O_RDONLY | O_CLOEXEC);
-    const int writeOnly = open("/dev/null", O_WRONLY | O_CLOEXEC);
-    InputPipe burst;
-    InputPipe slow(O_NONBLOCK); // as a parent may leave it
-    struct Case {
-        const char *name;
-        Start start;
-        std::string expected;
-    };
-    Case cases[] = {{"nothing", {}, ""},
-                    {"closed", {.descriptorsClosed = true}, ""},
-                    {"unreadable", {.standardInput = writeOnly}, ""},
-                    {"file copy", {.standardInput = file}, fileContent},
-                    {"burst", {.standardInput = burst.readEnd()}, noise(64U << 20U)},
-                    {"slow", {.standardInput = slow.readEnd()}, ""}};
-    Launches runs;
-    for (const Case &each : cases) {
-        runs.push_back(copyingRun(bundle, each.start, folder, each.name));
+    const auto writeOnly = FileDescriptor::open("/dev/null", O_WRONLY);
+    auto [burst, burstEnd] = makePipe();
+    auto [slow, slowEnd] = makePipe();
+    fcntl(slow.get(), F_SETFL, O_NONBLOCK); // as a parent may leave it
+    const auto closed = copyingRun(bundle, {.descriptorsClosed = true}, folder, "closed");
+    const auto unreadable = copyingRun(bundle, {.standardInput = writeOnly.get()}, folder, "unreadable");
+    const auto fast = copyingRun(bundle, {.standardInput = burst.get()}, folder, "burst");
+    const auto waiting = copyingRun(bundle, {.standardInput = slow.get()}, folder, "slow");
+    EXPECT_EQ(closed->report().descriptors, (std::set<std::string>{"0", "1", "2"}));
+    const std::string content = noise(64U << 20U);
+    EXPECT_TRUE(writeAll(burstEnd.get(), content));
+    burstEnd.reset();
+    std::string expected;
+    for (const std::string piece : {"a", "line\n", "\xFF", "last"}) { // the next only when the child has all before it
+        EXPECT_TRUE(writeAll(slowEnd.get(), piece));
+        expected += piece;
+        waitUntil([&] { return contentOf(folder / "slow") == expected; }, "a piece of the input");
     }
-    close(file);
-    close(writeOnly);
-    EXPECT_EQ(runs[1]->report().descriptors, (std::set<std::string>{"0", "1", "2"}));
-    burst.write(cases[4].expected);
-    burst.closeWriteEnd();
-    for (const char *piece : {"a", "line\n", "\xFF", "last"}) { // the next only when the child has all before it
-        slow.write(piece);
-        cases[5].expected += piece;
-        waitUntil([&] { return contentOf(folder / "slow") == cases[5].expected; }, "a piece of the input");
+    slowEnd.reset();
+    for (Launch *run : {closed.get(), unreadable.get(), fast.get(), waiting.get()}) {
+        EXPECT_EQ(run->wait(), 0) << run->errors();
     }
-    slow.closeWriteEnd();
-    expectStatus(runs, 0);
-    for (const Case &each : cases) {
-        EXPECT_TRUE(contentOf(folder / each.name) == each.expected) << each.name;
-    }
+    EXPECT_EQ(contentOf(folder / "closed") + contentOf(folder / "unreadable"), "");
+    EXPECT_TRUE(contentOf(folder / "burst") == content);
 }
 
 TEST(StandardInput, KeepsWhatTheChildDoesNotRead) {
@@ -100,34 +72,27 @@ TEST(StandardInput, KeepsWhatTheChildDoesNotRead) {
     const std::string content = noise(60'000); // a pipe holds it
     struct Case {
         std::size_t size; // that the child reads
-        bool file;
-        bool end; // of the input is there
+        bool isFile;
+        bool hasEnd; // of the input is there
     };
-    const Case cases[] = {{0, true, true},   {70, true, true},   {60'000, true, true},  {0, false, true},
-                          {0, false, false}, {70, false, false}, {59'000, false, true}, {60'000, false, false}};
-    Launches runs;
-    std::vector<std::unique_ptr<InputPipe>> pipes;
-    std::vector<int> inputs;
-    for (const auto &[size, isFile, hasEnd] : cases) {
-        pipes.push_back(std::make_unique<InputPipe>());
-        pipes.back()->write(content);
+    for (const auto &[size, isFile, hasEnd] :
+         {Case{0, true, true}, Case{70, true, true}, Case{0, false, true}, Case{70, false, false},
+          Case{59'000, false, true}, Case{60'000, false, false}}) {
+        auto [input, end] = makePipe();
+        EXPECT_TRUE(writeAll(end.get(), content));
         if (hasEnd) {
-            pipes.back()->closeWriteEnd();
+            end.reset();
         }
-        inputs.push_back(isFile ? open(folder.write("file", content).c_str(), O_RDONLY | O_CLOEXEC)
-                                : dup(pipes.back()->readEnd()));
-        Start start{.environment = {{"FAKE_STDIN_SIZE", std::to_string(size)}}, .standardInput = inputs.back()};
-        runs.push_back(copyingRun(bundle, start, folder, std::to_string(runs.size())));
-    }
-    expectStatus(runs, 0);
-    for (std::size_t i = 0; i < runs.size(); ++i) {
-        const std::size_t size = cases[i].size;
-        EXPECT_TRUE(contentOf(folder / std::to_string(i)) == content.substr(0, size)) << i;
+        if (isFile) {
+            input = FileDescriptor::open(folder.write("file", content).c_str(), O_RDONLY);
+        }
+        const Start start{.environment = {{"FAKE_STDIN_SIZE", std::to_string(size)}}, .standardInput = input.get()};
+        EXPECT_EQ(copyingRun(bundle, start, folder, "read")->wait(), 0);
+        EXPECT_TRUE(contentOf(folder / "read") == content.substr(0, size)) << size;
         std::string rest(content.size() + 1, '\0');
-        fcntl(inputs[i], F_SETFL, O_NONBLOCK);
-        rest.resize(static_cast<std::size_t>(std::max<ssize_t>(read(inputs[i], rest.data(), rest.size()), 0)));
-        EXPECT_TRUE(rest == content.substr(size)) << i << ": " << rest.size() << " bytes are left";
-        close(inputs[i]);
+        fcntl(input.get(), F_SETFL, O_NONBLOCK);
+        rest.resize(static_cast<std::size_t>(std::max<ssize_t>(read(input.get(), rest.data(), rest.size()), 0)));
+        EXPECT_TRUE(rest == content.substr(size)) << size << ": " << rest.size() << " bytes are left";
     }
 }
 

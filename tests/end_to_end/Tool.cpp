@@ -68,10 +68,11 @@ std::string makeJar(const TemporaryDirectory &folder, const std::string &name, c
     return folder / name;
 }
 
-Outcome makeTool(const TemporaryDirectory &folder, std::vector<std::string> options) {
+Outcome makeTool(const TemporaryDirectory &folder, std::vector<std::string> options, const std::string &words) {
     options.insert(options.begin(), {"--identifier", "org.example.tool"});
     options.push_back(folder / "Test.app");
-    return run("umask 077; " KESTRAV_TOOL, options); // what it makes is for others all the same
+    // What it makes is for others all the same.
+    return run("cd " + folder.path() + "; umask 077; " KESTRAV_TOOL " " + words, options);
 }
 
 } // namespace kestrav::tests

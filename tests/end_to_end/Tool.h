@@ -30,7 +30,7 @@ extern const std::string java8Class;
 std::string makeJar(const TemporaryDirectory &folder, const std::string &name, const std::string &manifest,
                     bool hasClass = true);
 
-/// Runs the tool for an application of the usual name in the folder.
-Outcome makeTool(const TemporaryDirectory &folder, std::vector<std::string> options);
+/// Runs the tool in the folder for an application of the usual name; `words` are options as a shell reads them.
+Outcome makeTool(const TemporaryDirectory &folder, std::vector<std::string> options, const std::string &words = "");
 
 } // namespace kestrav::tests

@@ -2,7 +2,6 @@
 
 #include "Launch.h"
 #include "Tool.h"
-#include "platform/PropertyList.h"
 #include "support/LoopbackServer.h"
 
 #include <gmock/gmock.h>
@@ -79,7 +78,7 @@ TEST(Tool, ArchiveHoldsTheRuntimeWhole) {
     EXPECT_FALSE(fs::is_symlink(home + "lib/absolute"));
     EXPECT_EQ(fs::hard_link_count(home + "hard"), 1U);
     EXPECT_NE(fs::status(home + "bin/java").permissions() & fs::perms::owner_exec, fs::perms::none);
-    const auto info = platform::PropertyList::parse(contentOf(folder / "Test.app/Contents/Info.plist"));
+    const auto info = PropertyList::parse(contentOf(folder / "Test.app/Contents/Info.plist"));
     const std::string size = run("sh", {"-c", "gzip -dc " + archive + " | wc -c"}).output;
     EXPECT_EQ(info->find("ksv.jreUncompressedSize")->description() + "\n", size);
 }
@@ -96,40 +95,23 @@ TEST(Tool, OtherFilesAndKeysAreThere) {
     const std::string messages = std::string(KESTRAV_TEMPLATE) + "/Contents/Resources/ja.lproj/Localizable.strings";
     fs::create_symlink("lib/c.txt", folder / "link.txt");
     fs::permissions(folder / "classes/org", fs::perms::owner_read | fs::perms::owner_exec);
-    const Outcome outcome = makeTool(
-        folder, {"--main-class",
-                 "org.example.Own",
-                 "--class-path",
-                 folder / "classes/",
-                 "--class-path",
-                 "$APP_PACKAGE/../plugins/*",
-                 "--file",
-                 folder.write("licence.txt", "L"),
-                 "--file",
-                 folder / "link.txt",
-                 "--class-path",
-                 folder / "lib/*",
-                 "--class-path",
-                 folder / "lib/../lib/a.jar",
-                 "--name",
-                 "A Tool",
-                 "--app-version",
-                 "2.1",
-                 "--icon",
-                 folder.write("x.icns", icon),
-                 "--language",
-                 "de",
-                 "--language",
-                 "fr=" + messages,
-                 "--info",
-                 folder.write("more.plist",
-                              propertyList(dictionary({{"ksv.allowBeta", "<true/>"},
-                                                       {"ksv.minversion", text("11")},
-                                                       {"MainClass", text("a.B")},
-                                                       {"JavaVM", dictionary({{"StartOnMainThread", "<true/>"}})}})))});
+    folder.write("licence.txt", "L");
+    folder.write("x.icns", icon);
+    folder.write("more.plist", PropertyList(Dictionary{{"ksv.allowBeta", true},
+                                                       {"ksv.minversion", "11"},
+                                                       {"MainClass", "a.B"},
+                                                       {"JavaVM", Dictionary{{"StartOnMainThread", true}}}})
+                                   .serialize());
+    const Outcome outcome =
+        makeTool(folder, {},
+                 "--main-class org.example.Own --class-path classes/ --class-path '$APP_PACKAGE/../plugins/*' --file "
+                 "licence.txt "
+                 "--file link.txt --class-path 'lib/*' --class-path lib/../lib/a.jar --name 'A Tool' --app-version 2.1 "
+                 "--icon x.icns --language de --info more.plist --language fr=" +
+                     messages);
     ASSERT_EQ(outcome.status, 0) << outcome.output;
     EXPECT_THAT(outcome.output, testing::AllOf(HasSubstr("Java 1.8 or newer"), HasSubstr("knows no such key"),
-                                               HasSubstr("\"MainClass\" in " + folder / "more.plist is not heeded")));
+                                               HasSubstr("\"MainClass\" in more.plist is not heeded")));
     const std::string resources = folder / "Test.app/Contents/Resources/";
     EXPECT_THAT(namesIn(resources), UnorderedElementsAre("app", "app.icns", "de.lproj", "fr.lproj", "MainWindow.ui"));
     EXPECT_EQ(contentOf(resources + "app.icns"), icon);
@@ -141,18 +123,18 @@ TEST(Tool, OtherFilesAndKeysAreThere) {
     EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(resources + "app/link.txt")));
     EXPECT_NE(fs::status(resources + "app/classes/org").permissions() & fs::perms::owner_write, fs::perms::none);
     fs::permissions(folder / "classes/org", fs::perms::owner_all);
-    const auto info = platform::PropertyList::parse(contentOf(folder / "Test.app/Contents/Info.plist"));
-    const platform::PropertyList &javaVM = *info->find("JavaVM");
-    EXPECT_EQ(
-        *javaVM.find("ClassPath"),
-        platform::PropertyList("$APP_PACKAGE/Contents/Resources/app/classes:$APP_PACKAGE/../plugins/*:"
-                               "$APP_PACKAGE/Contents/Resources/app/a.jar:$APP_PACKAGE/Contents/Resources/app/b.jar"));
-    EXPECT_EQ(*javaVM.find("StartOnMainThread"), platform::PropertyList(true));
-    for (const auto &[key, value] : std::map<std::string, platform::PropertyList>{{"CFBundleName", "A Tool"},
-                                                                                  {"CFBundleShortVersionString", "2.1"},
-                                                                                  {"CFBundleDevelopmentRegion", "de"},
-                                                                                  {"ksv.minVersion", "1.8"},
-                                                                                  {"ksv.allowBeta", true}}) {
+    const auto info = PropertyList::parse(contentOf(folder / "Test.app/Contents/Info.plist"));
+    const PropertyList &javaVM = *info->find("JavaVM");
+    EXPECT_EQ(*javaVM.find("ClassPath"),
+              PropertyList("$APP_PACKAGE/Contents/Resources/app/classes:$APP_PACKAGE/../plugins/*:"
+                           "$APP_PACKAGE/Contents/Resources/app/a.jar:$APP_PACKAGE/Contents/Resources/app/b.jar"));
+    EXPECT_EQ(*javaVM.find("StartOnMainThread"), PropertyList(true));
+    const Dictionary expected{{"CFBundleName", "A Tool"},
+                              {"CFBundleShortVersionString", "2.1"},
+                              {"CFBundleDevelopmentRegion", "de"},
+                              {"ksv.minVersion", "1.8"},
+                              {"ksv.allowBeta", true}};
+    for (const auto &[key, value] : expected) {
         EXPECT_EQ(*info->find(key), value) << key;
     }
 }
@@ -201,31 +183,25 @@ TEST(Tool, WhatManifestsNameTravels) {
 
 TEST(Tool, SaysWhereTheRuntimeWillComeFrom) {
     const TemporaryDirectory files;
-    const std::string earlier = files.write("earlier.plist", propertyList(dictionary({{"ksv.appId", text("1")}})));
+    const std::string earlier = files.write("earlier", PropertyList(Dictionary{{"ksv.appId", "1"}}).serialize());
     const std::string nowhere = files.write(
-        "nowhere.plist", propertyList(dictionary({{"JavaVM", dictionary({{"SearchSequence", array({})}})}})));
-    struct Case {
-        std::vector<std::string> options;
-        const char *runtime;
-        bool bounded; // or else the user is to give the lowest version, which no class tells here
+        "nowhere", PropertyList(Dictionary{{"JavaVM", Dictionary{{"SearchSequence", Array{}}}}}).serialize());
+    const std::pair<std::string, const char *> cases[] = {
+        {"", "an installed one, Java of any version\n"},
+        {"--min-version 17 --runtime-url file:///x.tar.gz --info " + earlier,
+         "an installed one, Java 17 or newer, else that of an earlier installation, else the one from "
+         "file:///x.tar.gz"},
+        {"--no-search --info " + earlier, "that of an earlier installation\n"},
+        {"--runtime-url 'https://u:p@x/y?z' --info " + nowhere, "the one from https://***@x/y\n"},
     };
-    const Case cases[] = {
-        {{}, "an installed one, Java of any version\n", false},
-        {{"--min-version", "17"}, "an installed one, Java 17 or newer\n", true},
-        {{"--info", earlier, "--min-version", "17", "--runtime-url", "file:///x.tar.gz"},
-         "an installed one, Java 17 or newer, else that of an earlier installation, else the one from file:///x.tar.gz",
-         true},
-        {{"--info", earlier, "--no-search"}, "that of an earlier installation\n", false},
-        {{"--info", nowhere, "--runtime-url", "https://u:p@x/y?z"}, "the one from https://***@x/y\n", false},
-    };
-    for (const Case &test : cases) {
+    for (const auto &[options, runtime] : cases) {
         const TemporaryDirectory folder;
-        std::vector<std::string> options{"--main-class", "a.B", "--class-path", "$NAME"};
-        options.insert(options.end(), test.options.begin(), test.options.end());
-        const Outcome outcome = makeTool(folder, options);
+        const Outcome outcome = makeTool(folder, {}, "--main-class a.B --class-path '$NAME' " + options);
         EXPECT_EQ(outcome.status, 0) << outcome.output;
-        EXPECT_THAT(outcome.output, HasSubstr(std::string("runtime: ") + test.runtime));
-        EXPECT_EQ(outcome.output.find("give --min-version") == std::string::npos, test.bounded) << outcome.output;
+        EXPECT_THAT(outcome.output, HasSubstr(std::string("runtime: ") + runtime));
+        // No class tells here which version the program needs.
+        const bool isBounded = options.starts_with("--min-version");
+        EXPECT_EQ(outcome.output.find("give --min-version") == std::string::npos, isBounded) << outcome.output;
     }
 }
 
