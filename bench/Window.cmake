@@ -13,7 +13,7 @@ if(NOT TARGET fake_java)
 endif()
 add_executable(window_bench window_bench.cpp ${PROJECT_SOURCE_DIR}/tests/end_to_end/AppBundle.cpp)
 target_include_directories(window_bench PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/tests/end_to_end)
-target_link_libraries(window_bench PRIVATE bench_harness PkgConfig::BENCH_X11)
+target_link_libraries(window_bench PRIVATE bench_harness kestrav_platform PkgConfig::BENCH_X11)
 target_compile_definitions(window_bench PRIVATE
   KESTRAV_TEMPLATE="${CMAKE_BINARY_DIR}/Launcher.app"
   KESTRAV_FAKE_JAVA="$<TARGET_FILE:fake_java>"
