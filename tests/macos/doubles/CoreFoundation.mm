@@ -89,8 +89,11 @@ CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef, CFDataRef data, C
                                                CFPropertyListFormat *format, CFErrorRef *) {
     const Pool pool;
     NSData *bytes = object(data);
-    if ([bytes length] >= 3 && memcmp([bytes bytes], "\xEF\xBB\xBF", 3) == 0) {
-        bytes = [bytes subdataWithRange:NSMakeRange(3, [bytes length] - 3)];
+    const unsigned first = [bytes length] > 0 ? *static_cast<const UInt8 *>([bytes bytes]) : 0;
+    if (first >= 0xEF) { // of a byte order mark
+        const NSStringEncoding encoding = first == 0xEF ? NSUTF8StringEncoding : NSUnicodeStringEncoding;
+        NSString *text = [[[NSString alloc] initWithData:bytes encoding:encoding] autorelease];
+        bytes = [text dataUsingEncoding:NSUTF8StringEncoding];
     }
     NSPropertyListFormat found = NSPropertyListXMLFormat_v1_0;
     id list = nil;

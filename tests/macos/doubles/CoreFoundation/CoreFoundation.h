@@ -72,7 +72,6 @@ CALL(const UInt8 *, CFDataGetBytePtr, (CFDataRef data), [object(data) bytes])
 CALL(CFDateRef, CFDateCreate, (CFAllocatorRef, CFAbsoluteTime time),
      [[NSDate alloc] initWithTimeIntervalSinceReferenceDate:time])
 CALL(CFAbsoluteTime, CFDateGetAbsoluteTime, (CFDateRef date), [object(date) timeIntervalSinceReferenceDate])
-
 typedef const struct {
 } CFArrayCallBacks, CFDictionaryKeyCallBacks, CFDictionaryValueCallBacks;
 CFArrayCallBacks kCFTypeArrayCallBacks, kCFTypeDictionaryKeyCallBacks, kCFTypeDictionaryValueCallBacks;
@@ -91,7 +90,6 @@ CALL(void, CFDictionarySetValue, (CFMutableDictionaryRef dictionary, const void 
      [object(dictionary) setObject:object(value) forKey:object(key)])
 typedef void (*CFDictionaryApplierFunction)(const void *key, const void *value, void *context);
 void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFunction function, void *context);
-
 enum { kCFPropertyListOpenStepFormat = 1, kCFPropertyListXMLFormat_v1_0 = 100, kCFPropertyListImmutable = 0 };
 CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef, CFDataRef data, CFOptionFlags,
                                                CFPropertyListFormat *format, CFErrorRef *);
@@ -126,7 +124,6 @@ CALL(void, CFPreferencesSetAppValue, (CFStringRef key, CFPropertyListRef value, 
 CALL(void, CFPreferencesAddSuitePreferencesToApp, (CFStringRef, CFStringRef suite),
      [[NSUserDefaults standardUserDefaults] addSuiteNamed:object(suite)])
 CALL(Boolean, CFPreferencesAppSynchronize, (CFStringRef), [[NSUserDefaults standardUserDefaults] synchronize])
-
 enum { kCFCharacterSetWhitespaceAndNewline = 3, kCFCharacterSetDecimalDigit = 4, kCFCharacterSetPunctuation = 11 };
 CALL(CFCharacterSetRef, CFCharacterSetGetPredefined, (CFCharacterSetPredefinedSet set),
      set == kCFCharacterSetDecimalDigit  ? [NSCharacterSet decimalDigitCharacterSet]
@@ -134,7 +131,6 @@ CALL(CFCharacterSetRef, CFCharacterSetGetPredefined, (CFCharacterSetPredefinedSe
                                          : [NSCharacterSet whitespaceAndNewlineCharacterSet])
 CALL(Boolean, CFCharacterSetIsCharacterMember, (CFCharacterSetRef set, UniChar character),
      [object(set) characterIsMember:character])
-
 enum { kCFUserNotificationStopAlertLevel = 0 }; // an empty message is not shown
 CALL(SInt32, CFUserNotificationDisplayNotice,
      (CFTimeInterval timeout, CFOptionFlags flags, CFURLRef icon, CFURLRef sound, CFURLRef localization,
