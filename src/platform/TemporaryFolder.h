@@ -37,6 +37,7 @@ private:
     [[nodiscard]] std::string makeIn(const std::string &place, std::int64_t room);
     [[nodiscard]] bool makeInAny(const std::vector<std::string> &places, std::int64_t room);
     [[nodiscard]] std::error_code lockAndProbe(int parent, const std::string &name);
+    [[nodiscard]] std::error_code tryToRemove();
 
     std::string path_;
     std::string passedOver_;

@@ -48,6 +48,7 @@ TEST(Faults, AreOvercomeOrTold) {
         {installed, "poll", {1, 2, 3, -1}, EINTR},
         {shipping, "open", {3, 4, 5, 6, 7}, ENFILE},
         {shipping, "mkdir", {1, 2, 3, 4}, ENOSPC},
+        {shipping, "read", {-4}, EINTR},
         {shipping, "write", {2, 3, 4}, ENOSPC},
         {shipping, "link", {1}, ENOSPC},
         {shipping, "chmod", {1, 2, 3}, EIO},
@@ -57,8 +58,8 @@ TEST(Faults, AreOvercomeOrTold) {
         {downloading, "socket", {1, -1}, EMFILE},
         {downloading, "connect", {1}, ENETUNREACH},
         {downloading, "send", {1}, ECONNRESET},
-        {downloading, "recv", {1, 2}, EINTR},
-        {downloading, "poll", {1, 2, 3, 4}, ENOMEM},
+        {downloading, "recv", {1, 2, -1}, EINTR},
+        {downloading, "poll", {1, 2, 3, 4, -1}, ENOMEM},
     };
     std::vector<std::pair<std::string, std::unique_ptr<Launch>>> runs;
     for (const auto &[bundle, kind, calls, error] : cases) {

@@ -46,10 +46,11 @@ bool readMore(const FileDescriptor &file, std::string &bytes) {
     constexpr std::size_t pieceSize = std::size_t{256} * 1024;
     const std::size_t kept = bytes.size();
     bytes.resize(kept + pieceSize);
-    ssize_t count = 0;
-    do {
+    constexpr int attempts = 100; // where it is interrupted
+    ssize_t count = ::read(file.get(), bytes.data() + kept, pieceSize);
+    for (int attempt = 1; count < 0 && errno == EINTR && attempt < attempts; ++attempt) {
         count = ::read(file.get(), bytes.data() + kept, pieceSize);
-    } while (count < 0 && errno == EINTR);
+    }
     bytes.resize(kept + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     return count > 0;
 }

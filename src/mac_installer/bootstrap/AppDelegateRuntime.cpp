@@ -6,6 +6,7 @@
 #include "mac_installer/archive/Unpacker.h"
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/RuntimeHome.h"
+#include "mac_installer/launcher/failure.h"
 #include "mac_installer/launcher/global.h"
 #include "platform/DebugLog.h"
 #include "platform/Exception.h"
@@ -208,7 +209,12 @@ void AppDelegate::removeTemporaryDirectory() {
         return;
     }
     if (const auto error = tempDir->remove()) {
-        platform::Log("%s [Line %d] could not remove %@: %@", signature, __LINE__, tempDir->path(), error.message());
+        try {
+            platform::Log("%s [Line %d] could not remove %@: %@", signature, __LINE__, tempDir->path(),
+                          error.message());
+        } catch (const std::exception &) {
+            tellOfRemainder(tempDir->path());
+        }
     }
     tempDir.reset();
 }

@@ -30,17 +30,20 @@ std::string_view reasonOf(const std::exception &exception) {
     return reason;
 }
 
-/// The notice where there is no memory to look up its text and to find out how to show it.
-void writeLastWords(std::string_view reason) {
+/// Writes a line that begins with the program's name, without memory of its own.
+void writeLine(std::string_view text, std::string_view detail, std::string_view end) {
     constexpr int patience = 1000; // milliseconds
     const std::string_view program = launchGlobals.programPath != nullptr ? launchGlobals.programPath : "launcher";
-    for (const std::string_view piece : {program.substr(program.rfind('/') + 1),
-                                         std::string_view(": An internal error kept this application from starting: "),
-                                         reason, std::string_view(".\n")}) {
+    for (const std::string_view piece : {program.substr(program.rfind('/') + 1), text, detail, end}) {
         if (!platform::writeWithin(STDERR_FILENO, piece, patience)) {
             return;
         }
     }
+}
+
+/// The notice where there is no memory to look up its text and to find out how to show it.
+void writeLastWords(std::string_view reason) {
+    writeLine(": An internal error kept this application from starting: ", reason, ".\n");
 }
 
 void logFailure(const char *signature, int line, const std::exception &exception) {
@@ -64,6 +67,10 @@ void reportFailure(const char *signature, int line, const std::exception &except
     } catch (const std::exception &) {
         return; // the log has no more memory than the notice
     }
+}
+
+void tellOfRemainder(std::string_view path) noexcept {
+    writeLine(": could not remove ", path, ": there is not enough memory\n");
 }
 
 void endUnexpectedly() noexcept {

@@ -3,6 +3,7 @@
 #include "platform/Exception.h"
 
 #include <functional>
+#include <string_view>
 
 // The top of each mode: what nobody below could handle is shown, logged and ends the process.
 
@@ -12,6 +13,9 @@ namespace kestrav {
 /// log with the call stack of the place that raised it; standard error has the stack only with KESTRAV_LOG=yes. Without
 /// the memory for that the text of a notice goes to standard error.
 void reportFailure(const char *signature, int line, const std::exception &exception) noexcept;
+
+/// Says on standard error that something could not be removed, where there is no memory to log it.
+void tellOfRemainder(std::string_view path) noexcept;
 
 /// For `std::set_terminate`: an exception that nobody could catch, or that there was no memory to raise, ends the
 /// process with the text of a notice and status 1.

@@ -52,12 +52,17 @@ PropertyList integerValue(plist_t node) {
 
 PropertyList toPropertyList(plist_t node);
 
+/// What libplist hands out, where it hands out something unless it has no memory for it.
+template <class T> T *required(T *memory) {
+    return memory != nullptr ? memory : throw std::bad_alloc();
+}
+
 PropertyList arrayValue(plist_t node) {
     PropertyList::Array array;
     array.reserve(plist_array_get_size(node));
     plist_array_iter position = nullptr;
     plist_array_new_iter(node, &position);
-    const Memory<void> owner(position);
+    const Memory<void> owner(required(position));
     plist_t element = nullptr;
     for (plist_array_next_item(node, position, &element); element != nullptr;
          plist_array_next_item(node, position, &element)) {
@@ -70,7 +75,7 @@ PropertyList dictionaryValue(plist_t node) {
     PropertyList::Dictionary dictionary;
     plist_dict_iter position = nullptr;
     plist_dict_new_iter(node, &position);
-    const Memory<void> owner(position);
+    const Memory<void> owner(required(position));
     for (;;) {
         char *key = nullptr;
         plist_t value = nullptr;
@@ -79,7 +84,7 @@ PropertyList dictionaryValue(plist_t node) {
         if (value == nullptr) {
             return dictionary;
         }
-        dictionary.insert_or_assign(textOf(key), toPropertyList(value));
+        dictionary.insert_or_assign(textOf(required(key)), toPropertyList(value));
     }
 }
 
@@ -112,7 +117,7 @@ PropertyList toPropertyList(plist_t node) {
     case PLIST_KEY: {
         char *text = nullptr;
         plist_get_key_val(node, &text);
-        return textOf(Memory<char>(text).get());
+        return textOf(required(Memory<char>(text).get()));
     }
     case PLIST_UINT:
         return integerValue(node);

@@ -15,6 +15,7 @@
 #include <array>
 #include <chrono>
 #include <climits>
+#include <exception>
 #include <functional>
 #include <mutex>
 #include <system_error>
@@ -121,7 +122,11 @@ void Transfer::run() {
         failure_ = error.what();
     }
     constexpr std::int64_t pause = 10'000; // microseconds
-    while (!tryToEnd(complete)) {
+    constexpr int patience = 200;
+    for (int attempt = 0; !tryToEnd(complete); ++attempt) {
+        if (attempt == patience) {
+            std::terminate(); // whoever waits for the end cannot be told
+        }
         sleepMicroseconds(pause);
     }
 }

@@ -88,8 +88,9 @@ bool writeWithin(int descriptor, std::string_view bytes, int milliseconds) {
     // A pipe that polls as writable takes this much without blocking.
     constexpr std::size_t pieceSize = PIPE_BUF;
     while (!bytes.empty()) {
-        if (!awaitWritable(descriptor, milliseconds)) {
-            return false;
+        pollfd writable{descriptor, POLLOUT, 0};
+        if (uninterrupted([&] { return poll(&writable, 1, milliseconds); }) == 0) {
+            return false; // where it cannot be asked, which only a fault of the system brings about, it is written to
         }
         const std::size_t size = std::min(bytes.size(), pieceSize);
         const ssize_t written = uninterrupted([&] { return write(descriptor, bytes.data(), size); });

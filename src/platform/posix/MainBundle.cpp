@@ -39,8 +39,8 @@ const Bundle &Bundle::mainBundle() {
         if (!bundle) {
             bundle = std::unique_ptr<Bundle>(new Bundle(path, {})); // removed while it runs
         }
-        state.current = bundle.get();
-        state.made.push_back(std::move(bundle));
+        state.made.push_back(std::move(bundle)); // may raise, and then there is none
+        state.current = state.made.back().get();
     }
     return *state.current;
 }

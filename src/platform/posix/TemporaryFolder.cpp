@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <iterator>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -141,6 +142,7 @@ std::string TemporaryFolder::makeIn(const std::string &place, std::int64_t room)
         return objection;
     }
     const std::string name = ProcessInfo::processInfo().globallyUniqueString();
+    std::string path = appendingPathComponent(place, name); // before the folder is there, which a failure would leave
     if (::mkdirat(directory.get(), name.c_str(), ownerOnly) != 0) {
         return lastError().message();
     }
@@ -150,7 +152,7 @@ std::string TemporaryFolder::makeIn(const std::string &place, std::int64_t room)
         removeTree(directory.get(), name.c_str());
         return error == std::errc::permission_denied ? "programs cannot be started from it" : error.message();
     }
-    path_ = appendingPathComponent(place, name);
+    path_ = std::move(path);
     return {};
 }
 
@@ -170,6 +172,18 @@ std::error_code TemporaryFolder::lockAndProbe(int parent, const std::string &nam
 }
 
 std::error_code TemporaryFolder::remove() {
+    constexpr int attempts = 3; // without memory, which may be there the next time
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        try {
+            return tryToRemove();
+        } catch (const std::bad_alloc &) {
+            continue;
+        }
+    }
+    return std::make_error_code(std::errc::not_enough_memory);
+}
+
+std::error_code TemporaryFolder::tryToRemove() {
     const FileDescriptor folder = openDirectory(AT_FDCWD, path_);
     if (!folder.valid()) {
         return errno == ENOENT ? std::error_code() : lastError();

@@ -71,6 +71,23 @@ struct Session {
     std::string refusal = {}; // why the answer is not taken
 };
 
+/// Counts waits that end at once although nothing comes of it. So many in a row mean that the system interrupts every
+/// call.
+class IdleRounds {
+public:
+    [[nodiscard]] bool tooMany(Clock::time_point lastSign, Clock::duration waited) {
+        constexpr int patience = 10'000;
+        const bool idle = waited < std::chrono::milliseconds(1) && lastSign == lastSign_;
+        count_ = idle ? count_ + 1 : 0;
+        lastSign_ = lastSign;
+        return count_ > patience;
+    }
+
+private:
+    Clock::time_point lastSign_;
+    int count_ = 0;
+};
+
 /// Spaces and bytes beyond ASCII percent-encoded, as browsers do; host names have an encoding of their own.
 std::string encoded(std::string_view text) {
     const std::size_t authority = text.find("://");
@@ -193,7 +210,7 @@ bool prepare(Session &session, CURLU *url, curl_slist *headers, Sockets &sockets
 }
 
 CURLcode perform(Session &session, CURLM *multi) {
-    for (;;) {
+    for (IdleRounds rounds;;) {
         int running = 0;
         if (curl_multi_perform(multi, &running) != CURLM_OK) {
             return CURLE_FAILED_INIT;
@@ -207,7 +224,8 @@ CURLcode perform(Session &session, CURLM *multi) {
             const CURLMsg *message = curl_multi_info_read(multi, &others);
             return message == nullptr ? CURLE_FAILED_INIT : message->data.result;
         }
-        const auto silence = std::chrono::ceil<std::chrono::milliseconds>(Clock::now() - session.lastSign).count();
+        const auto begin = Clock::now();
+        const auto silence = std::chrono::ceil<std::chrono::milliseconds>(begin - session.lastSign).count();
         const std::int64_t patience = session.request.timeoutMilliseconds - silence;
         if (patience <= 0) {
             return CURLE_OPERATION_TIMEDOUT;
@@ -216,6 +234,9 @@ CURLcode perform(Session &session, CURLM *multi) {
         const auto wait = static_cast<int>(std::min<std::int64_t>(patience, untilStep));
         if (curl_multi_poll(multi, &wake, 1, wait, nullptr) != CURLM_OK) {
             return CURLE_FAILED_INIT;
+        }
+        if (rounds.tooMany(session.lastSign, Clock::now() - begin)) {
+            return CURLE_RECV_ERROR;
         }
     }
 }
