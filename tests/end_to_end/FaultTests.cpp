@@ -46,7 +46,7 @@ TEST(Faults, AreOvercomeOrTold) {
         {installed, "spawn", {1}, EAGAIN},
         {installed, "wait", {1, 2}, EINVAL},
         {installed, "poll", {1, 2, 3, -1}, EINTR},
-        {shipping, "open", {3, 4, 5, 6, 7}, ENFILE},
+        {shipping, "open", {3, 4, 5, 6, 7, -6, -7, -8}, ENFILE},
         {shipping, "mkdir", {1, 2, 3, 4}, ENOSPC},
         {shipping, "read", {-4}, EINTR},
         {shipping, "write", {2, 3, 4}, ENOSPC},

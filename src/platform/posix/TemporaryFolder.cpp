@@ -149,7 +149,10 @@ std::string TemporaryFolder::makeIn(const std::string &place, std::int64_t room)
     const std::error_code error = lockAndProbe(directory.get(), name);
     if (error) {
         lock_.reset();
-        removeTree(directory.get(), name.c_str());
+        if (removeTree(directory.get(), name.c_str())) {
+            // Without a descriptor for it, it could not be filled either.
+            static_cast<void>(::unlinkat(directory.get(), name.c_str(), AT_REMOVEDIR));
+        }
         return error == std::errc::permission_denied ? "programs cannot be started from it" : error.message();
     }
     path_ = std::move(path);
