@@ -129,7 +129,6 @@ TEST_F(Search, PlainRuntimeDirectoriesCountByTheirReleaseFile) {
     make("java-8", "JAVA_VERSION=\"1.8.0_392\"\n");
     make("jdk-24", "JAVA_VERSION=\"24\"\nJAVA_RUNTIME_VERSION=\"24-ea+7\"\n");
     make("jdk-99", "SOURCE=\"\"\n");
-    directory.write("root/usr/lib/jvm/.java-21.jinfo", "");
     EXPECT_EQ(find({{"ksv.maxVersion", "17"}, {"ksv.vmIdPrefix", "Exam"}}), jvm + "zulu-17");
     EXPECT_EQ(launcher.javaMajorVersion, 17);
     EXPECT_EQ(find({}), jvm + "java-21");
@@ -137,8 +136,7 @@ TEST_F(Search, PlainRuntimeDirectoriesCountByTheirReleaseFile) {
     EXPECT_EQ(find({{"ksv.minVersion", "99"}}), std::nullopt);
     EXPECT_THAT(logged("] checking /"),
                 ElementsAre("checking " + jvm + "jdk-24", "checking " + jvm + "java-21", "checking " + jvm + "zulu-17",
-                            "checking " + jvm + "java-8", "checking " + jvm + ".java-21.jinfo",
-                            "checking " + jvm + "jdk-99"));
+                            "checking " + jvm + "java-8", "checking " + jvm + "jdk-99"));
     const std::string first = makeRuntime(std::string(jdks) + "jdk-8.jdk", "1.8.0");
     EXPECT_EQ(find({}), first); // the fixed locations come first
 }

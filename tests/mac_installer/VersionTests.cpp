@@ -6,6 +6,7 @@ namespace kestrav::tests {
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 
 TEST(Versions, AreSplitIntoRunsAndSingleSeparators) {
     EXPECT_TRUE(Launcher::splitVersionString("").empty());
@@ -79,6 +80,87 @@ TEST(Versions, BoundsAreInclusiveAndOnlyAsLongAsTheyAre) {
         EXPECT_EQ(Launcher::compareVersion(bound, list, false), asMinimum) << bound.value_or("-") << " min " << version;
         EXPECT_EQ(Launcher::compareVersion(bound, list, true), asMaximum) << bound.value_or("-") << " max " << version;
     }
+}
+
+class Check : public LauncherFixture {
+protected:
+    /// Checks a runtime bundle with this Info.plist.
+    OptionalText check(Dictionary info, const OptionalText &min = {}, const OptionalText &max = {},
+                       bool allowBeta = false, bool plugin = false, const OptionalText &prefix = {}) {
+        directory.write("runtime/Contents/Info.plist", PropertyList(std::move(info)).serialize());
+        launcher.javaBundle = platform::Bundle::create(directory / "runtime");
+        return launcher.checkJavaVersion(min, max, allowBeta, plugin, prefix);
+    }
+    static Dictionary version(const char *text) { return {{"JavaVM", Dictionary{{"JVMVersion", text}}}}; }
+};
+
+TEST_F(Check, AcceptedVersionsAreCutAndRecorded) {
+    struct Case {
+        const char *version;
+        const char *result;
+        int major;
+    };
+    for (const auto &[text, result, major] :
+         {Case{"1.8.0_202", "1.8.0", 8}, Case{"17.0.1+12", "17.0.1", 17}, Case{"11.0.2", "11.0.2", 11},
+          Case{"1.8", "1.8", 8}, Case{"1", "1", 1}, Case{"", "", 0}}) {
+        EXPECT_EQ(check(version(text)), result);
+        EXPECT_EQ(launcher.javaVersion, text);
+        EXPECT_EQ(launcher.javaMajorVersion, major) << text;
+    }
+    // A refused one leaves the earlier values.
+    EXPECT_EQ(check(version("1.8.0_202"), "1.8", "1.8"), "1.8.0");
+    EXPECT_EQ(check(version("11.0.2"), "1.8", "1.8"), std::nullopt);
+    EXPECT_EQ(launcher.javaVersion, "1.8.0_202");
+    EXPECT_EQ(launcher.javaMajorVersion, 8);
+    EXPECT_THAT(logged("comparing3"), testing::Contains("comparing3 11.0.2 (\n    11,\n    0,\n    2\n) 1.8 1.8"));
+}
+
+TEST_F(Check, WhatABundleDeclaresDecides) {
+    const Dictionary seventeen{{"JVMVersion", "17"}};
+    const Dictionary early{{"JavaVM", Dictionary{{"JVMVersion", "17-ea"}}}};
+    const Dictionary marked{{"JavaVM", seventeen}, {"EvarVersion", "17-beta"}};
+    const Dictionary told{{"JavaVM", seventeen}, {"CFBundleGetInfoString", "a release of 17"}};
+    const Dictionary named{{"JavaVM", seventeen}, {"CFBundleIdentifier", "com.example.jdk"}};
+    const Dictionary plugin{{"CFBundleVersion", "1.8.202.08"}};
+    struct Case {
+        Dictionary info;
+        bool allowBeta;
+        OptionalText prefix;
+        OptionalText result;
+    };
+    for (const auto &[info, allowBeta, prefix, result] :
+         {Case{early, false, {}, {}}, Case{version("17-rc+1"), false, {}, {}}, Case{early, true, {}, "17-ea"},
+          Case{marked, false, {}, {}}, Case{marked, true, {}, "17"}, Case{told, false, {}, {}},
+          Case{told, true, {}, "17"}, Case{version("17"), false, "com.example", "17"}, // has no identifier
+          Case{named, false, "com.example", "17"}, Case{named, false, "com.Example", {}}, Case{named, false, "", "17"},
+          Case{plugin, false, {}, {}}, Case{{{"JavaVM", "text"}}, true, {}, {}},
+          Case{{{"JavaVM", Dictionary{{"JVMVersion", 17}}}}, true, {}, {}}}) {
+        EXPECT_EQ(check(info, {}, {}, allowBeta, false, prefix), result) << PropertyList(info).description();
+    }
+    // The plug-in's own form of a version.
+    EXPECT_EQ(check(plugin, "1.8.0_202", "1.8.0_202", false, true), "1.8.202.08");
+    EXPECT_EQ(check(plugin, "1.8.0_203", "", false, true), std::nullopt);
+    EXPECT_EQ(check(version("1.8.0_202"), "1.8.0_202", {}, false, true), "1.8.0"); // the usual form already
+}
+
+TEST_F(Check, ATranslatedProcessNeedsItsOwnArchitecture) {
+    Dictionary info = version("17");
+    info.emplace("CFBundleExecutable", "libjli.dylib");
+    const auto result = [&](const std::string &bytes, std::optional<std::int32_t> translated) {
+        directory.write("runtime/Contents/MacOS/libjli.dylib", bytes + std::string(24, '\0'));
+        platform::testing::setSystemControl(
+            [=](const std::string &name) { return name == "sysctl.proc_translated" ? translated : std::nullopt; });
+        return check(info);
+    };
+    const std::string x86("\xcf\xfa\xed\xfe\x07\x00\x00\x01", 8);
+    const std::string arm("\xcf\xfa\xed\xfe\x0c\x00\x00\x01", 8);
+    EXPECT_EQ(result(arm, std::nullopt), "17");
+    EXPECT_EQ(result(arm, 0), "17");
+    EXPECT_EQ(result(arm, 1), std::nullopt);
+    EXPECT_THAT(log.back(), HasSubstr("_Bool checkArchitecture(CFBundleRef) [Line 81] checking architectures 16777223 "
+                                      "(\n    16777228\n)"));
+    EXPECT_EQ(result(x86, 1), "17");
+    EXPECT_EQ(result("no program", 1), std::nullopt);
 }
 
 } // namespace

@@ -32,14 +32,14 @@ TEST_F(URLDownloadTests, StoresWhatTheServerSends) {
         {"/until-the-end", "HTTP/1.0 200 OK\r\n\r\ncontent"},
         {"/gzip", "HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 7\r\n\r\n\x1F\x8B\x08rest"},
         {"/interim", "HTTP/1.1 103 Early Hints\r\n\r\n" + ok("content")},
-        {"/a%20b/%C3%A9?c%20d%2F", ok("content")},
+        {"/%C3%A9?c%20d%2F", ok("content")},
     }));
     const Stored cases[] = {
         {server.url("/plain#fragment"), "content", 7},
         {server.url("/until-the-end"), "content", -1},
         {server.url("/gzip"), "\x1F\x8B\x08rest", 7},
         {server.url("/interim"), "content", 7},
-        {server.url("/a b/\xC3\xA9?c d%2F"), "content", 7},
+        {server.url("/\xC3\xA9?c d%2F"), "content", 7},
         {"file:" + sources.path() + "/a%20b%C3%A9%25", "from a file", 11},
     };
     for (const Stored &test : cases) {
