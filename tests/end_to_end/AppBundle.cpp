@@ -1,7 +1,5 @@
 #include "AppBundle.h"
 
-#include "programs/packing.h"
-
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -64,13 +62,12 @@ std::string AppBundle::addRuntime(const std::string &path) const {
     return runtime.string();
 }
 
-void AppBundle::addPackedArchives(const std::string &home, const std::map<std::string, std::string> &contents) {
-    linkFile(KESTRAV_FAKE_UNPACK200, home + "/bin/unpack200");
-    for (const auto &[name, content] : contents) {
-        const fs::path file = fs::path(home) / (name + ".pack");
-        fs::create_directories(file.parent_path());
-        std::ofstream(file, std::ios::binary) << pack(content);
-    }
+std::string AppBundle::addPackedRuntime() const {
+    const fs::path home = addRuntime(path_ + "/Contents/PlugIns/jre.bundle") + "/Contents/Home";
+    fs::copy_file(KESTRAV_FAKE_UNPACK200, home / "bin/unpack200");
+    fs::create_directory(home / "lib");
+    std::ofstream(home / "lib/rt.jar.pack") << pack("content");
+    return home.string();
 }
 
 } // namespace kestrav::tests

@@ -3,7 +3,6 @@
 #include "platform/PropertyList.h"
 #include "support/TemporaryDirectory.h"
 
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,8 +36,8 @@ public:
 
     /// Makes a runtime bundle around `fake_java` and returns its path. `path` is absolute or below the folder.
     std::string addRuntime(const std::string &path) const;
-    /// Puts the test programs' `fake_unpack200` and a packed archive for each content into a runtime's home.
-    static void addPackedArchives(const std::string &home, const std::map<std::string, std::string> &contents);
+    /// Makes the application's own runtime, with an archive to be unpacked, and returns its home.
+    [[nodiscard]] std::string addPackedRuntime() const;
     /// The runtime that the configuration names as it is made.
     [[nodiscard]] std::string runtime() const { return folder_ / "installed.jdk"; }
 
@@ -46,6 +45,11 @@ private:
     TemporaryDirectory folder_;
     std::string path_;
 };
+
+/// What `fake_unpack200` unpacks.
+inline std::string pack(const std::string &content) {
+    return "PACKED FOR TESTS\n" + content;
+}
 
 /// A hard link, or a copy where the file system changes.
 void linkFile(const std::string &from, const std::string &to);

@@ -213,13 +213,6 @@ Report Launch::report() const {
     return report;
 }
 
-void expectStatus(const Launches &runs, int status) {
-    for (const auto &run : runs) {
-        EXPECT_EQ(run->wait(), status);
-        EXPECT_EQ(run->errors(), "");
-    }
-}
-
 void expectRefusal(Launch &run, std::string_view message, std::string_view title) {
     EXPECT_EQ(run.wait(), 1);
     EXPECT_FALSE(run.childStarted());

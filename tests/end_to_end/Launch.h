@@ -8,7 +8,6 @@
 
 #include <functional>
 #include <map>
-#include <memory>
 #include <set>
 #include <string>
 #include <string_view>
@@ -71,13 +70,6 @@ private:
     pid_t pid_ = -1;
     bool ended_ = false;
 };
-
-/// Several runs at once: each stays for five seconds after the child's start, so tables start them all and then
-/// collect them.
-using Launches = std::vector<std::unique_ptr<Launch>>;
-
-/// Expects that the runs end with this status, and without a word.
-void expectStatus(const Launches &runs, int status);
 
 /// Waits until a condition holds; false, and a failed test, if it does not within a minute.
 bool waitUntil(const std::function<bool()> &condition, std::string_view what);

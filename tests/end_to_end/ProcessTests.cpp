@@ -1,4 +1,4 @@
-// What the child is given, which signals reach it, and what becomes of its end.
+// What a run reads first, what its child is given, which signals reach it, and what becomes of its end.
 
 #include "Launch.h"
 
@@ -9,9 +9,12 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <memory>
 
 namespace kestrav::tests {
 namespace {
+
+namespace fs = std::filesystem;
 
 using testing::ElementsAre;
 
@@ -24,8 +27,7 @@ TEST(Process, ExitStatusIsTheChilds) {
         int number;
         int status;
     };
-    for (const auto &[end, number, status] :
-         {Case{"FAKE_EXIT", 255, 255}, Case{"FAKE_DIE", SIGKILL, 137}, Case{"FAKE_DIE", SIGTERM, 143}}) {
+    for (const auto &[end, number, status] : {Case{"FAKE_EXIT", 255, 255}, Case{"FAKE_DIE", SIGTERM, 143}}) {
         Launch run(bundle, {.environment = {{end, std::to_string(number)}}});
         EXPECT_EQ(run.wait(), status);
         EXPECT_EQ(run.errors(), "");
@@ -87,7 +89,7 @@ TEST(Process, AnyBundlePathWorks) {
         bundle.addRuntime(path + "/Contents/Resources/jre.bundle");
         const std::string link = bundle.folder() / "link";
         linkFile(bundle.executable(), path + "/Contents/MacOS/Any Name");
-        std::filesystem::create_symlink(path + "/Contents/MacOS/Any Name", link);
+        fs::create_symlink(path + "/Contents/MacOS/Any Name", link);
         Launch run(bundle, {.program = link});
         const Report report = run.report();
         EXPECT_EQ(report.directory, path);
@@ -96,12 +98,38 @@ TEST(Process, AnyBundlePathWorks) {
     }
 }
 
+TEST(Configuration, OnlyAWholeFileIsRead) {
+    AppBundle bundle;
+    const std::pair<std::string, const char *> cases[] = {
+        {"", ": Info.plist is damaged: line 1"},
+        {PropertyList(Array{}).serialize(), ": Info.plist is an array, not a dictionary"},
+        {"<!DOCTYPE plist [<!ENTITY a SYSTEM \"/dev/zero\">]><plist><string>&a;</string></plist>",
+         ": Info.plist is damaged: line "},
+        {"bplist00", ": Info.plist is damaged"},
+    };
+    for (const auto &[content, message] : cases) {
+        SCOPED_TRACE(content);
+        bundle.rawInfo = content;
+        Launch run(bundle);
+        expectRefusal(run, message, "launcher");
+    }
+    // No file at all, then none that can be read: a link that leads nowhere, so that the test writes none either.
+    const std::string file = bundle.path() + "/Contents/Info.plist";
+    for (const auto &[target, message] :
+         {std::pair{"nowhere/at/all", "no MainClass"}, {"Resources", "Info.plist cannot be read"}}) {
+        fs::remove(file);
+        fs::create_symlink(target, file);
+        Launch run(bundle);
+        expectRefusal(run, message, "launcher");
+    }
+}
+
 TEST(Signals, EndTheChildAndAtOnceTheRun) {
     const AppBundle bundle;
     bool atOnce = false; // for which a busy machine may need another try
     for (int tries = 0; tries < 5 && !atOnce; ++tries) {
         const auto begin = std::chrono::steady_clock::now();
-        Launches runs;
+        std::vector<std::unique_ptr<Launch>> runs;
         for (std::size_t i = 0; i < passedOn.size(); ++i) {
             runs.push_back(std::make_unique<Launch>(bundle, Start{.environment = {{"FAKE_PAUSE", "1"}}}));
         }

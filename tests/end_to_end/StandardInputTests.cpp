@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <memory>
 #include <random>
 
 namespace kestrav::tests {
@@ -76,8 +77,7 @@ TEST(StandardInput, KeepsWhatTheChildDoesNotRead) {
         bool hasEnd; // of the input is there
     };
     for (const auto &[size, isFile, hasEnd] :
-         {Case{0, true, true}, Case{70, true, true}, Case{0, false, true}, Case{70, false, false},
-          Case{59'000, false, true}, Case{60'000, false, false}}) {
+         {Case{70, true, true}, Case{0, false, true}, Case{59'000, false, true}, Case{60'000, false, false}}) {
         auto [input, end] = makePipe();
         EXPECT_TRUE(writeAll(end.get(), content));
         if (hasEnd) {

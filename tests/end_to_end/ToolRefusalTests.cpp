@@ -160,25 +160,20 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
 
 TEST(Tool, AnExistingApplicationStaysUntilTheNewOneIsComplete) {
     const TemporaryDirectory folder;
-    const std::vector<std::string> options{"--jar", KESTRAV_PROGRAM_JAR, "--runtime", makeHome(folder)};
-    const auto with = [&](std::initializer_list<std::string> more) {
-        auto all = options;
-        all.insert(all.end(), more);
-        return all;
-    };
+    const std::string words = "--jar " KESTRAV_PROGRAM_JAR " --runtime " + makeHome(folder);
     folder.write("Test.app/precious", "kept");
-    EXPECT_THAT(makeTool(folder, with({"--replace"})).output,
+    EXPECT_THAT(makeTool(folder, {"--replace"}, words).output,
                 HasSubstr("is not an application, so it is not replaced"));
     folder.write("Test.app/Contents/Info.plist", "old");
-    EXPECT_THAT(makeTool(folder, options).output, HasSubstr("is already there"));
-    EXPECT_THAT(makeTool(folder, with({"--replace", "--icon", folder / "none"})).output, HasSubstr("cannot be read"));
+    EXPECT_THAT(makeTool(folder, {}, words).output, HasSubstr("is already there"));
+    EXPECT_THAT(makeTool(folder, {"--replace", "--icon", "none"}, words).output, HasSubstr("cannot be read"));
     EXPECT_EQ(contentOf(folder / "Test.app/precious"), "kept");
     // Several at once, and a killed run before them.
     folder.write(".kestrav-bundle-killed/old/Other.app/Contents/Info.plist", "other");
     folder.write(".kestrav-bundle-killed/old/Test.app/Contents/Info.plist", "older");
     std::vector<std::future<Outcome>> runs(4);
     for (auto &each : runs) {
-        each = std::async(std::launch::async, [&] { return makeTool(folder, with({"--replace"})); });
+        each = std::async(std::launch::async, [&] { return makeTool(folder, {"--replace"}, words); });
     }
     for (auto &each : runs) {
         const Outcome outcome = each.get();

@@ -2,9 +2,10 @@
 //   FAKE_REPORT=FILE    write the report there (NUL-separated "key=value", in place only when it is complete)
 //   FAKE_STDIN=FILE     copy standard input to the file until its end
 //   FAKE_STDIN_SIZE=N   but read no more than so many bytes
-//   FAKE_SIGNALS=FILE   append the name of every SIGINT, SIGQUIT, SIGHUP, SIGUSR1 and SIGTERM; the last ends with
-//   status 7 FAKE_PAUSE=1        wait until a signal ends the process FAKE_DIE=N          die from signal N FAKE_EXIT=N
-//   exit status
+//   FAKE_SIGNALS=FILE   append the name of every SIGINT, SIGQUIT, SIGHUP, SIGUSR1 and SIGTERM; the last ends with 7
+//   FAKE_PAUSE=1        wait until a signal ends the process
+//   FAKE_DIE=N          die from signal N
+//   FAKE_EXIT=N         exit status
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -16,9 +17,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <map>
 #include <string>
 
 namespace {
@@ -70,9 +71,7 @@ void copyStandardInput(const char *path) {
     for (;;) {
         int number = 0;
         sigwait(&signals, &number);
-        static const std::map<int, const char *> names{
-            {SIGINT, "INT "}, {SIGQUIT, "QUIT "}, {SIGHUP, "HUP "}, {SIGUSR1, "USR1 "}, {SIGTERM, "TERM "}};
-        std::ofstream(path, std::ios::app) << names.at(number);
+        std::ofstream(path, std::ios::app) << std::string(sigabbrev_np(number)) + ' ';
         if (number == SIGTERM) {
             std::_Exit(7);
         }

@@ -21,10 +21,6 @@ public final class Main {
         switch (end) {
             case "throw":
                 throw new IllegalStateException("thrown");
-            case "halt":
-                Runtime.getRuntime().addShutdownHook(new Thread(() -> output.println("hook")));
-                Runtime.getRuntime().halt(77);
-                break;
             case "wait":
                 Runtime.getRuntime().addShutdownHook(new Thread(() -> output.println("hook")));
                 output.println("waiting");
