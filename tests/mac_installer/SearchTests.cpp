@@ -234,6 +234,11 @@ TEST_F(OwnRuntime, AnybodysIsNotHeeded) {
         EXPECT_EQ(launcher.findJavaBundle(false), std::nullopt);
     }
     EXPECT_EQ(logged("rejected"), Strings{"rejected " + folder + "/jre.bundle: everybody can write to it"});
+
+    const std::string java = directory.write("base/.kestrav/jre/bin/java", "");
+    std::filesystem::permissions(java, std::filesystem::perms::all);
+    EXPECT_EQ(launcher.findJavaBundle(false), std::nullopt);
+    EXPECT_THAT(logged("rejected"), testing::Contains("rejected " + java + ": everybody can write to it"));
 }
 
 TEST_F(OwnRuntime, IsUnpackedTheInnerRuntimeFirst) {

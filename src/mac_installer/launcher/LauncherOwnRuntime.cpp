@@ -52,7 +52,10 @@ bool Launcher::openOwnRuntime(const FileManager &fileManager) {
     const std::string base = replacingAppPackage(*baseDir, bundlePath);
     const auto isThere = [&](const char *place) {
         javaBundlePath = appendingPathComponent(base, place);
-        return fileManager.directoryExistsAtPath(*javaBundlePath) && mayBeHeeded(signature, __LINE__, *javaBundlePath);
+        const std::string home = runtimeHome(*javaBundlePath, fileManager);
+        return fileManager.directoryExistsAtPath(*javaBundlePath) &&
+               mayBeHeeded(signature, __LINE__, *javaBundlePath) &&
+               mayBeHeeded(signature, __LINE__, appendingPathComponent(home, "bin/java"));
     };
     if (isThere(".kestrav/jre.bundle")) {
         javaBundle = Bundle::create(*javaBundlePath);
