@@ -82,11 +82,11 @@ TEST(Localization, FindsATableIfThereIsAny) {
     } cases[] = {
         {"de_AT.UTF-8", "en", {"de", "en"}, "de"},
         {"de_AT.UTF-8", "en", {"German", "en"}, "German"},
-        {"de", std::nullopt, {"English", "fr"}, "English"},
+        {"de", std::nullopt, {"Czech", "English"}, "English"},
         {"de", "French", {"fr", "it"}, "fr"},
         {"de", std::nullopt, {"nl", "fr"}, "fr"},
         {"de", "sv", {"en", "sv"}, "sv"},
-        {"de", "sv", {"en", "fr"}, "en"},
+        {"de", "sv", {"cs", "en"}, "en"},
         {"fr:de", "sv", {"de", "sv"}, "de"},
         {"de", "tlh", {"fr", ""}, ""},
         {"de", "tlh", {}, std::nullopt},
