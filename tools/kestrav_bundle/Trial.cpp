@@ -10,7 +10,9 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <optional>
 #include <string_view>
+#include <utility>
 
 namespace kestrav::tools {
 
@@ -32,6 +34,20 @@ bool canBeTried(const std::string &option) {
     constexpr std::array others{"-include-options ", "-agentlib:", "-agentpath:", "-javaagent:", "-Xrun"};
     return option.find("${") == std::string::npos && !beginsWithAny(option, others) &&
            platform::runtimeKnowsOption(option);
+}
+
+/// True for options that fail where a module is not found.
+bool namesModules(const std::string &option) {
+    constexpr std::array naming{"--add-modules", "--limit-modules", "--module="};
+    return beginsWithAny(option, naming);
+}
+
+/// Where the application has modules; nothing if that shows only where it runs.
+std::optional<std::string> knownModulePath(const PropertyList &javaVM, const std::string &application) {
+    std::string path = replacingAppPackage(stringValue(javaVM, "ModulePath").value_or(""), application);
+    path = platform::replacingOccurrences(path, "${launcher:sys.launcherDirectory}", application);
+    const bool isKnown = path.find_first_of("$*") == std::string::npos;
+    return isKnown ? std::optional(std::move(path)) : std::nullopt;
 }
 
 /// A folder in which the entries of the application's working directory can be found, but nothing of it is changed.
@@ -75,11 +91,15 @@ public:
         : trial_(trial), application_(fs::absolute(trial.application).lexically_normal().string()),
           java_(appendingPathComponent(getJreLocation(trial.runtime.folder, {}), "bin/java")) {
         const PropertyList &javaVM = *trial.info.find("JavaVM");
+        const auto modulePath = knownModulePath(javaVM, application_);
         for (const std::string &option :
              stringArrayValue(javaVM, "VMOptionArray").value_or(std::vector<std::string>())) {
-            if (canBeTried(option)) {
+            if (canBeTried(option) && (modulePath || !namesModules(option))) {
                 options_.push_back(replacingAppPackage(option, application_));
             }
+        }
+        if (modulePath && !modulePath->empty()) {
+            options_.insert(options_.end(), {"-p", *modulePath});
         }
         linkWorkingDirectory(replacingAppPackage(stringValue(javaVM, "WorkingDirectory").value_or(""), application_),
                              trial.folder);
