@@ -4,6 +4,7 @@
 #include "Request.h"
 #include "platform/FileDescriptor.h"
 #include "platform/FileManager.h"
+#include "platform/uninterrupted.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -173,9 +174,9 @@ void readContent(const TreeEntry &entry, const std::function<void(std::string_vi
     std::string piece(pieceSize, '\0');
     std::uint64_t copied = 0;
     ssize_t count = file.valid() ? 1 : -1;
-    while (count > 0 || (count < 0 && file.valid() && errno == EINTR)) {
+    while (count > 0) {
         raiseIfInterrupted();
-        count = ::read(file.get(), piece.data(), piece.size());
+        count = platform::uninterrupted([&] { return ::read(file.get(), piece.data(), piece.size()); });
         if (count > 0) {
             copied += static_cast<std::uint64_t>(count);
             if (copied > entry.size) {

@@ -3,6 +3,7 @@
 #include "Interruption.h"
 #include "platform/FileManager.h"
 #include "platform/path.h"
+#include "platform/uninterrupted.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -11,7 +12,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <optional>
@@ -62,8 +62,7 @@ public:
     ~Child() {
         if (pid_ > 0) {
             ::kill(-pid_, SIGKILL);
-            while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
-            }
+            static_cast<void>(platform::uninterrupted([this] { return ::waitpid(pid_, nullptr, 0); }));
         }
     }
 

@@ -3,6 +3,7 @@
 #include "Interruption.h"
 #include "platform/exchangeItems.h"
 #include "platform/path.h"
+#include "platform/uninterrupted.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -33,10 +34,7 @@ FileDescriptor openFolder(const std::string &path) {
 enum class Lock { taken, busy, unknown };
 
 Lock tryLock(const FileDescriptor &file) {
-    int result = 0;
-    do {
-        result = ::flock(file.get(), LOCK_EX | LOCK_NB);
-    } while (result != 0 && errno == EINTR);
+    const int result = platform::uninterrupted([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); });
     return result == 0 ? Lock::taken : errno == EWOULDBLOCK ? Lock::busy : Lock::unknown;
 }
 

@@ -1,11 +1,11 @@
 #include "mac_installer/archive/GzipTrailer.h"
 
 #include "platform/FileDescriptor.h"
+#include "platform/uninterrupted.h"
 
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <limits>
 #include <string_view>
 #include <utility>
@@ -46,11 +46,7 @@ bool readMore(const FileDescriptor &file, std::string &bytes) {
     constexpr std::size_t pieceSize = std::size_t{256} * 1024;
     const std::size_t kept = bytes.size();
     bytes.resize(kept + pieceSize);
-    constexpr int attempts = 100; // where it is interrupted
-    ssize_t count = ::read(file.get(), bytes.data() + kept, pieceSize);
-    for (int attempt = 1; count < 0 && errno == EINTR && attempt < attempts; ++attempt) {
-        count = ::read(file.get(), bytes.data() + kept, pieceSize);
-    }
+    const ssize_t count = platform::uninterrupted([&] { return ::read(file.get(), bytes.data() + kept, pieceSize); });
     bytes.resize(kept + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     return count > 0;
 }

@@ -1,7 +1,7 @@
 #include "platform/linux/FileHeader.h"
 
 #include "platform/FileDescriptor.h"
-#include "platform/posix/uninterrupted.h"
+#include "platform/uninterrupted.h"
 
 #include <elf.h>
 #include <unistd.h>

@@ -1,8 +1,8 @@
 #include "platform/Clock.h"
 
 #include "platform/posix/NeverDestroyed.h"
-#include "platform/posix/uninterrupted.h"
 #include "platform/testing.h"
+#include "platform/uninterrupted.h"
 
 #include <sys/time.h>
 

@@ -1,6 +1,6 @@
 #include "platform/FileDescriptor.h"
 
-#include "platform/posix/uninterrupted.h"
+#include "platform/uninterrupted.h"
 
 #include <fcntl.h>
 #include <poll.h>

@@ -1,7 +1,7 @@
 #include "platform/FileLock.h"
 
 #include "platform/posix/directory.h"
-#include "platform/posix/uninterrupted.h"
+#include "platform/uninterrupted.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

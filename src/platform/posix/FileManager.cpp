@@ -5,8 +5,8 @@
 #include "platform/path.h"
 #include "platform/posix/directory.h"
 #include "platform/posix/removeTree.h"
-#include "platform/posix/uninterrupted.h"
 #include "platform/text.h"
+#include "platform/uninterrupted.h"
 
 #include <array>
 #include <cerrno>

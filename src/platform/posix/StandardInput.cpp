@@ -5,7 +5,7 @@
 #include "platform/SignalsBlocked.h"
 #include "platform/Thread.h"
 #include "platform/posix/pipes.h"
-#include "platform/posix/uninterrupted.h"
+#include "platform/uninterrupted.h"
 
 #include <fcntl.h>
 

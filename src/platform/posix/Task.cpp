@@ -6,7 +6,7 @@
 #include "platform/Signals.h"
 #include "platform/format.h"
 #include "platform/posix/closeOtherDescriptors.h"
-#include "platform/posix/uninterrupted.h"
+#include "platform/uninterrupted.h"
 
 #include <fcntl.h>
 #include <spawn.h>
