@@ -19,7 +19,8 @@ std::vector<std::string> temporaryDirectories() {
 
 std::string cacheDirectory() {
     const auto identifier = Bundle::mainBundle().bundleIdentifier();
-    const std::string name = identifier && !identifier->empty() ? *identifier : ProcessInfo::processInfo().processName();
+    const std::string name =
+        identifier && !identifier->empty() ? *identifier : ProcessInfo::processInfo().processName();
     return appendingPathComponent(appendingPathComponent(homeDirectory(), "Library/Caches"), name);
 }
 

@@ -188,8 +188,7 @@ std::unique_ptr<URLDownload> URLDownload::create(const URLRequest &request, URLD
 - (void)download:(NSURLDownload *)service didFailWithError:(NSError *)error {
     if (download != nullptr) {
         NSString *url = [[error userInfo] objectForKey:NSURLErrorFailingURLStringErrorKey];
-        const std::string address =
-            kestrav::platform::textOfString([[[service request] URL] absoluteString]);
+        const std::string address = kestrav::platform::textOfString([[[service request] URL] absoluteString]);
         download->fail(kestrav::platform::hostMayBeSecret(address)
                            ? kestrav::platform::untoldFailure
                            : kestrav::platform::textOfString([error localizedDescription]),
