@@ -75,37 +75,6 @@ TEST_F(DownloadProgress, OfAnUnknownLength) {
     EXPECT_FALSE(delegate.shouldDecodeSourceDataOfMIMEType("application/gzip"));
 }
 
-class ProgressWindow : public LauncherFixture {};
-
-TEST_F(ProgressWindow, IsHiddenByConfigurationOrArguments) {
-    struct Case {
-        Dictionary info;
-        Strings arguments;
-        bool visible;
-    };
-    const Dictionary on{{"ksv.initialProgress", true}};
-    const Case cases[] = {
-        {{}, {}, true},
-        {{}, {"-c"}, true}, // entry 0 is the program
-        {{}, {"Tool", "-c"}, false},
-        {{}, {"Tool", "x", "-q"}, false},
-        {{}, {"Tool", "-C", "-quiet", "q", "-cx"}, true},
-        {on, {"Tool", "-q"}, false},
-        {{{"ksv.initialProgress", "NO"}}, {"Tool"}, false},
-    };
-    for (const auto &[info, arguments, visible] : cases) {
-        configure(info);
-        platform::testing::setArguments(arguments);
-        AppDelegate delegate;
-        platform::Window window;
-        delegate.setWindow(&window);
-        log.clear();
-        delegate.applicationWillFinishLaunching();
-        EXPECT_EQ(window.isVisible(), visible) << testing::PrintToString(arguments);
-        EXPECT_EQ(wasLogged("hiding progress window"), !visible);
-    }
-}
-
 TEST(JavaProcess, GetsWhatTheTerminalSentBeforeItWasThere) {
     JavaProcess process("/bin/sleep", {"60"});
     const auto before = platform::monotonicNanoseconds();

@@ -1,5 +1,3 @@
-#include "mac_installer/launcher/failure.h"
-#include "platform/DebugLog.h"
 #include "platform/Exception.h"
 #include "support/LauncherFixture.h"
 
@@ -10,38 +8,12 @@
 namespace kestrav::tests {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::Not;
 
 class Configuration : public LauncherFixture {
 protected:
     ~Configuration() override { std::filesystem::current_path("/"); }
-
-    JavaParameters readConfiguration(Dictionary javaVM = {}, Dictionary info = {}) {
-        info.emplace("JavaVM", std::move(javaVM));
-        configure(std::move(info));
-        return launcher.readJavaParameters(platform::FileManager());
-    }
 };
-
-TEST_F(Configuration, WhatIsAlwaysThereAndWhatOnlyMacRuntimesKnow) {
-    platform::testing::setArguments({"Tool", "-J-Xmx1g"});
-    auto parameters = readConfiguration();
-    EXPECT_THAT(parameters.options, ElementsAre("-Xdock:name=(null)", "-Dksv.ownBundlePath=" + bundlePath));
-    EXPECT_THAT(parameters.args, ElementsAre("-J-Xmx1g"));
-    EXPECT_EQ(parameters.mainClass, std::nullopt);
-    EXPECT_FALSE(parameters.firstThread);
-    EXPECT_EQ(std::filesystem::current_path(), bundlePath);
-
-    parameters = readConfiguration({{"StartOnMainThread", true}, {"MainClass", "com.example.Main"}},
-                                   {{"CFBundleIconFile", "app.icns"}, {"CFBundleName", "Tool Name"}});
-    EXPECT_THAT(parameters.options, ElementsAre("-Xdock:icon=" + bundlePath + "/Contents/Resources/app.icns",
-                                                "-Xdock:name=Tool Name", "-Dksv.ownBundlePath=" + bundlePath));
-    EXPECT_EQ(parameters.mainClass, "com.example.Main");
-    EXPECT_TRUE(parameters.firstThread);
-}
 
 TEST_F(Configuration, TheSiblingFileLosesThreeCharactersWhateverTheyAre) {
     for (const auto &[bundle, sibling] : {std::pair{"A.app", "A.vmoptions"},
@@ -51,151 +23,126 @@ TEST_F(Configuration, TheSiblingFileLosesThreeCharactersWhateverTheyAre) {
         directory.makeDirectory(bundle);
         directory.write(sibling, "-from-sibling");
         platform::testing::setMainBundle(directory / bundle);
-        EXPECT_THAT(launcher.readJavaParameters(platform::FileManager()).options, Contains("-from-sibling")) << bundle;
+        EXPECT_THAT(launcher.readJavaParameters(platform::FileManager()).options, testing::Contains("-from-sibling"))
+            << bundle;
     }
-}
-
-TEST_F(Configuration, TheFirstMatchingVersionPatternCounts) {
-    struct Case {
-        const char *version;
-        int major;
-        Array entries;
-        Strings expected;
-    };
-    const Array a{"-a"};
-    const Array b{"-b"};
-    const Case cases[] = {
-        {"11.0.2", 11, {"9-10", a, "11-17", b}, {"-b"}},
-        {"11.0.2", 11, {"11-11", a, "11-17", b}, {"-a"}},
-        {"1.8.0_202", 8, {"*1.8", a, "*1.?.0_20?", b}, {"-b"}},
-        {"1.8.0_202", 8, {"9-10", a, "8-8"}, {}}, // the odd last entry has no options
-        {"1.8.0_202", 8, {"8", a}, {}},
-        {"0", 0, {"x-", a}, {"-a"}},
-    };
-    for (const auto &[version, major, entries, expected] : cases) {
-        launcher.javaVersion = version;
-        launcher.javaMajorVersion = major;
-        auto options = readConfiguration({{"VersionSpecificVMOptions", entries}}).options;
-        options.resize(options.size() - 2);
-        EXPECT_EQ(options, expected) << version << " " << PropertyList(entries).description();
-    }
-    EXPECT_THAT(logged("ERROR in version"), Contains("ERROR in version specific options 8"));
-}
-
-TEST_F(Configuration, TheLanguageIsSetUnlessItIsAlready) {
-    directory.write("home/.config/kestrav/.GlobalPreferences.plist",
-                    PropertyList(Dictionary{{"AppleLocale", "fr_CA@calendar=buddhist"}}).serialize());
-    const auto &process = platform::ProcessInfo::processInfo();
-    const auto &readByAnotherThread = process.environment();
-    readConfiguration();
-    EXPECT_EQ(process.environmentVariable("LANG"), "fr_CA.UTF-8");
-    EXPECT_EQ(readByAnotherThread.count("LANG"), 0U);
-    EXPECT_FALSE(wasLogged("Tool.vmoptions: ")) << "a file that need not be there";
 }
 
 TEST_F(Configuration, AValueOfTheWrongTypeIsNamed) {
     launcher.javaVersion = "17";
     launcher.javaMajorVersion = 17;
-    std::vector<Dictionary> cases{{{"StartOnMainThread", Array{}}},
-                                  {{"VMOptionArray", Array{"-a", 7}}},
-                                  {{"VersionSpecificVMOptions", Array{17, Array{}}}},
-                                  {{"VersionSpecificVMOptions", Array{"17-17", true}}}};
-    for (const char *key : {"WorkingDirectory", "ClassPath", "OptionsFile", "SplashFile", "ModulePath", "MainClass",
-                            "VMOptionArray", "VersionSpecificVMOptions", "ArgumentArray"}) {
-        cases.push_back({{key, 7}});
-    }
-    for (const Dictionary &javaVM : cases) {
+    for (const auto &[key, value] : {std::pair<const char *, PropertyList>("ClassPath", 7),
+                                     {"StartOnMainThread", Array{}},
+                                     {"VMOptionArray", Array{"-a", 7}},
+                                     {"VersionSpecificVMOptions", Array{17, Array{}}},
+                                     {"VersionSpecificVMOptions", Array{"17-17", true}}}) {
+        configure({{"JavaVM", Dictionary{{key, value}}}});
         try {
-            readConfiguration(javaVM);
-            ADD_FAILURE() << javaVM.begin()->first;
+            static_cast<void>(launcher.readJavaParameters(platform::FileManager()));
+            ADD_FAILURE() << key;
         } catch (const platform::Exception &exception) {
-            EXPECT_THAT(exception.reason(), HasSubstr(javaVM.begin()->first));
+            EXPECT_THAT(exception.reason(), testing::HasSubstr(key));
         }
     }
 }
 
-TEST_F(Configuration, TheCommandLineHasWhatThisPlatformsRuntimesKnow) {
-    launcher.javaBundlePath = "/opt/jdk";
-    const JavaParameters parameters{{"-Xdock:name=x", "-a", "-XstartOnFirstThread"}, "Main", {"-Xdock:name=y"}, false};
-    EXPECT_THAT(
-        launcher.commandLine(parameters, "/tmp/jre.tar.gz"),
-        ElementsAre("-a", "-Dksv.jreBundle=/opt/jdk", "-Dksv.tarFile=/tmp/jre.tar.gz", "Main", "-Xdock:name=y"));
-    EXPECT_THAT(launcher.commandLine(parameters, std::nullopt), Not(Contains(HasSubstr("tarFile"))));
-    EXPECT_TRUE(wasLogged("left out -XstartOnFirstThread"));
-    EXPECT_THROW(static_cast<void>(launcher.commandLine({}, std::nullopt)), platform::Exception); // no class
+TEST_F(Configuration, OfTheWrongTypeDoesNotHideANotice) {
+    configure({{"CFBundleName", 7}, {"ksv.baseDir", Array{}}});
+    Launcher::displayError("key");
+    EXPECT_EQ(notices, Strings{": key"});
 }
 
-class Messages : public LauncherFixture {
+class Options : public LauncherFixture {
 protected:
-    std::string shown(std::string_view key, const OptionalText &a = {}, const OptionalText &b = {}) {
-        notices.clear();
-        Launcher::displayError(key, a, b);
-        return notices.empty() ? "nothing" : notices.front();
+    /// Reads `content` as an options file; the class path starts as `classPath`.
+    OptionalText read(std::string_view content, OptionalText classPath = std::nullopt) {
+        options.clear();
+        return launcher.readOptionsFile(directory.write("tool.vmoptions", content), options, std::move(classPath),
+                                        bundlePath);
     }
+    Strings options;
 };
 
-TEST_F(Messages, AreFilledOnlyWithAFirstArgument) {
-    configure({{"CFBundleName", "Tool"}});
-    directory.write("Tool.app/Contents/Resources/en.lproj/Localizable.strings",
-                    R"("one" = "is 100%d %@"; "two" = "%2$@ needs %1$@, not %3$@";
-                       "dorvik.InternalError" = "Oh: %@.";)");
-    EXPECT_EQ(shown("one"), "Tool: is 100%d %@");
-    EXPECT_EQ(shown("two", "17", "App %@"), "Tool: App %@ needs 17, not (null)");
-    EXPECT_EQ(shown("two", "17"), "Tool: (null) needs 17, not (null)");
-    EXPECT_EQ(shown("No such key"), "Tool: No such key");
-    // The text around it ends the sentence.
-    reportFailure("f", 1, platform::Exception("Name", "There is a stop."));
-    EXPECT_EQ(notices.back(), "Tool: Oh: There is a stop.");
-}
-
-TEST_F(Messages, AMissingRuntimeIsToldWithTheVersionsThatWillDo) {
-    const std::string all = R"("JavaMaxVersionError" = "max %3$@";)";
-    const std::string usual = R"("AppleJavaMinVersionError" = "min %1$@ %2$@ %3$@";)";
-    struct Case {
-        const std::string &table;
-        Dictionary bounds;
-        const char *message;
+TEST_F(Options, LinesBecomeOptions) {
+    const std::pair<std::string, Strings> cases[] = {
+        {"-a\r\n-b\n\r\n-c\r-d", {"-a", "-b", "-c", "-d"}},
+        {"\t-x # no comment \t\n #\n", {"-x # no comment"}},
+        {"\xEF\xBB\xBF-first", {"-first"}}, // editors put a byte-order mark before it
+        {"-classpath:x\n-include-options\n-classpath", {"-classpath:x", "-include-options", "-classpath"}},
+        {"-D=\xE4\n", {}}, // not UTF-8
+        {"-Dname=\u00fcber \U0001F600", {"-Dname=\u00fcber \U0001F600"}},
     };
-    const Case cases[] = {
-        {all, {{"ksv.minVersion", ""}, {"ksv.maxVersion", "11"}}, "max 11"},
-        {usual, {{"ksv.maxVersion", "11"}}, "min %1$@ %2$@ %3$@"},
-        {usual, {{"ksv.minVersion", "8"}, {"ksv.maxVersion", "11"}}, "min 8 Tool 11"},
+    for (const auto &[content, expected] : cases) {
+        EXPECT_EQ(read(content), std::nullopt) << content;
+        EXPECT_EQ(options, expected) << content;
+    }
+}
+
+TEST_F(Options, IncludesWithoutEndEnd) {
+    constexpr int length = 10'000; // a chain, each of whose files includes the next one twice
+    for (int i = 0; i < length; ++i) {
+        const std::string next = "-include-options " + std::to_string(i + 1) + "\n";
+        directory.write("twice/" + std::to_string(i), next + next);
+    }
+    read("-include-options twice/0\n-last");
+    EXPECT_THAT(options, ElementsAre("-last"));
+    EXPECT_TRUE(wasLogged("too many files are included"));
+}
+
+TEST_F(Options, AFileThatIncludesItselfIsReadOnce) {
+    directory.write("a.txt", "-a1\n-include-options b.txt\n-a2");
+    directory.write("b.txt", "-b\n-include-options ./a.txt\n-include-options link.txt\n-include-options c.txt");
+    directory.write("c.txt", "-c");
+    directory.write("\"half", "-half\n-classpath/p x.jar"); // no pair of quotes
+    std::filesystem::create_symlink("a.txt", directory / "link.txt");
+    EXPECT_EQ(read("-include-options a.txt\n-include-options c.txt\n-include-options c.txt\n-include-options \"half"),
+              "x.jar:(null)");
+    EXPECT_THAT(options, ElementsAre("-a1", "-b", "-c", "-a2", "-c", "-c", "-half"));
+    EXPECT_TRUE(wasLogged("includes itself"));
+}
+
+class Variables : public LauncherFixture {};
+
+TEST_F(Variables, AreReplacedWhereTheyAreKnown) {
+    setEnvironment({{"EMPTY", ""}, {"A", "${B}"}, {"B", "${A}!"}, {"WITH SPACE", "x y"}, {"Z}", "brace"}});
+    const std::string &app = bundlePath;
+    const std::pair<std::string, std::string> cases[] = {
+        {"$APP_PACKAGE/lib:$APP_PACKAGE", app + "/lib:" + app},
+        {"${launcher:sys.jvmHome}", "${launcher:sys.jvmHome}"}, // no runtime yet
+        {"${NO_SUCH_VAR}${EMPTY}", "${NO_SUCH_VAR}"},
+        {"${WITH SPACE}", "x y"},
+        {"${Z}}", "brace"},
+        {"${A}", "${A}!"}, // B's turn comes after A's, A's does not come again
+        {"${B}", "${A}!"},
+        {"${${A}", "${${A}!"},
+        {"${", "${"},
     };
-    for (auto [table, info, message] : cases) {
-        directory.write("Tool.app/Contents/Resources/en.lproj/Localizable.strings", table);
-        info.emplace("CFBundleName", "Tool");
-        configure(info);
-        notices.clear();
-        launcher.displayMissingRuntime();
-        EXPECT_EQ(notices, Strings{std::string("Tool: ") + message});
+    for (const auto &[text, expected] : cases) {
+        EXPECT_EQ(launcher.replaceVariables(text), expected) << text;
     }
-    // Of the refused runtimes the one with the highest version is named.
-    Array sequence{"R" + directory.makeDirectory("bare"), "R" + directory.write("file", "")};
-    for (const char *version : {"1.8.0_202", "17.0.9", "9"}) {
-        sequence.emplace_back("R" + makeRuntime(version, version));
+    // Many names without an end take no longer than their number asks for: the square of it is half an hour.
+    std::string many;
+    for (int count = 0; count < 1'000'000; ++count) {
+        many += "${";
     }
-    configure({{"ksv.minVersion", "21"}, {"JavaVM", Dictionary{{"SearchSequence", sequence}}}});
-    EXPECT_EQ(launcher.findJavaBundle(false), std::nullopt);
-    launcher.displayMissingRuntime();
-    EXPECT_EQ(notices.back(), ": min 21 (null) (null)\n" + (directory / "17.0.9") +
-                                  ": version 17.0.9 is not within the bounds, minimum 21");
+    EXPECT_EQ(launcher.replaceVariables(many), many);
+    EXPECT_EQ(launcher.replaceVariables(many + "B}"), many.substr(2) + "${A}!");
 }
 
-TEST_F(Messages, SurviveAConfigurationOfTheWrongType) {
-    configure({{"CFBundleName", 7}, {"ksv.baseDir", Array{}}});
-    EXPECT_EQ(shown("key"), ": key");
-}
-
-TEST_F(Messages, TheDebugLogIsDecidedOnceAndExactly) {
-    for (const char *value : {"yes", "yes ", ""}) {
-        platform::testing::setDebugLog(std::nullopt);
-        setEnvironment({{"KESTRAV_LOG", value}});
-        log.clear();
-        _DLog("%s [Line %d] first", "f", 1);
-        setEnvironment({{"KESTRAV_LOG", value == std::string("yes") ? "no" : "yes"}});
-        _DLog("%s [Line %d] second", "f", 2);
-        EXPECT_EQ(log.size(), value == std::string("yes") ? 2U : 0U) << value;
+TEST_F(Variables, ThatHoldOneAnotherDoNotGrowWithoutEnd) {
+    platform::ProcessInfo::Environment doubling;
+    for (char name = 'a'; name < 'z'; ++name) {
+        const std::string next = "${" + std::string(1, static_cast<char>(name + 1)) + "}";
+        doubling[std::string(1, name)] = next + next;
     }
+    setEnvironment(doubling);
+    try {
+        static_cast<void>(launcher.replaceVariables("-Dx=${a}"));
+        FAIL();
+    } catch (const platform::Exception &exception) {
+        EXPECT_EQ(exception.reason(), "\"-Dx=${a}\" is too long once its variables are replaced");
+    }
+    EXPECT_EQ(launcher.replaceVariables("${s}").size(), 4U * 128);
 }
 
 } // namespace
