@@ -33,9 +33,10 @@ void prepareDownloads() {
 
 void finishDownloads(int /*others*/) {} // a connection that is over or cancelled leaves nothing that works on
 
-void runMainLoop() {
+void runMainLoop(bool wait) {
     NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init];
-    [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode beforeDate:[NSDate dateWithTimeIntervalSinceNow:0.05]];
+    NSDate *end = [NSDate dateWithTimeIntervalSinceNow:wait ? 0.05 : 0];
+    [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode beforeDate:end];
     [pool drain];
 }
 

@@ -44,8 +44,9 @@ void finishDownloads(int others) {
     }
 }
 
-void runMainLoop() {
-    platform::OperationQueue::mainQueue().waitAndRun();
+void runMainLoop(bool wait) {
+    auto &queue = platform::OperationQueue::mainQueue();
+    wait ? queue.waitAndRun() : queue.runPending();
 }
 
 } // namespace kestrav::tests

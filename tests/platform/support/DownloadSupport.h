@@ -11,7 +11,7 @@ void prepareDownloads();
 /// libraries that clean up then. `others` counts the threads begun since the first `prepareDownloads` that stay.
 void finishDownloads(int others = 0);
 
-/// Waits for something to happen on the main thread, then lets it happen; may also return without.
-void runMainLoop();
+/// Lets happen what is to happen on the main thread; may wait for it before.
+void runMainLoop(bool wait = true);
 
 } // namespace kestrav::tests
