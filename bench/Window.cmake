@@ -8,15 +8,13 @@ add_executable(window_bare window_bare.cpp)
 target_link_libraries(window_bare PRIVATE kestrav_settings PkgConfig::BENCH_GTK)
 
 # What stands in for Java behind the window; bench and tests share it.
-if(NOT TARGET fake_java)
-  add_executable(fake_java ${PROJECT_SOURCE_DIR}/tests/end_to_end/programs/fake_java.cpp)
-endif()
+configure_file(${PROJECT_SOURCE_DIR}/tests/end_to_end/programs/fake_java . COPYONLY)
 add_executable(window_bench window_bench.cpp ${PROJECT_SOURCE_DIR}/tests/end_to_end/AppBundle.cpp)
 target_include_directories(window_bench PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/tests/end_to_end)
 target_link_libraries(window_bench PRIVATE bench_harness kestrav_platform PkgConfig::BENCH_X11)
 target_compile_definitions(window_bench PRIVATE
   KESTRAV_TEMPLATE="${CMAKE_BINARY_DIR}/Launcher.app"
-  KESTRAV_FAKE_JAVA="$<TARGET_FILE:fake_java>"
+  KESTRAV_FAKE_JAVA="${CMAKE_CURRENT_BINARY_DIR}/fake_java"
   KESTRAV_FAKE_UNPACK200=""
   KESTRAV_WINDOW_BARE="$<TARGET_FILE:window_bare>")
-add_dependencies(window_bench launcher launcher_bundle fake_java window_bare)
+add_dependencies(window_bench launcher launcher_bundle window_bare)

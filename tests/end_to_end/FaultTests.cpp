@@ -74,7 +74,8 @@ TEST(Faults, AreOvercomeOrTold) {
         }
     }
     for (const AppBundle *bundle : std::initializer_list<const AppBundle *>{&installed, &shipping, &downloading}) {
-        runs.emplace_back("small stack", std::make_unique<Launch>(*bundle, Start{.smallStack = true}));
+        runs.emplace_back("small stack",
+                          std::make_unique<Launch>(*bundle, Start{.by = {"/usr/bin/prlimit", "--stack=65536"}}));
     }
     for (const auto &[fault, run] : runs) {
         SCOPED_TRACE(fault);
@@ -84,8 +85,9 @@ TEST(Faults, AreOvercomeOrTold) {
 
 TEST(Faults, WithoutMemoryTheTextOfANoticeIsWritten) {
     const AppBundle bundle;
-    for (const char *allocations : {"0", "1", "2", "4", "8", "16"}) {
-        Launch run(bundle, {.environment = {{"LD_PRELOAD", KESTRAV_FAILING_MALLOC}, {"FAIL_MALLOC", allocations}}});
+    for (const char *allocations : {"1", "2", "3", "5", "9", "17"}) {
+        const std::string fault = std::string("malloc:") + allocations + "+:12";
+        Launch run(bundle, {.environment = {{"LD_PRELOAD", KESTRAV_FAULTS}, {"KESTRAV_FAULT", fault}}});
         EXPECT_EQ(run.wait(), 1) << allocations;
         EXPECT_EQ(run.errors().find("launcher: An internal error kept this application from starting: "), 0U)
             << run.errors();

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,19 +22,10 @@ constexpr std::chrono::seconds patience{60};
 constexpr std::chrono::seconds patienceAfterFailure{1}; // the rest of a failed test need not take minutes
 constexpr std::chrono::milliseconds pollInterval{5};
 constexpr uid_t nobody = 65534;
-constexpr int lastDescriptor = 255;
 constexpr int failedToStart = 126;
 
 /// Between fork and exec: only calls that are safe there.
 [[noreturn]] void become(const Start &start, int input, int output, int errors, char **arguments, char **environment) {
-    sigset_t mask;
-    sigemptyset(&mask);
-    for (const int number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGCHLD}) {
-        if (start.signalsIgnored) {
-            signal(number, SIG_IGN);
-            sigaddset(&mask, number == SIGTERM ? SIGTERM : SIGUSR2);
-        }
-    }
     if (start.terminal.empty()) {
         setpgid(0, 0);
     } else {
@@ -45,31 +35,7 @@ constexpr int failedToStart = 126;
     dup2(output, STDOUT_FILENO);
     dup2(errors, STDERR_FILENO);
     dup2(input, STDIN_FILENO);
-    for (int descriptor = start.descriptorsClosed ? 0 : STDERR_FILENO + 1; descriptor <= lastDescriptor; ++descriptor) {
-        close(descriptor);
-    }
-    if (start.inBackground) {
-        // This process is the session's leader, a child in a group of its own the program.
-        sigset_t bringForward;
-        sigemptyset(&bringForward);
-        sigaddset(&bringForward, SIGUSR1);
-        sigprocmask(SIG_BLOCK, &bringForward, nullptr);
-        const pid_t program = fork();
-        if (program != 0) {
-            int number = 0;
-            sigwait(&bringForward, &number);
-            tcsetpgrp(STDIN_FILENO, program);
-            int status = 0;
-            waitpid(program, &status, 0);
-            _exit(WIFEXITED(status) ? WEXITSTATUS(status) : failedToStart);
-        }
-        setpgid(0, 0);
-    }
-    sigprocmask(SIG_SETMASK, &mask, nullptr);
-    if (start.smallStack) {
-        const rlimit small{64 << 10, 64 << 10};
-        setrlimit(RLIMIT_STACK, &small);
-    }
+    closefrom(STDERR_FILENO + 1);
     if (start.asNobody && getuid() == 0 && (setgid(nobody) != 0 || setuid(nobody) != 0)) {
         _exit(failedToStart);
     }
@@ -131,7 +97,8 @@ Launch::Launch(const AppBundle &bundle, const Start &start) {
     for (const auto &[name, value] : variables) {
         environment.push_back(name + "=" + value);
     }
-    std::vector<std::string> arguments{start.program.empty() ? bundle.executable() : start.program};
+    std::vector<std::string> arguments = start.by;
+    arguments.push_back(start.program.empty() ? bundle.executable() : start.program);
     arguments.insert(arguments.end(), start.arguments.begin(), start.arguments.end());
     auto argumentPointers = pointers(arguments);
     auto environmentPointers = pointers(environment);
@@ -244,6 +211,7 @@ void Terminal::type(std::string_view keys) const {
 
 ArchiveWriter runtimeBundle() {
     return ArchiveWriter()
+        .file("size", contentOf(KESTRAV_TOOL).substr(0, 200'000)) // of several chunks
         .directory("Contents/Home/bin/")
         .file("Contents/Info.plist", runtimeInfo())
         .file("Contents/Home/bin/java", contentOf(KESTRAV_FAKE_JAVA), 0755);

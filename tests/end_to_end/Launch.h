@@ -21,7 +21,7 @@ struct Report {
     std::map<std::string, std::string> environment;
     std::string directory;
     std::set<std::string> descriptors;
-    std::set<std::string> signals; // those ignored or blocked
+    std::set<std::string> signals; // the sets of those that are blocked and ignored, by their names in /proc
 
     [[nodiscard]] bool has(std::string_view argument) const;
 };
@@ -32,12 +32,9 @@ struct Start {
     std::string program = {};                            // instead of the bundle's executable
     std::map<std::string, std::string> environment = {}; // on top of the run's own
     int standardInput = -1;                              // without one it is empty
-    bool descriptorsClosed = false;                      // all three of them
-    std::string terminal = {};   // the slave side of a pseudo-terminal: its session's leader, in the foreground
-    bool inBackground = false;   // with a terminal: only SIGUSR1 brings the program to the foreground
-    bool asNobody = false;       // as a user without rights, if the tests run as root
-    bool smallStack = false;     // 64 KiB
-    bool signalsIgnored = false; // as from a careless parent: termination signals ignored, SIGUSR2 blocked
+    std::vector<std::string> by = {};                    // a command that becomes or starts the program
+    std::string terminal = {}; // the slave side of a pseudo-terminal: its session's leader, in the foreground
+    bool asNobody = false;     // as a user without rights, if the tests run as root
 };
 
 /// One start of a bundle's executable, with a home, a configuration and a temporary directory of its own, and neither

@@ -45,7 +45,8 @@ TEST(StandardInput, ReachesTheChildWholeAndInOrder) {
     auto [burst, burstEnd] = makePipe();
     auto [slow, slowEnd] = makePipe();
     fcntl(slow.get(), F_SETFL, O_NONBLOCK); // as a parent may leave it
-    const auto closed = copyingRun(bundle, {.descriptorsClosed = true}, folder, "closed");
+    const auto closed =
+        copyingRun(bundle, {.by = {"/bin/sh", "-c", R"(exec "$@" <&- >&- 2>&-)", "sh"}}, folder, "closed");
     const auto unreadable = copyingRun(bundle, {.standardInput = writeOnly.get()}, folder, "unreadable");
     const auto fast = copyingRun(bundle, {.standardInput = burst.get()}, folder, "burst");
     const auto waiting = copyingRun(bundle, {.standardInput = slow.get()}, folder, "slow");
@@ -102,7 +103,11 @@ TEST(StandardInput, TerminalIsReadOnlyInItsForeground) {
     const Terminal front;
     const Terminal back;
     const auto foreground = copyingRun(bundle, {.terminal = front.slave()}, folder, "foreground");
-    const auto background = copyingRun(bundle, {.terminal = back.slave(), .inBackground = true}, folder, "background");
+    const char *const session = "$SIG{USR1} = sub { tcsetpgrp(0, $program) }; $program = fork;"
+                                "setpgid(0, 0), exec @ARGV unless $program;"
+                                "1 while waitpid($program, 0) < 0; exit $? >> 8";
+    const auto background = copyingRun(
+        bundle, {.by = {"/usr/bin/perl", "-MPOSIX", "-e", session}, .terminal = back.slave()}, folder, "background");
     for (const Terminal *terminal : {&front, &back}) {
         terminal->type("a line\nand another\n\x04"); // ends with the end-of-file key
     }
