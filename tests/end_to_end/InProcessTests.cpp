@@ -4,7 +4,6 @@
 #include "Launch.h"
 #include "mac_installer/launcher_main.h"
 
-#include <fcntl.h>
 #include <gmock/gmock.h>
 
 #include <csignal>
@@ -36,14 +35,6 @@ protected:
         return {.arguments = {invokeOtherMarker, file}, .environment = std::move(environment)};
     }
 
-    /// The JDK as a runtime bundle.
-    std::string runtimeBundle() const {
-        std::string runtime = bundle.folder().makeDirectory("Ein JDK.jdk");
-        bundle.folder().write("Ein JDK.jdk/Contents/Info.plist", runtimeInfo());
-        fs::create_directory_symlink(KESTRAV_JDK, runtime + "/Contents/Home");
-        return runtime;
-    }
-
     /// The bundle's runtime, with a launch library of the tests.
     std::string testRuntime(const std::string &variant = "COMPLETE") const {
         linkFile(KESTRAV_TEST_JLI "/" + variant + "/libjli.so", bundle.runtime() + "/Contents/Home/lib/libjli.so");
@@ -62,7 +53,9 @@ constexpr const char *mainClass = "org.example.program.Main";
 TEST_F(InProcess, JavaProgramRunsAsUnderTheRuntimesOwnCommand) {
     const std::string options = bundle.folder().write(
         "options", "# a comment\n-cp \"" + std::string(jar) + "\" # another\n\"-Dprogram.property='q' \\\"Q\\\"\"\n");
-    const std::string javaBundle = runtimeBundle();
+    const std::string javaBundle = bundle.folder().makeDirectory("Ein JDK.jdk");
+    fs::create_directories(javaBundle + "/Contents");
+    fs::create_directory_symlink(KESTRAV_JDK, javaBundle + "/Contents/Home");
     struct Case {
         std::vector<std::string> lines;
         int status;
@@ -87,16 +80,8 @@ TEST_F(InProcess, JavaProgramRunsAsUnderTheRuntimesOwnCommand) {
     }
 }
 
-TEST_F(InProcess, JavaProgramHasStreamsAndSignals) {
-    const std::string typed("typed\r\n\0\xFF bytes", 15);
-    Start copying = fromFile({KESTRAV_JDK, "-cp", jar, mainClass, "copy"});
-    const auto input = platform::FileDescriptor::open(bundle.folder().write("typed", typed).c_str(), O_RDONLY);
-    copying.standardInput = input.get();
-    Launch copy(bundle, copying);
+TEST_F(InProcess, JavaProgramHasTheSignals) {
     Launch waiting(bundle, fromFile({KESTRAV_JDK, "-cp", jar, mainClass, "wait"}));
-    EXPECT_EQ(copy.wait(), 77) << copy.errors();
-    EXPECT_THAT(copy.output(), EndsWith(typed));
-
     waitUntil([&] { return waiting.output().ends_with("waiting\n"); }, "the Java program");
     waiting.sendSignal(SIGTERM);
     EXPECT_EQ(waiting.wait(), 128 + SIGTERM);
@@ -112,21 +97,6 @@ TEST_F(InProcess, JavaProgramRunsOnceWhenTheRuntimeExecutesTheFileAgain) {
     EXPECT_EQ(run.wait(), 4) << run.errors();
     EXPECT_THAT(run.output(), StartsWith("argument @a \"b\"\nargument \nargument exit 4\nproperty null\nmodule null\n"
                                          "library path " KESTRAV_JDK "/lib/server:"));
-}
-
-TEST_F(InProcess, ConfiguredRuntimeIsLoaded) {
-    fs::remove(bundle.executable());
-    linkFile(KESTRAV_LOAD_MAIN, bundle.executable());
-    const std::string runtime = runtimeBundle();
-    bundle.javaVM["SearchSequence"] = Array{"R" + runtime};
-    bundle.javaVM["MainClass"] = mainClass;
-    bundle.javaVM["ClassPath"] = jar;
-    bundle.javaVM["VMOptionArray"] = Array{"-Dprogram.property=${launcher:sys.jvmHome}"};
-    Start start = fromFile({});
-    start.arguments = {"täxt", "exit 5"};
-    Launch run(bundle, start);
-    EXPECT_EQ(run.wait(), 5) << run.errors();
-    EXPECT_THAT(run.output(), StartsWith("argument täxt\nargument exit 5\nproperty " + runtime + "/Contents/Home\n"));
 }
 
 TEST_F(InProcess, LibraryMayEnterMainAgainOrExecuteTheFileAgain) {
@@ -145,15 +115,6 @@ TEST_F(InProcess, LibraryMayEnterMainAgainOrExecuteTheFileAgain) {
             << variable;
         EXPECT_EQ(run.errors(), "");
         EXPECT_TRUE(fs::exists(other));
-    }
-}
-
-TEST_F(InProcess, LibrariesOfTheWindowStayClosed) {
-    Launch run(bundle, fromFile({testRuntime(), "Main"}, {{"TEST_JLI_LIBRARIES", "1"}}));
-    EXPECT_EQ(run.wait(), 0) << run.errors();
-    EXPECT_THAT(run.output(), ContainsRegex("/libjli\\.so"));
-    for (const char *other : {"window", "gtk", "glib", "curl", "X11"}) {
-        EXPECT_THAT(run.output(), testing::Not(testing::HasSubstr(other)));
     }
 }
 

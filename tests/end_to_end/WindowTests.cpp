@@ -115,6 +115,7 @@ TEST(ProgressWindow, CostsNothingWhereItIsNotShown) {
         waitForWindows(display, shown ? 1 : 0);
         const std::string maps = contentOf("/proc/" + std::to_string(run.pid()) + "/maps");
         EXPECT_EQ(maps.find("libgtk") != std::string::npos, shown);
+        EXPECT_EQ(maps.find("libcurl"), std::string::npos);
     }
 }
 

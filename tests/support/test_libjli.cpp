@@ -2,13 +2,11 @@
 // environment asks for.
 //   TEST_JLI_ENTER_MAIN=1  the first call enters the program's `main` again, on a new thread, with the same vector
 //   TEST_JLI_EXECUTE=1     the first call executes the program's file again, in the same process, with that vector
-//   TEST_JLI_LIBRARIES=1   name the files of all libraries in the process
 //   TEST_JLI_STATUS=N      result
 // "@NAME" arguments become "NAME-1" and "NAME-2", "@" alone becomes nothing. Variants are compiled without JLI_Launch
 // or without one of the list functions.
 
 #include <dlfcn.h>
-#include <link.h>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -120,12 +118,6 @@ int JLI_Launch(int argc, char **argv, int jargc, const char **jargv, int appclas
     if (times != nullptr && *times != '\0') { // once for each character
         setenv("TEST_JLI_EXECUTE", times + 1, 1);
         execv("/proc/self/exe", argv);
-    }
-    if (std::getenv("TEST_JLI_LIBRARIES") != nullptr) {
-        const auto print = [](dl_phdr_info *info, std::size_t, void *) {
-            return std::puts(info->dlpi_name) < 0 ? 1 : 0;
-        };
-        dl_iterate_phdr(print, nullptr);
     }
     const char *status = std::getenv("TEST_JLI_STATUS");
     return status == nullptr ? 0 : std::atoi(status);
