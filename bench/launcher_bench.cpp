@@ -34,7 +34,7 @@ void useEnvironment() {
 void useBundle(const TemporaryDirectory &folder) {
     folder.write("Bench.app/Contents/Info.plist",
                  std::string(plistStart) + "<key>ksv.minVersion</key><string>99</string>" + plistEnd);
-    testing::setMainBundle(folder / "Bench.app");
+    testing::replacements().mainBundle = kestrav::platform::Bundle::create(folder / "Bench.app");
 }
 
 void optionsFile(benchmark::State &state, bool variables) {
@@ -74,7 +74,7 @@ void runtimes(benchmark::State &state) {
     const TemporaryDirectory folder;
     useBundle(folder);
     useEnvironment();
-    testing::setSystemRoot(folder / "root");
+    testing::replacements().systemRoot = folder / "root";
     for (int i = 0; i < state.range(0); ++i) {
         const std::string version = "17.0." + std::to_string(i);
         const std::string runtime = "root/usr/lib/jvm/jdk-" + version;
@@ -92,7 +92,7 @@ void runtimes(benchmark::State &state) {
             state.SkipWithError("a runtime was accepted");
         }
     }
-    testing::setSystemRoot("");
+    testing::replacements().systemRoot = "";
     state.SetComplexityN(state.range(0));
 }
 

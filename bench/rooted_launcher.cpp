@@ -9,7 +9,7 @@ namespace {
 /// Done before the program's own `main`.
 [[maybe_unused]] const bool rooted = [] {
     if (const char *root = std::getenv("BENCH_ROOT")) {
-        kestrav::platform::testing::setSystemRoot(root);
+        kestrav::platform::testing::replacements().systemRoot = root;
     }
     return true;
 }();

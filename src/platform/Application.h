@@ -12,12 +12,8 @@ class ApplicationDelegate {
 public:
     virtual ~ApplicationDelegate() = default;
 
-    virtual void setIconView(ImageView *view) = 0;
-    virtual void setWindow(Window *window) = 0;
-    virtual void setProgressBar(ProgressIndicator *bar) = 0;
-    virtual void setCancelButton(Button *button) = 0;
-    virtual void setLabel(TextField *field) = 0;
-    virtual void setProgressLabel(TextField *field) = 0;
+    /// Comes first.
+    virtual void setControls(WindowControls &controls) = 0;
 
     /// Before any window exists; closing the window here means that none will.
     virtual void applicationWillFinishLaunching() = 0;
@@ -37,7 +33,7 @@ void callProgram(ApplicationDelegate &delegate, const std::function<void()> &act
 /// The application object of the platform.
 class Application {
 public:
-    /// Connects the controls, calls the two launch callbacks and runs the event loop. The process ends through
+    /// Hands over the controls, calls the two launch callbacks and runs the event loop. The process ends through
     /// `endProcess`; this returns only if the platform's loop does. Main thread.
     static int main(int argc, char **argv, ApplicationDelegate &delegate);
 

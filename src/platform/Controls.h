@@ -119,4 +119,23 @@ private:
     std::optional<std::string> image_;
 };
 
+/// The six controls of the window.
+struct WindowControls {
+    ImageView iconView;
+    Window window;
+    ProgressIndicator progressBar;
+    Button cancelButton;
+    TextField label;
+    TextField progressLabel;
+
+    /// Has one function called after each change of any of them, and at once.
+    void setObserver(const std::function<void()> &observer) {
+        for (Control *control : {static_cast<Control *>(&iconView), static_cast<Control *>(&window),
+                                 static_cast<Control *>(&progressBar), static_cast<Control *>(&cancelButton),
+                                 static_cast<Control *>(&label), static_cast<Control *>(&progressLabel)}) {
+            control->setObserver(observer);
+        }
+    }
+};
+
 } // namespace kestrav::platform

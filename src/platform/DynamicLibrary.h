@@ -16,13 +16,12 @@ public:
     [[nodiscard]] const std::string &error() const { return error_; }
 
     /// The function of that name, or null. The library must be open.
+    [[nodiscard]] void *address(const char *name) const;
     template <class Function> [[nodiscard]] Function *function(const char *name) const {
         return reinterpret_cast<Function *>(address(name));
     }
 
 private:
-    [[nodiscard]] void *address(const char *name) const;
-
     void *handle_ = nullptr;
     std::string error_;
 };

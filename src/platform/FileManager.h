@@ -10,30 +10,28 @@
 
 namespace kestrav::platform {
 
-/// Questions to and changes of the file system. Holds no state; any thread. Paths are UTF-8 bytes, handed to the
-/// system as they are; a path with a NUL byte names nothing.
-class FileManager {
-public:
-    /// Follows symbolic links: a dangling link does not exist.
-    [[nodiscard]] bool fileExistsAtPath(const std::string &path) const;
+// Questions about the file system and changes to it. Any thread. Paths are UTF-8 bytes, handed to the system as they
+// are; a path with a NUL byte names nothing.
 
-    /// True if something exists at the path and is a directory.
-    [[nodiscard]] bool directoryExistsAtPath(const std::string &path) const;
+/// Follows symbolic links: a dangling link does not exist.
+[[nodiscard]] bool fileExistsAtPath(const std::string &path);
 
-    /// The names in a directory, in the system's order, without "." and ".."; empty if it cannot be listed.
-    [[nodiscard]] std::optional<std::vector<std::string>> contentsOfDirectoryAtPath(const std::string &path) const;
+/// True if something exists at the path and is a directory.
+[[nodiscard]] bool directoryExistsAtPath(const std::string &path);
 
-    /// Creates a directory, with mode `permissions` less the umask. An existing directory is an error unless
-    /// intermediate directories are asked for.
-    [[nodiscard]] std::error_code createDirectoryAtPath(const std::string &path, bool withIntermediateDirectories,
-                                                        mode_t permissions = 0777) const;
+/// The names in a directory, in the system's order, without "." and ".."; empty if it cannot be listed.
+[[nodiscard]] std::optional<std::vector<std::string>> contentsOfDirectoryAtPath(const std::string &path);
 
-    /// Removes a file, a link (not what it leads to) or a whole directory.
-    std::error_code removeItemAtPath(const std::string &path) const;
+/// Creates a directory, with mode `permissions` less the umask. An existing directory is an error unless intermediate
+/// directories are asked for.
+[[nodiscard]] std::error_code createDirectoryAtPath(const std::string &path, bool withIntermediateDirectories,
+                                                    mode_t permissions = 0777);
 
-    /// Changes the working directory, which all threads share.
-    std::error_code changeCurrentDirectoryPath(const std::string &path) const;
-};
+/// Removes a file, a link (not what it leads to) or a whole directory.
+std::error_code removeItemAtPath(const std::string &path);
+
+/// Changes the working directory, which all threads share.
+std::error_code changeCurrentDirectoryPath(const std::string &path);
 
 /// Nothing that is read as a whole comes near this many bytes; a sparse file may claim any size.
 inline constexpr std::int64_t usualSizeLimit = std::int64_t{1} << 30;
@@ -49,6 +47,9 @@ inline constexpr std::int64_t usualSizeLimit = std::int64_t{1} << 30;
 
 /// Replaces a file by new content: readers see the old or the new one, never a part. Creates missing directories.
 [[nodiscard]] std::error_code writeFileAtomically(const std::string &path, std::string_view content);
+
+/// A fixed location of the system, such as /Library/Java, below the root that tests may move.
+[[nodiscard]] std::string systemPath(std::string_view path);
 
 /// The directory for temporary files (TMPDIR or /tmp on Linux), without a trailing "/"; empty if it does not exist.
 [[nodiscard]] std::optional<std::string> temporaryDirectory();

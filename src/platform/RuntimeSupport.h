@@ -8,9 +8,6 @@
 
 namespace kestrav::platform {
 
-/// A fixed location of the system, such as /Library/Java, below the root that tests may move.
-[[nodiscard]] std::string systemPath(std::string_view path);
-
 /// A directory whose entries are installed runtimes.
 struct RuntimeDirectory {
     std::string path;

@@ -15,10 +15,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     }
     static const kestrav::tests::TemporaryDirectory directory;
     static const kestrav::Launcher launcher = [] {
-        kestrav::platform::testing::setLogSink([](std::string_view) {});
-        kestrav::platform::testing::setMainBundle(directory.makeDirectory("Tool.app"));
+        kestrav::platform::testing::replacements().logSink = [](std::string_view) {};
+        kestrav::platform::testing::replacements().mainBundle =
+            kestrav::platform::Bundle::create(directory.makeDirectory("Tool.app"));
         kestrav::platform::testing::setEnvironment({{"HOME", directory.path()}, {"INCLUDE", "-include-options 1"}});
-        kestrav::platform::testing::setDebugLog(true);
+        kestrav::platform::testing::replacements().debugLog = true;
         return kestrav::Launcher();
     }();
     constexpr std::string_view separator = "\n==\n";

@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     static const kestrav::tests::TemporaryDirectory directory;
     static const std::string canary = [] { // which names and links in an archive reach as "../canary/file"
-        kestrav::platform::testing::setLogSink([](std::string_view) {});
+        kestrav::platform::testing::replacements().logSink = [](std::string_view) {};
         return directory.write("canary/file", "alive");
     }();
     const std::string_view input(reinterpret_cast<const char *>(data), size);

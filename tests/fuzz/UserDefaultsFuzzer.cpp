@@ -25,9 +25,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     static auto &defaults = [&]() -> UserDefaults & {
         directory.write("Tool.app/Contents/Info.plist",
                         PropertyList(PropertyList::Dictionary{{"CFBundleIdentifier", "tool"}}).serialize());
-        testing::setLogSink([](std::string_view) {});
+        testing::replacements().logSink = [](std::string_view) {};
         testing::setEnvironment({{"XDG_CONFIG_HOME", directory.path()}, {"HOME", directory.path()}});
-        testing::setMainBundle(directory / "Tool.app");
+        testing::replacements().mainBundle = Bundle::create(directory / "Tool.app");
         return UserDefaults::standardUserDefaults();
     }();
     const std::string input(reinterpret_cast<const char *>(data), size);

@@ -13,16 +13,15 @@ protected:
     DownloadProgress() {
         directory.write("Tool.app/Contents/Resources/en.lproj/Localizable.strings",
                         R"("DownloadProgress" = "%@ of %@ MB, %d %%, %d KB/s";)");
-        platform::testing::setClock([this] { return now; });
-        delegate.setProgressBar(&bar);
-        delegate.setProgressLabel(&line);
+        platform::testing::replacements().clock = [this] { return now; };
+        delegate.setControls(controls);
     }
-    ~DownloadProgress() override { platform::testing::setClock(nullptr); }
 
     std::int64_t now = 1'700'000'000'000'000;
     AppDelegate delegate;
-    platform::ProgressIndicator bar;
-    platform::TextField line;
+    platform::WindowControls controls;
+    platform::ProgressIndicator &bar = controls.progressBar;
+    platform::TextField &line = controls.progressLabel;
 };
 
 TEST_F(DownloadProgress, OfAKnownLength) {

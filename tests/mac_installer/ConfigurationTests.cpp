@@ -22,9 +22,8 @@ TEST_F(Configuration, TheSiblingFileLosesThreeCharactersWhateverTheyAre) {
                                           {"xy\U0001F600", "xvmoptions"}}) {
         directory.makeDirectory(bundle);
         directory.write(sibling, "-from-sibling");
-        platform::testing::setMainBundle(directory / bundle);
-        EXPECT_THAT(launcher.readJavaParameters(platform::FileManager()).options, testing::Contains("-from-sibling"))
-            << bundle;
+        platform::testing::replacements().mainBundle = platform::Bundle::create(directory / bundle);
+        EXPECT_THAT(launcher.readJavaParameters().options, testing::Contains("-from-sibling")) << bundle;
     }
 }
 
@@ -38,7 +37,7 @@ TEST_F(Configuration, AValueOfTheWrongTypeIsNamed) {
                                      {"VersionSpecificVMOptions", Array{"17-17", true}}}) {
         configure({{"JavaVM", Dictionary{{key, value}}}});
         try {
-            static_cast<void>(launcher.readJavaParameters(platform::FileManager()));
+            static_cast<void>(launcher.readJavaParameters());
             ADD_FAILURE() << key;
         } catch (const platform::Exception &exception) {
             EXPECT_THAT(exception.reason(), testing::HasSubstr(key));

@@ -229,7 +229,7 @@ TEST_F(OwnRuntime, AnybodysIsNotHeeded) {
     makeRuntime("base/.kestrav/jre.bundle", "17");
     const std::string folder = directory / "base/.kestrav";
     std::filesystem::permissions(folder + "/jre.bundle", std::filesystem::perms::all);
-    platform::testing::setDebugLog(false); // what is not heeded is told all the same, but once
+    platform::testing::replacements().debugLog = false; // what is not heeded is told all the same, but once
     for (int run = 0; run < 2; ++run) {
         EXPECT_EQ(launcher.findJavaBundle(false), std::nullopt);
     }

@@ -166,10 +166,10 @@ TEST_F(UnTarTest, WhatIsExtractedAndWhatIsLogged) {
 }
 
 TEST_F(UnTarTest, TopDirectoryAndUnusablePaths) {
-    platform::testing::setDebugLog(true);
+    platform::testing::replacements().debugLog = true;
     EXPECT_EQ(untar(gzip(archiveOf("jre/; readme=x").closed())).topDirectory, "jre");
     EXPECT_THAT(log, HasSubstr("+[UnTar untar:to:uncompressedLength:withProgress:] [Line 221] extracting jre/\n"));
-    platform::testing::setDebugLog(false);
+    platform::testing::replacements().debugLog = false;
     EXPECT_EQ(untar(gzip(archiveOf("readme=x").closed())).topDirectory, std::nullopt);
     EXPECT_FALSE(UnTar::untar(archive, directory / "missing", 1).complete);
     for (const std::string &unreadable : {directory / "missing", directory.path()}) {

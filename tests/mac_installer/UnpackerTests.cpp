@@ -1,5 +1,6 @@
 #include "mac_installer/archive/Unpacker.h"
 #include "platform/FileDescriptor.h"
+#include "platform/FileManager.h"
 #include "support/LauncherFixture.h"
 
 #include <gmock/gmock.h>
@@ -13,7 +14,6 @@
 namespace kestrav::tests {
 namespace {
 
-using platform::FileManager;
 using testing::Contains;
 using testing::DoubleNear;
 using testing::ElementsAre;
@@ -74,7 +74,7 @@ TEST_F(Unpacking, OfTwoRunsOneWaits) {
     int status = -1;
     EXPECT_EQ(waitpid(other, &status, 0), other);
     EXPECT_TRUE(unpacked && status == 0) << status;
-    EXPECT_THAT(FileManager().contentsOfDirectoryAtPath(directory / "jre"), testing::Optional(testing::SizeIs(2)));
+    EXPECT_THAT(platform::contentsOfDirectoryAtPath(directory / "jre"), testing::Optional(testing::SizeIs(2)));
 }
 
 TEST_F(Unpacking, TheFirstFailureEndsIt) {

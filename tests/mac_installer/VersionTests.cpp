@@ -148,8 +148,9 @@ TEST_F(Check, ATranslatedProcessNeedsItsOwnArchitecture) {
     info.emplace("CFBundleExecutable", "libjli.dylib");
     const auto result = [&](const std::string &bytes, std::optional<std::int32_t> translated) {
         directory.write("runtime/Contents/MacOS/libjli.dylib", bytes + std::string(24, '\0'));
-        platform::testing::setSystemControl(
-            [=](const std::string &name) { return name == "sysctl.proc_translated" ? translated : std::nullopt; });
+        platform::testing::replacements().systemControl = [=](const std::string &name) {
+            return name == "sysctl.proc_translated" ? translated : std::nullopt;
+        };
         return check(info);
     };
     const std::string x86("\xcf\xfa\xed\xfe\x07\x00\x00\x01", 8);

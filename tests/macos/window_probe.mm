@@ -37,12 +37,7 @@ AppDelegate *real() {
 
 class Probe final : public platform::ApplicationDelegate {
 public:
-    void setIconView(platform::ImageView *view) override { iconView = view; }
-    void setWindow(platform::Window *view) override { window = view; }
-    void setProgressBar(platform::ProgressIndicator *view) override { progressBar = view; }
-    void setCancelButton(platform::Button *view) override { cancelButton = view; }
-    void setLabel(platform::TextField *view) override { label = view; }
-    void setProgressLabel(platform::TextField *view) override { progressLabel = view; }
+    void setControls(platform::WindowControls &controls) override { controls_ = &controls; }
 
     void applicationWillFinishLaunching() override {
         check(![[real() window] isVisible], "no window before the program has had a say");
@@ -76,21 +71,21 @@ public:
 
 private:
     void showContent() {
-        window->setTitle("Title \xC3\xA4");
-        label->setStringValue("Caption \xF0\x9F\x98\x80");
-        progressLabel->setStringValue("In numbers");
-        cancelButton->setTitle("Stop");
+        controls_->window.setTitle("Title \xC3\xA4");
+        controls_->label.setStringValue("Caption \xF0\x9F\x98\x80");
+        controls_->progressLabel.setStringValue("In numbers");
+        controls_->cancelButton.setTitle("Stop");
         check([[[real() window] title] isEqualToString:@"Title \u00E4"] &&
                   [[[real() label] stringValue] isEqualToString:@"Caption \U0001F600"] &&
                   [[[real() progressLabel] stringValue] isEqualToString:@"In numbers"] &&
                   [[[real() cancelButton] title] isEqualToString:@"Stop"],
               "the texts");
-        progressBar->setDoubleValue(40);
+        controls_->progressBar.setDoubleValue(40);
         check([[real() progressBar] doubleValue] == 40 && ![[real() progressBar] isIndeterminate], "the bar");
-        iconView->setImage("/nowhere.icns");
+        controls_->iconView.setImage("/nowhere.icns");
         check([real() iconView] != nil && [[real() iconView] image] == nil, "a missing image is none");
-        progressBar->setIndeterminate(true);
-        progressBar->startAnimation();
+        controls_->progressBar.setIndeterminate(true);
+        controls_->progressBar.startAnimation();
         check([[real() progressBar] isIndeterminate], "the bar without an end");
     }
 
@@ -100,20 +95,16 @@ private:
         check(cancels_ == 1, "the button cancels");
         [[real() window] performClose:nil];
         check(cancels_ == 2 && [[real() window] isVisible], "closing the window is the button");
-        cancelButton->setEnabled(false);
+        controls_->cancelButton.setEnabled(false);
         [[real() cancelButton] performClick:nil];
         [[real() window] performClose:nil];
         check(cancels_ == 2 && ![[real() window] isVisible], "a disabled button does nothing, closing only closes");
-        window->close();
-        label->setStringValue("to nobody");
+        controls_->window.close();
+        controls_->label.setStringValue("to nobody");
         check([real() applicationShouldTerminate:NSApp] == NSTerminateLater, "quitting waits");
     }
 
-    platform::ImageView *iconView = nullptr;
-    platform::Window *window = nullptr;
-    platform::ProgressIndicator *progressBar = nullptr;
-    platform::Button *cancelButton = nullptr;
-    platform::TextField *label = nullptr, *progressLabel = nullptr;
+    platform::WindowControls *controls_ = nullptr;
     int tasks_ = 0, cancels_ = 0;
 };
 

@@ -19,8 +19,6 @@ using ::testing::UnorderedElementsAre;
 using tests::TemporaryDirectory;
 namespace fs = std::filesystem;
 
-const FileManager fileManager;
-
 unsigned modeOf(const std::string &path) {
     struct stat found {};
     EXPECT_EQ(::lstat(path.c_str(), &found), 0) << path;
@@ -44,12 +42,12 @@ TEST(FileManager, TellsWhatExists) {
         {file + std::string("\0x", 2), false, false},
     };
     for (const auto &[path, exists, isDirectory] : cases) {
-        EXPECT_EQ(fileManager.fileExistsAtPath(path), exists) << path;
-        EXPECT_EQ(fileManager.directoryExistsAtPath(path), isDirectory) << path;
+        EXPECT_EQ(fileExistsAtPath(path), exists) << path;
+        EXPECT_EQ(directoryExistsAtPath(path), isDirectory) << path;
     }
-    EXPECT_THAT(fileManager.contentsOfDirectoryAtPath(directory.path()),
+    EXPECT_THAT(contentsOfDirectoryAtPath(directory.path()),
                 Optional(UnorderedElementsAre("file", "dangling", "link")));
-    EXPECT_EQ(fileManager.contentsOfDirectoryAtPath(file), std::nullopt);
+    EXPECT_EQ(contentsOfDirectoryAtPath(file), std::nullopt);
 }
 
 TEST(FileManager, ReadsRegularFilesOnly) {
@@ -67,13 +65,13 @@ TEST(FileManager, ReadsRegularFilesOnly) {
 
 TEST(FileManager, CreatesDirectories) {
     const TemporaryDirectory directory;
-    EXPECT_TRUE(fileManager.createDirectoryAtPath(directory / "a/b", false));
-    EXPECT_FALSE(fileManager.createDirectoryAtPath(directory / "a/b/c/", true, 0500));
+    EXPECT_TRUE(createDirectoryAtPath(directory / "a/b", false));
+    EXPECT_FALSE(createDirectoryAtPath(directory / "a/b/c/", true, 0500));
     EXPECT_EQ(modeOf(directory / "a/b/c"), 0500U);
-    EXPECT_FALSE(fileManager.createDirectoryAtPath(directory / "a/b/c", true));
-    EXPECT_EQ(fileManager.createDirectoryAtPath(directory / "a/b", false), std::errc::file_exists);
+    EXPECT_FALSE(createDirectoryAtPath(directory / "a/b/c", true));
+    EXPECT_EQ(createDirectoryAtPath(directory / "a/b", false), std::errc::file_exists);
     directory.write("file", "");
-    EXPECT_TRUE(fileManager.createDirectoryAtPath(directory / "file/x/y", true));
+    EXPECT_TRUE(createDirectoryAtPath(directory / "file/x/y", true));
 }
 
 TEST(FileManager, RemovesWholeTreesAndNothingElse) {
@@ -94,19 +92,19 @@ TEST(FileManager, RemovesWholeTreesAndNothingElse) {
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &all), 0);
     const rlimit fewerThanLevels{64, all.rlim_max};
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &fewerThanLevels), 0);
-    EXPECT_FALSE(fileManager.removeItemAtPath(directory / "tree/"));
+    EXPECT_FALSE(removeItemAtPath(directory / "tree/"));
     ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &all), 0);
-    EXPECT_FALSE(fileManager.removeItemAtPath(directory / "link/"));
-    EXPECT_THAT(fileManager.contentsOfDirectoryAtPath(directory.path()), Optional(UnorderedElementsAre("outside")));
+    EXPECT_FALSE(removeItemAtPath(directory / "link/"));
+    EXPECT_THAT(contentsOfDirectoryAtPath(directory.path()), Optional(UnorderedElementsAre("outside")));
     EXPECT_EQ(contentsOfFile(kept), "x");
-    EXPECT_EQ(fileManager.removeItemAtPath(directory / "tree"), std::errc::no_such_file_or_directory);
+    EXPECT_EQ(removeItemAtPath(directory / "tree"), std::errc::no_such_file_or_directory);
 
     // What would surprise: the root, the working directory, the part before a NUL byte.
     for (const std::string &path : {std::string(), std::string("/"), directory / "outside/.", directory / "outside/..",
                                     directory / "outside" + std::string("\0", 1)}) {
-        EXPECT_TRUE(fileManager.removeItemAtPath(path)) << path;
+        EXPECT_TRUE(removeItemAtPath(path)) << path;
     }
-    EXPECT_TRUE(fileManager.directoryExistsAtPath(directory / "outside"));
+    EXPECT_TRUE(directoryExistsAtPath(directory / "outside"));
 }
 
 TEST(FileManager, ReplacesFilesAtomically) {
@@ -128,8 +126,7 @@ TEST(FileManager, ReplacesFilesAtomically) {
 
     EXPECT_TRUE(writeFileAtomically(directory / "new/folder", "x"));
     EXPECT_TRUE(writeFileAtomically("/dev/null", "x"));
-    EXPECT_THAT(fileManager.contentsOfDirectoryAtPath(directory / "new/folder"),
-                Optional(UnorderedElementsAre("file")));
+    EXPECT_THAT(contentsOfDirectoryAtPath(directory / "new/folder"), Optional(UnorderedElementsAre("file")));
 }
 
 TEST(TrustedPath, IsNobodyElsesToMake) {
@@ -180,7 +177,7 @@ TEST(TrustedPath, IsNobodyElsesToMake) {
 }
 
 TEST(FileManager, FindsTheUsersDirectories) {
-    EXPECT_TRUE(FileManager().directoryExistsAtPath(temporaryDirectory().value_or("")));
+    EXPECT_TRUE(directoryExistsAtPath(temporaryDirectory().value_or("")));
     EXPECT_FALSE(temporaryDirectory()->ends_with('/'));
     testing::setEnvironment({{"HOME", "/home/somebody"}});
     EXPECT_EQ(homeDirectory(), "/home/somebody");

@@ -1,13 +1,13 @@
 #include "platform/FileDescriptor.h"
 #include "platform/ProcessInfo.h"
 #include "platform/UserNotification.h"
+#include "platform/linux/Module.h"
 #include "platform/linux/NoticeModule.h"
 #include "platform/support/NotificationBus.h"
 #include "platform/testing.h"
 
 #include <gmock/gmock.h>
 
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -22,14 +22,7 @@ using tests::TemporaryDirectory;
 
 /// Has the module show a notice.
 int show(const KestravNotice &notice) {
-    void *library = dlopen((std::string(KESTRAV_TEST_BUNDLE) + "/" + NoticeModulePath).c_str(), RTLD_NOW | RTLD_LOCAL);
-    void *entry = library == nullptr ? nullptr : dlsym(library, NoticeModuleEntry);
-    if (entry == nullptr) {
-        throw std::runtime_error(dlerror());
-    }
-    KestravNoticeModule module{};
-    reinterpret_cast<decltype(&kestravNoticeModule)>(entry)(&module);
-    return module.show(&notice);
+    return openModule<KestravNoticeModule>(KESTRAV_TEST_BUNDLE).functions.show(&notice);
 }
 constexpr int LongEnough = 60'000; // milliseconds
 
@@ -53,7 +46,7 @@ TEST(NoticeModuleTests, WhatTheServiceIsAsked) {
 
 void prepare(const ProcessInfo::Environment &environment, const std::string &bundle) {
     alarm(100); // rather than hang
-    testing::setMainBundle(bundle);
+    testing::replacements().mainBundle = Bundle::create(bundle);
     testing::setArguments({"/x/demo"});
     testing::setEnvironment(environment);
 }

@@ -138,20 +138,15 @@ TEST(TerminalProgress, NeedsATerminalThatCanEraseALine) {
 
 /// A program whose task fails: with the window, or after the display has gone.
 struct FailingProgram : ApplicationDelegate {
-    void setIconView(ImageView * /*view*/) override {}
-    void setWindow(Window * /*window*/) override {}
-    void setProgressBar(ProgressIndicator * /*bar*/) override {}
-    void setCancelButton(Button * /*button*/) override {}
-    void setLabel(TextField * /*field*/) override {}
-    void setProgressLabel(TextField * /*field*/) override {}
+    void setControls(WindowControls & /*controls*/) override {}
     void applicationWillFinishLaunching() override {}
     void applicationDidFinishLaunching() override {
         OperationQueue::mainQueue().addOperation([this] { displayToStop != nullptr ? displayToStop->stop() : fail(); });
-        testing::setLogSink([](std::string_view line) {
+        testing::replacements().logSink = [](std::string_view line) {
             if (line.ends_with("it is gone")) {
                 OperationQueue::mainQueue().addOperation(fail);
             }
-        });
+        };
     }
     void cancel() override {}
     void endAfterFailure() override { _exit(7); }
@@ -164,7 +159,7 @@ TEST(Application, AFailedTaskEndsTheProcessThroughTheProgram) {
     for (const bool stops : {false, true}) {
         const auto body = [stops] {
             kestrav::tests::VirtualDisplay display(false);
-            testing::setMainBundle(KESTRAV_TEST_BUNDLE);
+            testing::replacements().mainBundle = Bundle::create(KESTRAV_TEST_BUNDLE);
             testing::setEnvironment({{"DISPLAY", display.name()}, {"KESTRAV_LOG", "yes"}});
             setenv("DISPLAY", display.name().c_str(), 1);
             FailingProgram program;

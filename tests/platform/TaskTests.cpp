@@ -1,5 +1,4 @@
 #include "platform/Exception.h"
-#include "platform/FileManager.h"
 #include "platform/ProcessInfo.h"
 #include "platform/Signals.h"
 #include "platform/Task.h"

@@ -249,7 +249,7 @@ TEST_F(LinuxDownloads, FailuresAreTold) {
     expectFailure("http://" + std::string(70, 'x') + ".invalid/", "resolve"); // too long to be asked for
     expectFailure("http://127.0.0.1\r\nX: y/", "");
     expectFailure("dict" + server.url("/x").substr(4), "not supported");
-    testing::setMainBundle(directory.path());
+    testing::replacements().mainBundle = Bundle::create(directory.path());
     expectFailure(server.url("/"), "download.so");
 }
 

@@ -26,28 +26,23 @@ class LauncherFixture : public testing::Test {
 protected:
     LauncherFixture() {
         configure({});
-        platform::testing::setSystemRoot(directory / "root");
+        auto &replacements = platform::testing::replacements();
+        replacements.systemRoot = directory / "root";
         platform::testing::setArguments({bundlePath + "/Contents/MacOS/Tool"});
         setEnvironment({});
-        platform::testing::setLogSink([this](std::string_view line) { log.emplace_back(line); });
-        platform::testing::setNotice([this](std::string_view title, std::string_view message) {
+        replacements.logSink = [this](std::string_view line) { log.emplace_back(line); };
+        replacements.notice = [this](std::string_view title, std::string_view message) {
             notices.push_back(std::string(title) + ": " + std::string(message));
-        });
-        platform::testing::setDebugLog(true);
+        };
+        replacements.debugLog = true;
         setLaunchJavaVersion(std::nullopt);
     }
-    ~LauncherFixture() override {
-        platform::testing::setLogSink(nullptr);
-        platform::testing::setNotice(nullptr);
-        platform::testing::setSystemRoot("");
-        platform::testing::setSystemControl(nullptr);
-        platform::testing::setMainBundle(std::nullopt);
-    }
+    ~LauncherFixture() override { platform::testing::replacements() = {}; }
 
     /// Writes the application's Info.plist and opens the bundle anew.
     void configure(Dictionary info) {
         directory.write("Tool.app/Contents/Info.plist", PropertyList(std::move(info)).serialize());
-        platform::testing::setMainBundle(bundlePath);
+        platform::testing::replacements().mainBundle = platform::Bundle::create(bundlePath);
     }
 
     void setEnvironment(platform::ProcessInfo::Environment environment) {

@@ -67,11 +67,11 @@ class UnTarFixture : public testing::Test {
 protected:
     UnTarFixture() {
         umask(022);
-        platform::testing::setLogSink([this](std::string_view line) { log.append(line).append("\n"); });
+        platform::testing::replacements().logSink = [this](std::string_view line) { log.append(line).append("\n"); };
         directory.write("outside/secret", "secret");
         refresh();
     }
-    ~UnTarFixture() override { platform::testing::setLogSink(nullptr); }
+    ~UnTarFixture() override { platform::testing::replacements() = {}; }
 
     void refresh() {
         std::filesystem::remove_all(destination);

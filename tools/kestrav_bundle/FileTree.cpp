@@ -3,7 +3,6 @@
 #include "Interruption.h"
 #include "Request.h"
 #include "platform/FileDescriptor.h"
-#include "platform/FileManager.h"
 #include "platform/uninterrupted.h"
 
 #include <fcntl.h>

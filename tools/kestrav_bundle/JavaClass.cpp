@@ -128,8 +128,7 @@ std::optional<int> javaVersionOfClass(const std::string &archiveOrFolder, std::s
     // A class file begins with magic, minor version and major version, big-endian.
     constexpr std::string_view magic = "\xCA\xFE\xBA\xBE";
     constexpr std::size_t majorVersion = 6;
-    const platform::FileManager files;
-    const auto content = files.directoryExistsAtPath(archiveOrFolder)
+    const auto content = platform::directoryExistsAtPath(archiveOrFolder)
                              ? platform::contentsOfFile(platform::appendingPathComponent(archiveOrFolder, name))
                              : contentInArchive(archiveOrFolder, name, majorVersion + 2);
     if (!content) {

@@ -3,6 +3,7 @@
 #include "mac_installer/launcher/CandidateVerdict.h"
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "platform/FileDescriptor.h"
+#include "platform/FileManager.h"
 #include "platform/path.h"
 
 #include <unistd.h>
@@ -17,7 +18,6 @@ namespace {
 
 using platform::appendingPathComponent;
 using platform::Bundle;
-using platform::FileManager;
 
 /// What kind of machine a program is for: the system's executable format and, where it is one number, the processor.
 /// Empty for anything else, such as a script.
@@ -39,26 +39,26 @@ std::string machineOf(const std::string &path) {
 }
 
 /// The bundle that a home belongs to, so that the home alone may be named; else the folder itself.
-std::string wholeRuntime(const std::string &path, const FileManager &files) {
+std::string wholeRuntime(const std::string &path) {
     const std::filesystem::path real = std::filesystem::canonical(path);
     const std::filesystem::path contents = real.parent_path();
     const bool isHome = real.filename() == "Home" && contents.filename() == "Contents";
-    return isHome && files.fileExistsAtPath((contents / "Info.plist").string()) ? contents.parent_path().string()
-                                                                                : real.string();
+    return isHome && platform::fileExistsAtPath((contents / "Info.plist").string()) ? contents.parent_path().string()
+                                                                                    : real.string();
 }
 
 } // namespace
 
 Runtime examineRuntime(const std::string &path, const RuntimeBounds &bounds, const std::string &launcher) {
-    const FileManager files;
-    if (!files.directoryExistsAtPath(path)) {
+    if (!platform::directoryExistsAtPath(path)) {
         throw Refusal("The runtime " + path + " is no folder");
     }
     Runtime runtime;
-    runtime.folder = wholeRuntime(path, files);
-    const std::string home = runtimeHome(runtime.folder, files);
-    const std::string java = appendingPathComponent(getJreLocation(runtime.folder, files), "bin/java");
-    if (!files.fileExistsAtPath(java) || files.directoryExistsAtPath(java) || ::access(java.c_str(), X_OK) != 0) {
+    runtime.folder = wholeRuntime(path);
+    const std::string home = runtimeHome(runtime.folder);
+    const std::string java = appendingPathComponent(getJreLocation(runtime.folder), "bin/java");
+    if (!platform::fileExistsAtPath(java) || platform::directoryExistsAtPath(java) ||
+        ::access(java.c_str(), X_OK) != 0) {
         throw Refusal(path + " is no Java runtime: it has no executable bin/java");
     }
     const std::string ours = machineOf(launcher);
@@ -68,7 +68,7 @@ Runtime examineRuntime(const std::string &path, const RuntimeBounds &bounds, con
     }
     runtime.isBundle = home != runtime.folder;
     const std::string info = appendingPathComponent(runtime.folder, "Contents/Info.plist");
-    runtime.hasInfo = runtime.isBundle && files.fileExistsAtPath(info);
+    runtime.hasInfo = runtime.isBundle && platform::fileExistsAtPath(info);
 
     const auto bundle = Bundle::create(runtime.isBundle && !runtime.hasInfo ? home : runtime.folder);
     if (!bundle) {

@@ -89,7 +89,7 @@ class Attempt {
 public:
     explicit Attempt(const Trial &trial)
         : trial_(trial), application_(fs::absolute(trial.application).lexically_normal().string()),
-          java_(appendingPathComponent(getJreLocation(trial.runtime.folder, {}), "bin/java")) {
+          java_(appendingPathComponent(getJreLocation(trial.runtime.folder), "bin/java")) {
         const PropertyList &javaVM = *trial.info.find("JavaVM");
         const auto modulePath = knownModulePath(javaVM, application_);
         for (const std::string &option :

@@ -3,6 +3,7 @@
 #include "mac_installer/archive/Cancellation.h"
 #include "platform/DebugLog.h"
 #include "platform/FileLock.h"
+#include "platform/FileManager.h"
 #include "platform/Task.h"
 #include "platform/path.h"
 
@@ -17,7 +18,6 @@
 namespace kestrav {
 
 using platform::appendingPathComponent;
-using platform::FileManager;
 
 namespace {
 
@@ -89,7 +89,7 @@ public:
     RuntimeLock &operator=(const RuntimeLock &) = delete;
     ~RuntimeLock() {
         if (lock_) {
-            FileManager().removeItemAtPath(path_);
+            platform::removeItemAtPath(path_);
         }
     }
 
@@ -112,19 +112,19 @@ bool unpackFile(const std::string &tool, const std::string &packed) {
     // "-r": the tool removes the packed file once it has unpacked it.
     platform::Task task(tool, {"-r", packed, part});
     if (runningTool().run(task) != 0) {
-        FileManager().removeItemAtPath(part);
+        platform::removeItemAtPath(part);
         return false;
     }
     return finish(jar);
 }
 
 /// Gives jars their names whose run was killed between the end of the tool and that step: the packed file is gone.
-void finishInterrupted(const std::string &directory, const FileManager &fileManager) {
-    for (const std::string &name : fileManager.contentsOfDirectoryAtPath(directory).value_or(Names())) {
+void finishInterrupted(const std::string &directory) {
+    for (const std::string &name : platform::contentsOfDirectoryAtPath(directory).value_or(Names())) {
         const std::string jar =
             appendingPathComponent(directory, name.substr(0, name.size() - std::min(name.size(), partSuffix.size())));
-        if (name.ends_with(partJarSuffix) && !fileManager.fileExistsAtPath(jar) &&
-            !fileManager.fileExistsAtPath(jar + std::string(packedSuffix))) {
+        if (name.ends_with(partJarSuffix) && !platform::fileExistsAtPath(jar) &&
+            !platform::fileExistsAtPath(jar + std::string(packedSuffix))) {
             static_cast<void>(finish(jar));
         }
     }
@@ -132,9 +132,8 @@ void finishInterrupted(const std::string &directory, const FileManager &fileMana
 
 } // namespace
 
-void Unpacker::addPackedFiles(std::vector<std::string> &files, const std::string &subDir, const std::string &jreDir,
-                              const FileManager &fileManager) {
-    const auto names = fileManager.contentsOfDirectoryAtPath(appendingPathComponent(jreDir, subDir));
+void Unpacker::addPackedFiles(std::vector<std::string> &files, const std::string &subDir, const std::string &jreDir) {
+    const auto names = platform::contentsOfDirectoryAtPath(appendingPathComponent(jreDir, subDir));
     if (!names) {
         return;
     }
@@ -147,19 +146,18 @@ void Unpacker::addPackedFiles(std::vector<std::string> &files, const std::string
 
 bool Unpacker::unpack(const std::string &runtimeDirectory, const ProgressCallback &progress) {
     static constexpr const char *signature = "+[Unpacker unpack:withProgress:]";
-    const FileManager fileManager;
     const std::string tool = appendingPathComponent(runtimeDirectory, "bin/unpack200");
 
     std::vector<std::string> files;
-    addPackedFiles(files, "lib", runtimeDirectory, fileManager);
-    addPackedFiles(files, "lib/ext", runtimeDirectory, fileManager);
+    addPackedFiles(files, "lib", runtimeDirectory);
+    addPackedFiles(files, "lib/ext", runtimeDirectory);
     _DLog("%s [Line %d] found %@", signature, 23, files);
 
     const auto lock = files.empty() ? nullptr : std::make_unique<RuntimeLock>(runtimeDirectory);
     double percentage = 0.0;
     for (const std::string &file : files) {
         const std::string packed = appendingPathComponent(runtimeDirectory, file);
-        if (fileManager.fileExistsAtPath(packed)) {
+        if (platform::fileExistsAtPath(packed)) {
             _DLog("%s [Line %d] unpacking %@", signature, 30, file);
             if (!unpackFile(tool, packed)) {
                 platform::Log("%s [Line %d] Unpack task failed.", signature, 35);
@@ -172,7 +170,7 @@ bool Unpacker::unpack(const std::string &runtimeDirectory, const ProgressCallbac
         }
     }
     for (const char *subDir : {"lib", "lib/ext"}) {
-        finishInterrupted(appendingPathComponent(runtimeDirectory, subDir), fileManager);
+        finishInterrupted(appendingPathComponent(runtimeDirectory, subDir));
     }
     return true;
 }

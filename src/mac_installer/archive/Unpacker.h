@@ -1,7 +1,6 @@
 #pragma once
 
 #include "mac_installer/archive/Progress.h"
-#include "platform/FileManager.h"
 
 #include <string>
 #include <vector>
@@ -19,8 +18,7 @@ public:
     [[nodiscard]] static bool unpack(const std::string &runtimeDirectory, const ProgressCallback &progress);
 
     /// Appends the packed archives of one sub-directory, as paths relative to the runtime directory.
-    static void addPackedFiles(std::vector<std::string> &files, const std::string &subDir, const std::string &jreDir,
-                               const platform::FileManager &fileManager);
+    static void addPackedFiles(std::vector<std::string> &files, const std::string &subDir, const std::string &jreDir);
 
     /// Ends a running tool and lets no further one start: `unpack` raises the cancellation instead. Any thread, for
     /// good.

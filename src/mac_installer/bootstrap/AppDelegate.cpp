@@ -38,7 +38,7 @@ void AppDelegate::applicationWillFinishLaunching() {
         _DLog("%s [Line %d] app will finish launching", signature, __LINE__);
         if (windowIsUnwanted()) {
             _DLog("%s [Line %d] hiding progress window", signature, __LINE__);
-            window->close();
+            controls->window.close();
         }
     });
 }
@@ -48,10 +48,11 @@ void AppDelegate::applicationDidFinishLaunching() {
     endOnFailure(signature, [this] {
         _DLog("%s [Line %d] app finished launching", signature, __LINE__);
         const Bundle &bundle = Bundle::mainBundle();
-        window->setTitle(bundle.localizedStringForKey("WizardCaption", ""));
-        label->setStringValue(platform::format(bundle.localizedStringForKey("PrepareInstaller", ""), bundleName()));
-        cancelButton->setTitle(bundle.localizedStringForKey("ButtonCancel", ""));
-        iconView->setImage(bundle.pathForResource("app", "icns"));
+        controls->window.setTitle(bundle.localizedStringForKey("WizardCaption", ""));
+        controls->label.setStringValue(
+            platform::format(bundle.localizedStringForKey("PrepareInstaller", ""), bundleName()));
+        controls->cancelButton.setTitle(bundle.localizedStringForKey("ButtonCancel", ""));
+        controls->iconView.setImage(bundle.pathForResource("app", "icns"));
         platform::Application::activateIgnoringOtherApps();
         platform::Thread([this] { worker(); }).detach();
     });
@@ -59,7 +60,7 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 void AppDelegate::cancel() {
     cancelled = true;
-    cancelButton->setEnabled(false);
+    controls->cancelButton.setEnabled(false);
     Unpacker::cancel();
     if (downloader) {
         // A cancelled download calls nobody back, so the worker is woken here.

@@ -22,12 +22,7 @@ namespace kestrav {
 class AppDelegate final : public platform::ApplicationDelegate, public platform::URLDownloadDelegate {
 public:
     // The application's callbacks; main thread.
-    void setIconView(platform::ImageView *view) override { iconView = view; }
-    void setWindow(platform::Window *progressWindow) override { window = progressWindow; }
-    void setProgressBar(platform::ProgressIndicator *bar) override { progressBar = bar; }
-    void setCancelButton(platform::Button *button) override { cancelButton = button; }
-    void setLabel(platform::TextField *field) override { label = field; }
-    void setProgressLabel(platform::TextField *field) override { progressLabel = field; }
+    void setControls(platform::WindowControls &windowControls) override { controls = &windowControls; }
     void applicationWillFinishLaunching() override;
     void applicationDidFinishLaunching() override;
     void cancel() override;
@@ -52,10 +47,10 @@ public:
 
 private:
     // Obtaining a runtime; worker thread.
-    [[nodiscard]] OptionalText obtainRuntime(Launcher &launcher, const platform::FileManager &fileManager);
-    [[nodiscard]] OptionalText downloadRuntime(const platform::FileManager &fileManager);
+    [[nodiscard]] OptionalText obtainRuntime(Launcher &launcher);
+    [[nodiscard]] OptionalText downloadRuntime();
     void awaitDownload();
-    [[nodiscard]] std::string handleTar(const std::string &tarFile, const platform::FileManager &fileManager);
+    [[nodiscard]] std::string handleTar(const std::string &tarFile);
     void postProgress(double percentage);
     void removeTemporaryDirectory();
     void raiseIfCancelled() const;
@@ -70,17 +65,11 @@ private:
     void endDownload(bool failed);
 
     // Running the program; worker thread.
-    [[nodiscard]] int runProgram(Launcher &launcher, const std::string &runtimePath,
-                                 const platform::FileManager &fileManager);
+    [[nodiscard]] int runProgram(Launcher &launcher, const std::string &runtimePath);
     void startChild(const std::shared_ptr<JavaProcess> &process);
     void closeWindowLater();
 
-    platform::ImageView *iconView = nullptr;
-    platform::Window *window = nullptr;
-    platform::ProgressIndicator *progressBar = nullptr;
-    platform::Button *cancelButton = nullptr;
-    platform::TextField *label = nullptr;
-    platform::TextField *progressLabel = nullptr;
+    platform::WindowControls *controls = nullptr;
 
     std::atomic<bool> cancelled = false; // set by a cancel or a signal, for good; polled by the worker
 

@@ -45,7 +45,7 @@ void AppDelegate::startDownload(const OptionalText &applicationName, const std::
         endDownload(false);
         return;
     }
-    label->setStringValue(platform::format(localized("DownloadingJre"), applicationName));
+    controls->label.setStringValue(platform::format(localized("DownloadingJre"), applicationName));
     downloader = platform::URLDownload::create({url, timeoutSeconds}, *this);
     if (!downloader) {
         endDownload(true);
@@ -69,13 +69,13 @@ void AppDelegate::didReceiveResponse(std::int64_t expectedContentLength) {
 void AppDelegate::didReceiveDataOfLength(std::int64_t length) {
     bytesReceived += length;
     if (expectedLength < 1) {
-        progressBar->setIndeterminate(true);
-        progressBar->startAnimation();
+        controls->progressBar.setIndeterminate(true);
+        controls->progressBar.startAnimation();
         return;
     }
     const auto received = static_cast<double>(bytesReceived);
     const double percentage = received / static_cast<double>(expectedLength) * 100.0;
-    progressBar->setDoubleValue(percentage);
+    controls->progressBar.setDoubleValue(percentage);
 
     const std::int64_t now = platform::currentMicroseconds();
     if (now <= lastProgressUpdate + labelInterval) {
@@ -84,8 +84,9 @@ void AppDelegate::didReceiveDataOfLength(std::int64_t length) {
     lastProgressUpdate = now;
     const auto elapsed = static_cast<double>(now - downloadStartTime);
     const double speed = received / bytesPerKilobyte * microsecondsPerSecond / elapsed; // kilobytes per second
-    progressLabel->setStringValue(platform::format(localized("DownloadProgress"), megabytes(bytesReceived),
-                                                   megabytes(expectedLength), truncated(percentage), truncated(speed)));
+    controls->progressLabel.setStringValue(platform::format(localized("DownloadProgress"), megabytes(bytesReceived),
+                                                            megabytes(expectedLength), truncated(percentage),
+                                                            truncated(speed)));
 }
 
 void AppDelegate::didFailWithError(const platform::URLError &error) {
@@ -103,7 +104,7 @@ void AppDelegate::endDownload(bool failed) {
 
 void AppDelegate::downloadDidFinish() {
     static constexpr const char *signature = "-[AppDelegate downloadDidFinish:]";
-    progressLabel->setStringValue("");
+    controls->progressLabel.setStringValue("");
     _DLog("%s [Line %d] downloadDidFinish", signature, __LINE__);
     endDownload(false);
 }

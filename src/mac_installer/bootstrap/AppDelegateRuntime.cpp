@@ -10,6 +10,7 @@
 #include "mac_installer/launcher/global.h"
 #include "platform/DebugLog.h"
 #include "platform/Exception.h"
+#include "platform/FileManager.h"
 #include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
 #include "platform/SystemLog.h"
@@ -24,7 +25,6 @@ namespace kestrav {
 
 using platform::appendingPathComponent;
 using platform::Bundle;
-using platform::FileManager;
 using platform::OperationQueue;
 
 namespace {
@@ -86,9 +86,9 @@ platform::TemporaryFolder AppDelegate::createTemporaryDirectory(std::optional<st
     return folder;
 }
 
-OptionalText AppDelegate::obtainRuntime(Launcher &launcher, const FileManager &fileManager) {
+OptionalText AppDelegate::obtainRuntime(Launcher &launcher) {
     const std::string shipped = appendingPathComponent(Bundle::mainBundle().resourcePath(), "app/jre.tar.gz");
-    if (fileManager.fileExistsAtPath(shipped)) {
+    if (platform::fileExistsAtPath(shipped)) {
         archive = shipped;
     } else {
         _DLog("%s [Line %d] searching for public JREs", signature, __LINE__);
@@ -101,17 +101,17 @@ OptionalText AppDelegate::obtainRuntime(Launcher &launcher, const FileManager &f
             return path;
         }
         raiseIfCancelled();
-        archive = downloadRuntime(fileManager);
+        archive = downloadRuntime();
     }
     if (!archive) {
         return std::nullopt;
     }
-    std::string runtimePath = handleTar(*archive, fileManager);
+    std::string runtimePath = handleTar(*archive);
     record(launcher, runtimePath);
     return runtimePath;
 }
 
-OptionalText AppDelegate::downloadRuntime(const FileManager &fileManager) {
+OptionalText AppDelegate::downloadRuntime() {
     const std::string location = stringValue(infoDictionary(), "ksv.jreLocation").value_or("");
     const std::string url(platform::trimmingWhitespaceAndNewlines(location));
     if (url.empty()) {
@@ -133,15 +133,15 @@ OptionalText AppDelegate::downloadRuntime(const FileManager &fileManager) {
     _DLog("%s [Line %d] download returned", signature, __LINE__);
 
     raiseIfCancelled();
-    if (downloadFailed || !fileManager.fileExistsAtPath(destination)) {
+    if (downloadFailed || !platform::fileExistsAtPath(destination)) {
         removeTemporaryDirectory();
         Launcher::displayError("DownloadJreError");
         platform::endProcess(1);
     }
     mainQueue.addOperation([=, this] {
-        progressBar->setIndeterminate(false);
-        progressBar->setDoubleValue(0.0);
-        label->setStringValue(
+        controls->progressBar.setIndeterminate(false);
+        controls->progressBar.setDoubleValue(0.0);
+        controls->label.setStringValue(
             platform::format(Bundle::mainBundle().localizedStringForKey("PrepareInstaller", ""), applicationName));
     });
     return destination;
@@ -159,14 +159,14 @@ void AppDelegate::awaitDownload() {
     downloadConditionLock->unlockWithCondition(0);
 }
 
-std::string AppDelegate::handleTar(const std::string &tarFile, const FileManager &fileManager) {
+std::string AppDelegate::handleTar(const std::string &tarFile) {
     static constexpr const char *tarSignature = "-[AppDelegate handleTar:fileManager:]";
     const auto size = expectedSize(tarFile);
     if (!tempDir) {
         tempDir = createTemporaryDirectory(size);
     }
     std::string destination = appendingPathComponent(tempDir->path(), "jre.bundle");
-    if (const auto error = fileManager.createDirectoryAtPath(destination, false)) {
+    if (const auto error = platform::createDirectoryAtPath(destination, false)) {
         throw platform::Exception("ExtractionException", platform::format("could not create the directory %@: %@",
                                                                           destination, error.message()));
     }
@@ -183,11 +183,11 @@ std::string AppDelegate::handleTar(const std::string &tarFile, const FileManager
     }
     _DLog("%s [Line %d] jre destination %@", tarSignature, __LINE__, destination);
 
-    const std::string home = getJreLocation(destination, fileManager);
+    const std::string home = getJreLocation(destination);
     const std::string inner = appendingPathComponent(home, "jre");
     raiseIfCancelled();
     requireInside(destination, home);
-    const bool unpacked = Unpacker::unpack(fileManager.fileExistsAtPath(inner) ? inner : home,
+    const bool unpacked = Unpacker::unpack(platform::fileExistsAtPath(inner) ? inner : home,
                                            [this](double percentage, const OptionalText &) {
                                                raiseIfCancelled();
                                                postProgress(percentage * unpackingShare + unpackingStart);
@@ -201,7 +201,8 @@ std::string AppDelegate::handleTar(const std::string &tarFile, const FileManager
 }
 
 void AppDelegate::postProgress(double percentage) {
-    OperationQueue::mainQueue().addMergedOperation("progress", [=, this] { progressBar->setDoubleValue(percentage); });
+    OperationQueue::mainQueue().addMergedOperation("progress",
+                                                   [=, this] { controls->progressBar.setDoubleValue(percentage); });
 }
 
 void AppDelegate::removeTemporaryDirectory() {

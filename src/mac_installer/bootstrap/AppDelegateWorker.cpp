@@ -12,7 +12,6 @@
 
 namespace kestrav {
 
-using platform::FileManager;
 using platform::OperationQueue;
 
 namespace {
@@ -26,19 +25,18 @@ constexpr std::int64_t windowPause = 5'000'000;
 } // namespace
 
 void AppDelegate::worker() {
-    const FileManager fileManager;
     int status = 1;
     try {
         _DLog("%s [Line %d] worker started", signature, __LINE__);
         const auto launcher = Launcher::launcher();
         launcher->checkpoint = [this] { raiseIfCancelled(); };
-        const OptionalText runtimePath = obtainRuntime(*launcher, fileManager);
+        const OptionalText runtimePath = obtainRuntime(*launcher);
         raiseIfCancelled();
         if (!runtimePath) {
             launcher->displayMissingRuntime();
             platform::endProcess(1);
         }
-        status = runProgram(*launcher, *runtimePath, fileManager);
+        status = runProgram(*launcher, *runtimePath);
     } catch (const std::exception &exception) {
         const auto *raised = dynamic_cast<const platform::Exception *>(&exception);
         if (raised != nullptr && raised->name() == CancelledException) {
@@ -51,19 +49,19 @@ void AppDelegate::worker() {
     platform::endProcess(status);
 }
 
-int AppDelegate::runProgram(Launcher &launcher, const std::string &runtimePath, const FileManager &fileManager) {
+int AppDelegate::runProgram(Launcher &launcher, const std::string &runtimePath) {
     OperationQueue &mainQueue = OperationQueue::mainQueue();
     mainQueue.addOperation([this] {
-        progressBar->setIndeterminate(true);
-        progressBar->startAnimation();
-        cancelButton->setEnabled(false);
+        controls->progressBar.setIndeterminate(true);
+        controls->progressBar.startAnimation();
+        controls->cancelButton.setEnabled(false);
     });
 
-    const JavaParameters parameters = launcher.readJavaParameters(fileManager);
+    const JavaParameters parameters = launcher.readJavaParameters();
     const auto arguments = launcher.commandLine(parameters, archive);
     _DLog("%s [Line %d] args: %@", signature, __LINE__, arguments);
 
-    const std::string home = getJreLocation(runtimePath, fileManager);
+    const std::string home = getJreLocation(runtimePath);
     const auto process = std::make_shared<JavaProcess>(platform::appendingPathComponent(home, "bin/java"), arguments);
     process->keepOpen(tempDir ? tempDir->lock() : -1); // the folder stays in use if the child survives us
     closeWindowLater();                                // first: a failure must not leave a child behind
@@ -77,7 +75,8 @@ void AppDelegate::closeWindowLater() {
     platform::Thread([this] {
         platform::sleepMicroseconds(windowPause);
         mayEndWithChild.unlockWithCondition(1);
-        platform::callProgram(*this, [this] { OperationQueue::mainQueue().addOperation([this] { window->close(); }); });
+        platform::callProgram(
+            *this, [this] { OperationQueue::mainQueue().addOperation([this] { controls->window.close(); }); });
     }).detach();
 }
 

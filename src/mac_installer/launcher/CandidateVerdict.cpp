@@ -100,7 +100,7 @@ CandidateVerdict judgeVersion(const CandidateInfo &info, const RuntimeBounds &bo
 }
 
 std::string otherProcessorReason(const std::string &path) {
-    const std::string home = getJreLocation(path, platform::FileManager());
+    const std::string home = getJreLocation(path);
     const bool runs = platform::runsOnThisProcessor(platform::appendingPathComponent(home, "bin/java"));
     return runs ? "" : "its bin/java is for another processor";
 }

@@ -35,7 +35,7 @@ const T *typedValue(const PropertyList &dictionary, std::string_view key, std::s
 /// Raises if Info.plist is there and cannot be read: without this a start would end over some key that it has.
 void requireWholeFile(const platform::Bundle &bundle) {
     const std::string path = platform::appendingPathComponent(bundle.bundlePath(), "Contents/Info.plist");
-    if (!platform::FileManager().fileExistsAtPath(path)) {
+    if (!platform::fileExistsAtPath(path)) {
         return;
     }
     const auto content = platform::contentsOfFile(path);

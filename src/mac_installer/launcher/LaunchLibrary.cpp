@@ -4,6 +4,7 @@
 #include "mac_installer/launcher/global.h"
 #include "platform/DebugLog.h"
 #include "platform/Exception.h"
+#include "platform/FileManager.h"
 #include "platform/RuntimeSupport.h"
 #include "platform/path.h"
 
@@ -37,7 +38,7 @@ void keepList(JLI_List list) {
 
 } // namespace
 
-std::string launchLibraryPath(const std::string &runtimePath, const platform::FileManager &fileManager) {
+std::string launchLibraryPath(const std::string &runtimePath) {
     std::vector<std::string> directories = {"Contents/Home/jre/lib/jli", "Contents/Home/lib/jli", "Contents/Home/lib",
                                             "lib/jli", "lib"};
     if (const std::string_view processor = platform::processorFolder(); !processor.empty()) {
@@ -49,7 +50,7 @@ std::string launchLibraryPath(const std::string &runtimePath, const platform::Fi
         for (const char *name : {"libjli.dylib", "libjli.so"}) {
             std::string path =
                 platform::appendingPathComponent(runtimePath, platform::appendingPathComponent(directory, name));
-            if (fileManager.fileExistsAtPath(path)) {
+            if (platform::fileExistsAtPath(path)) {
                 return path;
             }
         }

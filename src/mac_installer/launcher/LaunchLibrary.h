@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/DynamicLibrary.h"
-#include "platform/FileManager.h"
 
 #include <cstddef>
 #include <string>
@@ -19,7 +18,7 @@ using JLI_Boolean = unsigned char;
 
 /// The file to load as the launch library of the runtime at `runtimePath`: the first that exists of the places where
 /// runtimes keep it.
-[[nodiscard]] std::string launchLibraryPath(const std::string &runtimePath, const platform::FileManager &fileManager);
+[[nodiscard]] std::string launchLibraryPath(const std::string &runtimePath);
 
 /// The file to load for the public browser plug-in's runtime.
 [[nodiscard]] std::string pluginLibraryPath();

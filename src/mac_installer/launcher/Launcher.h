@@ -2,7 +2,6 @@
 
 #include "mac_installer/launcher/CandidateVerdict.h"
 #include "platform/Bundle.h"
-#include "platform/FileManager.h"
 #include "platform/PropertyList.h"
 
 #include <cstdint>
@@ -46,7 +45,7 @@ public:
 
     /// Reads VM options, main class and arguments from Info.plist, options files and the command line, and changes the
     /// working directory as configured. After the search, whose results options may depend on.
-    JavaParameters readJavaParameters(const platform::FileManager &fileManager);
+    JavaParameters readJavaParameters();
 
     /// The runtime's command line: options the runtime knows, "-Dksv.jreBundle=…", "-Dksv.tarFile=…" where the runtime
     /// came from an archive, the main class, the arguments. Raises "no MainClass" where there is none.
@@ -108,11 +107,10 @@ public:
     /// with a notice if the application's own runtime cannot be unpacked; raises for a configuration of the wrong type.
     OptionalText findJavaBundle(bool searchOtherInstallations);
     /// Tries one directory as a runtime; true if it was accepted, with the fields set to it.
-    bool findDirectoryJavaBundle(const OptionalText &directory, const platform::FileManager &fileManager,
-                                 const RuntimeBounds &bounds);
+    bool findDirectoryJavaBundle(const OptionalText &directory, const RuntimeBounds &bounds);
     /// Tries the system's standard locations, newest version first; true if one was accepted, with the fields set to
     /// it.
-    bool findPublicJavaBundle(const platform::FileManager &fileManager, const RuntimeBounds &bounds);
+    bool findPublicJavaBundle(const RuntimeBounds &bounds);
 
     // In-process start ------------------------------------------------------------------------------------------------
 
@@ -152,14 +150,13 @@ private:
                               bool isOwn = false);
     [[nodiscard]] bool tryBundle(const char *signature, int line, const std::string &path, const RuntimeBounds &bounds,
                                  bool plugin = false);
-    void findOtherInstallation(const platform::FileManager &fileManager, const RuntimeBounds &bounds);
-    [[nodiscard]] bool openOwnRuntime(const platform::FileManager &fileManager);
-    [[nodiscard]] bool findOwnRuntime(const platform::FileManager &fileManager);
-    void unpackOwnRuntime(const platform::FileManager &fileManager) const;
-    bool findVariablesJavaBundle(const std::string &name, const platform::FileManager &fileManager,
-                                 const RuntimeBounds &bounds);
-    bool searchConfiguredSequence(const platform::FileManager &fileManager, const RuntimeBounds &bounds);
-    [[nodiscard]] bool findPlugin(const platform::FileManager &fileManager, const RuntimeBounds &bounds);
+    void findOtherInstallation(const RuntimeBounds &bounds);
+    [[nodiscard]] bool openOwnRuntime();
+    [[nodiscard]] bool findOwnRuntime();
+    void unpackOwnRuntime() const;
+    bool findVariablesJavaBundle(const std::string &name, const RuntimeBounds &bounds);
+    bool searchConfiguredSequence(const RuntimeBounds &bounds);
+    [[nodiscard]] bool findPlugin(const RuntimeBounds &bounds);
     void addVersionSpecificOptions(std::vector<std::string> &options, const std::string &bundlePath,
                                    OptionalText &classPath) const;
     [[nodiscard]] bool matchesVersionPattern(const std::string &pattern, const platform::PropertyList &options) const;

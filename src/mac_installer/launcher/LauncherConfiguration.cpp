@@ -2,6 +2,7 @@
 #include "mac_installer/launcher/Launcher.h"
 #include "platform/DebugLog.h"
 #include "platform/Exception.h"
+#include "platform/FileManager.h"
 #include "platform/ProcessInfo.h"
 #include "platform/RuntimeSupport.h"
 #include "platform/UserDefaults.h"
@@ -69,7 +70,7 @@ void addCommandLine(JavaParameters &parameters, bool allowPassthrough) {
 
 } // namespace
 
-JavaParameters Launcher::readJavaParameters(const platform::FileManager &fileManager) {
+JavaParameters Launcher::readJavaParameters() {
     setLanguage();
     const PropertyList &info = infoDictionary();
     const PropertyList &javaVM = javaVMDictionary();
@@ -77,7 +78,7 @@ JavaParameters Launcher::readJavaParameters(const platform::FileManager &fileMan
 
     const auto directory =
         replacingAppPackage(stringValue(javaVM, "WorkingDirectory"), bundlePath).value_or(bundlePath);
-    if (const auto error = fileManager.changeCurrentDirectoryPath(directory)) {
+    if (const auto error = platform::changeCurrentDirectoryPath(directory)) {
         _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, directory, error.message());
     }
 

@@ -1,30 +1,29 @@
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/Launcher.h"
 #include "platform/DebugLog.h"
+#include "platform/FileManager.h"
 #include "platform/UserDefaults.h"
 #include "platform/path.h"
 #include "platform/text.h"
 
 namespace kestrav {
 
-using platform::FileManager;
-
 namespace {
 
 constexpr const char *signature = "-[Launcher findJavaBundle:]";
 
 /// The runtime bundle inside the single application bundle `name` of an installation.
-std::string bundledRuntime(const std::string &directory, const std::string &name, const FileManager &fileManager) {
+std::string bundledRuntime(const std::string &directory, const std::string &name) {
     std::string path = platform::format("%@/%@/Contents/Resources/jre.bundle", directory, name);
-    return fileManager.fileExistsAtPath(path) ? path
-                                              : platform::format("%@/%@/Contents/PlugIns/jre.bundle", directory, name);
+    return platform::fileExistsAtPath(path) ? path
+                                            : platform::format("%@/%@/Contents/PlugIns/jre.bundle", directory, name);
 }
 
 /// The version that a plain runtime directory states in a file of its own; empty if `path` is no such runtime.
-OptionalText plainRuntimeVersion(const std::string &path, const FileManager &fileManager) {
+OptionalText plainRuntimeVersion(const std::string &path) {
     const std::string versionFile = platform::appendingPathComponent(path, "kestrav_jre_version");
-    if (!fileManager.directoryExistsAtPath(path) || !fileManager.fileExistsAtPath(versionFile) ||
-        fileManager.directoryExistsAtPath(versionFile)) {
+    if (!platform::directoryExistsAtPath(path) || !platform::fileExistsAtPath(versionFile) ||
+        platform::directoryExistsAtPath(versionFile)) {
         return std::nullopt;
     }
     return platform::stringWithContentsOfFile(versionFile);
@@ -32,7 +31,7 @@ OptionalText plainRuntimeVersion(const std::string &path, const FileManager &fil
 
 } // namespace
 
-void Launcher::findOtherInstallation(const FileManager &fileManager, const RuntimeBounds &bounds) {
+void Launcher::findOtherInstallation(const RuntimeBounds &bounds) {
     const auto appId = stringValue(infoDictionary(), "ksv.appId");
     auto &defaults = platform::UserDefaults::standardUserDefaults();
     defaults.addSuiteNamed("com.kestrav.installations");
@@ -52,12 +51,12 @@ void Launcher::findOtherInstallation(const FileManager &fileManager, const Runti
         checkpoint();
         const auto name = registry->stringForKey(platform::format("singleBundleName%@_%@", appId, directory));
         if (name) {
-            javaBundlePath = bundledRuntime(directory, *name, fileManager);
+            javaBundlePath = bundledRuntime(directory, *name);
         } else {
             javaBundlePath = platform::format("%@/.kestrav/jre.bundle", directory);
-            if (!fileManager.directoryExistsAtPath(*javaBundlePath)) {
+            if (!platform::directoryExistsAtPath(*javaBundlePath)) {
                 const std::string plain = platform::format("%@/.kestrav/jre", directory);
-                if (const auto version = plainRuntimeVersion(plain, fileManager)) {
+                if (const auto version = plainRuntimeVersion(plain)) {
                     javaBundlePath = plain;
                     static_cast<void>(settle(signature, __LINE__, plain, judgePlainRuntime(plain, version, bounds)));
                     bundleChecking = false;
@@ -68,7 +67,7 @@ void Launcher::findOtherInstallation(const FileManager &fileManager, const Runti
         if (!bundleChecking) {
             continue;
         }
-        if (!fileManager.fileExistsAtPath(*javaBundlePath)) {
+        if (!platform::fileExistsAtPath(*javaBundlePath)) {
             _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, javaBundlePath, "nothing exists there");
             continue;
         }

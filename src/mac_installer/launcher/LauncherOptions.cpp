@@ -2,6 +2,7 @@
 #include "mac_installer/launcher/Launcher.h"
 #include "mac_installer/launcher/trust.h"
 #include "platform/DebugLog.h"
+#include "platform/FileManager.h"
 #include "platform/path.h"
 #include "platform/text.h"
 

@@ -5,6 +5,7 @@
 #include "mac_installer/launcher/global.h"
 #include "mac_installer/launcher/trust.h"
 #include "platform/DebugLog.h"
+#include "platform/FileManager.h"
 #include "platform/ProcessInfo.h"
 #include "platform/path.h"
 
@@ -12,7 +13,6 @@ namespace kestrav {
 
 using platform::appendingPathComponent;
 using platform::Bundle;
-using platform::FileManager;
 
 namespace {
 
@@ -22,12 +22,12 @@ constexpr const char *signature = "-[Launcher findJavaBundle:]";
 constexpr const char *assumedVersion = "1.7.0";
 
 /// False if `_ksv_testdir` cannot be made in the directory; something of that name already there counts the same.
-bool isWritable(const std::string &directory, const FileManager &fileManager) {
+bool isWritable(const std::string &directory) {
     const std::string probe = appendingPathComponent(directory, "_ksv_testdir");
-    if (fileManager.fileExistsAtPath(probe) || fileManager.createDirectoryAtPath(probe, false)) {
+    if (platform::fileExistsAtPath(probe) || platform::createDirectoryAtPath(probe, false)) {
         return false;
     }
-    if (fileManager.removeItemAtPath(probe)) {
+    if (platform::removeItemAtPath(probe)) {
         _DLog("%s [Line %d] could not remove _ksv_testdir", signature, 623);
     }
     return true;
@@ -35,7 +35,7 @@ bool isWritable(const std::string &directory, const FileManager &fileManager) {
 
 } // namespace
 
-bool Launcher::openOwnRuntime(const FileManager &fileManager) {
+bool Launcher::openOwnRuntime() {
     const std::string &bundlePath = Bundle::mainBundle().bundlePath();
     for (const char *place : {"Contents/Resources/jre.bundle", "Contents/PlugIns/jre.bundle"}) {
         javaBundlePath = appendingPathComponent(bundlePath, place);
@@ -52,9 +52,8 @@ bool Launcher::openOwnRuntime(const FileManager &fileManager) {
     const std::string base = replacingAppPackage(*baseDir, bundlePath);
     const auto isThere = [&](const char *place) {
         javaBundlePath = appendingPathComponent(base, place);
-        const std::string home = runtimeHome(*javaBundlePath, fileManager);
-        return fileManager.directoryExistsAtPath(*javaBundlePath) &&
-               mayBeHeeded(signature, __LINE__, *javaBundlePath) &&
+        const std::string home = runtimeHome(*javaBundlePath);
+        return platform::directoryExistsAtPath(*javaBundlePath) && mayBeHeeded(signature, __LINE__, *javaBundlePath) &&
                mayBeHeeded(signature, __LINE__, appendingPathComponent(home, "bin/java"));
     };
     if (isThere(".kestrav/jre.bundle")) {
@@ -64,9 +63,9 @@ bool Launcher::openOwnRuntime(const FileManager &fileManager) {
     return isThere(".kestrav/jre");
 }
 
-bool Launcher::findOwnRuntime(const FileManager &fileManager) {
+bool Launcher::findOwnRuntime() {
     checkpoint();
-    if (!openOwnRuntime(fileManager)) {
+    if (!openOwnRuntime()) {
         return false;
     }
     const std::string otherProcessor = otherProcessorReason(*javaBundlePath);
@@ -80,19 +79,19 @@ bool Launcher::findOwnRuntime(const FileManager &fileManager) {
         setLaunchJavaVersion(assumedVersion);
     }
     if (otherProcessor.empty()) { // else its unpack200 cannot be run either
-        unpackOwnRuntime(fileManager);
+        unpackOwnRuntime();
     }
     return true;
 }
 
-void Launcher::unpackOwnRuntime(const FileManager &fileManager) const {
-    const std::string home = javaBundle ? runtimeHome(*javaBundlePath, fileManager) : *javaBundlePath;
+void Launcher::unpackOwnRuntime() const {
+    const std::string home = javaBundle ? runtimeHome(*javaBundlePath) : *javaBundlePath;
     _DLog("%s [Line %d] Running unpacker on %@", signature, 616,
-          platform::fileURLString(home, fileManager.directoryExistsAtPath(home)));
+          platform::fileURLString(home, platform::directoryExistsAtPath(home)));
     if (Unpacker::unpack(appendingPathComponent(home, "jre"), nullptr) && Unpacker::unpack(home, nullptr)) {
         return;
     }
-    if (isWritable(home, fileManager)) {
+    if (isWritable(home)) {
         displayError("dorvik.InternalError", "could not run unpack200");
     } else {
         displayError("NonWritablePackDir");

@@ -3,6 +3,7 @@
 #include "mac_installer/launcher/Launcher.h"
 #include "mac_installer/launcher/global.h"
 #include "platform/DebugLog.h"
+#include "platform/FileManager.h"
 #include "platform/ProcessInfo.h"
 #include "platform/RuntimeSupport.h"
 #include "platform/path.h"
@@ -15,7 +16,6 @@ namespace kestrav {
 
 using platform::appendingPathComponent;
 using platform::Bundle;
-using platform::FileManager;
 
 namespace {
 
@@ -79,7 +79,6 @@ std::vector<std::string> newestDeclaredFirst(const std::string &directory, const
 } // namespace
 
 OptionalText Launcher::findJavaBundle(bool searchOtherInstallations) {
-    const FileManager fileManager;
     setLaunchJavaVersion(std::nullopt);
     javaBundle.reset();
     pluginUsed = false;
@@ -87,9 +86,9 @@ OptionalText Launcher::findJavaBundle(bool searchOtherInstallations) {
 
     const RuntimeBounds bounds = configuredBounds();
     if (searchOtherInstallations) {
-        findOtherInstallation(fileManager, bounds);
-    } else if (!findOwnRuntime(fileManager)) {
-        searchConfiguredSequence(fileManager, bounds);
+        findOtherInstallation(bounds);
+    } else if (!findOwnRuntime()) {
+        searchConfiguredSequence(bounds);
     }
 
     if (launchGlobals.launchJavaVersion == nullptr) {
@@ -103,24 +102,24 @@ OptionalText Launcher::findJavaBundle(bool searchOtherInstallations) {
     return javaBundlePath;
 }
 
-bool Launcher::searchConfiguredSequence(const FileManager &fileManager, const RuntimeBounds &bounds) {
+bool Launcher::searchConfiguredSequence(const RuntimeBounds &bounds) {
     const platform::PropertyList &javaVM = javaVMDictionary();
     _DLog("%s [Line %d] search sequence %@", searchSignature, 633, javaVM.find("SearchSequence"));
     const auto *sequence = arrayValue(javaVM, "SearchSequence");
     if (sequence == nullptr) {
-        return findPublicJavaBundle(fileManager, bounds);
+        return findPublicJavaBundle(bounds);
     }
     const auto tryEntry = [&](char kind, const std::string &argument) {
         switch (kind) {
         case 'E':
             _DLog("%s [Line %d] checking environment variable %@", searchSignature, 650, argument);
-            return findVariablesJavaBundle(argument, fileManager, bounds);
+            return findVariablesJavaBundle(argument, bounds);
         case 'R':
             _DLog("%s [Line %d] checking directory %@", searchSignature, 646, argument);
-            return findDirectoryJavaBundle(argument, fileManager, bounds);
+            return findDirectoryJavaBundle(argument, bounds);
         case 'Y':
             _DLog("%s [Line %d] checking standard locations", searchSignature, 642);
-            return findPublicJavaBundle(fileManager, bounds);
+            return findPublicJavaBundle(bounds);
         default:
             return false;
         }
@@ -131,32 +130,30 @@ bool Launcher::searchConfiguredSequence(const FileManager &fileManager, const Ru
     });
 }
 
-bool Launcher::findVariablesJavaBundle(const std::string &name, const FileManager &fileManager,
-                                       const RuntimeBounds &bounds) {
+bool Launcher::findVariablesJavaBundle(const std::string &name, const RuntimeBounds &bounds) {
     const auto value = platform::ProcessInfo::processInfo().environmentVariable(name);
     if (!value) {
         _DLog("%s [Line %d] rejected %@: %@", searchSignature, __LINE__, name, "the variable is not set");
     }
-    return findDirectoryJavaBundle(value, fileManager, bounds);
+    return findDirectoryJavaBundle(value, bounds);
 }
 
-bool Launcher::findDirectoryJavaBundle(const OptionalText &directory, const FileManager &fileManager,
-                                       const RuntimeBounds &bounds) {
+bool Launcher::findDirectoryJavaBundle(const OptionalText &directory, const RuntimeBounds &bounds) {
     if (!directory) {
         return false;
     }
     checkpoint(); // also for one that does not exist: the question alone may take long
     javaBundlePath = replaceVariables(*directory);
-    if (!fileManager.fileExistsAtPath(*javaBundlePath)) {
+    if (!platform::fileExistsAtPath(*javaBundlePath)) {
         _DLog("%s [Line %d] rejected %@: %@", directorySignature, __LINE__, javaBundlePath, "nothing exists there");
         return false;
     }
     return tryBundle(directorySignature, __LINE__, *javaBundlePath, bounds);
 }
 
-bool Launcher::findPlugin(const FileManager &fileManager, const RuntimeBounds &bounds) {
+bool Launcher::findPlugin(const RuntimeBounds &bounds) {
     const std::string path = platform::systemPath("/Library/Internet Plug-Ins/JavaAppletPlugin.plugin");
-    const bool hasRuntime = fileManager.fileExistsAtPath(appendingPathComponent(path, "Contents/Home/bin/java"));
+    const bool hasRuntime = platform::fileExistsAtPath(appendingPathComponent(path, "Contents/Home/bin/java"));
     const auto bundle = hasRuntime ? Bundle::create(path) : nullptr;
     if (!bundle) {
         return false;
@@ -177,12 +174,12 @@ bool Launcher::findPlugin(const FileManager &fileManager, const RuntimeBounds &b
     return true;
 }
 
-bool Launcher::findPublicJavaBundle(const FileManager &fileManager, const RuntimeBounds &bounds) {
-    if (findPlugin(fileManager, bounds)) {
+bool Launcher::findPublicJavaBundle(const RuntimeBounds &bounds) {
+    if (findPlugin(bounds)) {
         return true;
     }
     for (const platform::RuntimeDirectory &directory : platform::standardRuntimeDirectories()) {
-        const auto names = fileManager.contentsOfDirectoryAtPath(directory.path);
+        const auto names = platform::contentsOfDirectoryAtPath(directory.path);
         if (!names) {
             continue;
         }

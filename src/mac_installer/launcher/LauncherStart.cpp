@@ -14,8 +14,6 @@
 
 namespace kestrav {
 
-using platform::FileManager;
-
 namespace {
 
 /// For the runtime, which reads the real environment; what configures a child process is only a copy of it.
@@ -31,7 +29,7 @@ Launcher &Launcher::load(const char *programPath) {
     if (!findJavaBundle(false)) {
         return *this;
     }
-    const JavaParameters parameters = readJavaParameters(FileManager());
+    const JavaParameters parameters = readJavaParameters();
     exportLanguage();
     setLaunchVector(programPath, commandLine(parameters, std::nullopt));
     return *this;
@@ -67,7 +65,7 @@ int Launcher::launch() {
     if (pluginUsed) {
         path = pluginLibraryPath();
     } else {
-        path = launchLibraryPath(*javaBundlePath, FileManager());
+        path = launchLibraryPath(*javaBundlePath);
         _DLog("%s [Line %d] load library %@.", signature, __LINE__, path);
     }
     const LaunchLibrary library(path);

@@ -3,6 +3,7 @@
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "platform/DebugLog.h"
 #include "platform/Exception.h"
+#include "platform/FileManager.h"
 #include "platform/ProcessInfo.h"
 #include "platform/text.h"
 
@@ -94,7 +95,7 @@ void add(OptionalText &result, std::string_view text) {
 void addArchivesOf(OptionalText &result, const std::string &directory) {
     static constexpr const char *signature = "-[Launcher resolveArtifactPath:]";
     _DLog("%s [Line %d] scanning directory %@", signature, __LINE__, directory);
-    const auto names = platform::FileManager().contentsOfDirectoryAtPath(directory);
+    const auto names = platform::contentsOfDirectoryAtPath(directory);
     if (!names) {
         return;
     }
@@ -125,7 +126,7 @@ std::string Launcher::replaceVariables(std::string_view text) const {
             replace(tempDir, platform::temporaryDirectory().value_or(std::string(tempDir)));
         }
         if (javaBundlePath && result.find("${launcher:sys.jvmHome}") != std::string::npos) {
-            replace("${launcher:sys.jvmHome}", getJreLocation(*javaBundlePath, platform::FileManager()));
+            replace("${launcher:sys.jvmHome}", getJreLocation(*javaBundlePath));
         }
         if (result.find(variableStart) != std::string::npos) {
             replaceEnvironment(result, text);

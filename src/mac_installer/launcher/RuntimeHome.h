@@ -1,7 +1,5 @@
 #pragma once
 
-#include "platform/FileManager.h"
-
 #include <string>
 
 // The only place that knows where a runtime's home is: a bundle keeps it in Contents/Home, a plain runtime directory is
@@ -11,9 +9,9 @@ namespace kestrav {
 
 /// The home of the runtime at `runtimePath`: the directory itself if it holds bin/java and no Contents/Home, else its
 /// Contents/Home (whether that exists or not).
-[[nodiscard]] std::string runtimeHome(const std::string &runtimePath, const platform::FileManager &fileManager);
+[[nodiscard]] std::string runtimeHome(const std::string &runtimePath);
 
 /// `runtimeHome`, or the "jre" below it where that exists: the directory whose bin/java is started.
-[[nodiscard]] std::string getJreLocation(const std::string &runtimePath, const platform::FileManager &fileManager);
+[[nodiscard]] std::string getJreLocation(const std::string &runtimePath);
 
 } // namespace kestrav

@@ -2,7 +2,6 @@
 
 #include "platform/OperationQueue.h"
 #include "platform/Thread.h"
-#include "platform/WindowControls.h"
 #include "platform/linux/ModuleWindow.h"
 #include "platform/linux/TerminalProgress.h"
 
@@ -51,7 +50,7 @@ void giveThreadsTheirStack() {
 
 [[noreturn]] void runLoop(ApplicationDelegate &delegate) {
     WindowControls controls;
-    controls.connect(delegate);
+    delegate.setControls(controls);
     delegate.applicationWillFinishLaunching();
     if (!controls.window.isVisible()) {
         delegate.applicationDidFinishLaunching();

@@ -16,7 +16,7 @@ namespace {
 Information readInformation(const std::string &bundlePath) {
     for (const char *place : {"Contents/Info.plist", "Resources/Info.plist", "Info.plist"}) {
         const std::string file = appendingPathComponent(bundlePath, place);
-        if (!FileManager().fileExistsAtPath(file)) {
+        if (!fileExistsAtPath(file)) {
             continue;
         }
         const auto content = contentsOfFile(file);
@@ -41,7 +41,7 @@ std::string ownBundlePath() {
 }
 
 std::unique_ptr<Bundle> Bundle::create(const std::string &path) {
-    if (!FileManager().directoryExistsAtPath(path)) {
+    if (!directoryExistsAtPath(path)) {
         return nullptr;
     }
     std::string ownPath(withoutTrailingSlashes(path));
@@ -53,7 +53,7 @@ std::unique_ptr<Bundle> Bundle::create(const std::string &path) {
 std::string Bundle::resourcePath() const {
     for (const char *place : {"Contents/Resources", "Resources"}) {
         std::string directory = appendingPathComponent(path_, place);
-        if (FileManager().directoryExistsAtPath(directory)) {
+        if (directoryExistsAtPath(directory)) {
             return directory;
         }
     }
@@ -66,7 +66,7 @@ std::optional<std::string> Bundle::pathForResource(std::string_view name, std::s
         file.append(".").append(extension);
     }
     std::string path = appendingPathComponent(resourcePath(), file);
-    return FileManager().fileExistsAtPath(path) ? std::optional(std::move(path)) : std::nullopt;
+    return fileExistsAtPath(path) ? std::optional(std::move(path)) : std::nullopt;
 }
 
 std::string Bundle::localizedStringForKey(std::string_view key, std::string_view value) const {

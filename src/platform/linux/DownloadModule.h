@@ -25,6 +25,9 @@ struct KestravTransfer {
 };
 
 struct KestravDownloadModule {
+    static constexpr const char *file = "download.so"; ///< in the bundle's Contents/Frameworks
+    static constexpr const char *entry = "kestravDownloadModule";
+
     /// Makes a transfer and returns when it has ended: 1 if it is complete, else 0 with a text for people in `error`.
     int (*transfer)(const KestravTransfer *transfer, char *error, std::size_t errorSize) noexcept;
 };
@@ -32,11 +35,3 @@ struct KestravDownloadModule {
 /// The module's one export: fills in its functions.
 void kestravDownloadModule(KestravDownloadModule *module) noexcept;
 }
-
-namespace kestrav::platform {
-
-/// The module's file in the bundle, and the name of the function above.
-inline constexpr const char *DownloadModulePath = "Contents/Frameworks/download.so";
-inline constexpr const char *DownloadModuleEntry = "kestravDownloadModule";
-
-} // namespace kestrav::platform

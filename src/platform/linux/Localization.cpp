@@ -54,13 +54,13 @@ std::string_view otherName(std::string_view language) {
 std::optional<std::string> fileIn(const std::string &resources, std::string_view language, std::string_view fileName) {
     std::string file =
         appendingPathComponent(appendingPathComponent(resources, std::string(language) + ".lproj"), fileName);
-    return !language.empty() && FileManager().fileExistsAtPath(file) ? std::optional(std::move(file)) : std::nullopt;
+    return !language.empty() && fileExistsAtPath(file) ? std::optional(std::move(file)) : std::nullopt;
 }
 
 /// The file of the first language, by name, that has one.
 std::optional<std::string> fileOfAnyLanguage(const std::string &resources, std::string_view fileName) {
     constexpr std::string_view extension = ".lproj";
-    auto names = FileManager().contentsOfDirectoryAtPath(resources).value_or(std::vector<std::string>());
+    auto names = contentsOfDirectoryAtPath(resources).value_or(std::vector<std::string>());
     std::sort(names.begin(), names.end());
     for (const std::string &name : names) {
         if (name.ends_with(extension)) {
@@ -110,8 +110,7 @@ std::optional<std::string> localizedResource(const std::string &resources, std::
         }
     }
     std::string file = appendingPathComponent(resources, fileName);
-    return FileManager().fileExistsAtPath(file) ? std::optional(std::move(file))
-                                                : fileOfAnyLanguage(resources, fileName);
+    return fileExistsAtPath(file) ? std::optional(std::move(file)) : fileOfAnyLanguage(resources, fileName);
 }
 
 } // namespace kestrav::platform

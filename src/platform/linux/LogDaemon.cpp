@@ -30,7 +30,6 @@ using Milliseconds = std::chrono::milliseconds;
 
 struct Daemon {
     std::mutex mutex;
-    std::string path = _PATH_LOG;
     FileDescriptor socket;
     bool isStream = false; // of old daemons: a NUL ends a message there
     Milliseconds patience{1000};
@@ -50,10 +49,12 @@ FileDescriptor newSocket(int type) {
 bool connectTo(Daemon &daemon) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    if (daemon.path.size() >= sizeof address.sun_path) {
+    const std::string &replacement = testing::replacements().logDaemon;
+    const std::string path = replacement.empty() ? _PATH_LOG : replacement;
+    if (path.size() >= sizeof address.sun_path) {
         return false;
     }
-    daemon.path.copy(address.sun_path, sizeof address.sun_path - 1);
+    path.copy(address.sun_path, sizeof address.sun_path - 1);
     for (const bool stream : {false, true}) {
         daemon.socket = newSocket(stream ? SOCK_STREAM : SOCK_DGRAM);
         daemon.isStream = stream;
@@ -131,11 +132,6 @@ void sendToLogDaemon(std::string_view message) {
         }
         log.socket.reset();
     }
-}
-
-void testing::setLogDaemon(const std::string &path) {
-    daemon().path = path;
-    daemon().socket.reset();
 }
 
 } // namespace kestrav::platform

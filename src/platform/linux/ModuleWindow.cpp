@@ -2,14 +2,13 @@
 
 #include "platform/Bundle.h"
 #include "platform/DebugLog.h"
-#include "platform/DynamicLibrary.h"
 #include "platform/Environment.h"
 #include "platform/FileManager.h"
 #include "platform/IconImage.h"
 #include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
+#include "platform/linux/Module.h"
 #include "platform/linux/SessionBus.h"
-#include "platform/path.h"
 
 #include <clocale>
 
@@ -107,18 +106,9 @@ bool ModuleWindow::loadModule() {
         note("there is no interface file");
         return false;
     }
-    const DynamicLibrary library(appendingPathComponent(Bundle::mainBundle().bundlePath(), WindowModulePath));
-    if (!library.isOpen()) {
-        note(library.error());
-        return false;
-    }
-    auto *const fill = library.function<decltype(kestravWindowModule)>(WindowModuleEntry);
-    if (fill == nullptr) {
-        note("the module is damaged");
-        return false;
-    }
-    fill(&module_);
-    return true;
+    const auto module = openModule<KestravWindowModule>(Bundle::mainBundle().bundlePath());
+    module_ = module.functions;
+    return module.failure.empty();
 }
 
 void ModuleWindow::note(std::string_view text) const {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/WindowControls.h"
+#include "platform/Application.h"
 #include "platform/linux/WindowModule.h"
 
 #include <functional>

@@ -16,6 +16,9 @@ struct KestravNotice {
 };
 
 struct KestravNoticeModule {
+    static constexpr const char *file = "notice.so"; ///< in the bundle's Contents/Frameworks
+    static constexpr const char *entry = "kestravNoticeModule";
+
     /// Shows a notice; 1 if the service accepted it, 0 for any failure. Any thread. Connecting to a bus that accepts
     /// but never speaks may block for good.
     int (*show)(const KestravNotice *notice) noexcept;
@@ -24,11 +27,3 @@ struct KestravNoticeModule {
 /// The module's one export: fills in its functions.
 void kestravNoticeModule(KestravNoticeModule *module) noexcept;
 }
-
-namespace kestrav::platform {
-
-/// The module's file in the bundle, and the name of the function above.
-inline constexpr const char *NoticeModulePath = "Contents/Frameworks/notice.so";
-inline constexpr const char *NoticeModuleEntry = "kestravNoticeModule";
-
-} // namespace kestrav::platform

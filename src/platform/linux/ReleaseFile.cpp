@@ -35,7 +35,7 @@ PropertyList::Dictionary parseReleaseFile(std::string_view text) {
 
 Information releaseInformation(const std::string &directory) {
     const std::string file = appendingPathComponent(directory, "release");
-    if (!FileManager().fileExistsAtPath(file)) {
+    if (!fileExistsAtPath(file)) {
         return {};
     }
     const auto text = stringWithContentsOfFile(file, releaseSizeLimit);

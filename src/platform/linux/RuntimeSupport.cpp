@@ -1,5 +1,6 @@
 #include "platform/RuntimeSupport.h"
 
+#include "platform/FileManager.h"
 #include "platform/linux/FileHeader.h"
 
 #include <algorithm>

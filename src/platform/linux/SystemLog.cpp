@@ -5,7 +5,6 @@
 #include "platform/linux/LogDaemon.h"
 #include "platform/linux/StandardError.h"
 #include "platform/linux/writeSystemLogOnly.h"
-#include "platform/posix/NeverDestroyed.h"
 #include "platform/testing.h"
 
 #include <unistd.h>
@@ -19,11 +18,6 @@
 namespace kestrav::platform {
 
 namespace {
-
-std::function<void(std::string_view)> &sinkReplacement() {
-    static NeverDestroyed<std::function<void(std::string_view)>> replacement;
-    return replacement.get();
-}
 
 /// "2026-11-21 07:41:37.123", local time.
 std::string timestamp() {
@@ -40,7 +34,7 @@ std::string timestamp() {
 } // namespace
 
 void writeSystemLogOnly(std::string_view message) {
-    if (const auto &replacement = sinkReplacement()) {
+    if (const auto &replacement = testing::replacements().logSink) {
         replacement(message);
         return;
     }
@@ -53,7 +47,7 @@ void writeSystemLog(std::string_view message) {
 
 void writeSystemLog(std::string_view message, std::string_view onStandardError) {
     writeSystemLogOnly(message);
-    if (sinkReplacement()) {
+    if (testing::replacements().logSink) {
         return;
     }
     std::string line = timestamp() + " " + ProcessInfo::processInfo().processName() + "[" + std::to_string(getpid()) +
@@ -62,10 +56,6 @@ void writeSystemLog(std::string_view message, std::string_view onStandardError) 
     line += '\n';
     // Nobody is left to be told that standard error does not work.
     static_cast<void>(writeToStandardError(line));
-}
-
-void testing::setLogSink(std::function<void(std::string_view)> sink) {
-    sinkReplacement() = std::move(sink);
 }
 
 } // namespace kestrav::platform

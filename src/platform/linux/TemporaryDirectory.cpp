@@ -1,7 +1,6 @@
 #include "platform/FileManager.h"
 
 #include "platform/ProcessInfo.h"
-#include "platform/RuntimeSupport.h"
 #include "platform/path.h"
 
 namespace kestrav::platform {

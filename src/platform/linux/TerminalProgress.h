@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/WindowControls.h"
+#include "platform/Controls.h"
 
 #include <string>
 

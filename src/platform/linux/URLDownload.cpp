@@ -2,12 +2,12 @@
 
 #include "platform/Bundle.h"
 #include "platform/Clock.h"
-#include "platform/DynamicLibrary.h"
 #include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
 #include "platform/Thread.h"
 #include "platform/linux/DownloadModule.h"
 #include "platform/linux/DownloadedFile.h"
+#include "platform/linux/Module.h"
 #include "platform/posix/downloadRules.h"
 
 #include <sys/eventfd.h>
@@ -35,7 +35,7 @@ constexpr std::size_t errorSize = 512;
 class Transfer : public std::enable_shared_from_this<Transfer> {
 public:
     Transfer(URLRequest request, URLDownloadDelegate &delegate)
-        : request_(std::move(request)), modulePath_(Bundle::mainBundle().bundlePath() + "/" + DownloadModulePath),
+        : request_(std::move(request)), bundlePath_(Bundle::mainBundle().bundlePath()),
           certificateFile_(ProcessInfo::processInfo().environmentVariable("SSL_CERT_FILE").value_or("")),
           wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), delegate_(&delegate) {}
 
@@ -70,7 +70,7 @@ private:
     }
 
     const URLRequest request_;
-    const std::string modulePath_;
+    const std::string bundlePath_;
     const std::string certificateFile_;
     const FileDescriptor wake_; // readable once the transfer is cancelled
 
@@ -132,15 +132,11 @@ void Transfer::run() {
 }
 
 bool Transfer::transfer() {
-    const DynamicLibrary library(modulePath_);
-    auto *const fill =
-        library.isOpen() ? library.function<decltype(kestravDownloadModule)>(DownloadModuleEntry) : nullptr;
-    if (fill == nullptr) {
-        failure_ = library.isOpen() ? modulePath_ + ": no module" : library.error();
+    const auto module = openModule<KestravDownloadModule>(bundlePath_);
+    if (!module.failure.empty()) {
+        failure_ = module.failure;
         return false;
     }
-    KestravDownloadModule module{};
-    fill(&module);
 
     KestravTransfer transfer{};
     transfer.url = request_.url.c_str();
@@ -159,7 +155,7 @@ bool Transfer::transfer() {
     };
 
     std::array<char, errorSize> error{};
-    const bool complete = module.transfer(&transfer, error.data(), error.size()) == 1;
+    const bool complete = module.functions.transfer(&transfer, error.data(), error.size()) == 1;
     if (failure_.empty() && !complete) {
         failure_ = hostMayBeSecret(request_.url) ? untoldFailure : error.data();
     }

@@ -57,7 +57,7 @@ void UserDefaults::setObject(const PropertyList &value, std::string_view key) { 
         return;
     }
     auto content = contentsOfFile(*path);
-    if (!content && !FileManager().fileExistsAtPath(*path)) {
+    if (!content && !fileExistsAtPath(*path)) {
         content = PropertyList().serialize(); // a new one
     }
     const auto list = content ? PropertyList::parse(*content) : std::nullopt;

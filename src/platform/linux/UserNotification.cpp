@@ -3,15 +3,13 @@
 #include "platform/Bundle.h"
 #include "platform/ProcessInfo.h"
 #include "platform/Thread.h"
+#include "platform/linux/Module.h"
 #include "platform/linux/NoticeModule.h"
 #include "platform/linux/SessionBus.h"
 #include "platform/linux/StandardError.h"
 #include "platform/linux/writeSystemLogOnly.h"
-#include "platform/posix/NeverDestroyed.h"
 #include "platform/testing.h"
 #include "platform/text.h"
-
-#include <dlfcn.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -26,14 +24,9 @@ namespace {
 
 constexpr std::chrono::milliseconds Patience{1000};
 
-std::function<void(std::string_view, std::string_view)> &noticeReplacement() {
-    static NeverDestroyed<std::function<void(std::string_view, std::string_view)>> replacement;
-    return replacement.get();
-}
-
 /// One notice on its way. Shared with the thread that delivers it, which may never come back.
 struct Delivery {
-    std::string modulePath;
+    std::string bundlePath;
     SessionBus bus;
     std::string application;
     std::string title;
@@ -46,17 +39,10 @@ struct Delivery {
 };
 
 bool deliver(const Delivery &delivery) {
-    // Never closed: the library's own threads outlive the call.
-    void *const library = dlopen(delivery.modulePath.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library == nullptr) {
+    const auto module = openModule<KestravNoticeModule>(delivery.bundlePath);
+    if (!module.failure.empty()) {
         return false;
     }
-    const auto fill = reinterpret_cast<decltype(&kestravNoticeModule)>(dlsym(library, NoticeModuleEntry));
-    if (fill == nullptr) {
-        return false;
-    }
-    KestravNoticeModule module{};
-    fill(&module);
     KestravNotice notice{};
     notice.busAddress = delivery.bus.address.empty() ? nullptr : delivery.bus.address.c_str();
     notice.busSocket = delivery.bus.socket.c_str();
@@ -64,7 +50,7 @@ bool deliver(const Delivery &delivery) {
     notice.title = delivery.title.c_str();
     notice.message = delivery.message.c_str();
     notice.milliseconds = static_cast<int>(Patience.count());
-    return module.show(&notice) == 1;
+    return module.functions.show(&notice) == 1;
 }
 
 /// Hands the notice to a thread of its own, because neither loading a library nor connecting has a time limit.
@@ -98,7 +84,7 @@ void showOnStandardError(const std::string &title, std::string_view message) {
 } // namespace
 
 void displayNotice(std::string_view title, std::string_view message) {
-    if (const auto &replacement = noticeReplacement()) {
+    if (const auto &replacement = testing::replacements().notice) {
         replacement(title, message);
         return;
     }
@@ -106,16 +92,12 @@ void displayNotice(std::string_view title, std::string_view message) {
     delivery->application = ProcessInfo::processInfo().processName();
     delivery->title = title.empty() ? delivery->application : std::string(title);
     delivery->message = message;
-    delivery->modulePath = Bundle::mainBundle().bundlePath() + "/" + NoticeModulePath;
+    delivery->bundlePath = Bundle::mainBundle().bundlePath();
     const auto bus = findSessionBus();
     delivery->bus = bus.value_or(SessionBus());
     if (!bus || !showOnDesktop(delivery)) {
         showOnStandardError(delivery->title, message);
     }
-}
-
-void testing::setNotice(std::function<void(std::string_view, std::string_view)> notice) {
-    noticeReplacement() = std::move(notice);
 }
 
 } // namespace kestrav::platform

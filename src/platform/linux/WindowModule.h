@@ -38,6 +38,9 @@ struct KestravWindowSettings {
 };
 
 struct KestravWindowModule {
+    static constexpr const char *file = "window.so"; ///< in the bundle's Contents/Frameworks
+    static constexpr const char *entry = "kestravWindowModule";
+
     /// Makes the window and shows it. 0 if there is no usable display or interface file.
     int (*open)(const KestravWindowSettings *settings, const KestravWindowContent *content) noexcept;
     /// Shows other content.
@@ -51,11 +54,3 @@ struct KestravWindowModule {
 /// The module's one export: fills in its functions.
 void kestravWindowModule(KestravWindowModule *module) noexcept;
 }
-
-namespace kestrav::platform {
-
-/// The module's file in the bundle, and the name of the function above.
-inline constexpr const char *WindowModulePath = "Contents/Frameworks/window.so";
-inline constexpr const char *WindowModuleEntry = "kestravWindowModule";
-
-} // namespace kestrav::platform

@@ -1,6 +1,5 @@
 #import "platform/macos/AppDelegate.h"
 
-#include "platform/WindowControls.h"
 #include "platform/macos/ControlObservers.h"
 #include "platform/posix/NeverDestroyed.h"
 
@@ -48,7 +47,7 @@ Program &program() {
     observe(controls.cancelButton, cancelButton);
     observe(controls.label, label);
     observe(controls.progressLabel, progressLabel);
-    controls.connect(*delegate);
+    delegate->setControls(controls);
     [MainQueueWatcher startFor:delegate];
     delegate->applicationWillFinishLaunching();
 }

@@ -15,7 +15,7 @@ using BundleHandle = CFHandle<CFBundleRef>;
 /// Null if there is no directory. While an application's main bundle is opened by its path, the platform answers with
 /// the object it has already.
 BundleHandle openBundle(const std::string &path) {
-    if (!FileManager().directoryExistsAtPath(path)) {
+    if (!directoryExistsAtPath(path)) {
         return {};
     }
     const CFHandle url(CFURLCreateFromFileSystemRepresentation(

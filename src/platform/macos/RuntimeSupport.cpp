@@ -1,5 +1,7 @@
 #include "platform/RuntimeSupport.h"
 
+#include "platform/FileManager.h"
+
 namespace kestrav::platform {
 
 std::vector<RuntimeDirectory> standardRuntimeDirectories() {

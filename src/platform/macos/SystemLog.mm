@@ -1,37 +1,22 @@
 #include "platform/SystemLog.h"
 
 #include "platform/macos/CFText.h"
-#include "platform/posix/NeverDestroyed.h"
 #include "platform/testing.h"
 
 #import <Foundation/Foundation.h>
 
 #include <syslog.h>
 
-#include <functional>
 #include <string>
 
 namespace kestrav::platform {
-
-namespace {
-
-std::function<void(std::string_view)> &sinkReplacement() {
-    static NeverDestroyed<std::function<void(std::string_view)>> replacement;
-    return replacement.get();
-}
-
-} // namespace
-
-void testing::setLogSink(std::function<void(std::string_view)> sink) {
-    sinkReplacement() = std::move(sink);
-}
 
 void writeSystemLog(std::string_view message) {
     writeSystemLog(message, message);
 }
 
 void writeSystemLog(std::string_view message, std::string_view onStandardError) {
-    if (const auto &replacement = sinkReplacement()) {
+    if (const auto &replacement = testing::replacements().logSink) {
         replacement(message);
         return;
     }

@@ -2,7 +2,6 @@
 
 #include "platform/Bundle.h"
 #include "platform/ProcessInfo.h"
-#include "platform/RuntimeSupport.h"
 #include "platform/macos/CFText.h"
 #include "platform/path.h"
 

@@ -2,30 +2,12 @@
 
 #include "platform/SystemLog.h"
 #include "platform/macos/CFText.h"
-#include "platform/posix/NeverDestroyed.h"
 #include "platform/testing.h"
-
-#include <functional>
 
 namespace kestrav::platform {
 
-namespace {
-
-using Notice = std::function<void(std::string_view, std::string_view)>;
-
-Notice &noticeReplacement() {
-    static NeverDestroyed<Notice> replacement;
-    return replacement.get();
-}
-
-} // namespace
-
-void testing::setNotice(Notice notice) {
-    noticeReplacement() = std::move(notice);
-}
-
 void displayNotice(std::string_view title, std::string_view message) {
-    if (const Notice &replacement = noticeReplacement()) {
+    if (const auto &replacement = testing::replacements().notice) {
         replacement(title, message);
         return;
     }

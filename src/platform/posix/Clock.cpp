@@ -1,6 +1,5 @@
 #include "platform/Clock.h"
 
-#include "platform/posix/NeverDestroyed.h"
 #include "platform/testing.h"
 #include "platform/uninterrupted.h"
 
@@ -14,20 +13,10 @@ namespace {
 
 constexpr std::int64_t MicrosecondsPerSecond = 1'000'000;
 
-std::function<std::int64_t()> &clockReplacement() {
-    static NeverDestroyed<std::function<std::int64_t()>> replacement;
-    return replacement.get();
-}
-
-std::function<void(std::int64_t)> &sleepReplacement() {
-    static NeverDestroyed<std::function<void(std::int64_t)>> replacement;
-    return replacement.get();
-}
-
 } // namespace
 
 std::int64_t currentMicroseconds() {
-    if (const auto &replacement = clockReplacement()) {
+    if (const auto &replacement = testing::replacements().clock) {
         return replacement();
     }
     timeval now{};
@@ -42,7 +31,7 @@ std::int64_t monotonicNanoseconds() {
 }
 
 void sleepMicroseconds(std::int64_t microseconds) {
-    if (const auto &replacement = sleepReplacement()) {
+    if (const auto &replacement = testing::replacements().sleep) {
         replacement(microseconds);
         return;
     }
@@ -53,14 +42,6 @@ void sleepMicroseconds(std::int64_t microseconds) {
     left.tv_sec = static_cast<time_t>(microseconds / MicrosecondsPerSecond);
     left.tv_nsec = static_cast<long>(microseconds % MicrosecondsPerSecond * 1000);
     static_cast<void>(uninterrupted([&] { return nanosleep(&left, &left); }));
-}
-
-void testing::setClock(std::function<std::int64_t()> clock) {
-    clockReplacement() = std::move(clock);
-}
-
-void testing::setSleep(std::function<void(std::int64_t)> sleep) {
-    sleepReplacement() = std::move(sleep);
 }
 
 } // namespace kestrav::platform

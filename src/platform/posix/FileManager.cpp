@@ -5,6 +5,7 @@
 #include "platform/path.h"
 #include "platform/posix/directory.h"
 #include "platform/posix/removeTree.h"
+#include "platform/testing.h"
 #include "platform/text.h"
 #include "platform/uninterrupted.h"
 
@@ -100,24 +101,23 @@ std::error_code createDirectory(const std::string &path, mode_t permissions, boo
 
 } // namespace
 
-bool FileManager::fileExistsAtPath(const std::string &path) const {
+bool fileExistsAtPath(const std::string &path) {
     return status(path).has_value();
 }
 
-bool FileManager::directoryExistsAtPath(const std::string &path) const {
+bool directoryExistsAtPath(const std::string &path) {
     const auto found = status(path);
     return found && S_ISDIR(found->st_mode);
 }
 
-std::optional<std::vector<std::string>> FileManager::contentsOfDirectoryAtPath(const std::string &path) const {
+std::optional<std::vector<std::string>> contentsOfDirectoryAtPath(const std::string &path) {
     if (hasNul(path)) {
         return std::nullopt;
     }
     return directoryNames(FileDescriptor::open(path.c_str(), O_RDONLY | O_DIRECTORY));
 }
 
-std::error_code FileManager::createDirectoryAtPath(const std::string &path, bool withIntermediateDirectories,
-                                                   mode_t permissions) const {
+std::error_code createDirectoryAtPath(const std::string &path, bool withIntermediateDirectories, mode_t permissions) {
     if (hasNul(path)) {
         return makeError(std::errc::no_such_file_or_directory);
     }
@@ -137,7 +137,7 @@ std::error_code FileManager::createDirectoryAtPath(const std::string &path, bool
     return createDirectory(path, permissions, withIntermediateDirectories);
 }
 
-std::error_code FileManager::removeItemAtPath(const std::string &path) const {
+std::error_code removeItemAtPath(const std::string &path) {
     if (hasNul(path)) {
         return makeError(std::errc::no_such_file_or_directory);
     }
@@ -150,7 +150,7 @@ std::error_code FileManager::removeItemAtPath(const std::string &path) const {
     return removeTree(AT_FDCWD, item.c_str());
 }
 
-std::error_code FileManager::changeCurrentDirectoryPath(const std::string &path) const {
+std::error_code changeCurrentDirectoryPath(const std::string &path) {
     if (hasNul(path)) {
         return makeError(std::errc::no_such_file_or_directory);
     }
@@ -205,7 +205,7 @@ std::error_code writeFileAtomically(const std::string &path, std::string_view co
     const std::string target = resolvingLinks(path);
     const std::string parent = deletingLastPathComponent(target);
     const std::string directory = parent.empty() ? "." : parent;
-    if (const std::error_code error = FileManager().createDirectoryAtPath(directory, true)) {
+    if (const std::error_code error = createDirectoryAtPath(directory, true)) {
         return error;
     }
     const auto existing = status(target);
@@ -220,9 +220,13 @@ std::error_code writeFileAtomically(const std::string &path, std::string_view co
     return {};
 }
 
+std::string systemPath(std::string_view path) {
+    return testing::replacements().systemRoot + std::string(path);
+}
+
 std::optional<std::string> temporaryDirectory() {
     std::string path = temporaryDirectories().front();
-    return FileManager().directoryExistsAtPath(path) ? std::optional(std::move(path)) : std::nullopt;
+    return directoryExistsAtPath(path) ? std::optional(std::move(path)) : std::nullopt;
 }
 
 std::string homeDirectory() {

@@ -2,7 +2,6 @@
 
 #include "platform/Clock.h"
 #include "platform/posix/NeverDestroyed.h"
-#include "platform/testing.h"
 
 #include <sys/random.h>
 #include <unistd.h>
@@ -88,16 +87,6 @@ void endProcess(int status) {
     static_cast<void>(std::fflush(stdout));
     static_cast<void>(std::fflush(stderr));
     std::_Exit(status);
-}
-
-// Through the process's own references, so that the product's class needs no door for tests.
-
-void testing::setArguments(std::vector<std::string> arguments) {
-    const_cast<std::vector<std::string> &>(ProcessInfo::processInfo().arguments()) = std::move(arguments);
-}
-
-void testing::setEnvironment(ProcessInfo::Environment environment) {
-    const_cast<ProcessInfo::Environment &>(ProcessInfo::processInfo().environment()) = std::move(environment);
 }
 
 } // namespace kestrav::platform

@@ -128,7 +128,7 @@ bool TemporaryFolder::makeInAny(const std::vector<std::string> &places, std::int
 std::string TemporaryFolder::makeIn(const std::string &place, std::int64_t room) {
     FileDescriptor directory = openDirectory(AT_FDCWD, place, true);
     if (!directory.valid() && errno == ENOENT && place == cacheDirectory()) {
-        if (const auto error = FileManager().createDirectoryAtPath(place, true, ownerOnly)) {
+        if (const auto error = createDirectoryAtPath(place, true, ownerOnly)) {
             return error.message();
         }
         directory = openDirectory(AT_FDCWD, place, true);

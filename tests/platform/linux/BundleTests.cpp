@@ -14,7 +14,7 @@ using Architectures = std::vector<std::optional<std::int32_t>>;
 
 TEST(Bundle, KeepsWhatIsWrongWithItsDescription) {
     std::vector<std::string> lines;
-    testing::setLogSink([&lines](std::string_view line) { lines.emplace_back(line); });
+    testing::replacements().logSink = [&lines](std::string_view line) { lines.emplace_back(line); };
     const TemporaryDirectory directory;
     const auto damage = [&] {
         const auto bundle = Bundle::create(directory.path());
@@ -29,7 +29,7 @@ TEST(Bundle, KeepsWhatIsWrongWithItsDescription) {
         EXPECT_THAT(damage(), HasSubstr("Info.plist is damaged")) << content;
     }
     EXPECT_TRUE(lines.empty()); // a runtime is somebody else's
-    testing::setLogSink(nullptr);
+    testing::replacements().logSink = nullptr;
 }
 
 TEST(Bundle, ReadsTheReleaseFileOfARuntime) {

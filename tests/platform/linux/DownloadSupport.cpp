@@ -35,7 +35,7 @@ void prepareDownloads() {
     for (const char *variable : {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"}) {
         unsetenv(variable);
     }
-    platform::testing::setMainBundle(KESTRAV_TEST_BUNDLE);
+    platform::testing::replacements().mainBundle = platform::Bundle::create(KESTRAV_TEST_BUNDLE);
 }
 
 void finishDownloads(int others) {

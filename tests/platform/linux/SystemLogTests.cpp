@@ -24,8 +24,9 @@ TEST(SystemLogTests, ShapeOfALine) {
     const auto body = [] {
         setenv("TZ", "XST-02:30", 1);
         testing::setArguments({"/x/Demo"});
-        testing::setClock(
-            [time = std::int64_t{1'795'244'497'007'999}]() mutable { return std::exchange(time, time + 100'000); });
+        testing::replacements().clock = [time = std::int64_t{1'795'244'497'007'999}]() mutable {
+            return std::exchange(time, time + 100'000);
+        };
         writeSystemLog("100%s\n of it"); // no format, and its line break stays
         Log("%@-%d", "text", 7);
         writeSystemLogOnly("not here");
@@ -64,7 +65,7 @@ TEST(SystemLogTests, DaemonIsToldAndNotWaitedFor) {
         if (bind(daemon.get(), reinterpret_cast<const sockaddr *>(&name), sizeof name) != 0) {
             _exit(1);
         }
-        testing::setLogDaemon(name.sun_path);
+        testing::replacements().logDaemon = name.sun_path;
         testing::setArguments({"/x/Demo"});
         for (int count = 0; count < (reads ? 1 : 2000); ++count) {
             writeSystemLogOnly("a line");

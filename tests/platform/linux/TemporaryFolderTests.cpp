@@ -31,9 +31,9 @@ class TemporaryFolderTest : public ::testing::Test {
 protected:
     TemporaryFolderTest() {
         testing::setEnvironment({{"TMPDIR", first}, {"HOME", directory / "home"}});
-        testing::setSystemRoot(directory / "root");
+        testing::replacements().systemRoot = directory / "root";
     }
-    ~TemporaryFolderTest() override { testing::setSystemRoot(""); }
+    ~TemporaryFolderTest() override { testing::replacements() = {}; }
 
     /// The place of a new folder.
     static std::string placeOf(const TemporaryFolder &folder) { return fs::path(folder.path()).parent_path(); }

@@ -20,7 +20,7 @@ protected:
 
     void useBundle(const PropertyList &information) const {
         directory_.write("App.app/Contents/Info.plist", information.serialize());
-        testing::setMainBundle(directory_ / "App.app");
+        testing::replacements().mainBundle = Bundle::create(directory_ / "App.app");
     }
 
     TemporaryDirectory directory_;

@@ -29,7 +29,7 @@ void setDefaults(DefaultsDomain domain, const platform::PropertyList &values) {
     const platform::PropertyList information(
         platform::PropertyList::Dictionary{{"CFBundleIdentifier", std::string(ownDomain)}});
     configuration().write("Application.app/Contents/Info.plist", information.serialize());
-    platform::testing::setMainBundle(configuration() / "Application.app");
+    platform::testing::replacements().mainBundle = platform::Bundle::create(configuration() / "Application.app");
     const std::string name = domain == DefaultsDomain::own     ? ownDomain
                              : domain == DefaultsDomain::suite ? suiteName
                                                                : ".GlobalPreferences";
