@@ -1,17 +1,17 @@
 #pragma once
 
+#include "platform/ConfinedPath.h"
 #include "platform/FileDescriptor.h"
 
 #include <sys/types.h>
 
+#include <span>
 #include <string>
-#include <string_view>
 #include <system_error>
-#include <vector>
 
 namespace kestrav::platform {
 
-/// A directory that names of unknown origin, such as those in an archive, are created in. Whatever names and links
+/// A directory in which entries of unknown origin, such as those of an archive, are created. Whatever paths and links
 /// come, nothing outside is created, changed or removed: every path is walked from this directory, one component at a
 /// time, on open directories. A component that is a link is followed only if it leads to a directory inside; a link or
 /// file at a path itself is replaced. Not for several threads.
@@ -21,6 +21,8 @@ public:
     struct Result {
         std::error_code error = {};
         bool refused = false;
+        /// That of a path that is not acceptable.
+        [[nodiscard]] static Result refusal();
         [[nodiscard]] bool succeeded() const { return !error; }
         /// True for an error that says nothing of other paths: refused, the parent is missing, the file system does not
         /// take the name. Want of space, inodes, descriptors, memory or rights is none of these.
@@ -33,30 +35,40 @@ public:
     [[nodiscard]] bool valid() const { return root_.valid(); }
 
     /// Creates an empty file for writing, with exactly these permission bits. Its parent must exist.
-    [[nodiscard]] Result createFile(std::string_view name, mode_t permissions, FileDescriptor &file);
+    [[nodiscard]] Result createFile(const ConfinedPath &path, mode_t permissions, FileDescriptor &file);
 
     /// Creates a directory, missing parents too. An existing one is fine.
-    [[nodiscard]] Result createDirectory(std::string_view name);
+    [[nodiscard]] Result createDirectory(const ConfinedPath &path);
 
     /// Creates a symbolic link, in place of whatever is there, even a directory with all it holds.
-    [[nodiscard]] Result createSymbolicLink(std::string_view name, const std::string &destination);
+    [[nodiscard]] Result createSymbolicLink(const ConfinedPath &path, const std::string &destination);
+
+    /// Creates a second name of the file at `target`, in place of whatever file or link is there; a copy where the file
+    /// system has no hard links, and a link like it for a symbolic one. So that `target` is never a file that was here
+    /// before, hard links are refused in a directory that was not empty when it was opened.
+    [[nodiscard]] Result createHardLink(const ConfinedPath &path, const ConfinedPath &target);
 
 private:
-    using Components = std::vector<std::string>;
+    using Components = std::span<const std::string>;
 
-    /// Where the last component of a path belongs; the name is empty if the path is an existing directory by its form.
+    /// Where the last component of a path belongs; the name is empty if the path is that of this directory.
     struct Place {
         int parent = -1;
         std::string name;
         Result result;
     };
-    [[nodiscard]] Place locate(std::string_view name, bool createParents);
-    [[nodiscard]] Result enter(const Components &components, bool create);
+    [[nodiscard]] Place locate(const ConfinedPath &path, bool createParents);
+    [[nodiscard]] Result enter(Components components, bool create);
     [[nodiscard]] Result step(int directory, const std::string &component, bool create, FileDescriptor &next) const;
     [[nodiscard]] Result requireInside(int directory) const;
+    [[nodiscard]] Result linkFile(int directory, const std::string &name, const ConfinedPath &path);
+    [[nodiscard]] Result copyFile(int directory, const std::string &name, const ConfinedPath &path);
+    template <class Create>
+    [[nodiscard]] Result createReplacing(const Place &place, Create create, bool replacesDirectories);
     [[nodiscard]] Result replace(const Place &place);
 
     FileDescriptor root_;
+    bool wasEmpty_ = false; ///< when it was opened
     // The directory entered last and the path to it: most entries lie in the same one as their predecessor. The path is
     // emptied whenever something is removed, since it may then lead elsewhere.
     std::string enteredPath_;

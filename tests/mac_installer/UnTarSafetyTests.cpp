@@ -17,6 +17,7 @@ using UnTarSafetyTest = UnTarFixture;
 
 TEST_F(UnTarSafetyTest, NothingIsWrittenOutside) {
     const std::string outside = directory / "outside";
+    const std::string slashes(300, '/');
     const struct {
         const char *what;
         std::string entries;
@@ -38,14 +39,21 @@ TEST_F(UnTarSafetyTest, NothingIsWrittenOutside) {
          2},
         {"link at the path itself", "f>../outside/secret; f=x; e>../outside; e/; e/n=x", "d/; e/; e/n=x; f=x", 0},
         {"removal", "g/; g/l>../../outside; g/m>" + outside + "; g>d; n>../outside; n>d", "d/; g>d; n>d", 0},
-        {"hard links", "h#../outside/secret; h=x; linked=x", "d/; h=x; linked=x", 0},
+        {"long names", ".." + slashes + "outside/secret=x; d" + slashes + "../f=x; l>.." + slashes + "outside; l/n#f",
+         "d/; f=x; l>.." + slashes + "outside", 2},
+        {"hard links to what was there", "h#../outside/secret; h=x; k#linked; linked=x", "d/; h=x; linked=x", 2},
+        {"hard links",
+         "l>../outside; h#l/secret; f=x; l/n#f; ../n#f; d#f; f#f; d/#f; h#d; h#f; h=y; k#" + outside + "/secret",
+         "d/; f=x; h=y; l>../outside", 7},
+        {"hard links to links", "s>../outside/secret; t#s; t=x; u#s",
+         "d/; s>../outside/secret; t=x; u>../outside/secret", 0},
         {"inside", "a>d; a/x=x; d/b>" + destination + "/d; c>../destination/d; c/b/n/",
          "a>d; c>../destination/d; d/; d/b>" + destination + "/d; d/n/; d/x=x", 0},
     };
     for (const auto &[what, entries, tree, refused] : cases) {
         SCOPED_TRACE(what);
         refresh();
-        if (what == "hard links"sv) {
+        if (what == "hard links to what was there"sv) {
             fs::create_hard_link(outside + "/secret", destination + "/linked");
         }
         EXPECT_TRUE(untar(gzip(archiveOf("d/; z=z; " + entries).closed())).complete);
@@ -56,11 +64,14 @@ TEST_F(UnTarSafetyTest, NothingIsWrittenOutside) {
 }
 
 TEST_F(UnTarSafetyTest, EveryDamagedArchiveEnds) {
-    const std::string tar = archiveOf("jre/; jre/a=aaa; jre/l>a; jre/l=b").closed();
+    const std::string longName(120, 'n');
+    const std::string tar =
+        archiveOf("jre/; jre/a=aaa; jre/l>" + longName + "; jre/l=b; " + longName + "#jre/a").closed();
     const std::string packed = gzip(tar);
     for (std::size_t length = 0; length < packed.size(); ++length) {
         EXPECT_FALSE(untar(packed.substr(0, length)).complete) << length;
     }
+    refresh();
     ASSERT_TRUE(untar(packed).complete);
     const std::string whole = treeOf(destination);
     const auto changed = [](std::string bytes, std::size_t at, char change) {
@@ -78,6 +89,7 @@ TEST_F(UnTarSafetyTest, EveryDamagedArchiveEnds) {
     }
     constexpr std::size_t fieldsRead = 262;
     for (std::size_t at = 0; at < tar.size(); at += at % 512 < fieldsRead ? 1 : 512 - fieldsRead) {
+        refresh();                                   // hard links want an empty folder
         (void)untar(gzip(changed(tar, at, '\x4f'))); // among others, "." for "a"
     }
     EXPECT_TRUE(outsideIsUntouched());

@@ -37,6 +37,16 @@ public:
     ArchiveWriter &directory(std::string_view name) { return entry('5', name); }
     ArchiveWriter &link(std::string_view name, std::string_view to) { return entry('2', name).patch(157, to); }
 
+    /// An extended header of one record for the next entry; of type 'g' for all that follow.
+    ArchiveWriter &record(const std::string &keyword, const std::string &value, char type = 'x') {
+        std::size_t length = 0;
+        for (std::string rest = " " + keyword + "=" + value + "\n";
+             length != std::to_string(length).size() + rest.size();) {
+            length = std::to_string(length).size() + rest.size();
+        }
+        return entry(type, "record", std::to_string(length) + " " + keyword + "=" + value + "\n");
+    }
+
     ArchiveWriter &entry(char type, std::string_view name, std::string_view data = "", unsigned mode = 0644) {
         header_ = tar_.size();
         tar_.append(512, '\0');

@@ -17,18 +17,24 @@
 namespace kestrav::tests {
 
 /// An archive in short: "jre/; jre/f=data; jre/l>target; h#target" is a directory, a file, a symbolic and a hard link.
+/// Long names are written as GNU tar does it, long targets as pax does.
 inline ArchiveWriter archiveOf(const std::string &entries) {
     ArchiveWriter archive;
     std::istringstream list(entries);
     for (std::string entry; std::getline(list >> std::ws, entry, ';');) {
         const std::size_t mark = entry.find_first_of("=>#");
         const std::string name = entry.substr(0, mark);
+        const std::string target = mark == std::string::npos ? "" : entry.substr(mark + 1);
+        if (name.size() > 100) {
+            archive.entry('L', "././@LongLink", name + '\0');
+        }
         if (mark == std::string::npos) {
-            archive.directory(name);
+            archive.directory(name.substr(0, 100));
         } else if (entry[mark] == '=') {
-            archive.file(name, entry.substr(mark + 1));
+            archive.file(name.substr(0, 100), target);
         } else {
-            archive.entry(entry[mark] == '>' ? '2' : '1', name).patch(157, entry.substr(mark + 1));
+            target.size() > 100 ? archive.record("linkpath", target) : archive;
+            archive.entry(entry[mark] == '>' ? '2' : '1', name.substr(0, 100)).patch(157, target.substr(0, 100));
         }
     }
     return archive;

@@ -1,8 +1,35 @@
 #include "mac_installer/archive/TarHeader.h"
 
+#include <limits>
+
 namespace kestrav {
 
-std::int64_t parseOctalField(std::string_view field) {
+namespace {
+
+/// The bits that say that a field is in base 256, and that its number is below zero.
+constexpr unsigned base256Mark = 0x80;
+constexpr unsigned negativeMark = 0x40;
+
+std::int64_t parseBase256(std::string_view field) {
+    if ((static_cast<unsigned char>(field.front()) & negativeMark) != 0) {
+        return -1;
+    }
+    std::int64_t value = static_cast<unsigned char>(field.front()) & ~base256Mark;
+    for (const char character : field.substr(1)) {
+        if (value > std::numeric_limits<std::int64_t>::max() >> 8U) {
+            return -1;
+        }
+        value = value * 256 + static_cast<unsigned char>(character);
+    }
+    return value;
+}
+
+} // namespace
+
+std::int64_t parseNumericField(std::string_view field) {
+    if (!field.empty() && (static_cast<unsigned char>(field.front()) & base256Mark) != 0) {
+        return parseBase256(field);
+    }
     std::int64_t value = 0;
     bool taken = false;
     for (const char character : field) {
@@ -13,14 +40,19 @@ std::int64_t parseOctalField(std::string_view field) {
             continue;
         }
         taken = true;
-        // Signed on every processor, so that a base-256 field is below zero and never taken for a small size.
-        value = value * 8 + (static_cast<signed char>(character) - '0');
+        value = value * 8 + (static_cast<signed char>(character) - '0'); // signed on every processor
     }
     return value;
 }
 
-std::string TarHeader::linkName() const {
-    const std::string_view field = bytes_.substr(157, 100);
+std::string TarHeader::name() const {
+    const bool isPosix = bytes_[262] == '\0'; // behind the magic GNU headers have a space
+    const std::string prefix = isPosix ? text(345, 155) : "";
+    return prefix.empty() ? text(0, 100) : prefix + "/" + text(0, 100);
+}
+
+std::string TarHeader::text(std::size_t offset, std::size_t length) const {
+    const std::string_view field = bytes_.substr(offset, length);
     return std::string(field.substr(0, field.find('\0')));
 }
 

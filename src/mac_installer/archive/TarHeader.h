@@ -8,9 +8,10 @@
 
 namespace kestrav {
 
-/// The value of a numeric field (POSIX ustar): octal text, ended by a NUL or by a space after the first digit. Digits
-/// are not checked. A base-256 field (GNU) begins with a byte of 128 or more and so comes out negative.
-[[nodiscard]] std::int64_t parseOctalField(std::string_view field);
+/// The value of a numeric field: octal text (POSIX ustar), ended by a NUL or by a space after the first digit, whose
+/// digits are not checked; or base 256 (GNU), which begins with a byte of 128 or more. -1 for a base-256 number below
+/// zero or of more than 63 bits.
+[[nodiscard]] std::int64_t parseNumericField(std::string_view field);
 
 /// Reads the fields of one header block; refers to the block and does not own it. Check sums are not verified.
 class TarHeader {
@@ -19,25 +20,48 @@ public:
     /// The part of the block that carries fields.
     static constexpr std::size_t size = 500;
 
-    enum class Type : char { file = '0', symbolicLink = '2', directory = '5' };
+    enum class Type : char {
+        file = '0',
+        hardLink = '1',
+        symbolicLink = '2',
+        directory = '5',
+        // What says something of the entry that follows, or of all that follow.
+        longName = 'L',
+        longLinkName = 'K',
+        records = 'x',
+        globalRecords = 'g',
+        sparseFile = 'S',
+    };
 
     explicit TarHeader(std::span<const char, size> bytes) : bytes_(bytes.data(), bytes.size()) {}
 
     /// True for POSIX and GNU headers alike.
     [[nodiscard]] bool hasMagic() const { return bytes_.substr(257, 5) == "ustar"; }
-    /// Up to the first NUL, also where that lies beyond the field: such names exist, and the same rule makes them fail
-    /// in the same way everywhere.
-    [[nodiscard]] std::string name() const { return std::string(bytes_.substr(0, bytes_.find('\0'))); }
-    [[nodiscard]] std::string linkName() const;
+    /// The name with its prefix, which only POSIX headers have.
+    [[nodiscard]] std::string name() const;
+    [[nodiscard]] std::string linkName() const { return text(157, 100); }
     /// Permission bits as the archive has them, setuid and other bits included.
-    [[nodiscard]] std::int64_t mode() const { return parseOctalField(bytes_.substr(100, 8)); }
-    /// Length of the data in bytes; below zero if the field is damaged or in base 256.
-    [[nodiscard]] std::int64_t fileLength() const { return parseOctalField(bytes_.substr(124, 12)); }
+    [[nodiscard]] std::int64_t mode() const { return parseNumericField(bytes_.substr(100, 8)); }
+    /// Length of the data in bytes; below zero if the field is damaged.
+    [[nodiscard]] std::int64_t fileLength() const { return parseNumericField(bytes_.substr(124, 12)); }
     /// May be none of the enumerators.
     [[nodiscard]] Type type() const { return static_cast<Type>(bytes_[156]); }
 
 private:
+    /// A text field, which ends with its first NUL.
+    [[nodiscard]] std::string text(std::size_t offset, std::size_t length) const;
+
     std::string_view bytes_;
+};
+
+/// One entry of an archive, after all that is said of it.
+struct TarEntry {
+    TarHeader::Type type = TarHeader::Type::file;
+    std::string name;
+    std::string linkName;
+    std::int64_t mode = 0;
+    std::int64_t fileLength = 0;
+    bool sparse = false; ///< the data are not the file's content as it is
 };
 
 } // namespace kestrav

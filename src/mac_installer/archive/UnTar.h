@@ -13,7 +13,9 @@ class FileDescriptor;
 
 namespace kestrav {
 
+class TarExtensions;
 class TarHeader;
+struct TarEntry;
 
 struct UntarResult {
     /// First path component of the last entry whose name has two or more.
@@ -25,15 +27,17 @@ struct UntarResult {
     std::string reason;
 };
 
-/// Extraction of tar archives, compressed with gzip or not, as ordinary tools make them from a runtime's directory:
-/// regular files with their permission bits, directories and symbolic links, with names of up to 99 bytes; everything
-/// else in the archive is skipped. Nothing is written outside the destination. Failures are logged, never thrown.
+/// Extraction of tar archives, compressed with gzip or not, as tar programs write them: regular files with their
+/// permission bits, directories, symbolic and hard links, with names of any length (ustar prefixes, GNU long names, pax
+/// records). Sparse files are refused; other kinds of entries are skipped. Nothing is written outside the destination.
+/// Failures are logged, never thrown.
 class UnTar {
 public:
-    /// Extracts an archive into an existing directory. `uncompressedLength` is the expected size in bytes, for the
-    /// percentage alone. `progress` is called with 0 and the destination's path, with the position before each file and
-    /// whenever it changed, and with 100 and "" at the end; `checkpoint` before every piece of at most 32 KiB is read,
-    /// whatever becomes of it. What either throws ends the extraction and passes through; what was extracted stays.
+    /// Extracts an archive into an existing directory; hard links only if that is empty. `uncompressedLength` is the
+    /// expected size in bytes, for the percentage alone. `progress` is called with 0 and the destination's path, with
+    /// the position before each file and whenever it changed, and with 100 and "" at the end; `checkpoint` before every
+    /// piece of at most 32 KiB is read, whatever becomes of it. What either throws ends the extraction and passes
+    /// through; what was extracted stays.
     [[nodiscard]] static UntarResult untar(const std::string &archive, const std::string &to,
                                            std::int32_t uncompressedLength, const ProgressCallback &progress = {},
                                            const std::function<void()> &checkpoint = {});
@@ -43,12 +47,12 @@ private:
 
     /// False if the run ended on an error, which is logged and recorded by then; so with the operations below.
     static bool extractEntries(Extraction &extraction, std::optional<std::string> &topDirectory);
-    static bool extractEntry(Extraction &extraction, const TarHeader &header, const std::string &name);
+    static bool readExtension(Extraction &extraction, const TarHeader &header, TarExtensions &extensions);
+    static bool extractEntry(Extraction &extraction, const TarEntry &entry);
     /// A file whose path is at fault is logged and skipped.
-    static bool extractFile(Extraction &extraction, const std::string &name, std::int32_t fileLength,
-                            std::int64_t mode);
-    static bool extractLink(Extraction &extraction, const TarHeader &header, const std::string &name);
-    static bool extractDirectory(Extraction &extraction, const std::string &name);
+    static bool extractFile(Extraction &extraction, const TarEntry &entry, std::int32_t fileLength);
+    static bool extractLink(Extraction &extraction, const TarEntry &entry);
+    static bool extractDirectory(Extraction &extraction, const TarEntry &entry);
     static bool writeData(Extraction &extraction, const std::string &name, std::int32_t fileLength,
                           platform::FileDescriptor file);
     static bool skip(Extraction &extraction, std::int32_t fileLength);

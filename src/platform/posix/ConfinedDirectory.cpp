@@ -2,6 +2,7 @@
 
 #include "platform/posix/directory.h"
 #include "platform/posix/removeTree.h"
+#include "platform/uninterrupted.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -24,34 +25,58 @@ constexpr mode_t directoryMode = 0777; // less the umask
 Result failure() {
     return {.error = {errno, std::generic_category()}};
 }
-Result refusal() {
-    return {.error = std::make_error_code(std::errc::operation_not_permitted), .refused = true};
+Result failure(std::errc reason) {
+    return {.error = std::make_error_code(reason)};
 }
 
 /// The result of a directory that could not be opened, wherever a link or name leads: only the system's own lack of
 /// something is told as that.
 Result failureOrRefusal() {
     constexpr std::array lacking{EMFILE, ENFILE, ENOMEM, EIO};
-    return std::find(lacking.begin(), lacking.end(), errno) != lacking.end() ? failure() : refusal();
+    return std::find(lacking.begin(), lacking.end(), errno) != lacking.end() ? failure() : Result::refusal();
 }
 
-constexpr const char *parentComponent = "..";
+/// True for an error by which a file system tells that it makes no hard link, or no more of them.
+bool forbidsHardLinks(const std::error_code &error) {
+    constexpr std::array reasons{EPERM, EMLINK, EXDEV, ENOSYS, ENOTSUP, EOPNOTSUPP};
+    return std::find(reasons.begin(), reasons.end(), error.value()) != reasons.end();
+}
 
-/// Those that change nothing (empty, ".") are left out, so an absolute name starts in the directory as well.
-std::vector<std::string> componentsOf(std::string_view name) {
-    std::vector<std::string> components;
-    for (std::size_t start = 0; start < name.size();) {
-        const std::size_t end = std::min(name.find('/', start), name.size());
-        const std::string_view component = name.substr(start, end - start);
-        if (!component.empty() && component != ".") {
-            components.emplace_back(component);
+bool isSameFile(int directory, const std::string &name, int otherDirectory, const std::string &otherName) {
+    struct stat file {};
+    struct stat other {};
+    return ::fstatat(directory, name.c_str(), &file, AT_SYMLINK_NOFOLLOW) == 0 &&
+           ::fstatat(otherDirectory, otherName.c_str(), &other, AT_SYMLINK_NOFOLLOW) == 0 &&
+           file.st_dev == other.st_dev && file.st_ino == other.st_ino;
+}
+
+/// The text of a link, whatever its length; empty with errno set if it cannot be read.
+std::string linkText(int directory, const std::string &name) {
+    std::string text(PATH_MAX, '\0');
+    const ssize_t length = ::readlinkat(directory, name.c_str(), text.data(), text.size());
+    text.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
+    return text;
+}
+
+/// Copies what is left to read; false with errno set if that fails.
+bool copyContent(const FileDescriptor &from, const FileDescriptor &to) {
+    std::array<char, 32768> buffer;
+    for (;;) {
+        const ssize_t count = uninterrupted([&] { return ::read(from.get(), buffer.data(), buffer.size()); });
+        if (count <= 0) {
+            return count == 0;
         }
-        start = end + 1;
+        if (!writeAll(to.get(), {buffer.data(), static_cast<std::size_t>(count)})) {
+            return false;
+        }
     }
-    return components;
 }
 
 } // namespace
+
+Result Result::refusal() {
+    return {.error = std::make_error_code(std::errc::operation_not_permitted), .refused = true};
+}
 
 bool Result::concernsPathAlone() const {
     constexpr std::array reasons{ENOENT, ENOTDIR, EISDIR, ELOOP, ENAMETOOLONG, EINVAL, EILSEQ};
@@ -59,15 +84,34 @@ bool Result::concernsPathAlone() const {
 }
 
 ConfinedDirectory::ConfinedDirectory(const std::string &path)
-    : root_(FileDescriptor::open(path.c_str(), O_RDONLY | O_DIRECTORY)) {}
+    : root_(FileDescriptor::open(path.c_str(), O_RDONLY | O_DIRECTORY)) {
+    if (root_.valid()) {
+        const auto names = directoryNames(root_);
+        wasEmpty_ = names && names->empty();
+    }
+}
 
-Result ConfinedDirectory::createFile(std::string_view name, mode_t permissions, FileDescriptor &file) {
-    const Place place = locate(name, false);
+/// Creates something, in place of what is there.
+template <class Create>
+Result ConfinedDirectory::createReplacing(const Place &place, Create create, bool replacesDirectories) {
+    const Result result = create();
+    if (result.error != std::errc::file_exists) {
+        return result;
+    }
+    if (!replacesDirectories && entryType(place.parent, place.name) == S_IFDIR) {
+        return failure(std::errc::is_a_directory);
+    }
+    const Result replaced = replace(place);
+    return replaced.succeeded() ? create() : replaced;
+}
+
+Result ConfinedDirectory::createFile(const ConfinedPath &path, mode_t permissions, FileDescriptor &file) {
+    const Place place = locate(path, false);
     if (!place.result.succeeded()) {
         return place.result;
     }
     if (place.name.empty()) {
-        return {.error = std::make_error_code(std::errc::is_a_directory)};
+        return failure(std::errc::is_a_directory);
     }
     // Never opens what exists: it could be a link, or a second name of a file elsewhere.
     const auto create = [&] {
@@ -75,19 +119,12 @@ Result ConfinedDirectory::createFile(std::string_view name, mode_t permissions, 
         file = FileDescriptor::openAt(place.parent, place.name.c_str(), flags, S_IRUSR | S_IWUSR);
         return file.valid() ? Result{} : failure();
     };
-    Result result = create();
-    if (result.error == std::errc::file_exists) {
-        if (entryType(place.parent, place.name) == S_IFDIR) {
-            return {.error = std::make_error_code(std::errc::is_a_directory)};
-        }
-        result = replace(place);
-        result = result.succeeded() ? create() : result;
-    }
+    const Result result = createReplacing(place, create, false);
     return !result.succeeded() || ::fchmod(file.get(), permissions) == 0 ? result : failure();
 }
 
-Result ConfinedDirectory::createDirectory(std::string_view name) {
-    const Place place = locate(name, true);
+Result ConfinedDirectory::createDirectory(const ConfinedPath &path) {
+    const Place place = locate(path, true);
     if (!place.result.succeeded() || place.name.empty()) {
         return place.result;
     }
@@ -101,40 +138,89 @@ Result ConfinedDirectory::createDirectory(std::string_view name) {
     switch (entryType(place.parent, place.name)) {
     case S_IFDIR:
         return {};
-    case S_IFLNK: {
-        const Result replaced = replace(place);
-        return replaced.succeeded() ? create() : replaced;
-    }
+    case S_IFLNK:
+        return createReplacing(place, create, false);
     default:
         return result;
     }
 }
 
-Result ConfinedDirectory::createSymbolicLink(std::string_view name, const std::string &destination) {
-    const Place place = locate(name, false);
+Result ConfinedDirectory::createSymbolicLink(const ConfinedPath &path, const std::string &destination) {
+    const Place place = locate(path, false);
     if (!place.result.succeeded()) {
         return place.result;
     }
     if (place.name.empty()) {
-        return refusal();
+        return Result::refusal();
     }
     const auto create = [&] {
         return ::symlinkat(destination.c_str(), place.parent, place.name.c_str()) == 0 ? Result{} : failure();
     };
-    const Result result = create();
-    if (result.error != std::errc::file_exists) {
-        return result;
-    }
-    const Result replaced = replace(place);
-    return replaced.succeeded() ? create() : replaced;
+    return createReplacing(place, create, true);
 }
 
-ConfinedDirectory::Place ConfinedDirectory::locate(std::string_view name, bool createParents) {
+Result ConfinedDirectory::createHardLink(const ConfinedPath &path, const ConfinedPath &target) {
+    if (!wasEmpty_) {
+        return Result::refusal();
+    }
+    const Place place = locate(target, false);
+    if (!place.result.succeeded()) {
+        return place.result;
+    }
+    const FileDescriptor directory = openDirectory(place.parent, "."); // stays open while the path is entered
+    if (!directory.valid()) {
+        return failure();
+    }
+    switch (entryType(directory.get(), place.name)) {
+    case 0:
+        return failure();
+    case S_IFREG:
+        return linkFile(directory.get(), place.name, path);
+    case S_IFLNK: {
+        const std::string text = linkText(directory.get(), place.name);
+        return text.empty() ? failure() : createSymbolicLink(path, text);
+    }
+    default:
+        return failure(std::errc::is_a_directory);
+    }
+}
+
+/// Gives a regular file of an open directory a second name.
+Result ConfinedDirectory::linkFile(int directory, const std::string &name, const ConfinedPath &path) {
+    const Place place = locate(path, false);
+    if (!place.result.succeeded()) {
+        return place.result;
+    }
+    const auto create = [&] {
+        return ::linkat(directory, name.c_str(), place.parent, place.name.c_str(), 0) == 0 ? Result{} : failure();
+    };
+    if (isSameFile(directory, name, place.parent, place.name)) {
+        return {}; // and must not be removed to make room for itself
+    }
+    const Result result = createReplacing(place, create, false);
+    return forbidsHardLinks(result.error) ? copyFile(directory, name, path) : result;
+}
+
+Result ConfinedDirectory::copyFile(int directory, const std::string &name, const ConfinedPath &path) {
+    const FileDescriptor from = FileDescriptor::openAt(directory, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+    struct stat status {};
+    if (!from.valid() || ::fstat(from.get(), &status) != 0) {
+        return failure();
+    }
+    FileDescriptor to;
+    const Result result = createFile(path, status.st_mode & ACCESSPERMS, to);
+    if (!result.succeeded()) {
+        return result;
+    }
+    return copyContent(from, to) && to.close() ? Result{} : failure();
+}
+
+ConfinedDirectory::Place ConfinedDirectory::locate(const ConfinedPath &path, bool createParents) {
     Place place;
-    Components components = componentsOf(name);
-    if (!components.empty() && components.back() != parentComponent) {
-        place.name = std::move(components.back());
-        components.pop_back();
+    Components components = path.components();
+    if (!components.empty()) {
+        place.name = components.back();
+        components = components.first(components.size() - 1);
     }
     place.result = enter(components, createParents);
     place.parent = components.empty() ? root_.get() : entered_.get();
@@ -142,7 +228,7 @@ ConfinedDirectory::Place ConfinedDirectory::locate(std::string_view name, bool c
 }
 
 /// Makes `entered_` the directory that the components lead to.
-Result ConfinedDirectory::enter(const Components &components, bool create) {
+Result ConfinedDirectory::enter(Components components, bool create) {
     std::string path;
     for (const std::string &component : components) {
         path += component + "/";
@@ -167,17 +253,15 @@ Result ConfinedDirectory::enter(const Components &components, bool create) {
 }
 
 Result ConfinedDirectory::step(int directory, const std::string &component, bool create, FileDescriptor &next) const {
-    if (component != parentComponent) {
+    next = openDirectory(directory, component);
+    if (!next.valid() && errno == ENOENT && create && ::mkdirat(directory, component.c_str(), directoryMode) == 0) {
         next = openDirectory(directory, component);
-        if (!next.valid() && errno == ENOENT && create && ::mkdirat(directory, component.c_str(), directoryMode) == 0) {
-            next = openDirectory(directory, component);
-        }
-        const Result result = next.valid() ? Result{} : failure();
-        if (result.succeeded() || entryType(directory, component) != S_IFLNK) {
-            return result;
-        }
     }
-    // Judges what was opened, not the text of the name or link: nothing can change in between.
+    const Result result = next.valid() ? Result{} : failure();
+    if (result.succeeded() || entryType(directory, component) != S_IFLNK) {
+        return result;
+    }
+    // Judges what was opened, not the text of the link: nothing can change in between.
     next = openDirectory(directory, component, true);
     return next.valid() ? requireInside(next.get()) : failureOrRefusal();
 }
@@ -200,9 +284,9 @@ Result ConfinedDirectory::requireInside(int directory) const {
             break; // the file system's root is its own parent
         }
         below = identity;
-        current = openDirectory(current.get(), parentComponent);
+        current = openDirectory(current.get(), "..");
     }
-    return refusal();
+    return Result::refusal();
 }
 
 /// Removes what is at the place.
