@@ -203,7 +203,8 @@ TEST_F(UnTarTest, TopDirectoryAndUnusablePaths) {
     platform::testing::replacements().debugLog = false;
     EXPECT_EQ(untar(gzip(archiveOf("readme=x").closed())).topDirectory, std::nullopt);
     EXPECT_FALSE(UnTar::untar(archive, directory / "missing", 1).complete);
-    for (const std::string &unreadable : {directory / "missing", directory.path()}) {
+    ASSERT_EQ(mkfifo((directory / "fifo").c_str(), 0600), 0);
+    for (const std::string &unreadable : {directory / "missing", directory.path(), directory / "fifo"}) {
         log.clear();
         EXPECT_FALSE(UnTar::untar(unreadable, destination, 1, [](double, const auto &) { FAIL(); }).complete);
         EXPECT_THAT(log, HasSubstr("[Line 174] error reading JRE "));

@@ -1,6 +1,5 @@
 package org.example.program;
 
-import java.io.IOException;
 import java.io.PrintStream;
 import java.nio.charset.StandardCharsets;
 
@@ -9,7 +8,7 @@ public final class Main {
     private Main() {
     }
 
-    public static void main(String[] arguments) throws IOException, InterruptedException {
+    public static void main(String[] arguments) throws InterruptedException {
         PrintStream output = new PrintStream(System.out, true, StandardCharsets.UTF_8);
         for (String argument : arguments) {
             output.println("argument " + argument.replace("\r", "<CR>"));
@@ -25,11 +24,6 @@ public final class Main {
                 Runtime.getRuntime().addShutdownHook(new Thread(() -> output.println("hook")));
                 output.println("waiting");
                 Thread.sleep(Long.MAX_VALUE);
-                break;
-            case "copy":
-                System.in.transferTo(System.out);
-                System.out.flush();
-                System.exit(77);
                 break;
             default:
                 if (end.startsWith("exit ")) {
