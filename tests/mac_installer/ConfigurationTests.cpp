@@ -28,8 +28,7 @@ TEST_F(Configuration, TheSiblingFileLosesThreeCharactersWhateverTheyAre) {
 }
 
 TEST_F(Configuration, AValueOfTheWrongTypeIsNamed) {
-    launcher.javaVersion = "17";
-    launcher.javaMajorVersion = 17;
+    launcher.runtime = JavaRuntime{"", {}, "17", 17, false, {}};
     for (const auto &[key, value] : {std::pair<const char *, PropertyList>("ClassPath", 7),
                                      {"StartOnMainThread", Array{}},
                                      {"VMOptionArray", Array{"-a", 7}},

@@ -74,10 +74,10 @@ TEST_F(LauncherStart, ArgumentFileIsReadByLinesAndDeleted) {
         {"/rt\nMain\n\xFF", std::nullopt, {}},
     };
     for (const auto &[content, path, expected] : cases) {
-        launcher.javaBundlePath.reset();
+        launcher.runtime.reset();
         load(content);
         EXPECT_FALSE(fs::exists(directory / "arguments")) << content;
-        ASSERT_EQ(launcher.javaBundlePath, path) << content;
+        ASSERT_EQ(launcher.runtime ? OptionalText(launcher.runtime->javaBundlePath) : std::nullopt, path) << content;
         if (path) {
             EXPECT_STREQ(launchGlobals.argv[0], "program");
             EXPECT_EQ(arguments(), expected) << content;
@@ -135,7 +135,7 @@ TEST_F(LauncherStart, LibraryIsTheFirstOfItsPlaces) {
     }
 
     // The browser plug-in has a place of its own.
-    launcher.pluginUsed = true;
+    launcher.runtime->pluginUsed = true;
     EXPECT_THROW(static_cast<void>(launcher.launch()), platform::Exception);
     EXPECT_THAT(logged("Could not load JRE /"), ElementsAre(HasSubstr("lib/jli/libjli.dylib: ")));
     addLibrary(directory / "root/Library/Internet Plug-Ins/JavaAppletPlugin.plugin",

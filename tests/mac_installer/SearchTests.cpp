@@ -17,17 +17,11 @@ protected:
     OptionalText find(Dictionary info, bool others = false) {
         log.clear();
         configure(std::move(info));
-        return launcher.findJavaBundle(others);
+        return findRuntime(others);
     }
     OptionalText findBySequence(Array sequence, Dictionary info = {}) {
         info.emplace("JavaVM", Dictionary{{"SearchSequence", std::move(sequence)}});
         return find(std::move(info));
-    }
-    void expectNothingFound() {
-        EXPECT_EQ(launcher.javaBundlePath, std::nullopt);
-        EXPECT_EQ(launcher.javaBundle, nullptr);
-        EXPECT_EQ(launchGlobals.launchJavaVersion, nullptr);
-        EXPECT_FALSE(launcher.pluginUsed);
     }
     static constexpr const char *jdks = "root/Library/Java/JavaVirtualMachines/";
     static constexpr const char *plugin = "root/Library/Internet Plug-Ins/JavaAppletPlugin.plugin";
@@ -55,14 +49,13 @@ TEST_F(Search, TheSequenceIsTriedInOrder) {
     };
     for (const auto &[sequence, bounds, found] : cases) {
         EXPECT_EQ(findBySequence(sequence, bounds), found) << PropertyList(sequence).description();
-        EXPECT_EQ(launcher.javaBundlePath, found);
     }
     std::filesystem::current_path(directory.path());
     EXPECT_EQ(findBySequence({"Rr8"}), eight); // stays valid in another working directory
     std::filesystem::current_path("/");
     EXPECT_EQ(find({}), installed); // no sequence is a single "Y"
     EXPECT_THAT(logged("search sequence"), ElementsAre("search sequence (null)"));
-    EXPECT_STREQ(launchGlobals.launchJavaVersion, "17");
+    EXPECT_EQ(launcher.runtime->launchJavaVersion, "17");
 }
 
 TEST_F(Search, EveryRefusalIsExplained) {
@@ -91,7 +84,6 @@ TEST_F(Search, EveryRefusalIsExplained) {
     for (const auto &[path, info, reason] : cases) {
         EXPECT_EQ(findBySequence({"R" + path}, info), std::nullopt);
         EXPECT_THAT(logged("rejected "), ElementsAre(HasSubstr("rejected " + path + ": " + reason)));
-        expectNothingFound();
     }
 }
 
@@ -116,7 +108,6 @@ TEST_F(Search, InstalledRuntimesAreTriedNewestFirst) {
     launcher.checkpoint = [] {};
     EXPECT_EQ(find({{"ksv.minVersion", "18"}}), std::nullopt);
     EXPECT_THAT(logged("] checking /").back(), "checking " + folder + "zz-not-a-runtime");
-    expectNothingFound();
 }
 
 TEST_F(Search, PlainRuntimeDirectoriesCountByTheirReleaseFile) {
@@ -130,7 +121,7 @@ TEST_F(Search, PlainRuntimeDirectoriesCountByTheirReleaseFile) {
     make("jdk-24", "JAVA_VERSION=\"24\"\nJAVA_RUNTIME_VERSION=\"24-ea+7\"\n");
     make("jdk-99", "SOURCE=\"\"\n");
     EXPECT_EQ(find({{"ksv.maxVersion", "17"}, {"ksv.vmIdPrefix", "Exam"}}), jvm + "zulu-17");
-    EXPECT_EQ(launcher.javaMajorVersion, 17);
+    EXPECT_EQ(launcher.runtime->javaMajorVersion, 17);
     EXPECT_EQ(find({}), jvm + "java-21");
     EXPECT_THAT(logged("rejected"), ElementsAre("rejected " + jvm + "jdk-24: it is marked as a pre-release: 24-ea"));
     EXPECT_EQ(find({{"ksv.minVersion", "99"}}), std::nullopt);
@@ -186,9 +177,8 @@ TEST_F(Search, ThePluginComesFirstIfItIsTheRightOne) {
     directory.write(plugin + std::string("/Contents/Home/bin/java"), "");
     for (const auto &[info, accepted] : cases) {
         directory.write(plugin + std::string("/Contents/Info.plist"), PropertyList(info).serialize());
-        EXPECT_EQ(find({{"ksv.maxVersion", "1.8"}}).has_value(), accepted);
-        EXPECT_EQ(launcher.pluginUsed, accepted);
-        EXPECT_EQ(launcher.javaBundlePath, accepted ? OptionalText(directory / plugin) : std::nullopt);
+        EXPECT_EQ(find({{"ksv.maxVersion", "1.8"}}), accepted ? OptionalText(directory / plugin) : std::nullopt);
+        EXPECT_EQ(launcher.runtime && launcher.runtime->pluginUsed, accepted);
         EXPECT_EQ(logged("JDKs").empty(), accepted);
     }
     const std::string java = directory / (plugin + std::string("/Contents/Home/bin/java"));
@@ -212,16 +202,16 @@ TEST_F(OwnRuntime, IsPreferredInThisOrder) {
                {"JavaVM", Dictionary{{"SearchSequence", Array{}}}}});
     const std::string base = bundlePath + "/../base/";
     directory.makeDirectory("base/.kestrav/jre");
-    EXPECT_EQ(launcher.findJavaBundle(false), base + ".kestrav/jre");
-    EXPECT_STREQ(launchGlobals.launchJavaVersion, "1.7.0");
+    EXPECT_EQ(findRuntime(), base + ".kestrav/jre");
+    EXPECT_EQ(launcher.runtime->launchJavaVersion, "1.7.0");
     makeRuntime("base/.kestrav/jre.bundle", "9-ea");
-    EXPECT_EQ(launcher.findJavaBundle(false), base + ".kestrav/jre.bundle");
+    EXPECT_EQ(findRuntime(), base + ".kestrav/jre.bundle");
     makeRuntime("Tool.app/Contents/PlugIns/jre.bundle", "11");
-    EXPECT_EQ(launcher.findJavaBundle(false), bundlePath + "/Contents/PlugIns/jre.bundle");
+    EXPECT_EQ(findRuntime(), bundlePath + "/Contents/PlugIns/jre.bundle");
     makeRuntime(inResources, "17");
-    EXPECT_EQ(launcher.findJavaBundle(false), bundlePath + "/Contents/Resources/jre.bundle");
-    EXPECT_STREQ(launchGlobals.launchJavaVersion, "17");
-    EXPECT_EQ(launcher.findJavaBundle(true), std::nullopt); // other installations only
+    EXPECT_EQ(findRuntime(), bundlePath + "/Contents/Resources/jre.bundle");
+    EXPECT_EQ(launcher.runtime->launchJavaVersion, "17");
+    EXPECT_EQ(findRuntime(true), std::nullopt); // other installations only
 }
 
 TEST_F(OwnRuntime, AnybodysIsNotHeeded) {
@@ -231,13 +221,13 @@ TEST_F(OwnRuntime, AnybodysIsNotHeeded) {
     std::filesystem::permissions(folder + "/jre.bundle", std::filesystem::perms::all);
     platform::testing::replacements().debugLog = false; // what is not heeded is told all the same, but once
     for (int run = 0; run < 2; ++run) {
-        EXPECT_EQ(launcher.findJavaBundle(false), std::nullopt);
+        EXPECT_EQ(findRuntime(), std::nullopt);
     }
     EXPECT_EQ(logged("rejected"), Strings{"rejected " + folder + "/jre.bundle: everybody can write to it"});
 
     const std::string java = directory.write("base/.kestrav/jre/bin/java", "");
     std::filesystem::permissions(java, std::filesystem::perms::all);
-    EXPECT_EQ(launcher.findJavaBundle(false), std::nullopt);
+    EXPECT_EQ(findRuntime(), std::nullopt);
     EXPECT_THAT(logged("rejected"), testing::Contains("rejected " + java + ": everybody can write to it"));
 }
 
@@ -251,7 +241,7 @@ TEST_F(OwnRuntime, IsUnpackedTheInnerRuntimeFirst) {
                                                  "#!/bin/sh\necho \"$0\" >> '" + outer + "/order' && mv $2 $3\n");
         std::filesystem::permissions(tool, std::filesystem::perms::owner_all);
     }
-    EXPECT_NE(launcher.findJavaBundle(false), std::nullopt);
+    EXPECT_NE(findRuntime(), std::nullopt);
     EXPECT_EQ(platform::contentsOfFile(outer + "/order"), outer + "/jre/bin/unpack200\n" + outer + "/bin/unpack200\n");
 }
 
@@ -279,7 +269,6 @@ TEST_F(OtherInstallations, AreSearchedInOrder) {
     EXPECT_EQ(findAmong(";" + b), plainBundle);
     EXPECT_THAT(logged("] checking"), ElementsAre("checking /.kestrav/jre.bundle", "checking " + plainBundle));
     EXPECT_EQ(findAmong("/none"), std::nullopt);
-    expectNothingFound();
     EXPECT_EQ(find({{"ksv.appId", "other"}}, true), std::nullopt);
     EXPECT_EQ(find({}, true), std::nullopt);
 }
@@ -288,13 +277,11 @@ TEST_F(OtherInstallations, APlainRuntimeDoesNotEndTheSearch) {
     directory.write("a/.kestrav/jre/kestrav_jre_version", "1.8.0_45");
     makeRuntime("b/.kestrav/jre.bundle", "17");
     EXPECT_EQ(findAmong(a), a + "/.kestrav/jre");
-    EXPECT_EQ(launcher.javaBundle, nullptr);
-    EXPECT_STREQ(launchGlobals.launchJavaVersion, "1.8.0");
+    EXPECT_EQ(launcher.runtime->launchJavaVersion, "1.8.0");
     // A later directory's path is reported, its bundle is not looked at, the version stays.
     EXPECT_EQ(findAmong(a + ";" + b), b + "/.kestrav/jre.bundle");
-    EXPECT_STREQ(launchGlobals.launchJavaVersion, "1.8.0");
+    EXPECT_EQ(launcher.runtime->launchJavaVersion, "1.8.0");
     EXPECT_EQ(findAmong(a, {{"ksv.minVersion", "1.9"}}), std::nullopt);
-    expectNothingFound();
 }
 
 } // namespace

@@ -35,7 +35,6 @@ protected:
             notices.push_back(std::string(title) + ": " + std::string(message));
         };
         replacements.debugLog = true;
-        setLaunchJavaVersion(std::nullopt);
     }
     ~LauncherFixture() override { platform::testing::replacements() = {}; }
 
@@ -56,6 +55,12 @@ protected:
         directory.write(path + "/Contents/Info.plist", PropertyList(std::move(info)).serialize());
         directory.write(path + "/Contents/Home/bin/java", "");
         return directory / path;
+    }
+
+    /// Searches for a runtime, and returns its path.
+    OptionalText findRuntime(bool searchOtherInstallations = false) {
+        launcher.runtime = launcher.findJavaBundle(searchOtherInstallations);
+        return launcher.runtime ? OptionalText(launcher.runtime->javaBundlePath) : std::nullopt;
     }
 
     /// The messages of the log whose text contains `part`, without signature and line.

@@ -1,6 +1,6 @@
 #include "Runtime.h"
 
-#include "mac_installer/launcher/CandidateVerdict.h"
+#include "mac_installer/launcher/Launcher.h"
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "platform/FileDescriptor.h"
 #include "platform/FileManager.h"
@@ -81,7 +81,8 @@ Runtime examineRuntime(const std::string &path, const RuntimeBounds &bounds, con
                       " nor anywhere else that the launcher reads");
     }
     // The application's maker chose this runtime: only the bounds count.
-    const CandidateVerdict verdict = judgeVersion(declared, {bounds.minVersion, bounds.maxVersion, {}, true}, false);
+    const CandidateVerdict verdict =
+        Launcher::checkBundleVersion(declared, {bounds.minVersion, bounds.maxVersion, {}, true}, false);
     if (!verdict.launchVersion) {
         throw Refusal("The runtime " + path + " will not do: " + verdict.refusal);
     }

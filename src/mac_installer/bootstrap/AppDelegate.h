@@ -47,7 +47,8 @@ public:
 
 private:
     // Obtaining a runtime; worker thread.
-    [[nodiscard]] OptionalText obtainRuntime(Launcher &launcher);
+    [[nodiscard]] std::optional<JavaRuntime> obtainRuntime(Launcher &launcher);
+    [[nodiscard]] JavaRuntime extractRuntime(const std::string &archive);
     [[nodiscard]] OptionalText downloadRuntime();
     void awaitDownload();
     [[nodiscard]] std::string handleTar(const std::string &tarFile);
@@ -65,7 +66,7 @@ private:
     void endDownload(bool failed);
 
     // Running the program; worker thread.
-    [[nodiscard]] int runProgram(Launcher &launcher, const std::string &runtimePath);
+    [[nodiscard]] int runProgram(const Launcher &launcher);
     void startChild(const std::shared_ptr<JavaProcess> &process);
     void closeWindowLater();
 
@@ -74,7 +75,6 @@ private:
     std::atomic<bool> cancelled = false; // set by a cancel or a signal, for good; polled by the worker
 
     std::optional<platform::TemporaryFolder> tempDir; // the run's temporary directory, if one was made; the worker's
-    OptionalText archive;                             // what the runtime was extracted from, if it was; the worker's
 
     // The download. The worker sets these up before it posts the start. From then on they are the main thread's, which
     // takes the lock and gives it back with condition 1 in the end. A cancelled worker does not wait for a main thread

@@ -7,7 +7,6 @@
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "mac_installer/launcher/failure.h"
-#include "mac_installer/launcher/global.h"
 #include "platform/DebugLog.h"
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
@@ -68,13 +67,6 @@ void requireInside(const std::string &destination, const std::string &home) {
     }
 }
 
-/// Records an extracted runtime like one that was found, so that variables and version-specific options work for it.
-void record(Launcher &launcher, const std::string &runtimePath) {
-    launcher.javaBundlePath = runtimePath;
-    launcher.javaBundle = Bundle::create(runtimePath);
-    setLaunchJavaVersion(launcher.checkJavaVersion({}, {}, true, false, {}));
-}
-
 } // namespace
 
 platform::TemporaryFolder AppDelegate::createTemporaryDirectory(std::optional<std::int64_t> room) {
@@ -86,29 +78,30 @@ platform::TemporaryFolder AppDelegate::createTemporaryDirectory(std::optional<st
     return folder;
 }
 
-OptionalText AppDelegate::obtainRuntime(Launcher &launcher) {
+std::optional<JavaRuntime> AppDelegate::obtainRuntime(Launcher &launcher) {
     const std::string shipped = appendingPathComponent(Bundle::mainBundle().resourcePath(), "app/jre.tar.gz");
     if (platform::fileExistsAtPath(shipped)) {
-        archive = shipped;
-    } else {
-        _DLog("%s [Line %d] searching for public JREs", signature, __LINE__);
-        if (auto path = launcher.findJavaBundle(false)) {
-            return path;
-        }
-        raiseIfCancelled();
-        _DLog("%s [Line %d] searching for other JREs", signature, __LINE__);
-        if (auto path = launcher.findJavaBundle(true)) {
-            return path;
-        }
-        raiseIfCancelled();
-        archive = downloadRuntime();
+        return extractRuntime(shipped);
     }
-    if (!archive) {
-        return std::nullopt;
+    _DLog("%s [Line %d] searching for public JREs", signature, __LINE__);
+    if (auto runtime = launcher.findJavaBundle(false)) {
+        return runtime;
     }
-    std::string runtimePath = handleTar(*archive);
-    record(launcher, runtimePath);
-    return runtimePath;
+    raiseIfCancelled();
+    _DLog("%s [Line %d] searching for other JREs", signature, __LINE__);
+    if (auto runtime = launcher.findJavaBundle(true)) {
+        return runtime;
+    }
+    raiseIfCancelled();
+    const OptionalText downloaded = downloadRuntime();
+    return downloaded ? std::optional(extractRuntime(*downloaded)) : std::nullopt;
+}
+
+JavaRuntime AppDelegate::extractRuntime(const std::string &archive) {
+    const std::string path = handleTar(archive);
+    JavaRuntime runtime = Launcher::chosenRuntime(path, Bundle::create(path).get());
+    runtime.tarFile = archive;
+    return runtime;
 }
 
 OptionalText AppDelegate::downloadRuntime() {

@@ -3,6 +3,7 @@
 #include "mac_installer/archive/Cancellation.h"
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "mac_installer/launcher/failure.h"
+#include "mac_installer/launcher/prepareProcess.h"
 #include "platform/Clock.h"
 #include "platform/DebugLog.h"
 #include "platform/OperationQueue.h"
@@ -30,13 +31,13 @@ void AppDelegate::worker() {
         _DLog("%s [Line %d] worker started", signature, __LINE__);
         const auto launcher = Launcher::launcher();
         launcher->checkpoint = [this] { raiseIfCancelled(); };
-        const OptionalText runtimePath = obtainRuntime(*launcher);
+        launcher->runtime = obtainRuntime(*launcher);
         raiseIfCancelled();
-        if (!runtimePath) {
+        if (!launcher->runtime) {
             launcher->displayMissingRuntime();
             platform::endProcess(1);
         }
-        status = runProgram(*launcher, *runtimePath);
+        status = runProgram(*launcher);
     } catch (const std::exception &exception) {
         const auto *raised = dynamic_cast<const platform::Exception *>(&exception);
         if (raised != nullptr && raised->name() == CancelledException) {
@@ -49,7 +50,7 @@ void AppDelegate::worker() {
     platform::endProcess(status);
 }
 
-int AppDelegate::runProgram(Launcher &launcher, const std::string &runtimePath) {
+int AppDelegate::runProgram(const Launcher &launcher) {
     OperationQueue &mainQueue = OperationQueue::mainQueue();
     mainQueue.addOperation([this] {
         controls->progressBar.setIndeterminate(true);
@@ -57,11 +58,12 @@ int AppDelegate::runProgram(Launcher &launcher, const std::string &runtimePath) 
         controls->cancelButton.setEnabled(false);
     });
 
+    prepareProcess();
     const JavaParameters parameters = launcher.readJavaParameters();
-    const auto arguments = launcher.commandLine(parameters, archive);
+    const auto arguments = launcher.commandLine(parameters);
     _DLog("%s [Line %d] args: %@", signature, __LINE__, arguments);
 
-    const std::string home = getJreLocation(runtimePath);
+    const std::string home = getJreLocation(launcher.runtime->javaBundlePath);
     const auto process = std::make_shared<JavaProcess>(platform::appendingPathComponent(home, "bin/java"), arguments);
     process->keepOpen(tempDir ? tempDir->lock() : -1); // the folder stays in use if the child survives us
     closeWindowLater();                                // first: a failure must not leave a child behind

@@ -25,18 +25,14 @@ struct CandidateVerdict {
     bool isDirectory = true;                    // false: it could not even be a runtime
 };
 
-/// Judges a runtime bundle; null stands for something that cannot be opened as one. `plugin`: it is the browser
-/// plug-in's.
-[[nodiscard]] CandidateVerdict judgeCandidate(const platform::Bundle *bundle, const RuntimeBounds &bounds, bool plugin);
-
-/// The words for a runtime, bundle or not, whose `java` is for another processor; empty if it is not, or is missing.
-[[nodiscard]] std::string otherProcessorReason(const std::string &path);
-
-/// Judges a plain runtime directory, whose version is known from elsewhere.
-[[nodiscard]] CandidateVerdict judgePlainRuntime(const std::string &path, const std::optional<std::string> &version,
-                                                 const RuntimeBounds &bounds);
-
-/// Judges a runtime by its version alone.
-[[nodiscard]] CandidateVerdict judgeVersion(const CandidateInfo &info, const RuntimeBounds &bounds, bool plugin);
+/// A runtime that the program can be started with.
+struct JavaRuntime {
+    std::string javaBundlePath;
+    std::optional<std::string> launchJavaVersion; // for the launch library; empty if no check has accepted the runtime
+    std::optional<std::string> javaVersion;       // as the runtime states it
+    std::int32_t javaMajorVersion = -1;           // -1: unknown
+    bool pluginUsed = false;                      // it is the public browser plug-in's
+    std::optional<std::string> tarFile;           // the archive that it was extracted from, if it was
+};
 
 } // namespace kestrav

@@ -24,33 +24,26 @@ struct JavaParameters {
     bool firstThread = false;
 };
 
-/// One launch attempt: finds a Java runtime, keeps what was found, and builds the command line for it. One thread.
+/// One launch attempt: finds a Java runtime, and builds the command line for it. One thread.
 class Launcher {
 public:
-    /// A new launcher that has found nothing yet.
+    /// A new launcher without a runtime.
     [[nodiscard]] static std::unique_ptr<Launcher> launcher();
 
-    /// The runtime bundle opened for the candidate or the chosen runtime; null for none.
-    std::unique_ptr<platform::Bundle> javaBundle;
-    /// The chosen runtime's directory; empty means that no suitable one was found.
-    OptionalText javaBundlePath;
-    OptionalText javaVersion;
-    std::int32_t javaMajorVersion = -1; // -1: unknown
-    /// The chosen runtime is the public browser plug-in's.
-    bool pluginUsed = false;
+    /// The runtime to be started, on which options and variables depend. Set by the caller, who found or made it.
+    std::optional<JavaRuntime> runtime;
     /// Called before each candidate of a search, which it may end by raising an exception.
     std::function<void()> checkpoint = [] {};
 
     // Configuration ---------------------------------------------------------------------------------------------------
 
-    /// Reads VM options, main class and arguments from Info.plist, options files and the command line, and changes the
-    /// working directory as configured. After the search, whose results options may depend on.
-    JavaParameters readJavaParameters();
+    /// Reads VM options, main class and arguments from Info.plist, options files and the command line. After
+    /// `prepareProcess`: relative paths begin in the working directory, and options may name LANG.
+    [[nodiscard]] JavaParameters readJavaParameters() const;
 
     /// The runtime's command line: options the runtime knows, "-Dksv.jreBundle=…", "-Dksv.tarFile=…" where the runtime
     /// came from an archive, the main class, the arguments. Raises "no MainClass" where there is none.
-    [[nodiscard]] std::vector<std::string> commandLine(const JavaParameters &parameters,
-                                                       const OptionalText &tarFile) const;
+    [[nodiscard]] std::vector<std::string> commandLine(const JavaParameters &parameters) const;
 
     /// Appends the options of a file, and of the files it includes, and returns the class path as the file changed it.
     /// Without a path, or if the file cannot be read, nothing is added; the log says so unless it only `mayExist`.
@@ -93,24 +86,26 @@ public:
 
     // Candidates and search -------------------------------------------------------------------------------------------
 
-    /// Judges the runtime bundle in `javaBundle`: the version for the launch library if it is accepted, which also sets
-    /// `javaVersion` and `javaMajorVersion`; empty if it is rejected.
-    [[nodiscard]] OptionalText checkJavaVersion(const OptionalText &minVersion, const OptionalText &maxVersion,
-                                                bool allowBeta, bool plugin, const OptionalText &requiredVmPrefix);
-    /// `checkJavaVersion` for version texts that were read already.
-    [[nodiscard]] OptionalText checkBundleVersion(const OptionalText &minVersion, const OptionalText &maxVersion,
-                                                  bool allowBeta, bool plugin, const OptionalText &bundleVersion,
-                                                  const OptionalText &evarVersion, const OptionalText &infoString);
+    /// Checks a runtime bundle; null stands for something that cannot be opened as one. `plugin`: it is the public
+    /// browser plug-in's.
+    [[nodiscard]] static CandidateVerdict checkJavaVersion(const platform::Bundle *bundle, const RuntimeBounds &bounds,
+                                                           bool plugin);
+    /// Checks a runtime by its version alone.
+    [[nodiscard]] static CandidateVerdict checkBundleVersion(const CandidateInfo &info, const RuntimeBounds &bounds,
+                                                             bool plugin);
 
     /// Finds the runtime: the application's own or by the configured search sequence, or (`searchOtherInstallations`)
-    /// of an earlier installation. Sets the fields and `launchJavaVersion`; returns `javaBundlePath`. Ends the process
-    /// with a notice if the application's own runtime cannot be unpacked; raises for a configuration of the wrong type.
-    OptionalText findJavaBundle(bool searchOtherInstallations);
-    /// Tries one directory as a runtime; true if it was accepted, with the fields set to it.
-    bool findDirectoryJavaBundle(const OptionalText &directory, const RuntimeBounds &bounds);
-    /// Tries the system's standard locations, newest version first; true if one was accepted, with the fields set to
-    /// it.
-    bool findPublicJavaBundle(const RuntimeBounds &bounds);
+    /// of an earlier installation. Its path is absolute. Ends the process with a notice if the application's own
+    /// runtime cannot be unpacked; raises for a configuration of the wrong type.
+    [[nodiscard]] std::optional<JavaRuntime> findJavaBundle(bool searchOtherInstallations);
+    /// Tries one directory as a runtime.
+    [[nodiscard]] std::optional<JavaRuntime> findDirectoryJavaBundle(const OptionalText &directory,
+                                                                     const RuntimeBounds &bounds);
+    /// Tries the system's standard locations, newest version first.
+    [[nodiscard]] std::optional<JavaRuntime> findPublicJavaBundle(const RuntimeBounds &bounds);
+    /// The runtime at a path that was chosen elsewhere, with its version, whatever the configured bounds are. `bundle`
+    /// is that path opened as a bundle, or null.
+    [[nodiscard]] static JavaRuntime chosenRuntime(const std::string &path, const platform::Bundle *bundle);
 
     // In-process start ------------------------------------------------------------------------------------------------
 
@@ -145,18 +140,33 @@ private:
     };
     std::optional<RefusedRuntime> highestRefused;
 
-    OptionalText keepVersion(const CandidateVerdict &verdict);
-    [[nodiscard]] bool settle(const char *signature, int line, const std::string &path, const CandidateVerdict &verdict,
-                              bool isOwn = false);
-    [[nodiscard]] bool tryBundle(const char *signature, int line, const std::string &path, const RuntimeBounds &bounds,
-                                 bool plugin = false);
-    void findOtherInstallation(const RuntimeBounds &bounds);
-    [[nodiscard]] bool openOwnRuntime();
-    [[nodiscard]] bool findOwnRuntime();
-    void unpackOwnRuntime() const;
-    bool findVariablesJavaBundle(const std::string &name, const RuntimeBounds &bounds);
-    bool searchConfiguredSequence(const RuntimeBounds &bounds);
-    [[nodiscard]] bool findPlugin(const RuntimeBounds &bounds);
+    /// The application's own runtime.
+    struct OwnRuntime {
+        std::string path;
+        std::unique_ptr<platform::Bundle> bundle; // null: a plain directory
+    };
+    [[nodiscard]] static std::optional<OwnRuntime> findOwnRuntime();
+    [[nodiscard]] std::optional<JavaRuntime> checkOwnRuntime(const OwnRuntime &own);
+    static void unpackOwnRuntime(const OwnRuntime &own);
+
+    [[nodiscard]] std::optional<JavaRuntime> searchConfiguredSequence(const RuntimeBounds &bounds);
+    [[nodiscard]] std::optional<JavaRuntime> searchEntry(const std::string &entry, const RuntimeBounds &bounds);
+    [[nodiscard]] std::optional<JavaRuntime> findVariablesJavaBundle(const std::string &name,
+                                                                     const RuntimeBounds &bounds);
+    [[nodiscard]] std::optional<JavaRuntime> findPlugin(const RuntimeBounds &bounds);
+    [[nodiscard]] std::optional<JavaRuntime> findOtherInstallation(const RuntimeBounds &bounds);
+
+    [[nodiscard]] std::optional<JavaRuntime> tryBundle(const char *signature, int line, const std::string &path,
+                                                       const RuntimeBounds &bounds, bool plugin = false);
+    /// The runtime if the checks accepted it. A refusal is logged, and kept for the notice.
+    [[nodiscard]] std::optional<JavaRuntime> acceptOrRefuse(const char *signature, int line, const std::string &path,
+                                                            const CandidateVerdict &verdict, bool isOwn = false);
+    [[nodiscard]] static JavaRuntime runtimeOf(const std::string &path, const CandidateVerdict &verdict);
+    [[nodiscard]] static CandidateVerdict checkPlainRuntime(const std::string &path, const OptionalText &version,
+                                                            const RuntimeBounds &bounds);
+    /// Says that the runtime's `java` is for another processor; empty if it is not, or is missing.
+    [[nodiscard]] static std::string otherProcessorReason(const std::string &path);
+
     void addVersionSpecificOptions(std::vector<std::string> &options, const std::string &bundlePath,
                                    OptionalText &classPath) const;
     [[nodiscard]] bool matchesVersionPattern(const std::string &pattern, const platform::PropertyList &options) const;

@@ -2,10 +2,8 @@
 #include "mac_installer/launcher/Launcher.h"
 #include "platform/DebugLog.h"
 #include "platform/Exception.h"
-#include "platform/FileManager.h"
 #include "platform/ProcessInfo.h"
 #include "platform/RuntimeSupport.h"
-#include "platform/UserDefaults.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -18,15 +16,6 @@ using platform::PropertyList;
 namespace {
 
 constexpr const char *signature = "-[Launcher readJavaParameters:options:mainClass:args:firstThread:]";
-
-/// The program is told the user's language as command-line programs expect it; a language that is set already stays.
-/// What follows an "@" (a calendar, a currency) has no meaning in LANG.
-void setLanguage() {
-    if (const auto locale = platform::UserDefaults::standardUserDefaults().stringForKey("AppleLocale")) {
-        ProcessInfo::processInfo().setEnvironmentVariable("LANG", locale->substr(0, locale->find('@')) + ".UTF-8",
-                                                          false);
-    }
-}
 
 OptionalText replacingAppPackage(const OptionalText &text, const std::string &bundlePath) {
     return text ? std::optional(kestrav::replacingAppPackage(*text, bundlePath)) : std::nullopt;
@@ -70,17 +59,10 @@ void addCommandLine(JavaParameters &parameters, bool allowPassthrough) {
 
 } // namespace
 
-JavaParameters Launcher::readJavaParameters() {
-    setLanguage();
+JavaParameters Launcher::readJavaParameters() const {
     const PropertyList &info = infoDictionary();
     const PropertyList &javaVM = javaVMDictionary();
     const std::string &bundlePath = platform::Bundle::mainBundle().bundlePath();
-
-    const auto directory =
-        replacingAppPackage(stringValue(javaVM, "WorkingDirectory"), bundlePath).value_or(bundlePath);
-    if (const auto error = platform::changeCurrentDirectoryPath(directory)) {
-        _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, directory, error.message());
-    }
 
     JavaParameters parameters;
     auto &options = parameters.options;
@@ -144,12 +126,13 @@ void Launcher::addVersionSpecificOptions(std::vector<std::string> &options, cons
 }
 
 bool Launcher::matchesVersionPattern(const std::string &pattern, const PropertyList &options) const {
+    const OptionalText version = runtime ? runtime->javaVersion : std::nullopt;
+    const std::int32_t majorVersion = runtime ? runtime->javaMajorVersion : -1;
     if (pattern.starts_with('*')) {
-        if (!javaVersion || !platform::isLike(*javaVersion, std::string_view(pattern).substr(1))) {
+        if (!version || !platform::isLike(*version, std::string_view(pattern).substr(1))) {
             return false;
         }
-        _DLog("%s [Line %d] using version specific options %@ %@ %@", signature, __LINE__, javaVersion, pattern,
-              options);
+        _DLog("%s [Line %d] using version specific options %@ %@ %@", signature, __LINE__, version, pattern, options);
         return true;
     }
     const auto parts = platform::componentsSeparatedBy(pattern, "-");
@@ -159,15 +142,15 @@ bool Launcher::matchesVersionPattern(const std::string &pattern, const PropertyL
     }
     const auto low = platform::intValue(parts[0]);
     const auto high = platform::intValue(parts[1]);
-    if (javaMajorVersion < low || javaMajorVersion > high) {
+    if (majorVersion < low || majorVersion > high) {
         return false;
     }
-    _DLog("%s [Line %d] using version specific options %@ %@ %@ %d %d %d", signature, __LINE__, javaVersion, pattern,
-          options, javaMajorVersion, low, high);
+    _DLog("%s [Line %d] using version specific options %@ %@ %@ %d %d %d", signature, __LINE__, version, pattern,
+          options, majorVersion, low, high);
     return true;
 }
 
-std::vector<std::string> Launcher::commandLine(const JavaParameters &parameters, const OptionalText &tarFile) const {
+std::vector<std::string> Launcher::commandLine(const JavaParameters &parameters) const {
     if (!parameters.mainClass || parameters.mainClass->empty()) {
         throw platform::Exception(platform::InvalidArgumentException, "no MainClass");
     }
@@ -180,9 +163,9 @@ std::vector<std::string> Launcher::commandLine(const JavaParameters &parameters,
             _DLog("%s [Line %d] left out %@: %@", signature, __LINE__, option, "runtimes of this platform refuse it");
         }
     }
-    addOption(line, "-Dksv.jreBundle=%@", javaBundlePath.value_or(""));
-    if (tarFile) {
-        addOption(line, "-Dksv.tarFile=%@", *tarFile);
+    addOption(line, "-Dksv.jreBundle=%@", runtime ? runtime->javaBundlePath : "");
+    if (runtime && runtime->tarFile) {
+        addOption(line, "-Dksv.tarFile=%@", *runtime->tarFile);
     }
     line.push_back(*parameters.mainClass);
     line.insert(line.end(), parameters.args.begin(), parameters.args.end());

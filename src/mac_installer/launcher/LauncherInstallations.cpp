@@ -31,50 +31,48 @@ OptionalText plainRuntimeVersion(const std::string &path) {
 
 } // namespace
 
-void Launcher::findOtherInstallation(const RuntimeBounds &bounds) {
+std::optional<JavaRuntime> Launcher::findOtherInstallation(const RuntimeBounds &bounds) {
     const auto appId = stringValue(infoDictionary(), "ksv.appId");
     auto &defaults = platform::UserDefaults::standardUserDefaults();
     defaults.addSuiteNamed("com.kestrav.installations");
     const auto registry = defaults.dictionaryForKey("/com/kestrav/installations/");
     _DLog("%s [Line %d] %@", signature, 528, registry ? &*registry : nullptr);
     if (!registry || !appId) {
-        return;
+        return std::nullopt;
     }
-    // A text of another type counts as missing.
+    // A value that is not a string counts as missing.
     const auto directories = registry->stringForKey(platform::format("allinstdirs%@", appId));
     if (!directories) {
-        return;
+        return std::nullopt;
     }
 
-    bool bundleChecking = true; // once a plain runtime was looked at, later directories' bundles no longer are
+    bool bundleChecking = true;              // once a plain runtime was looked at, no later bundle is
+    std::optional<JavaRuntime> plainRuntime; // its path follows the directories
     for (const std::string &directory : platform::componentsSeparatedBy(*directories, ";")) {
         checkpoint();
-        const auto name = registry->stringForKey(platform::format("singleBundleName%@_%@", appId, directory));
-        if (name) {
-            javaBundlePath = bundledRuntime(directory, *name);
-        } else {
-            javaBundlePath = platform::format("%@/.kestrav/jre.bundle", directory);
-            if (!platform::directoryExistsAtPath(*javaBundlePath)) {
-                const std::string plain = platform::format("%@/.kestrav/jre", directory);
-                if (const auto version = plainRuntimeVersion(plain)) {
-                    javaBundlePath = plain;
-                    static_cast<void>(settle(signature, __LINE__, plain, judgePlainRuntime(plain, version, bounds)));
-                    bundleChecking = false;
-                }
+        std::string path = platform::format("%@/.kestrav/jre.bundle", directory);
+        if (const auto name = registry->stringForKey(platform::format("singleBundleName%@_%@", appId, directory))) {
+            path = bundledRuntime(directory, *name);
+        } else if (!platform::directoryExistsAtPath(path)) {
+            const std::string plain = platform::format("%@/.kestrav/jre", directory);
+            if (const auto version = plainRuntimeVersion(plain)) {
+                path = plain;
+                plainRuntime = acceptOrRefuse(signature, __LINE__, plain, checkPlainRuntime(plain, version, bounds));
+                bundleChecking = false;
             }
         }
-        _DLog("%s [Line %d] checking %@", signature, 565, javaBundlePath);
-        if (!bundleChecking) {
-            continue;
-        }
-        if (!platform::fileExistsAtPath(*javaBundlePath)) {
-            _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, javaBundlePath, "nothing exists there");
-            continue;
-        }
-        if (tryBundle(signature, __LINE__, *javaBundlePath, bounds)) {
-            return;
+        _DLog("%s [Line %d] checking %@", signature, 565, path);
+        if (plainRuntime) {
+            plainRuntime->javaBundlePath = path;
+        } else if (bundleChecking && !platform::fileExistsAtPath(path)) {
+            _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, path, "nothing exists there");
+        } else if (bundleChecking) {
+            if (auto found = tryBundle(signature, __LINE__, path, bounds)) {
+                return found;
+            }
         }
     }
+    return plainRuntime;
 }
 
 } // namespace kestrav

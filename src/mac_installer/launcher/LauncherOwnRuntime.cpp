@@ -2,12 +2,13 @@
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/Launcher.h"
 #include "mac_installer/launcher/RuntimeHome.h"
-#include "mac_installer/launcher/global.h"
 #include "mac_installer/launcher/trust.h"
 #include "platform/DebugLog.h"
 #include "platform/FileManager.h"
 #include "platform/ProcessInfo.h"
 #include "platform/path.h"
+
+#include <utility>
 
 namespace kestrav {
 
@@ -35,57 +36,53 @@ bool isWritable(const std::string &directory) {
 
 } // namespace
 
-bool Launcher::openOwnRuntime() {
+std::optional<Launcher::OwnRuntime> Launcher::findOwnRuntime() {
     const std::string &bundlePath = Bundle::mainBundle().bundlePath();
     for (const char *place : {"Contents/Resources/jre.bundle", "Contents/PlugIns/jre.bundle"}) {
-        javaBundlePath = appendingPathComponent(bundlePath, place);
-        javaBundle = Bundle::create(*javaBundlePath);
-        if (javaBundle) {
-            return true;
+        std::string path = appendingPathComponent(bundlePath, place);
+        if (auto bundle = Bundle::create(path)) {
+            return OwnRuntime{std::move(path), std::move(bundle)};
         }
     }
     const auto baseDir = stringValue(infoDictionary(), "ksv.baseDir");
     if (!baseDir) {
-        javaBundlePath.reset();
-        return false;
+        return std::nullopt;
     }
     const std::string base = replacingAppPackage(*baseDir, bundlePath);
-    const auto isThere = [&](const char *place) {
-        javaBundlePath = appendingPathComponent(base, place);
-        const std::string home = runtimeHome(*javaBundlePath);
-        return platform::directoryExistsAtPath(*javaBundlePath) && mayBeHeeded(signature, __LINE__, *javaBundlePath) &&
-               mayBeHeeded(signature, __LINE__, appendingPathComponent(home, "bin/java"));
+    const auto isThere = [](const std::string &path) {
+        return platform::directoryExistsAtPath(path) && mayBeHeeded(signature, __LINE__, path) &&
+               mayBeHeeded(signature, __LINE__, appendingPathComponent(runtimeHome(path), "bin/java"));
     };
-    if (isThere(".kestrav/jre.bundle")) {
-        javaBundle = Bundle::create(*javaBundlePath);
-        return javaBundle != nullptr;
+    if (std::string path = appendingPathComponent(base, ".kestrav/jre.bundle"); isThere(path)) {
+        auto bundle = Bundle::create(path);
+        return bundle ? std::optional(OwnRuntime{std::move(path), std::move(bundle)}) : std::nullopt;
     }
-    return isThere(".kestrav/jre");
+    std::string path = appendingPathComponent(base, ".kestrav/jre");
+    return isThere(path) ? std::optional(OwnRuntime{std::move(path), nullptr}) : std::nullopt;
 }
 
-bool Launcher::findOwnRuntime() {
-    checkpoint();
-    if (!openOwnRuntime()) {
-        return false;
-    }
-    const std::string otherProcessor = otherProcessorReason(*javaBundlePath);
-    if (javaBundle || !otherProcessor.empty()) {
-        // The application's maker chose this runtime: the configured bounds are for others.
-        const RuntimeBounds any{{}, {}, {}, true};
-        const CandidateVerdict verdict = javaBundle ? judgeCandidate(javaBundle.get(), any, false)
-                                                    : judgePlainRuntime(*javaBundlePath, assumedVersion, any);
-        static_cast<void>(settle(signature, __LINE__, *javaBundlePath, verdict, true));
+std::optional<JavaRuntime> Launcher::checkOwnRuntime(const OwnRuntime &own) {
+    // The application's maker chose this runtime: the configured bounds are for others.
+    const RuntimeBounds any{{}, {}, {}, true};
+    const bool isForThisProcessor = otherProcessorReason(own.path).empty();
+    std::optional<JavaRuntime> found;
+    if (own.bundle || !isForThisProcessor) {
+        found = acceptOrRefuse(signature, __LINE__, own.path,
+                               own.bundle ? checkJavaVersion(own.bundle.get(), any, false)
+                                          : checkPlainRuntime(own.path, assumedVersion, any),
+                               true);
     } else {
-        setLaunchJavaVersion(assumedVersion);
+        found.emplace().javaBundlePath = own.path;
+        found->launchJavaVersion = assumedVersion;
     }
-    if (otherProcessor.empty()) { // else its unpack200 cannot be run either
-        unpackOwnRuntime();
+    if (isForThisProcessor) { // else its unpack200 cannot be run either
+        unpackOwnRuntime(own);
     }
-    return true;
+    return found;
 }
 
-void Launcher::unpackOwnRuntime() const {
-    const std::string home = javaBundle ? runtimeHome(*javaBundlePath) : *javaBundlePath;
+void Launcher::unpackOwnRuntime(const OwnRuntime &own) {
+    const std::string home = own.bundle ? runtimeHome(own.path) : own.path;
     _DLog("%s [Line %d] Running unpacker on %@", signature, 616,
           platform::fileURLString(home, platform::directoryExistsAtPath(home)));
     if (Unpacker::unpack(appendingPathComponent(home, "jre"), nullptr) && Unpacker::unpack(home, nullptr)) {

@@ -1,7 +1,6 @@
 #include "mac_installer/launcher/CandidateInfo.h"
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/Launcher.h"
-#include "mac_installer/launcher/global.h"
 #include "platform/DebugLog.h"
 #include "platform/FileManager.h"
 #include "platform/ProcessInfo.h"
@@ -78,59 +77,62 @@ std::vector<std::string> newestDeclaredFirst(const std::string &directory, const
 
 } // namespace
 
-OptionalText Launcher::findJavaBundle(bool searchOtherInstallations) {
-    setLaunchJavaVersion(std::nullopt);
-    javaBundle.reset();
-    pluginUsed = false;
-    javaBundlePath.reset();
-
+std::optional<JavaRuntime> Launcher::findJavaBundle(bool searchOtherInstallations) {
     const RuntimeBounds bounds = configuredBounds();
+    std::optional<JavaRuntime> found;
     if (searchOtherInstallations) {
-        findOtherInstallation(bounds);
-    } else if (!findOwnRuntime()) {
-        searchConfiguredSequence(bounds);
+        found = findOtherInstallation(bounds);
+    } else {
+        checkpoint();
+        const auto own = findOwnRuntime();
+        found = own ? checkOwnRuntime(*own) : searchConfiguredSequence(bounds);
     }
-
-    if (launchGlobals.launchJavaVersion == nullptr) {
-        javaBundlePath.reset();
-    } else if (!platform::isAbsolutePath(*javaBundlePath)) {
+    if (found && !platform::isAbsolutePath(found->javaBundlePath)) {
         // The working directory changes before the runtime is started.
         std::error_code unknown;
-        const auto absolute = std::filesystem::absolute(*javaBundlePath, unknown);
-        javaBundlePath = unknown ? javaBundlePath : absolute.string();
+        const auto absolute = std::filesystem::absolute(found->javaBundlePath, unknown);
+        found->javaBundlePath = unknown ? found->javaBundlePath : absolute.string();
     }
-    return javaBundlePath;
+    return found;
 }
 
-bool Launcher::searchConfiguredSequence(const RuntimeBounds &bounds) {
+std::optional<JavaRuntime> Launcher::searchConfiguredSequence(const RuntimeBounds &bounds) {
     const platform::PropertyList &javaVM = javaVMDictionary();
     _DLog("%s [Line %d] search sequence %@", searchSignature, 633, javaVM.find("SearchSequence"));
     const auto *sequence = arrayValue(javaVM, "SearchSequence");
     if (sequence == nullptr) {
         return findPublicJavaBundle(bounds);
     }
-    const auto tryEntry = [&](char kind, const std::string &argument) {
-        switch (kind) {
-        case 'E':
-            _DLog("%s [Line %d] checking environment variable %@", searchSignature, 650, argument);
-            return findVariablesJavaBundle(argument, bounds);
-        case 'R':
-            _DLog("%s [Line %d] checking directory %@", searchSignature, 646, argument);
-            return findDirectoryJavaBundle(argument, bounds);
-        case 'Y':
-            _DLog("%s [Line %d] checking standard locations", searchSignature, 642);
-            return findPublicJavaBundle(bounds);
-        default:
-            return false;
-        }
-    };
-    return std::any_of(sequence->begin(), sequence->end(), [&](const platform::PropertyList &element) {
+    for (const platform::PropertyList &element : *sequence) {
         const std::string entry = stringEntry(element, "SearchSequence"); // each is looked at when its turn has come
-        return !entry.empty() && tryEntry(entry.front(), entry.substr(1));
-    });
+        if (auto found = searchEntry(entry, bounds)) {
+            return found;
+        }
+    }
+    return std::nullopt;
 }
 
-bool Launcher::findVariablesJavaBundle(const std::string &name, const RuntimeBounds &bounds) {
+std::optional<JavaRuntime> Launcher::searchEntry(const std::string &entry, const RuntimeBounds &bounds) {
+    if (entry.empty()) {
+        return std::nullopt;
+    }
+    const std::string argument = entry.substr(1);
+    switch (entry.front()) {
+    case 'E':
+        _DLog("%s [Line %d] checking environment variable %@", searchSignature, 650, argument);
+        return findVariablesJavaBundle(argument, bounds);
+    case 'R':
+        _DLog("%s [Line %d] checking directory %@", searchSignature, 646, argument);
+        return findDirectoryJavaBundle(argument, bounds);
+    case 'Y':
+        _DLog("%s [Line %d] checking standard locations", searchSignature, 642);
+        return findPublicJavaBundle(bounds);
+    default:
+        return std::nullopt;
+    }
+}
+
+std::optional<JavaRuntime> Launcher::findVariablesJavaBundle(const std::string &name, const RuntimeBounds &bounds) {
     const auto value = platform::ProcessInfo::processInfo().environmentVariable(name);
     if (!value) {
         _DLog("%s [Line %d] rejected %@: %@", searchSignature, __LINE__, name, "the variable is not set");
@@ -138,45 +140,45 @@ bool Launcher::findVariablesJavaBundle(const std::string &name, const RuntimeBou
     return findDirectoryJavaBundle(value, bounds);
 }
 
-bool Launcher::findDirectoryJavaBundle(const OptionalText &directory, const RuntimeBounds &bounds) {
+std::optional<JavaRuntime> Launcher::findDirectoryJavaBundle(const OptionalText &directory,
+                                                             const RuntimeBounds &bounds) {
     if (!directory) {
-        return false;
+        return std::nullopt;
     }
     checkpoint(); // also for one that does not exist: the question alone may take long
-    javaBundlePath = replaceVariables(*directory);
-    if (!platform::fileExistsAtPath(*javaBundlePath)) {
-        _DLog("%s [Line %d] rejected %@: %@", directorySignature, __LINE__, javaBundlePath, "nothing exists there");
-        return false;
+    const std::string path = replaceVariables(*directory);
+    if (!platform::fileExistsAtPath(path)) {
+        _DLog("%s [Line %d] rejected %@: %@", directorySignature, __LINE__, path, "nothing exists there");
+        return std::nullopt;
     }
-    return tryBundle(directorySignature, __LINE__, *javaBundlePath, bounds);
+    return tryBundle(directorySignature, __LINE__, path, bounds);
 }
 
-bool Launcher::findPlugin(const RuntimeBounds &bounds) {
+std::optional<JavaRuntime> Launcher::findPlugin(const RuntimeBounds &bounds) {
     const std::string path = platform::systemPath("/Library/Internet Plug-Ins/JavaAppletPlugin.plugin");
     const bool hasRuntime = platform::fileExistsAtPath(appendingPathComponent(path, "Contents/Home/bin/java"));
     const auto bundle = hasRuntime ? Bundle::create(path) : nullptr;
     if (!bundle) {
-        return false;
+        return std::nullopt;
     }
     const OptionalText infoString = bundleText(*bundle, "CFBundleGetInfoString");
     const OptionalText identifier = bundleText(*bundle, "CFBundleIdentifier");
     _DLog("%s [Line %d] JRE %@ %@ %@", publicSignature, 694, path, infoString, identifier);
     if (!isOracles(identifier, infoString)) {
         _DLog("%s [Line %d] rejected %@: %@", publicSignature, __LINE__, path, "it is another vendor's");
-        return false;
+        return std::nullopt;
     }
     _DLog("%s [Line %d] Oracle JRE %@", publicSignature, 696, path);
-    if (!tryBundle(publicSignature, __LINE__, path, bounds, true)) {
-        return false;
+    auto found = tryBundle(publicSignature, __LINE__, path, bounds, true);
+    if (found) {
+        found->pluginUsed = true;
     }
-    javaBundlePath = path;
-    pluginUsed = true;
-    return true;
+    return found;
 }
 
-bool Launcher::findPublicJavaBundle(const RuntimeBounds &bounds) {
-    if (findPlugin(bounds)) {
-        return true;
+std::optional<JavaRuntime> Launcher::findPublicJavaBundle(const RuntimeBounds &bounds) {
+    if (auto plugin = findPlugin(bounds)) {
+        return plugin;
     }
     for (const platform::RuntimeDirectory &directory : platform::standardRuntimeDirectories()) {
         const auto names = platform::contentsOfDirectoryAtPath(directory.path);
@@ -187,14 +189,37 @@ bool Launcher::findPublicJavaBundle(const RuntimeBounds &bounds) {
             directory.namedByVersion ? newestFirst(*names) : newestDeclaredFirst(directory.path, *names, checkpoint);
         _DLog("%s [Line %d] JDKs %@", publicSignature, 723, candidates);
         for (const std::string &name : candidates) {
-            javaBundlePath = appendingPathComponent(directory.path, name);
-            _DLog("%s [Line %d] checking %@", publicSignature, 726, javaBundlePath);
-            if (tryBundle(publicSignature, __LINE__, *javaBundlePath, bounds)) {
-                return true;
+            const std::string path = appendingPathComponent(directory.path, name);
+            _DLog("%s [Line %d] checking %@", publicSignature, 726, path);
+            if (auto found = tryBundle(publicSignature, __LINE__, path, bounds)) {
+                return found;
             }
         }
     }
-    return false;
+    return std::nullopt;
+}
+
+std::optional<JavaRuntime> Launcher::tryBundle(const char *signature, int line, const std::string &path,
+                                               const RuntimeBounds &bounds, bool plugin) {
+    checkpoint();
+    const auto bundle = Bundle::create(path);
+    return acceptOrRefuse(signature, line, path, checkJavaVersion(bundle.get(), bounds, plugin));
+}
+
+std::optional<JavaRuntime> Launcher::acceptOrRefuse(const char *signature, int line, const std::string &path,
+                                                    const CandidateVerdict &verdict, bool isOwn) {
+    if (verdict.launchVersion) {
+        return runtimeOf(path, verdict);
+    }
+    _DLog("%s [Line %d] rejected %@: %@", signature, line, path, verdict.refusal);
+    const auto isHigher = [&] {
+        const OptionalText &highest = highestRefused->verdict.declaredVersion;
+        return verdict.declaredVersion && (!highest || compareVersion(*verdict.declaredVersion, *highest) > 0);
+    };
+    if (verdict.isDirectory && (isOwn || !highestRefused || (!highestRefused->isOwn && isHigher()))) {
+        highestRefused = RefusedRuntime{path, verdict, isOwn};
+    }
+    return std::nullopt;
 }
 
 } // namespace kestrav

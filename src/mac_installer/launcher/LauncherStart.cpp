@@ -3,6 +3,7 @@
 #include "mac_installer/launcher/LaunchVector.h"
 #include "mac_installer/launcher/Launcher.h"
 #include "mac_installer/launcher/global.h"
+#include "mac_installer/launcher/prepareProcess.h"
 #include "platform/DebugLog.h"
 #include "platform/Environment.h"
 #include "platform/ProcessInfo.h"
@@ -26,12 +27,14 @@ void exportLanguage() {
 } // namespace
 
 Launcher &Launcher::load(const char *programPath) {
-    if (!findJavaBundle(false)) {
+    runtime = findJavaBundle(false);
+    if (!runtime) {
         return *this;
     }
+    prepareProcess();
     const JavaParameters parameters = readJavaParameters();
     exportLanguage();
-    setLaunchVector(programPath, commandLine(parameters, std::nullopt));
+    setLaunchVector(programPath, commandLine(parameters));
     return *this;
 }
 
@@ -43,12 +46,12 @@ Launcher &Launcher::loadFromArgumentFile(const char *programPath, const char *ar
     if (lines.size() < 2) {
         return *this;
     }
-    javaBundlePath = std::move(lines.front());
+    const std::string path = std::move(lines.front());
     lines.erase(lines.begin());
-    javaBundle = platform::Bundle::create(*javaBundlePath);
-    setLaunchJavaVersion(checkJavaVersion(std::nullopt, std::nullopt, true, false, std::nullopt));
-    _DLog("%s [Line %d] java bundle %s %p", signature, __LINE__, launchGlobals.launchJavaVersion,
-          static_cast<const void *>(javaBundle.get()));
+    const auto bundle = platform::Bundle::create(path);
+    runtime = chosenRuntime(path, bundle.get());
+    _DLog("%s [Line %d] java bundle %s %p", signature, __LINE__, runtime->launchJavaVersion,
+          static_cast<const void *>(bundle.get()));
     setLaunchVector(programPath, std::move(lines));
     return *this;
 }
@@ -56,16 +59,16 @@ Launcher &Launcher::loadFromArgumentFile(const char *programPath, const char *ar
 int Launcher::launch() {
     static constexpr const char *signature = "-[Launcher launch]";
 
-    if (!javaBundlePath) {
+    if (!runtime) {
         _DLog("%s [Line %d] no suitable JRE found.", signature, __LINE__);
         displayMissingRuntime();
         return 1;
     }
     std::string path;
-    if (pluginUsed) {
+    if (runtime->pluginUsed) {
         path = pluginLibraryPath();
     } else {
-        path = launchLibraryPath(*javaBundlePath);
+        path = launchLibraryPath(runtime->javaBundlePath);
         _DLog("%s [Line %d] load library %@.", signature, __LINE__, path);
     }
     const LaunchLibrary library(path);
@@ -79,9 +82,7 @@ int Launcher::launch() {
     for (const char *argument : std::span(launchGlobals.argv, static_cast<std::size_t>(launchGlobals.argc))) {
         _DLog("%s [Line %d] arg %s", signature, __LINE__, argument);
     }
-    if (launchGlobals.launchJavaVersion == nullptr) {
-        launchGlobals.launchJavaVersion = "1.7.0";
-    }
+    setLaunchJavaVersion(runtime->launchJavaVersion.value_or("1.7.0"));
     platform::prepareReexecution(launchGlobals.launchJavaVersion, library.path());
     return callLaunchLibrary(launchGlobals.argc, launchGlobals.argv);
 }

@@ -125,8 +125,8 @@ std::string Launcher::replaceVariables(std::string_view text) const {
         if (result.find(tempDir) != std::string::npos) {
             replace(tempDir, platform::temporaryDirectory().value_or(std::string(tempDir)));
         }
-        if (javaBundlePath && result.find("${launcher:sys.jvmHome}") != std::string::npos) {
-            replace("${launcher:sys.jvmHome}", getJreLocation(*javaBundlePath));
+        if (runtime && result.find("${launcher:sys.jvmHome}") != std::string::npos) {
+            replace("${launcher:sys.jvmHome}", getJreLocation(runtime->javaBundlePath));
         }
         if (result.find(variableStart) != std::string::npos) {
             replaceEnvironment(result, text);

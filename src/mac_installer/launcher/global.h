@@ -1,6 +1,5 @@
 #pragma once
 
-#include <optional>
 #include <string>
 
 namespace kestrav {
@@ -17,7 +16,7 @@ using JLI_LaunchFxn = int(int argc, char **argv, int jargc, const char **jargv, 
 struct LaunchGlobals {
     /// Set once the launch library is loaded: a second entry of `main` then goes straight on to it.
     JLI_LaunchFxn *JLI_LaunchFxnPtr = nullptr;
-    /// The version of the accepted runtime, null when none was accepted.
+    /// The version that the launch library is told, set just before it is called.
     const char *launchJavaVersion = nullptr;
     /// The vector for the launch library.
     int argc = 0;
@@ -27,7 +26,7 @@ struct LaunchGlobals {
 };
 extern LaunchGlobals launchGlobals;
 
-/// Sets `launchGlobals.launchJavaVersion` to a copy that is never freed, or to null.
-void setLaunchJavaVersion(const std::optional<std::string> &version);
+/// Sets `launchGlobals.launchJavaVersion` to a copy that is never freed.
+void setLaunchJavaVersion(const std::string &version);
 
 } // namespace kestrav
