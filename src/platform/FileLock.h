@@ -24,10 +24,13 @@ public:
     [[nodiscard]] static std::optional<FileLock> lock(const std::string &path, Mode mode,
                                                       const std::function<void()> &checkpoint);
 
-    /// Takes the lock of an open file if it is free. Empty with errno set if that fails.
+    /// Takes the lock of an open file or folder if it is free. Empty with errno set if that fails.
     [[nodiscard]] static std::optional<FileLock> take(FileDescriptor file, Mode mode);
 
     [[nodiscard]] int descriptor() const { return file_.get(); }
+
+    /// False if the file was removed or replaced, so that others would lock a different one.
+    [[nodiscard]] bool isAt(const std::string &path) const;
 
 private:
     explicit FileLock(FileDescriptor file) : file_(std::move(file)) {}

@@ -3,10 +3,8 @@
 #include "Interruption.h"
 #include "platform/exchangeItems.h"
 #include "platform/path.h"
-#include "platform/uninterrupted.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +12,7 @@
 #include <chrono>
 #include <filesystem>
 #include <thread>
+#include <utility>
 
 namespace kestrav::tools {
 
@@ -23,6 +22,9 @@ namespace fs = std::filesystem;
 
 using platform::appendingPathComponent;
 using platform::FileDescriptor;
+using platform::FileLock;
+
+constexpr auto exclusive = FileLock::Mode::exclusive;
 
 constexpr std::string_view prefix = ".kestrav-bundle-";
 constexpr const char *moved = "old"; // in a workshop: holds the application on the way, under its own name
@@ -31,23 +33,18 @@ FileDescriptor openFolder(const std::string &path) {
     return FileDescriptor::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
 }
 
-enum class Lock { taken, busy, unknown };
-
-Lock tryLock(const FileDescriptor &file) {
-    const int result = platform::uninterrupted([&] { return ::flock(file.get(), LOCK_EX | LOCK_NB); });
-    return result == 0 ? Lock::taken : errno == EWOULDBLOCK ? Lock::busy : Lock::unknown;
-}
-
-/// Waits until no other run moves applications in the folder; the turn ends with the descriptor. Some file systems have
-/// no locks: there the runs are not kept apart.
-FileDescriptor takeTurn(const std::string &folder) {
+/// Waits until no other run moves applications in the folder; the turn ends with the lock. Some file systems have no
+/// locks: there the runs are not kept apart.
+std::optional<FileLock> takeTurn(const std::string &folder) {
     constexpr std::chrono::milliseconds pause(10);
-    FileDescriptor turn = FileDescriptor::open(folder.c_str(), O_RDONLY | O_DIRECTORY);
-    while (turn.valid() && tryLock(turn) == Lock::busy) {
+    for (;;) {
+        auto turn = FileLock::take(FileDescriptor::open(folder.c_str(), O_RDONLY | O_DIRECTORY), exclusive);
+        if (turn || errno != EWOULDBLOCK) {
+            return turn;
+        }
         raiseIfInterrupted();
         std::this_thread::sleep_for(pause);
     }
-    return turn;
 }
 
 bool isThere(const std::string &path) {
@@ -55,17 +52,9 @@ bool isThere(const std::string &path) {
     return fs::exists(fs::symlink_status(path, unknown));
 }
 
-/// True if `folder` is what the path leads to.
-bool isAt(const FileDescriptor &folder, const std::string &path) {
-    struct stat opened {};
-    struct stat named {};
-    return ::fstat(folder.get(), &opened) == 0 && ::lstat(path.c_str(), &named) == 0 && opened.st_dev == named.st_dev &&
-           opened.st_ino == named.st_ino;
-}
-
-bool isOurs(const FileDescriptor &folder) {
+bool isOurs(const FileLock &folder) {
     struct stat found {};
-    return ::fstat(folder.get(), &found) == 0 && found.st_uid == ::geteuid();
+    return ::fstat(folder.descriptor(), &found) == 0 && found.st_uid == ::geteuid();
 }
 
 /// Puts applications back where nothing has taken their place. False if one of them could not be.
@@ -103,11 +92,10 @@ std::string folderOf(const std::string &output) {
 
 void tidyUp(const std::string &folder) {
     const auto left = workshopsIn(folder);
-    const FileDescriptor turn = left.empty() ? FileDescriptor() : takeTurn(folder);
+    const auto turn = left.empty() ? std::nullopt : takeTurn(folder);
     for (const std::string &workshop : left) {
-        const FileDescriptor opened = openFolder(workshop);
-        if (opened.valid() && isOurs(opened) && tryLock(opened) == Lock::taken && isAt(opened, workshop) &&
-            putBack(workshop, folder)) {
+        const auto lock = FileLock::take(openFolder(workshop), exclusive);
+        if (lock && isOurs(*lock) && lock->isAt(workshop) && putBack(workshop, folder)) {
             std::error_code stays;
             fs::remove_all(workshop, stays);
         }
@@ -139,8 +127,11 @@ Workshop::Workshop(const Request &request) : request_(request) {
     for (int i = 0; i < attempts; ++i) {
         path_ = appendingPathComponent(folder, std::string(prefix) + "XXXXXX");
         require(::mkdtemp(path_.data()) != nullptr);
-        lock_ = openFolder(path_);
-        if (lock_.valid() && tryLock(lock_) != Lock::busy && isAt(lock_, path_)) {
+        FileDescriptor opened = openFolder(path_);
+        const bool isOpen = opened.valid();
+        lock_ = FileLock::take(std::move(opened), exclusive);
+        const bool hasNoLocks = isOpen && !lock_ && errno != EWOULDBLOCK;
+        if (hasNoLocks || (lock_ && lock_->isAt(path_))) {
             return;
         }
         ::rmdir(path_.c_str());
@@ -180,7 +171,7 @@ std::string Workshop::replaceInTwoSteps(const std::string &finished) {
 }
 
 void Workshop::deliver(const std::string &finished, std::vector<std::string> &notes) {
-    FileDescriptor turn = takeTurn(folderOf(request_.output));
+    auto turn = takeTurn(folderOf(request_.output));
     raiseIfInterrupted();
     requireFree(request_);
     std::string old = finished;

@@ -1,8 +1,9 @@
 #pragma once
 
 #include "Request.h"
-#include "platform/FileDescriptor.h"
+#include "platform/FileLock.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -40,7 +41,7 @@ private:
 
     const Request &request_;
     std::string path_;
-    platform::FileDescriptor lock_;
+    std::optional<platform::FileLock> lock_; ///< empty where the file system has none
     bool kept_ = false;
 };
 

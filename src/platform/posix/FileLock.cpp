@@ -13,16 +13,11 @@
 
 namespace kestrav::platform {
 
-namespace {
-
-/// False if the file was removed or replaced, so that others would lock a different one.
-bool isStillAt(const std::string &path, const FileDescriptor &file) {
+bool FileLock::isAt(const std::string &path) const {
     struct stat found {};
-    const auto identity = identityOf(file);
+    const auto identity = identityOf(file_);
     return ::lstat(path.c_str(), &found) == 0 && identity == FileIdentity{found.st_dev, found.st_ino};
 }
-
-} // namespace
 
 std::optional<FileLock> FileLock::tryLock(const std::string &path, Mode mode) {
     // A holder may remove the file before it lets go, but nobody does so again and again.
@@ -34,7 +29,7 @@ std::optional<FileLock> FileLock::tryLock(const std::string &path, Mode mode) {
             return std::nullopt;
         }
         auto lock = take(std::move(file), mode);
-        if (!lock || isStillAt(path, lock->file_)) {
+        if (!lock || lock->isAt(path)) {
             return lock;
         }
     }
