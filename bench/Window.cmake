@@ -9,7 +9,7 @@ target_link_libraries(window_bare PRIVATE kestrav_settings PkgConfig::BENCH_GTK)
 
 # What stands in for Java behind the window; bench and tests share it.
 configure_file(${PROJECT_SOURCE_DIR}/tests/end_to_end/programs/fake_java . COPYONLY)
-add_executable(window_bench window_bench.cpp ${PROJECT_SOURCE_DIR}/tests/end_to_end/AppBundle.cpp)
+add_executable(window_bench window_bench.cpp)
 target_include_directories(window_bench PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/tests/end_to_end)
 target_link_libraries(window_bench PRIVATE bench_harness kestrav_platform PkgConfig::BENCH_X11)
 target_compile_definitions(window_bench PRIVATE

@@ -9,12 +9,9 @@
 
 #include <atomic>
 #include <csignal>
-#include <filesystem>
 
 namespace kestrav::tests {
 namespace {
-
-namespace fs = std::filesystem;
 
 /// A runtime with a packed jar.
 ArchiveWriter packedRuntime() {

@@ -7,14 +7,12 @@
 #include <gmock/gmock.h>
 
 #include <csignal>
-#include <filesystem>
 #include <regex>
 #include <utility>
 
 namespace kestrav::tests {
 namespace {
 
-namespace fs = std::filesystem;
 using namespace std::string_literals;
 using testing::ContainsRegex;
 using testing::EndsWith;

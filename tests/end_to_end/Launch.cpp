@@ -8,13 +8,10 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
-#include <filesystem>
 #include <sstream>
 #include <thread>
 
 namespace kestrav::tests {
-
-namespace fs = std::filesystem;
 
 namespace {
 

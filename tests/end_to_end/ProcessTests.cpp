@@ -10,14 +10,11 @@
 #include <array>
 #include <chrono>
 #include <csignal>
-#include <filesystem>
 #include <memory>
 #include <random>
 
 namespace kestrav::tests {
 namespace {
-
-namespace fs = std::filesystem;
 
 using platform::FileDescriptor;
 using platform::writeAll;

@@ -9,8 +9,6 @@
 namespace kestrav::tests {
 namespace {
 
-namespace fs = std::filesystem;
-
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
@@ -178,7 +176,6 @@ TEST(Tool, SaysWhereTheRuntimeWillComeFrom) {
         {"--min-version 17 --runtime-url file:///x.tar.gz --info " + earlier,
          "an installed one, Java 17 or newer, else that of an earlier installation, else the one from "
          "file:///x.tar.gz"},
-        {"--no-search --info " + earlier, "that of an earlier installation\n"},
         {"--runtime-url 'https://u:p@x/y?z' --info " + nowhere, "the one from https://***@x/y\n"},
     };
     for (const auto &[options, runtime] : cases) {

@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <filesystem>
 
 namespace kestrav::tests {
 namespace {
@@ -119,7 +118,7 @@ TEST(ProgressWindow, IsDoneWithoutInSilence) {
           std::pair(interfaceFile, "<interface><object"),
           std::pair(interfaceFile, "<interface><object class='GtkLabel' id='window'/></interface>")}) {
         const AppBundle bundle;
-        std::filesystem::remove(bundle.folder() / file); // the template's own must not change with it
+        fs::remove(bundle.folder() / file); // the template's own must not change with it
         bundle.folder().write(file, content);
         Launch run(bundle, {.environment = {{"DISPLAY", display.name()}, {"FAKE_EXIT", "5"}}});
         EXPECT_EQ(run.wait(), 5) << file;

@@ -15,7 +15,6 @@ namespace kestrav::tests {
 namespace {
 
 using testing::Contains;
-using testing::DoubleNear;
 using testing::ElementsAre;
 
 class Unpacking : public LauncherFixture {
@@ -75,17 +74,6 @@ TEST_F(Unpacking, OfTwoRunsOneWaits) {
     EXPECT_EQ(waitpid(other, &status, 0), other);
     EXPECT_TRUE(unpacked && status == 0) << status;
     EXPECT_THAT(platform::contentsOfDirectoryAtPath(directory / "jre"), testing::Optional(testing::SizeIs(2)));
-}
-
-TEST_F(Unpacking, TheFirstFailureEndsIt) {
-    for (const char *name : {"a", "b", "c"}) {
-        directory.write(std::string("jre/lib/") + name + ".jar.pack", "");
-    }
-    const std::string marker = directory / "ran";
-    useTool("[ ! -e " + marker + " ] && touch " + marker + " && rm \"$2\"");
-    EXPECT_FALSE(unpack());
-    EXPECT_THAT(percentages, ElementsAre(DoubleNear(100.0 / 3, 1e-9)));
-    EXPECT_EQ(log.back(), "+[Unpacker unpack:withProgress:] [Line 35] Unpack task failed.");
 }
 
 } // namespace
