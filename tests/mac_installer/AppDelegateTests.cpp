@@ -12,7 +12,7 @@ class DownloadProgress : public LauncherFixture {
 protected:
     DownloadProgress() {
         directory.write("Tool.app/Contents/Resources/en.lproj/Localizable.strings",
-                        R"("DownloadProgress" = "%@ of %@ MB, %d %%, %d KB/s";)");
+                        R"("DownloadProgress" = "%@ of %@ MB, %d %%, %d KB/s"; "DownloadRetry" = "Again";)");
         platform::testing::replacements().clock = [this] { return now; };
         delegate.setControls(controls);
     }
@@ -72,6 +72,21 @@ TEST_F(DownloadProgress, OfAnUnknownLength) {
         EXPECT_EQ(line.stringValue(), "");
     }
     EXPECT_FALSE(delegate.shouldDecodeSourceDataOfMIMEType("application/gzip"));
+}
+
+TEST_F(DownloadProgress, GoesOnWhereABrokenDownloadStopped) {
+    delegate.didReceiveResponse(-1);
+    delegate.didReceiveDataOfLength(512);
+    delegate.willTryAgain({"broken", {}}, 0.5);
+    EXPECT_EQ(controls.label.stringValue(), "Again");
+    now += 10'000'000;
+    delegate.willResumeFromByte(512, 2048);
+    now += 1'000'000;
+    delegate.didReceiveDataOfLength(1024);
+    EXPECT_EQ(controls.label.stringValue(), "DownloadingJre");
+    EXPECT_FALSE(bar.isIndeterminate());
+    EXPECT_DOUBLE_EQ(bar.doubleValue(), 75);
+    EXPECT_EQ(line.stringValue(), "0.0 of 0.0 MB, 75 %, 1 KB/s");
 }
 
 TEST(JavaProcess, GetsWhatTheTerminalSentBeforeItWasThere) {

@@ -11,9 +11,11 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <random>
+#include <regex>
 
 namespace kestrav::platform {
 namespace {
@@ -28,12 +30,27 @@ using tests::ok;
 using tests::redirectTo;
 using tests::runMainLoop;
 
-/// Writes down what it is told: "R" response, "D" data, "E" error, "F" finish; "!" if not on the main thread.
+/// Writes down what it is told: "R" response, "C" continued, "D" data, "T" tried again, "E" error, "F" finish; "!" if
+/// not on the main thread. Pieces of data that follow each other are one.
 struct Recorder : URLDownloadDelegate {
     bool shouldDecodeSourceDataOfMIMEType(std::string_view /*type*/) override { return false; }
     void didReceiveResponse(std::int64_t expectedContentLength) override {
         told('R');
         expected = expectedContentLength;
+        received = 0;
+    }
+    void willResumeFromByte(std::int64_t fromByte, std::int64_t expectedContentLength) override {
+        EXPECT_TRUE(received == fromByte || calls.empty()); // the figure never jumps back
+        told('C');
+        expected = expectedContentLength;
+        received = fromByte;
+    }
+    void willTryAgain(const URLError & /*error*/, double afterSeconds) override {
+        told('T');
+        pauses += afterSeconds;
+        if (cancelsWhileWaiting) {
+            download.reset();
+        }
     }
     void didReceiveDataOfLength(std::int64_t length) override {
         told('D');
@@ -49,24 +66,34 @@ struct Recorder : URLDownloadDelegate {
         told('F');
         download.reset();
     }
-    void told(char call) { calls += std::this_thread::get_id() == mainThread ? call : '!'; }
+    void told(char call) {
+        if (call != 'D' || !calls.ends_with('D')) {
+            calls += std::this_thread::get_id() == mainThread ? call : '!';
+        }
+        reports += call == 'D' ? 1 : 0;
+    }
 
     const std::thread::id mainThread = std::this_thread::get_id();
     std::unique_ptr<URLDownload> download; // until its end
     std::string calls, failure, failingURL;
-    std::int64_t expected = -2, received = 0;
+    std::int64_t expected = -2, received = 0, reports = 0;
+    double pauses = 0; // seconds
+    bool cancelsWhileWaiting = false;
 };
 
 /// Downloads into `file`, alone in its directory.
 class URLDownloadTests : public ::testing::Test {
 protected:
-    URLDownloadTests() { tests::prepareDownloads(); }
+    URLDownloadTests() {
+        tests::prepareDownloads();
+        testing::replacements().sleep = [](std::int64_t) {};
+    }
     void TearDown() override { tests::finishDownloads(); }
 
     void start(const std::string &url, Recorder &recorder, double timeout = 60, bool overwrite = true) const {
         recorder.download = URLDownload::create({url, timeout}, recorder);
         if (recorder.download) {
-            recorder.download->setDeletesFileUponFailure(true);
+            recorder.download->setDeletesFileUponFailure(!keepsPart);
             recorder.download->setDestination(file, overwrite);
         }
     }
@@ -82,7 +109,7 @@ protected:
         SCOPED_TRACE(url);
         Recorder recorder;
         fetch(url, recorder);
-        EXPECT_THAT(recorder.calls, MatchesRegex("RD*F")) << recorder.failure;
+        EXPECT_THAT(recorder.calls, MatchesRegex("RD?F")) << recorder.failure;
         EXPECT_EQ(recorder.expected, expected);
         EXPECT_EQ(recorder.received, static_cast<std::int64_t>(content.size()));
         EXPECT_TRUE(contentsOfFile(file) == content);
@@ -92,13 +119,14 @@ protected:
         Recorder recorder;
         fetch(url, recorder, timeout);
         if (!recorder.calls.empty() || url.find("://") != std::string::npos) { // else there never was a download
-            EXPECT_THAT(recorder.calls, MatchesRegex("R?D*E"));
+            EXPECT_THAT(recorder.calls, MatchesRegex("(RD?T?)*E"));
             EXPECT_THAT(recorder.failure, HasSubstr(text));
             EXPECT_NE(recorder.failure, "");
         }
         EXPECT_TRUE(fs::is_empty(directory.path()));
     }
 
+    bool keepsPart = false;
     const tests::TemporaryDirectory directory, sources;
     std::string file = directory / "archive";
 };
@@ -234,6 +262,148 @@ TEST_F(URLDownloadTests, CancelEndsItAtAnyMoment) {
         EXPECT_EQ(recorder.calls, told);
     }
     tests::finishDownloads(1); // while the server still accepts
+}
+
+/// A server that gives each request the next answer and ends the connection.
+class BreakingServer {
+public:
+    explicit BreakingServer(std::vector<std::string> answers) : answers_(std::move(answers)) {}
+    [[nodiscard]] std::string url() const { return server_.url("/"); }
+    /// What the requests asked for, "|" before each.
+    [[nodiscard]] const std::string &asked() const { return asked_; }
+
+private:
+    void answer(const Connection &connection) {
+        std::string request;
+        connection.readRequest(&request);
+        asked_ += "|";
+        std::smatch value;
+        for (const char *header : {"Range: bytes=", "If-Range: "}) {
+            if (std::regex_search(request, value, std::regex(std::string("\r\n") + header + "(.*)\r\n"))) {
+                asked_ += value[1];
+            }
+        }
+        connection.send(next_ < answers_.size() ? answers_[next_++] : "");
+    }
+
+    const std::vector<std::string> answers_;
+    std::size_t next_ = 0;
+    std::string asked_;
+    const LoopbackServer server_{[this](const Connection &connection) { answer(connection); }};
+};
+
+constexpr const char *digits = "0123456789";
+const std::string tagged = "ETag: \"a\"\r\n", changed = "Last-Modified: Sat, 21 Nov 2026 10:00:00 GMT\r\n";
+
+/// The first bytes of a file of ten; the connection breaks after them.
+std::string first(std::size_t length, const std::string &headers) {
+    return "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n" + headers + "\r\n" + std::string(digits, length);
+}
+/// Some bytes of the same file.
+std::string part(std::size_t from, std::size_t length, const std::string &range, const std::string &headers = "") {
+    return "HTTP/1.1 206 Part\r\nContent-Range: bytes " + range + "\r\nContent-Length: " + std::to_string(10 - from) +
+           "\r\n" + headers + "\r\n" + std::string(digits + from, length);
+}
+
+TEST_F(URLDownloadTests, WhatBreaksGoesOn) {
+    const std::string whole = first(10, tagged), rest = part(4, 6, "4-9/10"), got = first(4, tagged);
+    const std::string later = "Date: Sat, 21 Nov 2026 10:00:01 GMT\r\n", same = "Date:" + changed.substr(14);
+    const std::string busy = "HTTP/1.1 503 Busy\r\nContent-Length: 4\r\n\r\nbusy";
+    const struct {
+        std::vector<std::string> answers;
+        const char *calls, *asked;
+    } cases[] = {
+        {{got, part(4, 3, "4-9/10"), part(7, 3, "7-9/10", tagged)}, "RDTCDTCDF", "||4-\"a\"|7-\"a\""},
+        {{first(4, changed + later), rest}, "RDTCDF", "||4-Sat, 21 Nov 2026 10:00:00 GMT"},
+        {{first(4, changed + same), whole}, "RDTRDF", "||"}, // it may have changed again
+        {{first(4, "ETag: W/\"a\"\r\n"), whole}, "RDTRDF", "||"},
+        {{got, whole}, "RDTRDF", "||4-\"a\""},
+        // The rest, but not right behind, not up to the end, or of another file: asked for anew without a pause.
+        {{got, part(3, 7, "3-9/10"), whole}, "RDTRDF", "||4-\"a\"|"},
+        {{got, part(4, 5, "4-8/10"), whole}, "RDTRDF", "||4-\"a\"|"},
+        {{got, part(4, 6, "4-10/11"), whole}, "RDTRDF", "||4-\"a\"|"},
+        {{got, part(4, 6, "4-9/10", "ETag: \"b\"\r\n"), whole}, "RDTRDF", "||4-\"a\"|"},
+        {{got, "HTTP/1.1 416 No\r\n\r\n", whole}, "RDTRDF", "||4-\"a\"|"},
+        {{busy, got, busy, "HTTP/1.1 206 Pa", rest}, "TRDTTTCDF", "|||4-\"a\"|4-\"a\"|4-\"a\""},
+        {{busy, busy, busy, busy, busy, whole}, "TTTTE", "|||||"},
+        {{got, "HTTP/1.1 404 Gone\r\n\r\n", whole}, "RDTE", "||4-\"a\""},
+        {{"", whole}, "E", "|"},
+    };
+    for (const auto &[answers, calls, asked] : cases) {
+        SCOPED_TRACE(std::string(calls) + asked);
+        const BreakingServer server(answers);
+        Recorder recorder;
+        fetch(server.url(), recorder);
+        EXPECT_EQ(recorder.calls, calls) << recorder.failure;
+        EXPECT_EQ(server.asked(), asked);
+        const auto retries = std::count(recorder.calls.begin(), recorder.calls.end(), 'T');
+        EXPECT_EQ(recorder.pauses, 0.5 * ((1 << retries) - 1));
+        EXPECT_EQ(contentsOfFile(file),
+                  recorder.calls.ends_with('F') ? std::optional<std::string>(digits) : std::nullopt);
+        fs::remove(file);
+    }
+}
+
+TEST_F(URLDownloadTests, LaterDownloadsGoOnWithWhatIsKept) {
+    const std::string note = partNotePath(file);
+    const struct {
+        std::function<void()> between;
+        const char *calls;
+    } cases[] = {
+        {[] {}, "CDF"},
+        {[&] { fs::create_hard_link(file, directory / "other"); }, "RDF"},
+        {[&] { fs::rename(file, file + "2"), fs::create_symlink(file + "2", file); }, "RDF"},
+        {[&] { fs::resize_file(file, 0); }, "RDF"},
+        {[&] { fs::remove(note); }, "RDF"},
+        {[&] { fs::resize_file(note, 3); }, "RDF"},
+        {[&] { directory.write("archive.part", "\"a\"\r\nX: y\n"); }, "RDF"},
+        {[&] { keepsPart = false; }, "RDF"},
+    };
+    for (const auto &[between, calls] : cases) {
+        keepsPart = true;
+        Recorder cancelled, second;
+        const BreakingServer breaking({first(4, tagged)});
+        cancelled.cancelsWhileWaiting = true;
+        fetch(breaking.url(), cancelled);
+        EXPECT_EQ(contentsOfFile(file), "0123");
+        between();
+        const BreakingServer server({*calls == 'C' ? part(4, 6, "4-9/10") : first(10, tagged)});
+        fetch(server.url(), second);
+        EXPECT_EQ(second.calls, calls) << second.failure;
+        EXPECT_EQ(contentsOfFile(file), digits);
+        EXPECT_EQ(fs::exists(note), !keepsPart);
+        fs::remove(note);
+        tests::finishDownloads(2); // the servers'
+    }
+    Recorder recorder;
+    recorder.cancelsWhileWaiting = true;
+    fs::remove(file);
+    const BreakingServer server({first(4, tagged), first(10, tagged)});
+    fetch(server.url(), recorder);
+    tests::finishDownloads(1);
+    EXPECT_EQ(recorder.calls + server.asked(), "RDT|");
+    EXPECT_FALSE(fs::exists(file));
+}
+
+TEST_F(URLDownloadTests, GoesWhereThereIsRoom) {
+    const LoopbackServer server([](Connection &connection) {
+        connection.readRequest();
+        connection.send("HTTP/1.1 200 OK\r\nContent-Length: 9007199254740992\r\n\r\nsome");
+        connection.waitForEnd();
+    });
+    Recorder recorder;
+    fetch(server.url("/"), recorder);
+    EXPECT_THAT(recorder.failure, HasSubstr("MB, but 8589934592.0 MB are needed"));
+    EXPECT_EQ(recorder.calls, "E");
+    recorder.download = URLDownload::create({server.url("/")}, recorder);
+    recorder.download->setOtherDestination([&](std::int64_t bytes) { return sources / std::to_string(bytes); });
+    recorder.download->setDestination(file, true);
+    while (recorder.received == 0) {
+        runMainLoop();
+    }
+    EXPECT_EQ(contentsOfFile(sources / "9007199254740992"), "some");
+    recorder.download->cancel();
+    EXPECT_TRUE(fs::is_empty(directory.path()) && fs::is_empty(sources.path()));
 }
 
 // What follows is Linux's own.
@@ -406,7 +576,7 @@ TEST_F(LinuxDownloads, SmallPiecesAreReportedTogetherAndSoon) {
         runMainLoop();
     }
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
-    EXPECT_LE(static_cast<double>(recorder.calls.size()), 50 * seconds.count() + 4);
+    EXPECT_LE(static_cast<double>(recorder.reports), 50 * seconds.count() + 4);
     EXPECT_EQ(contentsOfFile(file), std::string(Count, 'x'));
 }
 

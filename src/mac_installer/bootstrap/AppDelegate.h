@@ -31,7 +31,9 @@ public:
     // The download's callbacks; main thread.
     bool shouldDecodeSourceDataOfMIMEType(std::string_view type) override;
     void didReceiveResponse(std::int64_t expectedContentLength) override;
+    void willResumeFromByte(std::int64_t fromByte, std::int64_t expectedContentLength) override;
     void didReceiveDataOfLength(std::int64_t length) override;
+    void willTryAgain(const platform::URLError &error, double afterSeconds) override;
     void didFailWithError(const platform::URLError &error) override;
     void downloadDidFinish() override;
 
@@ -62,6 +64,9 @@ private:
     /// Has the worker end the run, unless the child is there; the mutex of the child is held.
     void requestCancel();
 
+    /// Has bar and figures go on from so many bytes.
+    void showProgressFrom(std::int64_t received, std::int64_t expectedContentLength);
+
     /// Gives the lock back to the worker: the download has ended, and so has the main thread's part in it.
     void endDownload(bool failed);
 
@@ -84,6 +89,8 @@ private:
     bool downloadFailed = false;         // the worker's again once it has the lock
     std::int64_t expectedLength = -1;    // bytes; below 1: unknown
     std::int64_t bytesReceived = 0;      // bytes
+    std::int64_t bytesBefore = 0;        // those of them that came before the clock was started
+    bool waitsToRetry = false;           // the caption says so
     std::int64_t downloadStartTime = 0;  // microseconds since the epoch
     std::int64_t lastProgressUpdate = 0; // microseconds since the epoch
 

@@ -1,5 +1,6 @@
 #include "mac_installer/bootstrap/AppDelegate.h"
 
+#include "mac_installer/launcher/InfoPlist.h"
 #include "platform/Bundle.h"
 #include "platform/Clock.h"
 #include "platform/DebugLog.h"
@@ -9,6 +10,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 // All of this runs on the main thread.
 
@@ -60,10 +62,36 @@ bool AppDelegate::shouldDecodeSourceDataOfMIMEType(std::string_view /*type*/) {
 }
 
 void AppDelegate::didReceiveResponse(std::int64_t expectedContentLength) {
-    bytesReceived = 0;
+    showProgressFrom(0, expectedContentLength);
+}
+
+void AppDelegate::willResumeFromByte(std::int64_t fromByte, std::int64_t expectedContentLength) {
+    showProgressFrom(fromByte, expectedContentLength);
+}
+
+void AppDelegate::showProgressFrom(std::int64_t received, std::int64_t expectedContentLength) {
+    bytesReceived = received;
+    bytesBefore = received;
     expectedLength = expectedContentLength;
     downloadStartTime = platform::currentMicroseconds();
     lastProgressUpdate = downloadStartTime;
+    if (expectedLength >= 1) {
+        controls->progressBar.setIndeterminate(false); // the answer before may have told no length
+    }
+    if (std::exchange(waitsToRetry, false)) {
+        controls->label.setStringValue(platform::format(localized("DownloadingJre"), bundleName()));
+    }
+}
+
+void AppDelegate::willTryAgain(const platform::URLError &error, double afterSeconds) {
+    static constexpr const char *signature = "-[AppDelegate download:willTryAgain:]";
+    _DLog("%s [Line %d] %@ %@, trying again in %.1f s", signature, __LINE__, error.localizedDescription,
+          error.failingURL, afterSeconds);
+    waitsToRetry = true;
+    // A vendor's own table may be older than the message.
+    const auto &bundle = platform::Bundle::mainBundle();
+    const std::string text = bundle.localizedStringForKey("DownloadRetry", localized("DownloadingJre"));
+    controls->label.setStringValue(platform::format(text, bundleName()));
 }
 
 void AppDelegate::didReceiveDataOfLength(std::int64_t length) {
@@ -83,7 +111,8 @@ void AppDelegate::didReceiveDataOfLength(std::int64_t length) {
     }
     lastProgressUpdate = now;
     const auto elapsed = static_cast<double>(now - downloadStartTime);
-    const double speed = received / bytesPerKilobyte * microsecondsPerSecond / elapsed; // kilobytes per second
+    const auto receivedSince = static_cast<double>(bytesReceived - bytesBefore);
+    const double speed = receivedSince / bytesPerKilobyte * microsecondsPerSecond / elapsed; // kilobytes per second
     controls->progressLabel.setStringValue(platform::format(localized("DownloadProgress"), megabytes(bytesReceived),
                                                             megabytes(expectedLength), truncated(percentage),
                                                             truncated(speed)));

@@ -2,12 +2,14 @@
 
 #include "platform/Bundle.h"
 #include "platform/Clock.h"
+#include "platform/Exception.h"
 #include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
 #include "platform/Thread.h"
 #include "platform/linux/DownloadModule.h"
-#include "platform/linux/DownloadedFile.h"
 #include "platform/linux/Module.h"
+#include "platform/posix/DownloadAttempts.h"
+#include "platform/posix/DownloadedFile.h"
 #include "platform/posix/downloadRules.h"
 
 #include <sys/eventfd.h>
@@ -19,6 +21,7 @@
 #include <functional>
 #include <mutex>
 #include <system_error>
+#include <utility>
 
 namespace kestrav::platform {
 
@@ -40,15 +43,21 @@ public:
           wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), delegate_(&delegate) {}
 
     // Main thread.
-    void setDeletesFile(bool deletes);
-    void start(DownloadedFile file);
+    void setDeletesFile(bool deletes) { deletesFile_ = deletes; }
+    void setOtherDestination(URLDownload::OtherDestination other) { otherDestination_ = std::move(other); }
+    void start(const std::string &path, bool allowOverwrite);
     void cancel();
 
 private:
     // The transfer's thread.
     void run();
     [[nodiscard]] bool transfer();
-    bool receiveResponse(std::int64_t length);
+    [[nodiscard]] bool attempt(const KestravDownloadModule &module, bool &broken);
+    [[nodiscard]] KestravTransfer describeTransfer();
+    [[nodiscard]] bool wait(std::int64_t microseconds);
+    bool receiveResponse(const DownloadAnswer &answer);
+    [[nodiscard]] bool beginFile();
+    [[nodiscard]] bool resumeFile();
     bool receiveData(std::string_view bytes);
     int step();
     void report();
@@ -56,6 +65,8 @@ private:
     using Call = std::function<void(URLDownloadDelegate &)>;
     void post(Call call, bool last = false);
     void end(bool complete);
+    [[nodiscard]] URLError failure() const { return {failure_, withoutSecrets(request_.url)}; }
+    [[nodiscard]] bool isCancelled();
     bool tryToEnd(bool complete) noexcept;
 
     static Transfer &of(void *host) { return *static_cast<Transfer *>(host); }
@@ -73,28 +84,28 @@ private:
     const std::string bundlePath_;
     const std::string certificateFile_;
     const FileDescriptor wake_; // readable once the transfer is cancelled
+    bool deletesFile_ = true;   // like the next one, set before the start
+    URLDownload::OtherDestination otherDestination_;
 
     URLDownloadDelegate *delegate_; // main thread; null once it hears nothing more
 
     std::mutex mutex_; // guards the following; while it is held, nobody else changes the file
     bool cancelled_ = false;
-    bool deletesFile_ = false;
     DownloadedFile file_;
 
     // The transfer's thread alone.
-    std::string failure_; // empty: the module's text, if any
+    std::string failure_; // of the last attempt; empty: the module's text, if any
+    DownloadAttempts attempts_;
     std::int64_t unreported_ = 0;
     Clock::time_point lastReport_;
 };
 
-void Transfer::setDeletesFile(bool deletes) {
-    const std::lock_guard lock(mutex_);
-    deletesFile_ = deletes;
-}
-
-void Transfer::start(DownloadedFile file) {
-    file_ = std::move(file);
+void Transfer::start(const std::string &path, bool allowOverwrite) {
+    file_ = DownloadedFile(path, allowOverwrite, !deletesFile_);
     try {
+        if (auto part = file_.openPart()) {
+            attempts_ = DownloadAttempts(std::move(*part));
+        }
         Thread([self = shared_from_this()] { self->run(); }).detach();
     } catch (const std::system_error &error) {
         failure_ = error.what();
@@ -108,7 +119,7 @@ void Transfer::cancel() {
     }
     const std::lock_guard lock(mutex_);
     cancelled_ = true;
-    file_.discard();
+    file_.breakOff();
     static_cast<void>(eventfd_write(wake_.get(), 1)); // it only makes the thread end sooner
 }
 
@@ -137,15 +148,51 @@ bool Transfer::transfer() {
         failure_ = module.failure;
         return false;
     }
+    for (;;) {
+        bool broken = false;
+        if (attempt(module.functions, broken)) {
+            return true;
+        }
+        report();
+        const auto pause = attempts_.pauseBeforeNext(broken);
+        if (!pause || !wait(*pause)) {
+            return false;
+        }
+    }
+}
 
+/// True if the file is whole.
+bool Transfer::attempt(const KestravDownloadModule &module, bool &broken) {
+    KestravTransfer transfer = describeTransfer();
+    const auto rest = attempts_.begin();
+    const std::string range = rest ? "Range: " + rest->bytes : "";
+    const std::string condition = rest ? "If-Range: " + rest->condition : "";
+    transfer.range = rest ? range.c_str() : nullptr;
+    transfer.rangeCondition = rest ? condition.c_str() : nullptr;
+
+    failure_.clear();
+    std::array<char, errorSize> error{};
+    const int result = module.transfer(&transfer, error.data(), error.size());
+    const bool complete = result == 1 && attempts_.lack().empty();
+    broken = failure_.empty() && (result == -1 || (result == 1 && !complete));
+    if (failure_.empty() && !complete) {
+        failure_ = result == 1 ? attempts_.lack() : hostMayBeSecret(request_.url) ? untoldFailure : error.data();
+    }
+    return complete;
+}
+
+KestravTransfer Transfer::describeTransfer() {
     KestravTransfer transfer{};
     transfer.url = request_.url.c_str();
     transfer.certificateFile = certificateFile_.empty() ? nullptr : certificateFile_.c_str();
     transfer.timeoutMilliseconds = static_cast<std::int64_t>(request_.timeoutSeconds * 1000);
     transfer.wakeDescriptor = wake_.get();
     transfer.host = this;
-    transfer.response = [](void *host, std::int64_t length) noexcept {
-        return of(host).guarded(0, [&](Transfer &self) { return static_cast<int>(self.receiveResponse(length)); });
+    transfer.response = [](void *host, const KestravAnswer *answer) noexcept {
+        return of(host).guarded(0, [&](Transfer &self) {
+            return static_cast<int>(self.receiveResponse({answer->status, answer->length, answer->entityTag,
+                                                          answer->lastModified, answer->date, answer->contentRange}));
+        });
     };
     transfer.data = [](void *host, const char *bytes, std::size_t count) noexcept {
         return of(host).guarded(0, [&](Transfer &self) { return static_cast<int>(self.receiveData({bytes, count})); });
@@ -153,25 +200,87 @@ bool Transfer::transfer() {
     transfer.step = [](void *host) noexcept {
         return of(host).guarded(-1, [](Transfer &self) { return self.step(); });
     };
-
-    std::array<char, errorSize> error{};
-    const bool complete = module.functions.transfer(&transfer, error.data(), error.size()) == 1;
-    if (failure_.empty() && !complete) {
-        failure_ = hostMayBeSecret(request_.url) ? untoldFailure : error.data();
-    }
-    return complete;
+    return transfer;
 }
 
-bool Transfer::receiveResponse(std::int64_t length) {
+/// Waits before the next attempt; false if the transfer was cancelled.
+bool Transfer::wait(std::int64_t microseconds) {
+    constexpr std::int64_t slice = 50'000;
+    if (microseconds > 0) {
+        const double seconds = static_cast<double>(microseconds) / 1'000'000;
+        post([error = failure(), seconds](URLDownloadDelegate &delegate) { delegate.willTryAgain(error, seconds); });
+    }
+    for (; microseconds > 0 && !isCancelled(); microseconds -= slice) {
+        sleepMicroseconds(slice);
+    }
+    return !isCancelled();
+}
+
+bool Transfer::isCancelled() {
     const std::lock_guard lock(mutex_);
-    if (cancelled_) {
+    return cancelled_;
+}
+
+/// False if its body is not wanted.
+bool Transfer::receiveResponse(const DownloadAnswer &answer) {
+    switch (attempts_.judge(answer)) {
+    case AnswerUse::WholeFile:
+        return beginFile();
+    case AnswerUse::RestOfFile:
+        return resumeFile();
+    default:
         return false;
     }
-    if (const std::error_code error = file_.create()) {
+}
+
+bool Transfer::beginFile() {
+    const std::int64_t length = attempts_.expectedLength();
+    {
+        const std::lock_guard lock(mutex_);
+        if (cancelled_) {
+            return false;
+        }
+        file_.discard(); // an earlier part needs room as well
+    }
+    failure_ = file_.lackOfRoom(length);
+    if (!failure_.empty() && otherDestination_) {
+        std::string other;
+        try {
+            other = std::exchange(otherDestination_, nullptr)(length);
+        } catch (const Exception &exception) {
+            failure_ = exception.what();
+            return false;
+        }
+        const std::lock_guard lock(mutex_);
+        file_.discard();
+        file_ = DownloadedFile(std::move(other), true, false);
+        failure_.clear();
+    }
+    const std::lock_guard lock(mutex_);
+    if (cancelled_ || !failure_.empty()) {
+        return false;
+    }
+    if (const std::error_code error = file_.create(attempts_.part().validator)) {
         failure_ = file_.path() + ": " + error.message();
         return false;
     }
     post([length](URLDownloadDelegate &delegate) { delegate.didReceiveResponse(length); });
+    return true;
+}
+
+bool Transfer::resumeFile() {
+    const std::int64_t there = attempts_.part().length;
+    const std::int64_t length = attempts_.expectedLength();
+    const std::string lack = file_.lackOfRoom(length - there);
+    if (!lack.empty() && otherDestination_) {
+        attempts_.refuseRest();
+        return false;
+    }
+    failure_ = lack;
+    if (!lack.empty()) {
+        return false;
+    }
+    post([there, length](URLDownloadDelegate &delegate) { delegate.willResumeFromByte(there, length); });
     return true;
 }
 
@@ -186,6 +295,7 @@ bool Transfer::receiveData(std::string_view bytes) {
             return false;
         }
     }
+    attempts_.received(bytes.size());
     unreported_ += static_cast<std::int64_t>(bytes.size());
     if (Clock::now() - lastReport_ >= reportInterval) {
         report();
@@ -194,11 +304,8 @@ bool Transfer::receiveData(std::string_view bytes) {
 }
 
 int Transfer::step() {
-    {
-        const std::lock_guard lock(mutex_);
-        if (cancelled_) {
-            return -1;
-        }
+    if (isCancelled()) {
+        return -1;
     }
     if (unreported_ == 0) {
         return INT_MAX;
@@ -241,19 +348,18 @@ bool Transfer::tryToEnd(bool complete) noexcept {
 void Transfer::end(bool complete) {
     {
         const std::lock_guard lock(mutex_);
-        if (const std::error_code error = file_.close(); error && complete) {
+        if (const std::error_code error = complete && !cancelled_ ? file_.finish() : std::error_code()) {
             failure_ = file_.path() + ": " + error.message();
             complete = false;
         }
-        if (!complete && deletesFile_ && !cancelled_) {
-            file_.discard();
+        if (!complete && !cancelled_) {
+            file_.breakOff();
         }
     }
     if (complete) {
         post([](URLDownloadDelegate &delegate) { delegate.downloadDidFinish(); }, true);
     } else {
-        const URLError error{failure_, withoutSecrets(request_.url)};
-        post([error](URLDownloadDelegate &delegate) { delegate.didFailWithError(error); }, true);
+        post([error = failure()](URLDownloadDelegate &delegate) { delegate.didFailWithError(error); }, true);
     }
 }
 
@@ -266,8 +372,11 @@ public:
     ~Download() override { transfer_->cancel(); }
 
     void setDeletesFileUponFailure(bool deletes) override { transfer_->setDeletesFile(deletes); }
+    void setOtherDestination(OtherDestination otherDestination) override {
+        transfer_->setOtherDestination(std::move(otherDestination));
+    }
     void setDestination(const std::string &path, bool allowOverwrite) override {
-        transfer_->start(DownloadedFile(path, allowOverwrite));
+        transfer_->start(path, allowOverwrite);
     }
     void cancel() override { transfer_->cancel(); }
 

@@ -56,6 +56,7 @@ public:
         deletesFile_ = deletes;
         [service_ setDeletesFileUponFailure:deletes];
     }
+    void setOtherDestination(OtherDestination /*otherDestination*/) override {}
     void setDestination(const std::string &path, bool allowOverwrite) override {
         path_ = allowOverwrite ? path : std::string(); // else the service may choose another name
         NSURL *url = [[service_ request] URL];

@@ -68,7 +68,14 @@ struct Session {
     Clock::time_point lastSign = Clock::now(); // when the other side was last heard of
     bool inHeader = false;                     // of an HTTP answer
     bool answered = false;
+    bool cutShort = false;    // the answer ended within its headers
     std::string refusal = {}; // why the answer is not taken
+};
+
+/// How a transfer ended: `text` says what went wrong.
+struct End {
+    int result; // as `KestravDownloadModule` tells it
+    std::string text = {};
 };
 
 /// Counts waits that end at once although nothing comes of it. So many in a row mean that the system interrupts every
@@ -124,23 +131,40 @@ bool namesNoPlainFile(CURLU *url) {
     return partOf(url, CURLUPART_SCHEME) == "file" && kestrav::platform::isNoPlainFile(partOf(url, CURLUPART_PATH));
 }
 
+/// A header of the last answer; it lives as long as the transfer.
+const char *headerOf(CURL *easy, const char *name) {
+    curl_header *header = nullptr;
+    const bool found = curl_easy_header(easy, name, 0, CURLH_HEADER, -1, &header) == CURLHE_OK;
+    return found ? header->value : "";
+}
+
+KestravAnswer answerOf(CURL *easy) {
+    long status = 0;
+    curl_off_t length = -1;
+    const char *scheme = nullptr;
+    curl_easy_getinfo(easy, CURLINFO_SCHEME, &scheme);
+    curl_easy_getinfo(easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
+    if (scheme != nullptr && strncasecmp(scheme, "http", 4) == 0) {
+        curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
+    }
+    return {status,
+            length,
+            headerOf(easy, "ETag"),
+            headerOf(easy, "Last-Modified"),
+            headerOf(easy, "Date"),
+            headerOf(easy, "Content-Range")};
+}
+
 /// Passes on that the body begins; false if it is not wanted.
 bool beginBody(Session &session) {
     if (!session.answered) {
         session.answered = true;
-        long status = 0;
-        curl_off_t length = -1;
-        const char *scheme = nullptr;
-        curl_easy_getinfo(session.easy, CURLINFO_SCHEME, &scheme);
-        curl_easy_getinfo(session.easy, CURLINFO_RESPONSE_CODE, &status);
-        curl_easy_getinfo(session.easy, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
-        if (session.inHeader) {
+        const KestravAnswer answer = answerOf(session.easy);
+        session.cutShort = session.inHeader;
+        if (session.cutShort) {
             session.refusal = "The server's answer was cut short";
-        } else if (scheme != nullptr && strncasecmp(scheme, "http", 4) == 0 &&
-                   !kestrav::platform::statusBringsFile(status)) {
-            session.refusal = "The server answered with status " + std::to_string(status);
-        } else if (session.request.response(session.request.host, length) == 0) {
-            session.refusal = "The transfer was ended";
+        } else if (session.request.response(session.request.host, &answer) == 0) {
+            session.refusal = "The server answered with status " + std::to_string(answer.status);
         }
     }
     return session.refusal.empty();
@@ -241,53 +265,88 @@ CURLcode perform(Session &session, CURLM *multi) {
     }
 }
 
-/// Empty for a complete transfer, else what went wrong.
-std::string failureOf(const KestravTransfer &request) {
+/// The headers of our own; null if there is no memory for them.
+Headers headersFor(const KestravTransfer &request) {
+    Headers headers;
+    // Nothing may be answered from a cache on the way.
+    for (const char *header : {"Cache-Control: no-cache", "Pragma: no-cache", request.range, request.rangeCondition}) {
+        if (header != nullptr) {
+            curl_slist *const longer = curl_slist_append(headers.get(), header);
+            if (longer == nullptr) {
+                return nullptr;
+            }
+            static_cast<void>(headers.release()); // now a part of the longer list, or its beginning
+            headers.reset(longer);
+        }
+    }
+    return headers;
+}
+
+/// True if the server cannot be had any more, or does not go on.
+bool isBrokenConnection(CURLcode code) {
+    switch (code) {
+    case CURLE_COULDNT_RESOLVE_PROXY:
+    case CURLE_COULDNT_RESOLVE_HOST:
+    case CURLE_COULDNT_CONNECT:
+    case CURLE_WEIRD_SERVER_REPLY:
+    case CURLE_PARTIAL_FILE:
+    case CURLE_HTTP2:
+    case CURLE_HTTP2_STREAM:
+    case CURLE_SSL_CONNECT_ERROR:
+    case CURLE_GOT_NOTHING:
+    case CURLE_SEND_ERROR:
+    case CURLE_RECV_ERROR:
+        return true;
+    default:
+        return false;
+    }
+}
+
+End make(const KestravTransfer &request) {
     static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
     const Url url(curl_url());
-    // Nothing may be answered from a cache on the way.
-    const Headers headers(curl_slist_append(curl_slist_append(nullptr, "Cache-Control: no-cache"), "Pragma: no-cache"));
+    const Headers headers = headersFor(request);
     Sockets sockets; // outlives the library's use of them
     const Easy easy(curl_easy_init());
     const Multi multi(curl_multi_init());
     if (ready != CURLE_OK || !url || !headers || !easy || !multi) {
-        return curl_easy_strerror(CURLE_FAILED_INIT);
+        return {0, curl_easy_strerror(CURLE_FAILED_INIT)};
     }
     if (const CURLUcode code = curl_url_set(url.get(), CURLUPART_URL, encoded(request.url).c_str(), 0);
         code != CURLUE_OK) {
-        return curl_url_strerror(code);
+        return {0, curl_url_strerror(code)};
     }
     if (namesNoPlainFile(url.get())) {
-        return kestrav::platform::noPlainFile;
+        return {0, kestrav::platform::noPlainFile};
     }
     char detail[CURL_ERROR_SIZE] = "";
     Session session{request, easy.get()};
     if (!prepare(session, url.get(), headers.get(), sockets, detail)) {
-        return "The installed libcurl is too old";
+        return {0, "The installed libcurl is too old"};
     }
     if (curl_multi_add_handle(multi.get(), easy.get()) != CURLM_OK) {
-        return curl_easy_strerror(CURLE_FAILED_INIT);
+        return {0, curl_easy_strerror(CURLE_FAILED_INIT)};
     }
     const CURLcode code = perform(session, multi.get());
     sockets.shutDown();
     curl_multi_remove_handle(multi.get(), easy.get());
     if (code == CURLE_OK && beginBody(session)) { // an empty body has no first byte
-        return {};
+        return {1};
     }
     if (!session.refusal.empty()) {
-        return session.refusal;
+        return {session.cutShort ? -1 : 0, session.refusal};
     }
     if (code == CURLE_SSL_CACERT_BADFILE && certificatesAreNoPlainFile(request)) {
-        return std::string(request.certificateFile) + ": " + kestrav::platform::noPlainFile;
+        return {0, std::string(request.certificateFile) + ": " + kestrav::platform::noPlainFile};
     }
-    return detail[0] != '\0' ? detail : curl_easy_strerror(code);
+    return {isBrokenConnection(code) ? -1 : 0, detail[0] != '\0' ? detail : curl_easy_strerror(code)};
 }
 
 int transfer(const KestravTransfer *request, char *error, std::size_t errorSize) noexcept {
     try {
-        const std::string failure = failureOf(*request);
-        std::snprintf(error, errorSize, "%s", failure.c_str());
-        return failure.empty() ? 1 : 0;
+        const End end = make(*request);
+        std::snprintf(error, errorSize, "%s", end.text.c_str());
+        return end.result;
     } catch (const std::exception &exception) {
         std::snprintf(error, errorSize, "%s", exception.what());
         return 0;
