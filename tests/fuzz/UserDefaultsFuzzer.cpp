@@ -1,9 +1,11 @@
-// A fuzzer for the user's defaults, and with them for every property list: reading ends; setting a key keeps what else
-// the file holds, or leaves a file alone that is none; what was read can be printed, written and read again.
+// A fuzzer for string tables, whose reading ends, and for the user's defaults, and with them for every property list:
+// setting a key keeps what else the file holds, or leaves a damaged file alone; what was read can be printed, written
+// and read again.
 
 #include "platform/FileManager.h"
 #include "platform/PropertyList.h"
 #include "platform/UserDefaults.h"
+#include "platform/linux/StringTable.h"
 #include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
 
@@ -11,16 +13,9 @@
 
 using namespace kestrav::platform;
 
-namespace {
-
-/// As text, in which a number that is none equals itself.
-std::string written(const std::optional<PropertyList> &list) {
-    return list ? list->serialize() : std::string();
-}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
+    // Compared as text, in which NaN equals itself.
+    const auto written = [](const auto &list) { return list ? list->serialize() : std::string(); };
     static const kestrav::tests::TemporaryDirectory directory;
     static auto &defaults = [&]() -> UserDefaults & {
         directory.write("Tool.app/Contents/Info.plist",
@@ -32,6 +27,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     }();
     const std::string input(reinterpret_cast<const char *>(data), size);
     const std::string file = directory.write("kestrav/tool.plist", input);
+    (void)parseStringTable(input);
     auto list = PropertyList::parse(input);
     (void)(list ? list->description() : "");
     bool isSound = !list || written(PropertyList::parse(list->serialize())) == list->serialize();

@@ -1,11 +1,8 @@
-#include "platform/Bundle.h"
-#include "platform/PropertyList.h"
 #include "platform/SystemLog.h"
 #include "platform/UserNotification.h"
 #include "platform/macos/DownloadRules.h"
-#include "support/TemporaryDirectory.h"
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <unistd.h>
 
@@ -26,15 +23,6 @@ TEST(MacPlatform, NoticesAndTheLogTakeTextsAsTheyAre) {
     EXPECT_EXIT(body(), ::testing::ExitedWithCode(0),
                 "^[0-9].* platform_tests\\[[0-9:]+\\] \xC3\xA4 %@ 100% %d\n"
                 "notice: Name: 100% \xC3\xA4\n\xF0\x9F\x98\x80\n[0-9].* %d: \n$");
-}
-
-TEST(MacPlatform, ArchitecturesOfExecutables) {
-    const tests::TemporaryDirectory directory;
-    EXPECT_EQ(Bundle::create(directory.path())->executableArchitectures(), std::nullopt);
-    const PropertyList::Array list = {0x01000007, "unknown", 0x0100000C}; // the double has them from there
-    directory.write("Info.plist", PropertyList(PropertyList::Dictionary{{"Architectures", list}}).serialize());
-    EXPECT_THAT(*Bundle::create(directory.path())->executableArchitectures(),
-                ::testing::ElementsAre(0x01000007, std::nullopt, 0x0100000C));
 }
 
 TEST(MacPlatform, DownloadsAreRedirectedToServersAndKeepTheEncryption) {

@@ -1,7 +1,5 @@
 #include "platform/Signals.h"
-#include "platform/macos/CFPropertyList.h"
 #include "platform/support/DownloadSupport.h"
-#include "platform/support/UserSettings.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -38,17 +36,6 @@ void runMainLoop(bool wait) {
     NSDate *end = [NSDate dateWithTimeIntervalSinceNow:wait ? 0.05 : 0];
     [[NSRunLoop currentRunLoop] runMode:NSDefaultRunLoopMode beforeDate:end];
     [pool drain];
-}
-
-void setPreferredLanguages(const std::vector<std::string> & /*english*/) {}
-
-void setDefaults(DefaultsDomain domain, const platform::PropertyList &values) {
-    NSString *const names[] = {
-        [[NSProcessInfo processInfo] processName], [NSString stringWithUTF8String:suiteName], NSGlobalDomain};
-    NSString *name = names[static_cast<int>(domain)];
-    NSUserDefaults *defaults = [NSUserDefaults standardUserDefaults];
-    [defaults removePersistentDomainForName:name];
-    [defaults setPersistentDomain:(NSDictionary *)platform::cfValue(values).get() forName:name];
 }
 
 } // namespace kestrav::tests

@@ -1,5 +1,5 @@
 #include "platform/Bundle.h"
-#include "platform/support/UserSettings.h"
+#include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -44,7 +44,7 @@ TEST(Bundle, FindsItsInformationAndResources) {
 TEST(Bundle, TextsOfKeysThatAreMissing) {
     const TemporaryDirectory directory;
     directory.write("Contents/Resources/en.lproj/Localizable.strings", R"("" = "nothing"; empty = "";)");
-    tests::setPreferredLanguages({"en"});
+    testing::setEnvironment({{"LANG", "en"}}); // as every user has it on GNUstep
     const auto bundle = Bundle::create(directory.path());
     EXPECT_EQ(bundle->localizedStringForKey("missing", ""), "missing");
     EXPECT_EQ(bundle->localizedStringForKey("missing", "value"), "value");

@@ -1,10 +1,9 @@
 #include "platform/FileDescriptor.h"
 #include "platform/ProcessInfo.h"
 #include "platform/UserNotification.h"
-#include "platform/linux/Module.h"
-#include "platform/linux/NoticeModule.h"
-#include "platform/support/NotificationBus.h"
 #include "platform/testing.h"
+#include "support/Program.h"
+#include "support/TemporaryDirectory.h"
 
 #include <gmock/gmock.h>
 
@@ -13,38 +12,45 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <iterator>
+#include <optional>
+
 namespace kestrav::platform {
 namespace {
 
 using ::testing::ExitedWithCode;
-using tests::NotificationBus;
 using tests::TemporaryDirectory;
 
-/// Has the module show a notice.
-int show(const KestravNotice &notice) {
-    return openModule<KestravNoticeModule>(KESTRAV_TEST_BUNDLE).functions.show(&notice);
-}
-constexpr int LongEnough = 60'000; // milliseconds
-
-TEST(NoticeModuleTests, WhatTheServiceIsAsked) {
-    const struct {
-        const char *mode, *title, *message;
-        int shown;
-        std::string asked;
-    } cases[] = {
-        {"markup", "a <b>", "c <d> & \"e\"\nf", 1, "'a <b>', 'c &lt;d&gt; &amp; &quot;e&quot;\\nf'"},
-        {"plain", "a <b>", "c <d> & e", 1, "'a <b>', 'c <d> & e'"},
-        {"plain", "\xFF", "caf\xC3\xA9 \xC3", 1, "'\xEF\xBF\xBD', 'caf\xC3\xA9 \xEF\xBF\xBD'"},
-        {"error", "a", "b", 0, "'a', 'b'"},
-    };
-    for (const auto &test : cases) {
-        const NotificationBus bus(test.mode);
-        EXPECT_EQ(show({bus.address().c_str(), nullptr, "demo", test.title, test.message, LongEnough}), test.shown);
-        EXPECT_EQ(bus.shown(), "('demo', uint32 0, '', " + test.asked + ", @as [], {'urgency': <byte 0x02>}, 0)\n");
+/// A D-Bus daemon of the test's own with, for a mode that is not empty, a notification service on it.
+class NotificationBus {
+public:
+    explicit NotificationBus(const std::string &mode) {
+        const std::string configuration = directory_.write(
+            "bus.conf", "<busconfig><type>session</type><listen>" + address() +
+                            "</listen><policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
+                            "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>");
+        daemon_.emplace("'" KESTRAV_DBUS_DAEMON "' --nofork --nopidfile --print-address --config-file=" +
+                        configuration);
+        if (!mode.empty()) {
+            service_.emplace("'" KESTRAV_NOTIFICATION_SERVICE "' " + address() + " " + directory_ / "record" + " " +
+                             mode);
+        }
     }
-}
 
-void prepare(const ProcessInfo::Environment &environment, const std::string &bundle) {
+    [[nodiscard]] std::string socket() const { return directory_ / "bus"; }
+    [[nodiscard]] std::string address() const { return "unix:path=" + socket(); }
+    /// What the service was asked to show, one notice a line.
+    [[nodiscard]] std::string shown() const {
+        std::ifstream file(directory_ / "record");
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+
+private:
+    TemporaryDirectory directory_;
+    std::optional<tests::Program> daemon_, service_;
+};
+
+void prepare(const ProcessInfo::Environment &environment, const std::string &bundle = KESTRAV_TEST_BUNDLE) {
     alarm(100); // rather than hang
     testing::replacements().mainBundle = Bundle::create(bundle);
     testing::setArguments({"/x/demo"});
@@ -89,27 +95,42 @@ TEST(DisplayNoticeDeathTest, WithoutDesktopAsLineOnStandardError) {
 }
 
 TEST(DisplayNoticeDeathTest, OnTheDesktopAndNowhereElse) {
-    const NotificationBus bus("plain");
     const TemporaryDirectory directory;
     const std::string folder = directory.makeDirectory("a, b;\xC3\xA9=%"); // what an address must escape
-    std::filesystem::create_symlink(bus.socket(), folder + "/bus");
     // A machine with much else to do may take longer than the second that a notice is given, and then the line on
     // standard error is right; in the long run the notice must get through.
-    const auto tryUntilShown = [&](const ProcessInfo::Environment &environment) {
-        prepare(environment, KESTRAV_TEST_BUNDLE);
+    const auto tryUntilShown = [&](const ProcessInfo::Environment &environment, const char *title,
+                                   const char *message) {
+        prepare(environment);
         const std::string path = directory / "stderr";
         const FileDescriptor file = FileDescriptor::open(path.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
         dup2(file.get(), STDERR_FILENO);
         std::uintmax_t before = 0;
         do {
             before = std::filesystem::file_size(path);
-            displayNotice("", "text");
+            displayNotice(title, message);
         } while (std::filesystem::file_size(path) != before);
         _exit(0);
     };
-    EXPECT_EXIT(tryUntilShown({{"DBUS_SESSION_BUS_ADDRESS", bus.address()}}), ExitedWithCode(0), "^$");
-    EXPECT_EXIT(tryUntilShown({{"XDG_RUNTIME_DIR", folder}}), ExitedWithCode(0), "^$");
-    EXPECT_THAT(bus.shown(), ::testing::StartsWith("('demo', uint32 0, '', 'demo', 'text', "));
+    const struct {
+        const char *mode, *title, *message;
+        std::string asked;
+    } cases[] = {
+        {"markup", "a <b>", "c <d> & \"e\"\nf", "'a <b>', 'c &lt;d&gt; &amp; &quot;e&quot;\\nf'"},
+        {"plain", "a <b>", "c <d> & e", "'a <b>', 'c <d> & e'"},
+        {"plain", "\xFF", "caf\xC3\xA9 \xC3", "'\xEF\xBF\xBD', 'caf\xC3\xA9 \xEF\xBF\xBD'"},
+        {"plain", "", "text", "'demo', 'text'"},
+    };
+    for (const auto &[mode, title, message, asked] : cases) {
+        const NotificationBus bus(mode);
+        std::filesystem::remove(folder + "/bus");
+        std::filesystem::create_symlink(bus.socket(), folder + "/bus");
+        EXPECT_EXIT(tryUntilShown({{"XDG_RUNTIME_DIR", folder}}, title, message), ExitedWithCode(0), "^$");
+        EXPECT_THAT(bus.shown(), ::testing::StartsWith("('demo', uint32 0, '', " + asked +
+                                                       ", @as [], {'urgency': <byte 0x02>}, 0)\n"));
+        EXPECT_EXIT(tryUntilShown({{"DBUS_SESSION_BUS_ADDRESS", bus.address()}}, title, message), ExitedWithCode(0),
+                    "^$");
+    }
 }
 
 } // namespace

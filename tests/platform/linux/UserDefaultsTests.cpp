@@ -9,38 +9,49 @@
 namespace kestrav::platform {
 namespace {
 
-using tests::TemporaryDirectory;
+using Array = PropertyList::Array;
 using Dictionary = PropertyList::Dictionary;
 
-class UserDefaultsFileTest : public ::testing::Test {
+class UserDefaultsTest : public ::testing::Test {
 protected:
+    UserDefaultsTest() {
+        useBundle(Dictionary{{"CFBundleIdentifier", "id"}});
+        testing::setEnvironment({{"XDG_CONFIG_HOME", directory_ / "config"}, {"HOME", directory_ / "home"}});
+    }
     void writeDomain(const std::string &folder, const std::string &domain, const PropertyList &values) const {
         directory_.write(folder + "/kestrav/" + domain + ".plist", values.serialize());
     }
-
     void useBundle(const PropertyList &information) const {
         directory_.write("App.app/Contents/Info.plist", information.serialize());
         testing::replacements().mainBundle = Bundle::create(directory_ / "App.app");
     }
 
-    TemporaryDirectory directory_;
+    tests::TemporaryDirectory directory_;
     UserDefaults defaults_;
 };
 
-TEST_F(UserDefaultsFileTest, KeepsItsDomainsInOneFolder) {
-    useBundle(Dictionary{{"CFBundleIdentifier", "id"}});
-    testing::setEnvironment({{"XDG_CONFIG_HOME", directory_ / "config"}, {"HOME", directory_ / "home"}});
-    writeDomain("config", "suite", Dictionary{{"a", "suite"}});
-    writeDomain("home/.config", "id", Dictionary{{"a", "elsewhere"}});
+TEST_F(UserDefaultsTest, SearchesOwnDomainSuitesAndGlobalDomain) {
+    writeDomain("config", "id", Dictionary{{"a", "own"}});
+    writeDomain("config", "suite",
+                Dictionary{{"a", "suite"}, {"b", "suite"}, {"d", Dictionary{{"k", Array{1, "x", true}}}}});
+    writeDomain("config", ".GlobalPreferences", Dictionary{{"a", "global"}, {"b", "global"}});
+    writeDomain("home/.config", "id", Dictionary{{"c", "elsewhere"}});
     defaults_.addSuiteNamed("../kestrav/suite");
-    EXPECT_EQ(defaults_.stringForKey("a"), std::nullopt);
+    EXPECT_EQ(defaults_.stringForKey("a"), "own");
+    EXPECT_EQ(defaults_.stringForKey("b"), "global");
+    EXPECT_EQ(defaults_.objectForKey("c"), std::nullopt);
+    defaults_.addSuiteNamed("suite");
+    EXPECT_EQ(defaults_.stringForKey("a"), "own");
+    EXPECT_EQ(defaults_.stringForKey("b"), "suite");
+    EXPECT_EQ(defaults_.dictionaryForKey("d"), Dictionary({{"k", Array{1, "x", true}}}));
+    EXPECT_EQ(defaults_.stringForKey("d"), std::nullopt);
+    EXPECT_EQ(defaults_.dictionaryForKey("a"), std::nullopt);
     // A damaged one is passed over.
     directory_.write("config/kestrav/id.plist", "<plist><dict><key>a</key>");
-    writeDomain("config", ".GlobalPreferences", Dictionary{{"a", "global"}});
     EXPECT_EQ(UserDefaults().stringForKey("a"), "global");
 }
 
-TEST_F(UserDefaultsFileTest, NamesItsOwnDomain) {
+TEST_F(UserDefaultsTest, NamesItsOwnDomain) {
     testing::setArguments({"/opt/App/launcher"});
     const struct {
         PropertyList information;
@@ -58,9 +69,7 @@ TEST_F(UserDefaultsFileTest, NamesItsOwnDomain) {
     }
 }
 
-TEST_F(UserDefaultsFileTest, KeepsWhatElseAFileHolds) {
-    useBundle(Dictionary{{"CFBundleIdentifier", "id"}});
-    testing::setEnvironment({{"XDG_CONFIG_HOME", directory_ / "config"}});
+TEST_F(UserDefaultsTest, KeepsWhatElseAFileHolds) {
     using tests::binary;
     using tests::reference;
     using tests::text;
@@ -86,6 +95,7 @@ TEST_F(UserDefaultsFileTest, KeepsWhatElseAFileHolds) {
         if (writable) {
             EXPECT_EQ(PropertyList::parse(*written), Dictionary({{"key", "set"}, {"other", "b"}})) << content;
             EXPECT_EQ(written->starts_with("bplist00"), content.starts_with("bplist00")) << content;
+            EXPECT_EQ(UserDefaults().stringForKey("key"), "set");
         }
     }
 }
