@@ -1,6 +1,6 @@
 #include "platform/PropertyList.h"
 
-#include "platform/linux/PropertyListLimits.h"
+#include "platform/linux/BinaryPropertyList.h"
 #include "platform/linux/PropertyListNode.h"
 #include "platform/posix/XMLPropertyList.h"
 #include "platform/text.h"
@@ -22,6 +22,8 @@ struct FreeMemory {
 };
 template <class T> using Memory = std::unique_ptr<T, FreeMemory>;
 
+constexpr std::string_view binaryMark = "bplist00";
+
 std::string xmlOf(plist_t node) {
     char *xml = nullptr;
     std::uint32_t size = 0;
@@ -30,106 +32,9 @@ std::string xmlOf(plist_t node) {
     return xml != nullptr ? std::string(xml, size) : std::string();
 }
 
-/// Texts of binary lists may hold anything, XML must not.
+/// Texts may hold anything, XML must not.
 std::string validText(std::string_view bytes) {
     return isValidUTF8(bytes) ? std::string(bytes) : utf8(utf16(bytes));
-}
-
-std::string textOf(const char *text) {
-    return text != nullptr ? validText(text) : std::string();
-}
-
-PropertyList integerValue(plist_t node) {
-    std::uint64_t value = 0;
-    plist_get_uint_val(node, &value);
-    constexpr auto largest = std::numeric_limits<std::int64_t>::max();
-    // The library hands out the bits alone; only its XML tells a negative number from a large one.
-    if (value > static_cast<std::uint64_t>(largest) && xmlOf(node).find("<integer>-") == std::string::npos) {
-        return largest;
-    }
-    return static_cast<std::int64_t>(value);
-}
-
-PropertyList toPropertyList(plist_t node);
-
-/// What libplist hands out, where it hands out something unless it has no memory for it.
-template <class T> T *required(T *memory) {
-    return memory != nullptr ? memory : throw std::bad_alloc();
-}
-
-PropertyList arrayValue(plist_t node) {
-    PropertyList::Array array;
-    array.reserve(plist_array_get_size(node));
-    plist_array_iter position = nullptr;
-    plist_array_new_iter(node, &position);
-    const Memory<void> owner(required(position));
-    plist_t element = nullptr;
-    for (plist_array_next_item(node, position, &element); element != nullptr;
-         plist_array_next_item(node, position, &element)) {
-        array.push_back(toPropertyList(element));
-    }
-    return array;
-}
-
-PropertyList dictionaryValue(plist_t node) {
-    PropertyList::Dictionary dictionary;
-    plist_dict_iter position = nullptr;
-    plist_dict_new_iter(node, &position);
-    const Memory<void> owner(required(position));
-    for (;;) {
-        char *key = nullptr;
-        plist_t value = nullptr;
-        plist_dict_next_item(node, position, &key, &value);
-        const Memory<char> keyOwner(key);
-        if (value == nullptr) {
-            return dictionary;
-        }
-        dictionary.insert_or_assign(textOf(required(key)), toPropertyList(value));
-    }
-}
-
-PropertyList toPropertyList(plist_t node) {
-    switch (plist_get_node_type(node)) {
-    case PLIST_BOOLEAN: {
-        std::uint8_t value = 0;
-        plist_get_bool_val(node, &value);
-        return value != 0;
-    }
-    case PLIST_REAL: {
-        double value = 0;
-        plist_get_real_val(node, &value);
-        return value;
-    }
-    case PLIST_DATE: {
-        std::int32_t seconds = 0;
-        std::int32_t microseconds = 0;
-        plist_get_date_val(node, &seconds, &microseconds);
-        return PropertyList::Date{seconds + microseconds / 1e6};
-    }
-    case PLIST_DATA: {
-        char *bytes = nullptr;
-        std::uint64_t size = 0;
-        plist_get_data_val(node, &bytes, &size);
-        const Memory<char> owner(bytes);
-        return PropertyList::Data{bytes != nullptr ? std::vector<std::uint8_t>(bytes, bytes + size)
-                                                   : std::vector<std::uint8_t>()};
-    }
-    case PLIST_KEY: {
-        char *text = nullptr;
-        plist_get_key_val(node, &text);
-        return textOf(required(Memory<char>(text).get()));
-    }
-    case PLIST_UINT:
-        return integerValue(node);
-    case PLIST_STRING:
-        return textOf(plist_get_string_ptr(node, nullptr));
-    case PLIST_ARRAY:
-        return arrayValue(node);
-    case PLIST_DICT:
-        return dictionaryValue(node);
-    default:
-        return {};
-    }
 }
 
 /// Raises if there is not even the memory that a list of so many bytes takes up in libplist, which crashes then.
@@ -209,24 +114,27 @@ Node toNode(const PropertyList &list) {
 } // namespace
 
 Node nodeOf(std::string_view bytes) {
-    if (bytes.size() > std::numeric_limits<std::int32_t>::max()) {
+    // The library follows a list however deep it is nested and however often it repeats itself.
+    if (bytes.size() > std::numeric_limits<std::int32_t>::max() || !PropertyList::parse(bytes)) {
         return {};
     }
     requireMemory(bytes.size());
     plist_t root = nullptr;
-    if (bytes.starts_with("bplist00")) {
-        if (binaryPropertyListIsAcceptable(bytes)) {
-            plist_from_bin(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &root);
-        }
-    } else if (const std::string xml = utf8Text(bytes); !faultOfXMLPropertyList(xml)) {
+    if (bytes.starts_with(binaryMark)) {
+        plist_from_bin(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &root);
+    } else {
+        const std::string xml = utf8Text(bytes);
         plist_from_xml(xml.data(), static_cast<std::uint32_t>(xml.size()), &root);
     }
     return Node(root);
 }
 
 std::optional<PropertyList> PropertyList::parse(std::string_view bytes) {
-    const Node root = nodeOf(bytes);
-    return root ? std::optional(toPropertyList(root.get())) : std::nullopt;
+    if (bytes.starts_with(binaryMark)) {
+        return readBinaryPropertyList(bytes);
+    }
+    XMLReading reading = readXMLPropertyList(utf8Text(bytes));
+    return reading.fault ? std::nullopt : std::optional(std::move(reading.value));
 }
 
 std::string PropertyList::serialize() const {

@@ -8,7 +8,7 @@ namespace kestrav::platform {
 
 std::optional<PropertyList> PropertyList::parse(std::string_view bytes) {
     // The platform reads nested elements by nested calls, on whatever stack there is.
-    if (!bytes.starts_with("bplist") && faultOfXMLPropertyList(utf8Text(bytes))) {
+    if (!bytes.starts_with("bplist") && readXMLPropertyList(utf8Text(bytes)).fault) {
         return std::nullopt;
     }
     const CFHandle data(CFDataCreate(kCFAllocatorDefault, reinterpret_cast<const UInt8 *>(bytes.data()),

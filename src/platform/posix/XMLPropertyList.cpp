@@ -1,11 +1,13 @@
 #include "platform/posix/XMLPropertyList.h"
 
-#include "platform/PropertyList.h"
+#include "platform/posix/XMLPropertyListValue.h"
+#include "platform/posix/unicode.h"
 #include "platform/text.h"
 
 #include <algorithm>
 #include <array>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kestrav::platform {
@@ -14,19 +16,22 @@ namespace {
 
 constexpr std::string_view blanks = " \t\r\n";
 
-/// Passes over the list element by element. Whatever is not understood is a fault.
-class Scanner {
+/// Reads the list element by element. Whatever is not understood is a fault.
+class Reader {
 public:
-    explicit Scanner(std::string_view xml) : xml_(xml) {}
+    explicit Reader(std::string_view xml) : xml_(xml) {}
 
-    [[nodiscard]] std::optional<std::size_t> fault() {
-        return prologue() && value() && end() ? std::nullopt : std::optional(std::min(position_, xml_.size()));
+    [[nodiscard]] XMLReading run() {
+        const bool whole = prologue() && value() && end();
+        return {std::move(root_), whole ? std::nullopt : std::optional(std::min(position_, xml_.size()))};
     }
 
 private:
     struct Container {
         std::string_view name;
         bool wantsKey = false;
+        PropertyList list;
+        std::string key = {}; ///< that the next value belongs to
     };
 
     [[nodiscard]] std::string_view rest() const { return xml_.substr(std::min(position_, xml_.size())); }
@@ -122,9 +127,23 @@ private:
         if (open_.empty() || nameOf(tag).substr(1) != open_.back().name) {
             return false;
         }
+        PropertyList list = std::move(open_.back().list);
         open_.pop_back();
+        add(std::move(list));
         position_ += tag.size() + 2;
         return true;
+    }
+
+    /// Puts a value where it belongs.
+    void add(PropertyList value) {
+        if (open_.empty()) {
+            root_ = std::move(value);
+        } else if (auto *array = open_.back().list.as<PropertyList::Array>()) {
+            array->push_back(std::move(value));
+        } else {
+            auto &dictionary = *open_.back().list.as<PropertyList::Dictionary>();
+            dictionary.insert_or_assign(std::move(open_.back().key), std::move(value));
+        }
     }
 
     bool element(std::string_view tag) {
@@ -143,32 +162,55 @@ private:
             open_.back().wantsKey = name != "key";
         }
         emptyRoot_ = open_.empty() && empty;
-        if (isContainer && !empty) {
-            if (open_.size() == deepestNesting) {
-                return false;
-            }
-            open_.push_back({name, name == "dict"});
-        }
         position_ += tag.size() + 2;
-        return isContainer || empty || text(name);
+        return isContainer ? container(name, empty) : simpleElement(name, empty);
+    }
+
+    /// An array or a dictionary, behind its opening tag.
+    bool container(std::string_view name, bool empty) {
+        const bool isDictionary = name == "dict";
+        PropertyList list =
+            isDictionary ? PropertyList(PropertyList::Dictionary()) : PropertyList(PropertyList::Array());
+        if (empty) {
+            add(std::move(list));
+        } else if (open_.size() < deepestNesting) {
+            open_.push_back({name, isDictionary, std::move(list)});
+        } else {
+            return false;
+        }
+        return true;
+    }
+
+    /// A key or a value without values of its own, behind its opening tag.
+    bool simpleElement(std::string_view name, bool empty) {
+        std::string content;
+        if (!empty && !text(name, content)) {
+            return false;
+        }
+        if (name == "key" && !open_.empty() && open_.back().name == "dict") {
+            open_.back().key = std::move(content);
+        } else {
+            add(valueOfElement(name, std::move(content)));
+        }
+        return true;
     }
 
     /// The text of an element, with comments and marked sections, and its closing tag.
-    bool text(std::string_view name) {
+    bool text(std::string_view name, std::string &content) {
         for (;;) {
-            const auto next = std::min(xml_.find('<', position_), xml_.size());
-            if (!entitiesAreWhole(next)) {
+            if (!characters(std::min(xml_.find('<', position_), xml_.size()), content)) {
                 return false;
             }
-            position_ = next;
             if (rest().starts_with("<!--")) {
                 if (!skipBehind("-->", position_ + 4)) {
                     return false;
                 }
             } else if (rest().starts_with("<![CDATA[")) {
-                if (!skipBehind("]]>", position_)) {
+                const auto begin = position_ + std::string_view("<![CDATA[").size();
+                if (!skipBehind("]]>", begin)) {
                     return false;
                 }
+                content += xml_.substr(begin, position_ - begin - std::string_view("]]>").size());
             } else {
                 const std::string_view tag = nextTag();
                 if (!tag.starts_with('/') || nameOf(tag).substr(1) != name) {
@@ -180,22 +222,29 @@ private:
         }
     }
 
-    /// Checks the entities up to `end`, and stops at one that is none.
-    bool entitiesAreWhole(std::size_t end) {
-        static constexpr std::array<std::string_view, 5> known = {"amp", "lt", "gt", "quot", "apos"};
-        for (auto start = xml_.find('&', position_); start < end; start = xml_.find('&', start + 1)) {
-            const auto semicolon = std::min(xml_.find(';', start), end);
-            const std::string_view name = xml_.substr(start + 1, semicolon - start - 1);
-            if (semicolon == end ||
-                (!name.starts_with('#') && std::find(known.begin(), known.end(), name) == known.end())) {
-                position_ = start;
+    /// Appends what stands there up to `end`, and stops at an entity that is none.
+    bool characters(std::size_t end, std::string &content) {
+        const std::string_view before = xml_.substr(0, end);
+        for (;;) {
+            const auto ampersand = std::min(before.find('&', position_), end);
+            content += before.substr(position_, ampersand - position_);
+            position_ = ampersand;
+            if (ampersand == end) {
+                return true;
+            }
+            const auto semicolon = before.find(';', ampersand);
+            const auto character = semicolon == std::string_view::npos
+                                       ? std::nullopt
+                                       : characterOfEntity(before.substr(ampersand + 1, semicolon - ampersand - 1));
+            if (!character) {
                 return false;
             }
+            appendCharacter(content, *character);
+            position_ = semicolon + 1;
         }
-        return true;
     }
 
-    /// What follows the outermost value. The library does not read on, unless that value was an empty element.
+    /// What follows the outermost value. Only behind an empty element it has to be sound.
     bool end() {
         if (!emptyRoot_) {
             const bool ended = !wrapped_ || xml_.find("</plist>", position_) != std::string_view::npos;
@@ -212,6 +261,7 @@ private:
 
     std::string_view xml_;
     std::size_t position_ = 0;
+    PropertyList root_;
     std::vector<Container> open_;
     bool wrapped_ = false;   // in <plist>
     bool emptyRoot_ = false; // the outermost value is <array/> or the like
@@ -232,10 +282,11 @@ std::optional<std::size_t> faultOfText(std::string_view text) {
 
 } // namespace
 
-std::optional<std::size_t> faultOfXMLPropertyList(std::string_view xml) {
-    const auto ofElements = Scanner(xml).fault();
-    const auto ofText = faultOfText(xml.substr(0, ofElements.value_or(xml.size())));
-    return ofText ? ofText : ofElements;
+XMLReading readXMLPropertyList(std::string_view xml) {
+    XMLReading reading = Reader(xml).run();
+    const auto ofText = faultOfText(xml.substr(0, reading.fault.value_or(xml.size())));
+    reading.fault = ofText ? ofText : reading.fault;
+    return reading;
 }
 
 std::string PropertyList::damage(std::string_view bytes) {
@@ -243,7 +294,7 @@ std::string PropertyList::damage(std::string_view bytes) {
         return {};
     }
     const std::string xml = utf8Text(bytes);
-    const auto fault = faultOfXMLPropertyList(xml);
+    const auto fault = readXMLPropertyList(xml).fault;
     if (!fault) {
         return {};
     }

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/PropertyList.h"
+
+#include <optional>
+#include <string_view>
+
+namespace kestrav::platform {
+
+/// Reads a binary property list. Empty if it is damaged: a reference that leads nowhere, a value that contains itself,
+/// a NUL character in a text. Also empty if depth or size, with each repetition counted, are beyond any real list's.
+[[nodiscard]] std::optional<PropertyList> readBinaryPropertyList(std::string_view bytes);
+
+} // namespace kestrav::platform
