@@ -46,6 +46,7 @@ TEST(Faults, AreOvercomeOrTold) {
         {installed, "spawn", {1}, EAGAIN},
         {installed, "wait", {1, 2}, EINVAL},
         {installed, "poll", {1, 2, 3, -1}, EINTR},
+        {installed, "malloc", {80, 123, 150, 186, 220, 290}, ENOMEM},
         {shipping, "open", {3, 4, 5, 6, 7, -6, -7, -8}, ENFILE},
         {shipping, "mkdir", {1, 2, 3, 4}, ENOSPC},
         {shipping, "read", {-4}, EINTR},

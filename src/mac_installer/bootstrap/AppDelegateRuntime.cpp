@@ -57,12 +57,13 @@ std::optional<std::int32_t> expectedSize(const std::string &archive) {
 
 /// Raises if one of the folders that are unpacked lies, through a link of the archive's, outside the extracted runtime.
 void requireInside(const std::string &destination, const std::string &home) {
-    std::error_code missing;
-    const std::string inside = std::filesystem::canonical(destination, missing).string() + "/";
+    const std::string inside = std::filesystem::canonical(destination).string() + "/";
     for (const char *folder : {"", "jre", "jre/lib", "jre/lib/ext", "lib", "lib/ext"}) {
-        const auto real = std::filesystem::canonical(appendingPathComponent(home, folder), missing);
-        if (!missing && !(real.string() + "/").starts_with(inside)) {
-            raiseNotExtracted("a link in it leads out of its folder");
+        std::error_code error;
+        const auto real = std::filesystem::canonical(appendingPathComponent(home, folder), error);
+        const bool missing = error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory;
+        if (error ? !missing : !(real.string() + "/").starts_with(inside)) {
+            raiseNotExtracted(error ? error.message() : "a link in it leads out of its folder");
         }
     }
 }

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <new>
 #include <unordered_set>
 
 namespace kestrav {
@@ -89,6 +90,9 @@ private:
 
         std::error_code unknown;
         std::string identity = std::filesystem::canonical(expanded, unknown).string();
+        if (unknown == std::errc::not_enough_memory) {
+            throw std::bad_alloc(); // the file may well be there
+        }
         if (mayExist_ && opened_ == 1 && unknown == std::errc::no_such_file_or_directory) {
             return;
         }
