@@ -31,22 +31,17 @@ bool Connection::send(std::string_view bytes) const {
     return true;
 }
 
-std::string Connection::readLine() const {
-    std::string line;
+std::string Connection::readTo(std::string_view end) const {
+    std::string text;
     char byte = 0;
-    while (!line.ends_with('\n') && recv(socket_.get(), &byte, 1, 0) == 1) {
-        line += byte;
+    while (!text.ends_with(end) && (tls_ ? SSL_read(tls_.get(), &byte, 1) : recv(socket_.get(), &byte, 1, 0)) == 1) {
+        text += byte;
     }
-    return line;
+    return text;
 }
 
 std::string Connection::readRequest(std::string *all) const {
-    std::string request;
-    char byte = 0;
-    while (!request.ends_with("\r\n\r\n") &&
-           (tls_ ? SSL_read(tls_.get(), &byte, 1) : recv(socket_.get(), &byte, 1, 0)) == 1) {
-        request += byte;
-    }
+    const std::string request = readTo("\r\n\r\n");
     if (all != nullptr) {
         *all = request;
     }

@@ -22,8 +22,8 @@ public:
 
     /// False if the client has gone.
     bool send(std::string_view bytes) const;
-    /// Reads a line, its end included; empty at the client's end.
-    [[nodiscard]] std::string readLine() const;
+    /// Reads up to and with a text, or the client's end.
+    [[nodiscard]] std::string readTo(std::string_view end) const;
     /// Reads an HTTP request and returns its target.
     std::string readRequest(std::string *all = nullptr) const;
     /// Says nothing until the client, or the server, has gone.

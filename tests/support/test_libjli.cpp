@@ -7,7 +7,6 @@
 // or without one of the list functions.
 
 #include <dlfcn.h>
-#include <pthread.h>
 #include <unistd.h>
 
 #include <cstddef>
@@ -15,6 +14,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
+#include <thread>
 
 namespace {
 
@@ -29,20 +29,6 @@ int allocations = 0;
 void *allocate(std::size_t size) {
     ++allocations;
     return std::malloc(size);
-}
-
-struct Entry {
-    int argc;
-    char **argv;
-    int status;
-};
-
-[[maybe_unused]] void *enterMain(void *argument) {
-    unsetenv("KESTRAV_REEXEC"); // where runtimes do this, there is no such variable
-    auto *entry = static_cast<Entry *>(argument);
-    const auto main = reinterpret_cast<int (*)(int, char **)>(dlsym(RTLD_DEFAULT, "main"));
-    entry->status = main(entry->argc, entry->argv);
-    return nullptr;
 }
 
 } // namespace
@@ -108,11 +94,11 @@ int JLI_Launch(int argc, char **argv, int jargc, const char **jargv, int appclas
     std::fflush(stdout);
 
     if (std::getenv("TEST_JLI_ENTER_MAIN") != nullptr && gettid() == getpid()) {
-        Entry entry{argc, argv, -1};
-        pthread_t thread{};
-        pthread_create(&thread, nullptr, enterMain, &entry);
-        pthread_join(thread, nullptr);
-        return entry.status;
+        unsetenv("KESTRAV_REEXEC"); // where runtimes do this, there is no such variable
+        const auto main = reinterpret_cast<int (*)(int, char **)>(dlsym(RTLD_DEFAULT, "main"));
+        int result = -1;
+        std::thread([&] { result = main(argc, argv); }).join();
+        return result;
     }
     const char *times = std::getenv("TEST_JLI_EXECUTE");
     if (times != nullptr && *times != '\0') { // once for each character

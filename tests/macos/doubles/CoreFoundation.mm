@@ -88,17 +88,13 @@ void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFu
 CFPropertyListRef CFPropertyListCreateWithData(CFAllocatorRef, CFDataRef data, CFOptionFlags options,
                                                CFPropertyListFormat *format, CFErrorRef *) {
     const Pool pool;
-    NSData *bytes = object(data);
-    const unsigned first = [bytes length] > 0 ? *static_cast<const UInt8 *>([bytes bytes]) : 0;
-    if (first >= 0xEF) { // of a byte order mark
-        const NSStringEncoding encoding = first == 0xEF ? NSUTF8StringEncoding : NSUnicodeStringEncoding;
-        NSString *text = [[[NSString alloc] initWithData:bytes encoding:encoding] autorelease];
-        bytes = [text dataUsingEncoding:NSUTF8StringEncoding];
-    }
     NSPropertyListFormat found = NSPropertyListXMLFormat_v1_0;
     id list = nil;
     @try {
-        list = [NSPropertyListSerialization propertyListWithData:bytes options:options format:&found error:nullptr];
+        list = [NSPropertyListSerialization propertyListWithData:object(data)
+                                                         options:options
+                                                          format:&found
+                                                           error:nullptr];
     } @catch (NSException *) {
     }
     *format = static_cast<CFPropertyListFormat>(found);

@@ -15,7 +15,7 @@ namespace kestrav::tests {
 namespace {
 
 std::ptrdiff_t threadCount() {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), std::filesystem::directory_iterator());
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
 }
 
 std::ptrdiff_t idleThreadCount() {

@@ -14,7 +14,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <thread>
 #include <utility>
 
 namespace kestrav::platform {
@@ -35,23 +34,6 @@ TEST(SystemLogTests, ShapeOfALine) {
     EXPECT_EXIT(body(), ::testing::ExitedWithCode(0),
                 ::testing::MatchesRegex("2026-11-21 09:31:37\\.007 Demo\\[[0-9]+:[0-9]+\\] 100%s\n of it\n"
                                         "2026-11-21 09:31:37\\.107 Demo\\[[0-9]+:[0-9]+\\] text-7\n"));
-}
-
-TEST(SystemLogTests, LinesOfThreadsDoNotMix) {
-    const auto body = [] {
-        testing::setArguments({"Demo"});
-        const auto write = [](char letter) {
-            for (int count = 0; count < 100; ++count) {
-                writeSystemLog(std::string(200, letter));
-            }
-        };
-        std::thread other(write, 'a');
-        write('b');
-        other.join();
-        _exit(0);
-    };
-    EXPECT_EXIT(body(), ::testing::ExitedWithCode(0),
-                ::testing::MatchesRegex("([-0-9:. ]+Demo\\[[0-9:]+\\] (a+|b+)\n)+"));
 }
 
 TEST(SystemLogTests, DaemonIsToldAndNotWaitedFor) {

@@ -114,8 +114,7 @@ CALL(CFURLRef, CFBundleCopyResourceURL, (CFBundleRef bundle, CFStringRef name, C
      newURL(pathForResource(bundle, type != nullptr ? [object(name) stringByAppendingPathExtension:object(type)]
                                                     : object(name))))
 CFStringRef CFBundleCopyLocalizedString(CFBundleRef bundle, CFStringRef key, CFStringRef value, CFStringRef table);
-CALL(CFArrayRef, CFBundleCopyExecutableArchitectures, (CFBundleRef bundle),
-     [[object(CFBundleGetInfoDictionary(bundle)) objectForKey:@"Architectures"] retain])
+CALL(CFArrayRef, CFBundleCopyExecutableArchitectures, (CFBundleRef), nullptr)
 const CFStringRef kCFPreferencesCurrentApplication = nullptr;
 CALL(CFPropertyListRef, CFPreferencesCopyAppValue, (CFStringRef key, CFStringRef),
      [[[NSUserDefaults standardUserDefaults] objectForKey:object(key)] retain])
