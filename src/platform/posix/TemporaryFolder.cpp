@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <ctime>
 #include <iterator>
 #include <new>
 #include <string_view>
@@ -28,6 +29,8 @@ constexpr const char *lockName = ".kestrav-lock";
 /// The lock file's name until it is locked, so that no other run takes the folder for an abandoned one.
 constexpr const char *newLockName = ".kestrav-lock-new";
 constexpr mode_t ownerOnly = 0700;
+/// After so many seconds a folder without a lock is nobody's: a run puts it there at once.
+constexpr std::time_t longestMaking = 600;
 
 std::error_code lastError() {
     return {errno, std::generic_category()};
@@ -80,7 +83,14 @@ std::error_code removeContents(const FileDescriptor &folder) {
     return error;
 }
 
-/// Removes the folders of killed runs. What fails is tried again by the next run.
+/// The lock in a run's folder if nobody holds it.
+std::optional<FileLock> takeLock(const FileDescriptor &folder, const char *name) {
+    FileDescriptor file = FileDescriptor::openAt(folder.get(), name, O_RDWR | O_NOFOLLOW | O_NONBLOCK);
+    return file.valid() ? FileLock::take(std::move(file), FileLock::Mode::exclusive) : std::nullopt;
+}
+
+/// Removes the folders of killed runs, also of those that were killed before the lock was in its place. What fails is
+/// tried again by the next run.
 void removeAbandonedFolders(const std::string &place) {
     const FileDescriptor directory = openDirectory(AT_FDCWD, place, true);
     if (!directory.valid() || !objectionToOwner(directory).empty()) {
@@ -92,12 +102,13 @@ void removeAbandonedFolders(const std::string &place) {
         if (!folder.valid() || ::fstat(folder.get(), &found) != 0 || found.st_uid != ::geteuid()) {
             continue;
         }
-        FileDescriptor file = FileDescriptor::openAt(folder.get(), lockName, O_RDWR | O_NOFOLLOW | O_NONBLOCK);
-        const auto lock = file.valid() ? FileLock::take(std::move(file), FileLock::Mode::exclusive) : std::nullopt;
-        if (lock) {
-            if (!removeContents(folder)) {
-                removeTree(directory.get(), name.c_str());
-            }
+        const bool isNew = ::time(nullptr) - found.st_mtime < longestMaking;
+        auto lock = takeLock(folder, lockName);
+        lock = lock || isNew ? std::move(lock) : takeLock(folder, newLockName);
+        if (lock && !removeContents(folder)) {
+            removeTree(directory.get(), name.c_str());
+        } else if (!lock && !isNew) {
+            static_cast<void>(::unlinkat(directory.get(), name.c_str(), AT_REMOVEDIR)); // if it is empty
         }
     }
 }
@@ -170,6 +181,9 @@ std::error_code TemporaryFolder::lockAndProbe(int parent, const std::string &nam
         return lastError();
     }
     lock_ = FileLock::take(std::move(file), FileLock::Mode::exclusive);
+    if (!lock_ && errno == EWOULDBLOCK) {
+        return lastError(); // another run has just taken the folder for an abandoned one
+    }
     return !lock_ || ::renameat(folder.get(), newLockName, folder.get(), lockName) == 0 ? std::error_code()
                                                                                         : lastError();
 }

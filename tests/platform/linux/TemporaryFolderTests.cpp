@@ -138,8 +138,14 @@ TEST_F(TemporaryFolderTest, OnlyWhatKilledRunsHaveLeftIsRemoved) {
     };
     EXPECT_EXIT(run(), ::testing::ExitedWithCode(0), "");
     const std::string foreign = directory.makeDirectory("first/0123ABCD-0123-0123-0123-0123456789AB-1-2-3");
+    for (const char *file : {"-4", "-5/.kestrav-lock-new"}) { // killed long ago, before the lock was in its place
+        const std::string early = foreign + std::string(file).substr(0, 2);
+        fs::create_directory(early);
+        std::ofstream(foreign + file).close();
+        fs::last_write_time(early, fs::file_time_type::clock::now() - std::chrono::hours(1));
+    }
     const auto entries = [&] { return std::distance(fs::directory_iterator(first), {}); };
-    EXPECT_EQ(entries(), 3);
+    EXPECT_EQ(entries(), 5);
     TemporaryFolder folder = TemporaryFolder::create(1, 1);
     EXPECT_EQ(entries(), 3);
     EXPECT_TRUE(fs::exists(held.path()) && fs::exists(foreign) && fs::exists(folder.path()));
