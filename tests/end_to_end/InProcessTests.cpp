@@ -116,21 +116,5 @@ TEST_F(InProcess, LibraryMayEnterMainAgainOrExecuteTheFileAgain) {
     }
 }
 
-TEST_F(InProcess, FailuresAreNoticesAndStatusOne) {
-    const auto refuse = [&](const std::string &runtime, const std::string &reason) {
-        Launch run(bundle, fromFile({runtime, "Main"}));
-        expectRefusal(run, "internal error: " + reason.substr(0, reason.size() - 1)); // not two full stops
-        EXPECT_EQ(run.output(), "");
-        const std::string line = "int launcher_main\\(int, char \\*\\*\\) \\[Line [0-9]+\\] " + reason;
-        EXPECT_THAT(run.errors(), ContainsRegex(line + "\n"));
-        Launch logged(bundle, fromFile({runtime, "Main"}, {{"KESTRAV_LOG", "yes"}}));
-        EXPECT_EQ(logged.wait(), 1);
-        EXPECT_THAT(logged.errors(), ContainsRegex(line + ": \\(\n    \"0 ")); // with the call stack
-    };
-    refuse("/no/such/runtime", "Could not load JRE.");
-    testRuntime("WITHOUT_LAUNCH");
-    refuse(bundle.runtime(), "Could not get function pointer for JLI_Launch.");
-}
-
 } // namespace
 } // namespace kestrav::tests

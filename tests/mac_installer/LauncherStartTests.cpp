@@ -167,6 +167,8 @@ TEST_F(LauncherStart, LibraryExpandsArgumentFiles) {
         EXPECT_EQ(wasLogged("@ argument found"), allocations != 0);
     }
 
+    load(addLibrary(directory.makeDirectory("none"), "lib/libjli.so", "WITHOUT_LAUNCH") + "\nMain");
+    EXPECT_THROW(static_cast<void>(launcher.launch()), platform::Exception);
     // A library without the functions for that leaves the arguments alone.
     load(addLibrary(directory.makeDirectory("old"), "lib/libjli.so", "WITHOUT_MEM_FREE") + "\nMain\n@file");
     EXPECT_THAT(launchOutput(), HasSubstr("program\nMain\n@file\nnull;"));

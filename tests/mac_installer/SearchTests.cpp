@@ -39,11 +39,9 @@ TEST_F(Search, TheSequenceIsTriedInOrder) {
     };
     const Case cases[] = {
         {{"R" + eight, "R" + eleven, 7}, {}, eight}, // the turn of the wrong type never comes
-        {{"R" + eight, "R" + eleven}, {{"ksv.minVersion", "9"}}, eleven},
         {{"ENO_SUCH", "EJDK", "Y"}, {}, eleven},
         {{"R" + (directory / "${NAME}")}, {}, eight},
         {{"R" + (directory / "missing"), "y", "", "x" + eight, "r" + eight, "Y"}, {}, installed},
-        {{"Y", "R" + eight}, {{"ksv.maxVersion", "1.7"}}, std::nullopt},
         {{"Y", "R" + eight}, {{"ksv.maxVersion", "1.8"}}, eight},
         {{}, {}, std::nullopt},
     };
@@ -56,35 +54,6 @@ TEST_F(Search, TheSequenceIsTriedInOrder) {
     EXPECT_EQ(find({}), installed); // no sequence is a single "Y"
     EXPECT_THAT(logged("search sequence"), ElementsAre("search sequence (null)"));
     EXPECT_EQ(launcher.runtime->launchJavaVersion, "17");
-}
-
-TEST_F(Search, EveryRefusalIsExplained) {
-    const std::string runtime = makeRuntime("jdk", "17-ea", {{"CFBundleIdentifier", "org.other"}});
-    directory.write("file", "");
-    directory.makeDirectory("empty");
-    struct Case {
-        std::string path;
-        Dictionary info;
-        const char *reason;
-    };
-    const Case cases[] = {
-        {runtime, {}, "17-ea is a pre-release"},
-        {runtime, {{"ksv.vmIdPrefix", "com."}}, "its identifier org.other does not begin with com."},
-        {runtime,
-         {{"ksv.allowBeta", "YES"}, {"ksv.minVersion", "18"}},
-         "version 17-ea is not within the bounds, minimum 18"},
-        {runtime,
-         {{"ksv.allowBeta", "YES"}, {"ksv.maxVersion", "16"}},
-         "version 17-ea is not within the bounds, maximum 16"},
-        {directory / "file", {}, "it is not a directory that can be opened"},
-        {directory / "empty", {}, "it declares no version"},
-        {directory / "missing", {}, "nothing exists there"},
-        {"${launcher:sys.jvmHome}", {}, "nothing exists there"}, // none is known yet
-    };
-    for (const auto &[path, info, reason] : cases) {
-        EXPECT_EQ(findBySequence({"R" + path}, info), std::nullopt);
-        EXPECT_THAT(logged("rejected "), ElementsAre(HasSubstr("rejected " + path + ": " + reason)));
-    }
 }
 
 TEST_F(Search, InstalledRuntimesAreTriedNewestFirst) {
@@ -153,12 +122,6 @@ TEST_F(Search, RuntimesForAnotherProcessorAreRefused) {
         directory.write(java, content);
         EXPECT_EQ(findBySequence({"R" + runtime}).has_value(), accepted);
     }
-    const std::string reason = "its bin/java is for another processor";
-    EXPECT_THAT(logged("rejected"), ElementsAre("rejected " + runtime + ": " + reason));
-    std::filesystem::create_directories(directory / "base/.kestrav"); // the application's own, which need be no bundle
-    std::filesystem::rename(runtime, directory / "base/.kestrav/jre");
-    EXPECT_EQ(find({{"ksv.baseDir", directory / "base"}}), std::nullopt);
-    EXPECT_FALSE(wasLogged("search sequence"));
 }
 
 TEST_F(Search, ThePluginComesFirstIfItIsTheRightOne) {
@@ -214,23 +177,6 @@ TEST_F(OwnRuntime, IsPreferredInThisOrder) {
     EXPECT_EQ(findRuntime(true), std::nullopt); // other installations only
 }
 
-TEST_F(OwnRuntime, AnybodysIsNotHeeded) {
-    configure({{"ksv.baseDir", directory / "base"}, {"JavaVM", Dictionary{{"SearchSequence", Array{}}}}});
-    makeRuntime("base/.kestrav/jre.bundle", "17");
-    const std::string folder = directory / "base/.kestrav";
-    std::filesystem::permissions(folder + "/jre.bundle", std::filesystem::perms::all);
-    platform::testing::replacements().debugLog = false; // what is not heeded is told all the same, but once
-    for (int run = 0; run < 2; ++run) {
-        EXPECT_EQ(findRuntime(), std::nullopt);
-    }
-    EXPECT_EQ(logged("rejected"), Strings{"rejected " + folder + "/jre.bundle: everybody can write to it"});
-
-    const std::string java = directory.write("base/.kestrav/jre/bin/java", "");
-    std::filesystem::permissions(java, std::filesystem::perms::all);
-    EXPECT_EQ(findRuntime(), std::nullopt);
-    EXPECT_THAT(logged("rejected"), testing::Contains("rejected " + java + ": everybody can write to it"));
-}
-
 TEST_F(OwnRuntime, IsUnpackedTheInnerRuntimeFirst) {
     makeRuntime(inResources, "1.8.0");
     const std::string home = std::string(inResources) + "/Contents/Home";
@@ -258,20 +204,6 @@ protected:
     const std::string a = directory / "a";
     const std::string b = directory / "b";
 };
-
-TEST_F(OtherInstallations, AreSearchedInOrder) {
-    const std::string single = makeRuntime("a/App.app/Contents/PlugIns/jre.bundle", "11");
-    const std::string plainBundle = makeRuntime("b/.kestrav/jre.bundle", "17");
-    const Dictionary names{{"singleBundleNameid7_" + a, "App.app"}};
-    EXPECT_EQ(findAmong(a + ";" + b, {}, names), single);
-    EXPECT_EQ(findAmong(a + ";" + b), plainBundle);
-    EXPECT_EQ(findAmong(a + ";" + b, {{"ksv.minVersion", "12"}}, names), plainBundle);
-    EXPECT_EQ(findAmong(";" + b), plainBundle);
-    EXPECT_THAT(logged("] checking"), ElementsAre("checking /.kestrav/jre.bundle", "checking " + plainBundle));
-    EXPECT_EQ(findAmong("/none"), std::nullopt);
-    EXPECT_EQ(find({{"ksv.appId", "other"}}, true), std::nullopt);
-    EXPECT_EQ(find({}, true), std::nullopt);
-}
 
 TEST_F(OtherInstallations, APlainRuntimeDoesNotEndTheSearch) {
     directory.write("a/.kestrav/jre/kestrav_jre_version", "1.8.0_45");
