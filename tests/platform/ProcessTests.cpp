@@ -1,5 +1,7 @@
 #include "platform/Exception.h"
+#include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
+#include "platform/Reexecution.h"
 #include "platform/Signals.h"
 #include "platform/Task.h"
 #include "support/TemporaryDirectory.h"
@@ -7,12 +9,14 @@
 #include <gmock/gmock.h>
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <memory>
 #include <thread>
 
 namespace kestrav::platform {
@@ -169,6 +173,85 @@ TEST(SignalsTests, EachSignalArrivesInOrder) {
         raise(SIGINT); // which the system marks differently
     };
     EXPECT_EXIT(tellSignals(7, kills), ::testing::ExitedWithCode(0), "^15/0 2/0 1/0 3/0 15/0 15/0 2/0 $");
+}
+
+bool readable(const OperationQueue &queue) {
+    pollfd state{queue.descriptor(), POLLIN, 0};
+    return poll(&state, 1, 0) == 1;
+}
+
+TEST(OperationQueueTests, OrderAndMerging) {
+    const struct {
+        std::vector<std::pair<std::string, std::string>> posts; // name (empty: not merged) and text
+        std::string ran;
+    } cases[] = {
+        {{{"", "1"}, {"", "2"}, {"", "3"}}, "123"},
+        {{{"bar", "1"}, {"text", "2"}, {"bar", "3"}, {"bar", "4"}}, "124"}, // order towards others holds
+        {{{"bar", "1"}, {"", "2"}, {"bar", "3"}}, "123"},
+    };
+    for (const auto &test : cases) {
+        OperationQueue queue;
+        std::string ran;
+        for (const auto &[name, text] : test.posts) {
+            const auto operation = [&ran, added = text] { ran += added; };
+            name.empty() ? queue.addOperation(operation) : queue.addMergedOperation(name, operation);
+        }
+        queue.runPending();
+        EXPECT_EQ(ran, test.ran);
+        EXPECT_FALSE(readable(queue));
+    }
+}
+
+TEST(OperationQueueTests, DescriptorTellsWhetherTasksWait) {
+    OperationQueue queue;
+    EXPECT_FALSE(readable(queue));
+    int ran = 0;
+    for (int count = 0; count < 100'000; ++count) { // more than a pipe has room for
+        queue.addOperation([&] { ++ran; });
+    }
+    EXPECT_TRUE(readable(queue));
+    queue.runPending();
+    EXPECT_EQ(ran, 100'000);
+    EXPECT_FALSE(readable(queue));
+}
+
+TEST(OperationQueueTests, ReplacedTaskMayPostWhileItIsDestroyed) {
+    OperationQueue queue;
+    int ran = 0;
+    const auto post = [&](int *) { queue.addOperation([&] { ++ran; }); };
+    queue.addMergedOperation("bar", [guard = std::shared_ptr<int>(&ran, post)] {});
+    queue.addMergedOperation("bar", [&] { ++ran; });
+    queue.runPending();
+    EXPECT_EQ(ran, 2);
+}
+
+TEST(ReexecutionTests, OnlyThisProcessIsBelieved) {
+    constexpr const char *variable = "KESTRAV_REEXEC";
+    prepareReexecution("17 \n0", "/a b/12");
+    const std::string own = std::getenv(variable);
+    const std::size_t start = own.find(' ') + 1;
+    std::string ofAnotherTime = own;
+    ofAnotherTime[start] = ofAnotherTime[start] == '1' ? '2' : '1';
+    const struct {
+        std::string value;
+        bool isBelieved;
+    } cases[] = {
+        {own, true},
+        {ofAnotherTime, false},
+        {std::to_string(getpid() + 1) + own.substr(start - 1), false},
+        {std::to_string(getpid()) + " 6 17.0.9/a b", false}, // without a time
+        {own.substr(0, own.find(' ', start)) + " -2 17/lib", false},
+        {own.substr(0, own.find(' ', start)) + " 3 17", false},
+        {own.substr(0, own.find("17")), false},
+        {"", false},
+    };
+    for (const auto &[value, isBelieved] : cases) {
+        setenv(variable, value.c_str(), 1);
+        const auto taken = takeReexecution();
+        ASSERT_EQ(taken.has_value(), isBelieved) << value;
+        EXPECT_TRUE(!taken || (taken->version == "17 \n0" && taken->libraryPath == "/a b/12"));
+        EXPECT_EQ(std::getenv(variable), nullptr);
+    }
 }
 
 } // namespace
