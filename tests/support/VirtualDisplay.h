@@ -3,6 +3,7 @@
 #include "support/Program.h"
 #include "support/TemporaryDirectory.h"
 
+#include <iterator>
 #include <optional>
 #include <vector>
 
@@ -31,20 +32,14 @@ public:
 
     /// Runs a shell command on the display and returns what it prints.
     [[nodiscard]] std::string run(const std::string &command) const {
-        FILE *const pipe = popen(("DISPLAY=" + name_ + " " + command + " 2>/dev/null").c_str(), "re");
-        std::string output;
-        std::array<char, 256> buffer{};
-        while (pipe != nullptr && fgets(buffer.data(), buffer.size(), pipe) != nullptr) {
-            output += buffer.data();
-        }
-        if (pipe != nullptr) {
-            pclose(pipe);
-        }
-        return output;
+        const std::string output = folder_ / "output";
+        static_cast<void>(std::system(("DISPLAY=" + name_ + " " + command + " >" + output + " 2>/dev/null").c_str()));
+        std::ifstream file(output);
+        return {std::istreambuf_iterator<char>(file), {}};
     }
 
 private:
-    TemporaryDirectory folder_; // the window manager's home
+    TemporaryDirectory folder_; // the window manager's home, and what commands print
     std::string name_;
     std::optional<Program> server_;
     std::optional<Program> manager_;
