@@ -2,6 +2,7 @@
 
 #include "platform/Controls.h"
 
+#include <exception>
 #include <functional>
 
 namespace kestrav::platform {
@@ -28,7 +29,13 @@ public:
 };
 
 /// Calls into the program from a loop of the platform's, which no exception may pass through.
-void callProgram(ApplicationDelegate &delegate, const std::function<void()> &action) noexcept;
+inline void callProgram(ApplicationDelegate &delegate, const std::function<void()> &action) noexcept {
+    try {
+        action();
+    } catch (const std::exception &) {
+        delegate.endAfterFailure();
+    }
+}
 
 /// The application object of the platform.
 class Application {

@@ -53,6 +53,10 @@ public:
     [[nodiscard]] std::optional<std::vector<std::optional<std::int32_t>>> executableArchitectures() const;
 
 private:
+    /// The path of the bundle that the process's executable lies in, or the executable's directory if that is no
+    /// bundle's.
+    [[nodiscard]] static std::string ownPath();
+
     Bundle(std::string path, PropertyList info, std::optional<std::string> damage = {})
         : path_(std::move(path)), info_(std::move(info)), damage_(std::move(damage)) {}
 

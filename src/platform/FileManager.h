@@ -30,6 +30,11 @@ namespace kestrav::platform {
 /// Removes a file, a link (not what it leads to) or a whole directory.
 std::error_code removeItemAtPath(const std::string &path);
 
+/// Gives each of two files or folders of one file system the other's name, in one step: nobody sees a moment without
+/// either. Some file systems cannot do it; `isUnsupportedExchange` tells their errors from others.
+[[nodiscard]] std::error_code exchangeItems(const std::string &path, const std::string &other);
+[[nodiscard]] bool isUnsupportedExchange(const std::error_code &error);
+
 /// Changes the working directory, which all threads share.
 std::error_code changeCurrentDirectoryPath(const std::string &path);
 

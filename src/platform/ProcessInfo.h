@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <forward_list>
 #include <map>
 #include <optional>
@@ -42,6 +43,13 @@ private:
     std::forward_list<Environment> copies_; // of the environment, the newest first
     std::atomic<const Environment *> current_;
 };
+
+/// Sets a variable of the process's real environment, for code in this process that is not ours; one that is set
+/// already stays. `ProcessInfo` keeps its own copy. Only while the process has one thread.
+void exportEnvironmentVariable(const std::string &name, const std::string &value);
+
+/// A 32-bit integer of the system's own settings (sysctl), empty if the system has none of that name.
+[[nodiscard]] std::optional<std::int32_t> systemControlInteger(const std::string &name);
 
 /// Ends the process with a status: output is flushed, no destructor of any thread runs. The first caller wins; a later
 /// one waits for the end. Any thread.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <csignal>
 #include <cstdint>
 #include <functional>
 
@@ -14,6 +15,18 @@ struct TerminationSignal {
     bool fromTerminal = false;
     /// When it came, on the clock of `monotonicNanoseconds`.
     std::int64_t when = 0;
+};
+
+/// While it exists, the calling thread and the threads that it starts receive no signals; those threads never do.
+class SignalsBlocked {
+public:
+    SignalsBlocked();
+    SignalsBlocked(const SignalsBlocked &) = delete;
+    SignalsBlocked &operator=(const SignalsBlocked &) = delete;
+    ~SignalsBlocked();
+
+private:
+    sigset_t saved_{};
 };
 
 /// What the process does about signals. One that was ignored when the process started stays ignored, in children too:

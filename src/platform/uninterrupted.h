@@ -3,8 +3,14 @@
 #include "platform/Clock.h"
 
 #include <cerrno>
+#include <system_error>
 
 namespace kestrav::platform {
+
+/// Why the last system call failed.
+[[nodiscard]] inline std::error_code lastError() {
+    return {errno, std::generic_category()};
+}
 
 /// Repeats a system call while a signal interrupts it. What comes back interrupted at once, thousands of times in a
 /// row, fails with EINTR, so that nothing spins for ever.

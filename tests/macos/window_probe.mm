@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <thread>
 
-#import "platform/macos/AppDelegate.h"
+#import "platform/macos/InterfaceDelegate.h"
 
 // Stands in for the program behind the real window: changes the controls, presses what can be pressed, and ends with
 // status 0 if everything has arrived.

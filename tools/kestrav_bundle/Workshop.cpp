@@ -1,7 +1,7 @@
 #include "Workshop.h"
 
 #include "Interruption.h"
-#include "platform/exchangeItems.h"
+#include "platform/FileManager.h"
 #include "platform/path.h"
 
 #include <fcntl.h>

@@ -1,6 +1,6 @@
 #include "mac_installer/archive/InflateAhead.h"
 
-#include "platform/SignalsBlocked.h"
+#include "platform/Signals.h"
 
 #include <zlib.h>
 

@@ -1,7 +1,7 @@
 #include "mac_installer/launcher/CandidateInfo.h"
 
 #include "platform/DebugLog.h"
-#include "platform/SystemControl.h"
+#include "platform/ProcessInfo.h"
 
 #include <algorithm>
 

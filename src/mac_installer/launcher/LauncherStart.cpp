@@ -5,7 +5,6 @@
 #include "mac_installer/launcher/global.h"
 #include "mac_installer/launcher/prepareProcess.h"
 #include "platform/DebugLog.h"
-#include "platform/Environment.h"
 #include "platform/ProcessInfo.h"
 #include "platform/Reexecution.h"
 #include "platform/UserDefaults.h"

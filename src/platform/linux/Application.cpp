@@ -2,7 +2,7 @@
 
 #include "platform/OperationQueue.h"
 #include "platform/Thread.h"
-#include "platform/linux/ModuleWindow.h"
+#include "platform/linux/DesktopWindow.h"
 #include "platform/linux/TerminalProgress.h"
 
 #include <sys/resource.h>
@@ -58,7 +58,7 @@ void giveThreadsTheirStack() {
     }
 
     // The window takes over what the controls hold by then. Nothing that the delegate starts has to wait for it.
-    ModuleWindow window(controls, delegate, [&delegate] { runWithoutWindow(delegate); });
+    DesktopWindow window(controls, delegate, [&delegate] { runWithoutWindow(delegate); });
     delegate.applicationDidFinishLaunching();
     if (!window.open()) {
         runOnTerminal(controls, delegate);

@@ -5,7 +5,6 @@
 #include "platform/linux/ReleaseFile.h"
 #include "platform/linux/StringTable.h"
 #include "platform/path.h"
-#include "platform/posix/ownBundlePath.h"
 
 #include <filesystem>
 
@@ -31,7 +30,7 @@ Information readInformation(const std::string &bundlePath) {
 
 } // namespace
 
-std::string ownBundlePath() {
+std::string Bundle::ownPath() {
     std::error_code error;
     const std::string executable = std::filesystem::read_symlink("/proc/self/exe", error).string();
     const std::string directory = deletingLastPathComponent(error ? "/" : executable);

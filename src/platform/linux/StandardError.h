@@ -8,4 +8,7 @@ namespace kestrav::platform {
 /// for a receiver that has stopped reading, and no longer from then on: false if the lines were lost. Any thread.
 bool writeToStandardError(std::string_view lines);
 
+/// Writes one message to the system log alone, where standard error is told in another form. Any thread.
+void writeSystemLogOnly(std::string_view message);
+
 } // namespace kestrav::platform

@@ -7,7 +7,6 @@
 #include "platform/linux/NoticeModule.h"
 #include "platform/linux/SessionBus.h"
 #include "platform/linux/StandardError.h"
-#include "platform/linux/writeSystemLogOnly.h"
 #include "platform/testing.h"
 #include "platform/text.h"
 

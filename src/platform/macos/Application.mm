@@ -1,9 +1,198 @@
 #include "platform/Application.h"
 
 #include "platform/Bundle.h"
+#include "platform/OperationQueue.h"
 #include "platform/SystemLog.h"
+#include "platform/macos/CFValue.h"
+#include "platform/posix/NeverDestroyed.h"
 
-#import "platform/macos/AppDelegate.h"
+#import "platform/macos/InterfaceDelegate.h"
+
+#include <csignal>
+#include <unistd.h>
+
+namespace kestrav::platform {
+
+namespace {
+
+/// What the program knows of the window. In no instance variable, because it outlives every object of the interface
+/// file.
+struct Program {
+    ApplicationDelegate *delegate = nullptr;
+    WindowControls controls;
+};
+
+Program &program() {
+    static NeverDestroyed<Program> state;
+    return state.get();
+}
+
+NSString *stringOf(const std::string &text) {
+    return [(NSString *)cfText(text).release() autorelease];
+}
+
+// The real control, which may be nil, shows what the other holds from now on. Both have to outlive each other's use.
+
+void observe(ImageView &view, NSImageView *shown) {
+    view.setObserver([&view, shown] {
+        NSImage *image = view.image() ? [[NSImage alloc] initWithContentsOfFile:stringOf(*view.image())] : nil;
+        [shown setImage:image];
+        [image release];
+    });
+}
+
+/// Closes the real window when the other is closed; showing it is the caller's.
+void observe(Window &window, NSWindow *shown) {
+    window.setObserver([&window, shown] {
+        [shown setTitle:stringOf(window.title())];
+        if (!window.isVisible()) {
+            [shown close];
+        }
+    });
+}
+
+void observe(ProgressIndicator &bar, NSProgressIndicator *shown) {
+    [shown setDisplayedWhenStopped:YES];
+    bar.setObserver([&bar, shown] {
+        [shown setIndeterminate:bar.isIndeterminate()];
+        [shown setDoubleValue:bar.doubleValue()];
+        if (bar.isIndeterminate() && bar.isAnimating()) {
+            [shown startAnimation:nil];
+        } else {
+            [shown stopAnimation:nil];
+        }
+    });
+}
+
+void observe(Button &button, NSButton *shown) {
+    button.setObserver([&button, shown] {
+        [shown setTitle:stringOf(button.title())];
+        [shown setEnabled:button.isEnabled()];
+    });
+}
+
+void observe(TextField &field, NSTextField *shown) {
+    field.setObserver([&field, shown] { [shown setStringValue:stringOf(field.stringValue())]; });
+}
+
+} // namespace
+
+} // namespace kestrav::platform
+
+using kestrav::platform::observe;
+using kestrav::platform::OperationQueue;
+using kestrav::platform::program;
+
+/// Has the main thread's run loop run the tasks of `OperationQueue::mainQueue`, whatever else the loop is busy with:
+/// also while a menu is open or the application is about to end.
+@interface MainQueueWatcher : NSObject {
+    NSFileHandle *queue;
+    kestrav::platform::ApplicationDelegate *delegate;
+}
+
+/// Begins; main thread, once. The delegate hears of a task that fails and lives until the process ends.
++ (void)startFor:(kestrav::platform::ApplicationDelegate *)delegate;
+
+@end
+
+@implementation MainQueueWatcher
+
++ (void)startFor:(kestrav::platform::ApplicationDelegate *)program {
+    static MainQueueWatcher *watcher = nil;
+    if (watcher == nil) {
+        watcher = [[MainQueueWatcher alloc] init];
+        watcher->delegate = program;
+        [watcher watch];
+    }
+}
+
+- (id)init {
+    self = [super init];
+    if (self != nil) {
+        queue = [[NSFileHandle alloc] initWithFileDescriptor:OperationQueue::mainQueue().descriptor()
+                                              closeOnDealloc:NO];
+        [[NSNotificationCenter defaultCenter] addObserver:self
+                                                 selector:@selector(runTasks:)
+                                                     name:NSFileHandleDataAvailableNotification
+                                                   object:queue];
+    }
+    return self;
+}
+
+- (void)watch {
+    NSArray *modes =
+        [NSArray arrayWithObjects:NSDefaultRunLoopMode, NSModalPanelRunLoopMode, NSEventTrackingRunLoopMode, nil];
+    [queue waitForDataInBackgroundAndNotifyForModes:modes];
+}
+
+- (void)runTasks:(NSNotification *)notification {
+    callProgram(*delegate, [] { OperationQueue::mainQueue().runPending(); });
+    [self watch];
+}
+
+@end
+
+@implementation AppDelegate
+
+@synthesize iconView;
+@synthesize window;
+@synthesize progressBar;
+@synthesize cancelButton;
+@synthesize label;
+@synthesize progressLabel;
+
++ (void)setProgram:(kestrav::platform::ApplicationDelegate *)delegate {
+    program().delegate = delegate;
+}
+
+- (void)applicationWillFinishLaunching:(NSNotification *)notification {
+    auto &[delegate, controls] = program();
+    observe(controls.iconView, iconView);
+    observe(controls.window, window);
+    observe(controls.progressBar, progressBar);
+    observe(controls.cancelButton, cancelButton);
+    observe(controls.label, label);
+    observe(controls.progressLabel, progressLabel);
+    delegate->setControls(controls);
+    [MainQueueWatcher startFor:delegate];
+    delegate->applicationWillFinishLaunching();
+}
+
+- (void)applicationDidFinishLaunching:(NSNotification *)notification {
+    if (program().controls.window.isVisible()) {
+        [window center];
+        [window makeKeyAndOrderFront:nil];
+        // The Tab key reaches the button, but no key presses it that was meant for another window.
+        [window makeFirstResponder:nil];
+    }
+    program().delegate->applicationDidFinishLaunching();
+}
+
+- (IBAction)cancel:(id)sender {
+    callProgram(*program().delegate, [] { program().delegate->cancel(); });
+}
+
+/// Closing the window is the Cancel button, for as long as that works.
+- (BOOL)windowShouldClose:(id)sender {
+    if (program().controls.cancelButton.isEnabled()) {
+        [self cancel:sender];
+        return NO;
+    }
+    return YES;
+}
+
+/// Arguments are the Java program's. The platform takes those without a "-" for files to open and would complain.
+- (BOOL)application:(NSApplication *)sender openFile:(NSString *)file {
+    return YES;
+}
+
+/// Quitting is asking the process to end, from the Dock or the system's shutting down: a cancel, or passed on to the
+/// child. The worker ends the process when all is done.
+- (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication *)sender {
+    return kill(getpid(), SIGTERM) == 0 ? NSTerminateLater : NSTerminateNow;
+}
+
+@end
 
 namespace kestrav::platform {
 

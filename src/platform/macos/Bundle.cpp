@@ -1,10 +1,8 @@
 #include "platform/Bundle.h"
 
 #include "platform/FileManager.h"
-#include "platform/macos/CFPropertyList.h"
-#include "platform/macos/CFText.h"
+#include "platform/macos/CFValue.h"
 #include "platform/path.h"
-#include "platform/posix/ownBundlePath.h"
 
 namespace kestrav::platform {
 
@@ -30,7 +28,7 @@ PropertyList informationOf(CFBundleRef bundle) {
 
 } // namespace
 
-std::string ownBundlePath() {
+std::string Bundle::ownPath() {
     CFBundleRef bundle = CFBundleGetMainBundle(); // not ours to release
     const CFHandle url(bundle != nullptr ? CFBundleCopyBundleURL(bundle) : nullptr);
     return url ? pathOf(url.get()) : "/";

@@ -1,6 +1,6 @@
 #include "platform/SystemLog.h"
 
-#include "platform/macos/CFText.h"
+#include "platform/macos/CFValue.h"
 #include "platform/testing.h"
 
 #import <Foundation/Foundation.h>

@@ -2,7 +2,7 @@
 
 #include "platform/Bundle.h"
 #include "platform/ProcessInfo.h"
-#include "platform/macos/CFText.h"
+#include "platform/macos/CFValue.h"
 #include "platform/path.h"
 
 #import <Foundation/Foundation.h>

@@ -1,7 +1,7 @@
 #include "platform/URLDownload.h"
 
 #include "platform/format.h"
-#include "platform/macos/CFText.h"
+#include "platform/macos/CFValue.h"
 #include "platform/macos/DownloadRules.h"
 #include "platform/posix/downloadRules.h"
 

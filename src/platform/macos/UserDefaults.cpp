@@ -1,7 +1,6 @@
 #include "platform/UserDefaults.h"
 
-#include "platform/macos/CFPropertyList.h"
-#include "platform/macos/CFText.h"
+#include "platform/macos/CFValue.h"
 
 #include <algorithm>
 

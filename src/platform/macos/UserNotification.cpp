@@ -1,7 +1,7 @@
 #include "platform/UserNotification.h"
 
 #include "platform/SystemLog.h"
-#include "platform/macos/CFText.h"
+#include "platform/macos/CFValue.h"
 #include "platform/testing.h"
 
 namespace kestrav::platform {

@@ -1,7 +1,6 @@
 #include "platform/Bundle.h"
 
 #include "platform/posix/NeverDestroyed.h"
-#include "platform/posix/ownBundlePath.h"
 #include "platform/testing.h"
 
 namespace kestrav::platform {
@@ -11,7 +10,7 @@ const Bundle &Bundle::mainBundle() {
         return *replacement;
     }
     static NeverDestroyed<std::unique_ptr<const Bundle>> bundle([] {
-        const std::string path = ownBundlePath();
+        const std::string path = ownPath();
         auto opened = create(path);
         return opened ? std::move(opened) : std::unique_ptr<Bundle>(new Bundle(path, {})); // removed while it runs
     });

@@ -1,7 +1,6 @@
 #include "platform/ConfinedDirectory.h"
 
 #include "platform/posix/directory.h"
-#include "platform/posix/removeTree.h"
 #include "platform/uninterrupted.h"
 
 #include <fcntl.h>

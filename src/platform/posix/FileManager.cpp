@@ -4,7 +4,6 @@
 #include "platform/ProcessInfo.h"
 #include "platform/path.h"
 #include "platform/posix/directory.h"
-#include "platform/posix/removeTree.h"
 #include "platform/testing.h"
 #include "platform/text.h"
 #include "platform/uninterrupted.h"
@@ -26,10 +25,6 @@ namespace {
 /// The system would take the part before the NUL byte for the path.
 bool hasNul(const std::string &path) {
     return path.find('\0') != std::string::npos;
-}
-
-std::error_code lastError() {
-    return {errno, std::generic_category()};
 }
 
 std::error_code makeError(std::errc error) {
@@ -148,6 +143,11 @@ std::error_code removeItemAtPath(const std::string &path) {
     // A slash at the end would make the system follow a link.
     const std::string item = path.substr(0, path.find_last_not_of('/') + 1);
     return removeTree(AT_FDCWD, item.c_str());
+}
+
+bool isUnsupportedExchange(const std::error_code &error) {
+    return error == std::errc::invalid_argument || error == std::errc::function_not_supported ||
+           error == std::errc::not_supported || error == std::errc::operation_not_supported;
 }
 
 std::error_code changeCurrentDirectoryPath(const std::string &path) {

@@ -3,12 +3,12 @@
 #include "platform/Exception.h"
 #include "platform/Task.h"
 #include "platform/posix/NeverDestroyed.h"
+#include "platform/uninterrupted.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <system_error>
 
 namespace kestrav::platform {
 
@@ -29,7 +29,7 @@ OperationQueue::OperationQueue() {
     Pipe pipe;
     for (const FileDescriptor *end : {&pipe.readEnd, &pipe.writeEnd}) {
         if (fcntl(end->get(), F_SETFL, O_NONBLOCK) != 0) {
-            throw Exception("OperationQueueException", std::generic_category().message(errno));
+            throw Exception("OperationQueueException", lastError().message());
         }
     }
     readEnd_ = std::move(pipe.readEnd);

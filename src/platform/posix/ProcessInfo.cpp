@@ -77,6 +77,11 @@ std::string ProcessInfo::globallyUniqueString() const {
     return text + piece.data();
 }
 
+void exportEnvironmentVariable(const std::string &name, const std::string &value) {
+    // It fails for want of memory or for an impossible name: the runtime then does without the variable.
+    static_cast<void>(setenv(name.c_str(), value.c_str(), 0));
+}
+
 void endProcess(int status) {
     static std::atomic<bool> ending{false};
     if (ending.exchange(true)) {

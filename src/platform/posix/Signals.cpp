@@ -3,11 +3,11 @@
 #include "platform/Clock.h"
 #include "platform/Exception.h"
 #include "platform/OperationQueue.h"
-#include "platform/SignalsBlocked.h"
 #include "platform/Task.h"
 #include "platform/Thread.h"
 #include "platform/posix/NeverDestroyed.h"
-#include "platform/posix/sentByTerminal.h"
+#include "platform/posix/system.h"
+#include "platform/uninterrupted.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -16,7 +16,6 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <system_error>
 
 namespace kestrav::platform {
 
@@ -99,7 +98,7 @@ void Signals::handleTermination(std::function<void(TerminationSignal)> receiver)
     static NeverDestroyed<Pipe> kept;
     const Pipe &pipe = kept.get();
     if (fcntl(pipe.writeEnd.get(), F_SETFL, O_NONBLOCK) != 0) {
-        throw Exception("SignalsException", std::generic_category().message(errno));
+        throw Exception("SignalsException", lastError().message());
     }
     {
         const SignalsBlocked blocked;

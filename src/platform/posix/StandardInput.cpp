@@ -2,9 +2,9 @@
 
 #include "platform/Clock.h"
 #include "platform/ConditionLock.h"
-#include "platform/SignalsBlocked.h"
+#include "platform/Signals.h"
 #include "platform/Thread.h"
-#include "platform/posix/pipes.h"
+#include "platform/posix/system.h"
 #include "platform/uninterrupted.h"
 
 #include <fcntl.h>

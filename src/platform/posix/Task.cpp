@@ -5,7 +5,7 @@
 #include "platform/ProcessInfo.h"
 #include "platform/Signals.h"
 #include "platform/format.h"
-#include "platform/posix/closeOtherDescriptors.h"
+#include "platform/posix/system.h"
 #include "platform/uninterrupted.h"
 
 #include <fcntl.h>

@@ -6,7 +6,7 @@
 #include "platform/format.h"
 #include "platform/path.h"
 #include "platform/posix/directory.h"
-#include "platform/posix/removeTree.h"
+#include "platform/uninterrupted.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -31,10 +31,6 @@ constexpr const char *newLockName = ".kestrav-lock-new";
 constexpr mode_t ownerOnly = 0700;
 /// After so many seconds a folder without a lock is nobody's: a run puts it there at once.
 constexpr std::time_t longestMaking = 600;
-
-std::error_code lastError() {
-    return {errno, std::generic_category()};
-}
 
 /// Why others could exchange what lies in a directory; empty if they cannot.
 std::string objectionToOwner(const FileDescriptor &directory) {

@@ -1,10 +1,15 @@
 #include "platform/posix/directory.h"
 
+#include "platform/posix/system.h"
+#include "platform/uninterrupted.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
 #include <memory>
 #include <string_view>
 #include <utility>
@@ -59,6 +64,159 @@ std::optional<std::vector<std::string>> directoryNames(const FileDescriptor &dir
             names.emplace_back(name);
         }
     }
+}
+
+namespace {
+
+/// Of an attempt to unlink. Linux says EISDIR of a directory, other systems EPERM; EACCES comes before either.
+bool mayMeanADirectory(const std::error_code &error) {
+    return error.value() == EISDIR || error.value() == EPERM || error.value() == EACCES;
+}
+
+/// Opens a directory for removing its entries; its owner may have taken those rights from himself.
+FileDescriptor openForRemoval(int parent, const std::string &name) {
+    FileDescriptor directory = openDirectory(parent, name);
+    if (!directory.valid() && errno == EACCES && ::fchmodat(parent, name.c_str(), S_IRWXU, AT_SYMLINK_NOFOLLOW) == 0) {
+        directory = openDirectory(parent, name);
+    }
+    struct stat found {};
+    if (directory.valid() && ::fstat(directory.get(), &found) == 0 && (found.st_mode & S_IRWXU) != S_IRWXU) {
+        // If this fails, the removal of the entries tells why.
+        static_cast<void>(::fchmod(directory.get(), (found.st_mode & 07777U) | S_IRWXU));
+    }
+    return directory;
+}
+
+/// One walk through a tree. Only the directory it is in stays open; it goes up through "..".
+class Removal {
+public:
+    explicit Removal(int parent) : parent_(parent) {}
+
+    std::error_code run(const char *name) {
+        if (::unlinkat(parent_, name, 0) == 0) {
+            return {};
+        }
+        const std::error_code unlinkError = lastError();
+        if (!mayMeanADirectory(unlinkError)) {
+            return unlinkError;
+        }
+        if (!enter(name)) {
+            return errno == ENOTDIR || errno == ELOOP ? unlinkError : lastError();
+        }
+        while (!levels_.empty()) {
+            std::vector<std::string> &directories = levels_.back().directories;
+            if (directories.empty()) {
+                leave();
+                continue;
+            }
+            const std::string next = std::move(directories.back());
+            directories.pop_back();
+            if (!enter(next)) {
+                note(lastError());
+            }
+        }
+        return error_;
+    }
+
+    /// True if somebody changed the tree meanwhile, so that another walk may succeed.
+    [[nodiscard]] bool disturbed() const { return disturbed_; }
+
+private:
+    struct Level {
+        std::string name; ///< in the directory above
+        FileIdentity identity;
+        std::vector<std::string> directories; ///< still to be removed
+    };
+
+    /// Enters a directory and removes what is no directory in it; false with errno set if it cannot be entered.
+    bool enter(const std::string &name) {
+        FileDescriptor directory = openForRemoval(levels_.empty() ? parent_ : current_.get(), name);
+        const auto identity = directory.valid() ? identityOf(directory) : std::nullopt;
+        if (!identity) {
+            return false;
+        }
+        const std::uint64_t mount = mountOf(directory.get());
+        if (levels_.empty()) {
+            mount_ = mount;
+        } else if (mount != mount_) {
+            errno = EBUSY; // as the system says where a mount point itself is to be removed
+            return false;
+        }
+        current_ = std::move(directory);
+        Level &level = levels_.emplace_back(Level{name, *identity, {}});
+        for (std::string &entry : directoryNames(current_).value_or(std::vector<std::string>())) {
+            if (::unlinkat(current_.get(), entry.c_str(), 0) == 0) {
+                continue;
+            }
+            const std::error_code error = lastError();
+            if (mayMeanADirectory(error) && entryType(current_.get(), entry) == S_IFDIR) {
+                level.directories.push_back(std::move(entry));
+            } else {
+                note(error);
+            }
+        }
+        return true;
+    }
+
+    void leave() {
+        const std::string name = std::move(levels_.back().name);
+        levels_.pop_back();
+        if (!levels_.empty()) {
+            current_ = openDirectory(current_.get(), "..");
+            if (identityOf(current_) != levels_.back().identity) {
+                // The directory was moved: what is above it now is not ours.
+                levels_.clear();
+                disturb(std::make_error_code(std::errc::directory_not_empty));
+                return;
+            }
+        }
+        if (::unlinkat(levels_.empty() ? parent_ : current_.get(), name.c_str(), AT_REMOVEDIR) != 0) {
+            const std::error_code error = lastError();
+            if (error.value() == ENOTEMPTY || error.value() == EEXIST) {
+                disturb(error);
+            } else {
+                note(error);
+            }
+        }
+    }
+
+    void note(const std::error_code &error) {
+        if (!error_ && error != std::errc::no_such_file_or_directory) {
+            error_ = error;
+        }
+    }
+
+    /// What stays because something in it could not be removed is no news.
+    void disturb(const std::error_code &error) {
+        disturbed_ = disturbed_ || !error_;
+        note(error);
+    }
+
+    int parent_;
+    FileDescriptor current_;
+    std::uint64_t mount_ = 0; ///< what is mounted within the tree belongs to somebody else
+    std::vector<Level> levels_;
+    std::error_code error_;
+    bool disturbed_ = false;
+};
+
+} // namespace
+
+std::error_code removeTree(int parent, const char *name) {
+    // Entries may come while others go; who fills the directory faster than it is emptied gets it kept.
+    constexpr int passes = 8;
+    std::error_code error;
+    for (int pass = 0; pass < passes; ++pass) {
+        Removal removal(parent);
+        error = removal.run(name);
+        if (pass > 0 && error == std::errc::no_such_file_or_directory) {
+            return {};
+        }
+        if (!removal.disturbed()) {
+            break;
+        }
+    }
+    return error;
 }
 
 } // namespace kestrav::platform

@@ -6,9 +6,10 @@
 
 #include <optional>
 #include <string>
+#include <system_error>
 #include <vector>
 
-// Questions to open directories. Entries are named by one component; links are not followed unless asked for.
+// Open directories and what lies in them. Entries are named by one component; links are not followed unless asked for.
 
 namespace kestrav::platform {
 
@@ -30,5 +31,11 @@ struct FileIdentity {
 
 /// The names in an open directory without "." and "..", in the system's order; empty if it cannot be listed.
 [[nodiscard]] std::optional<std::vector<std::string>> directoryNames(const FileDescriptor &directory);
+
+/// Removes what stands under a name in an open directory (or a path below AT_FDCWD), a directory with all it holds.
+/// Never follows a link, leaves what is mounted in it alone, and goes through descriptors, so that nothing outside is
+/// touched even if somebody changes the tree meanwhile. Holds few of them at any depth. What cannot be removed does not
+/// keep the rest; the first error counts.
+std::error_code removeTree(int parent, const char *name);
 
 } // namespace kestrav::platform

@@ -3,7 +3,7 @@
 #include "platform/FileDescriptor.h"
 #include "platform/Signals.h"
 #include "platform/Task.h"
-#include "platform/linux/writeSystemLogOnly.h"
+#include "platform/linux/StandardError.h"
 #include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
 

@@ -1,8 +1,15 @@
 #pragma once
 
+#include "platform/PropertyList.h"
+
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <optional>
+#include <string>
+#include <string_view>
 #include <utility>
+
+// CoreFoundation's objects as values of C++.
 
 namespace kestrav::platform {
 
@@ -33,5 +40,21 @@ public:
 private:
     Reference reference_ = nullptr;
 };
+
+/// The text as the platform's string. What is no UTF-8 becomes U+FFFD.
+[[nodiscard]] CFHandle<CFStringRef> cfText(std::string_view text);
+
+/// The platform's string as UTF-8, a null one as an empty text. Lone surrogates become U+FFFD.
+[[nodiscard]] std::string textOf(CFStringRef string);
+
+/// The path of a file URL.
+[[nodiscard]] std::string pathOf(CFURLRef url);
+
+/// A copy of the platform's value; empty for null and for what cannot stand in a property list. Such entries of arrays
+/// and dictionaries are left out.
+[[nodiscard]] std::optional<PropertyList> propertyListOf(CFTypeRef value);
+
+/// The value as an object of the platform, never null.
+[[nodiscard]] CFHandle<CFTypeRef> cfValue(const PropertyList &list);
 
 } // namespace kestrav::platform

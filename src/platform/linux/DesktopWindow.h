@@ -11,12 +11,12 @@ namespace kestrav::platform {
 
 /// The progress window on the screen: shows the controls through the window module, which is opened for that. Main
 /// thread; one in a process.
-class ModuleWindow {
+class DesktopWindow {
 public:
     /// Finds out whether there may be a display and gets the process ready for the module. Before other threads read
     /// the environment. Controls and delegate have to outlive the object. If the display, or the window on it, goes
     /// away, `withoutWindow` is called wherever that shows; it must not return.
-    ModuleWindow(WindowControls &controls, ApplicationDelegate &delegate, std::function<void()> withoutWindow);
+    DesktopWindow(WindowControls &controls, ApplicationDelegate &delegate, std::function<void()> withoutWindow);
 
     /// Opens the module and shows the window. False if either is impossible; nothing is said about it then, but in the
     /// debug log.
@@ -26,7 +26,7 @@ public:
     void run();
 
 private:
-    static ModuleWindow &of(void *context) { return *static_cast<ModuleWindow *>(context); }
+    static DesktopWindow &of(void *context) { return *static_cast<DesktopWindow *>(context); }
 
     void note(std::string_view text) const;
     bool loadModule();

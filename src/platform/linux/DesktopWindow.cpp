@@ -1,8 +1,7 @@
-#include "platform/linux/ModuleWindow.h"
+#include "platform/linux/DesktopWindow.h"
 
 #include "platform/Bundle.h"
 #include "platform/DebugLog.h"
-#include "platform/Environment.h"
 #include "platform/FileManager.h"
 #include "platform/IconImage.h"
 #include "platform/OperationQueue.h"
@@ -44,7 +43,8 @@ std::string interfaceFile(const Bundle &bundle) {
 
 } // namespace
 
-ModuleWindow::ModuleWindow(WindowControls &controls, ApplicationDelegate &delegate, std::function<void()> withoutWindow)
+DesktopWindow::DesktopWindow(WindowControls &controls, ApplicationDelegate &delegate,
+                             std::function<void()> withoutWindow)
     : controls_(controls), delegate_(delegate), withoutWindow_(std::move(withoutWindow)) {
     const ProcessInfo &process = ProcessInfo::processInfo();
     displayIsLikely_ = hasValue(process, "WAYLAND_DISPLAY") || hasValue(process, "DISPLAY");
@@ -56,7 +56,7 @@ ModuleWindow::ModuleWindow(WindowControls &controls, ApplicationDelegate &delega
     }
 }
 
-bool ModuleWindow::open() {
+bool DesktopWindow::open() {
     if (!displayIsLikely_ || !loadModule()) {
         return false;
     }
@@ -68,7 +68,7 @@ bool ModuleWindow::open() {
         of(context).act([] { OperationQueue::mainQueue().runPending(); });
     };
     settings_.cancelPressed = [](void *context) noexcept {
-        ModuleWindow &self = of(context);
+        DesktopWindow &self = of(context);
         self.act([&self] {
             if (self.controls_.cancelButton.isEnabled()) {
                 self.delegate_.cancel();
@@ -76,11 +76,11 @@ bool ModuleWindow::open() {
         });
     };
     settings_.closeRequested = [](void *context) noexcept {
-        ModuleWindow &self = of(context);
+        DesktopWindow &self = of(context);
         self.act([&self] { self.requestClose(); });
     };
     settings_.displayLost = [](void *context) noexcept {
-        ModuleWindow &self = of(context);
+        DesktopWindow &self = of(context);
         callProgram(self.delegate_, [&self] {
             self.note("it is gone");
             self.closed_ = true;
@@ -96,12 +96,12 @@ bool ModuleWindow::open() {
     return true;
 }
 
-void ModuleWindow::run() {
+void DesktopWindow::run() {
     showChanges();
     module_.run();
 }
 
-bool ModuleWindow::loadModule() {
+bool DesktopWindow::loadModule() {
     if (interfacePath_.empty()) {
         note("there is no interface file");
         return false;
@@ -111,18 +111,18 @@ bool ModuleWindow::loadModule() {
     return module.failure.empty();
 }
 
-void ModuleWindow::note(std::string_view text) const {
-    _DLog("%s [Line %d] no window: %@", "-[ModuleWindow open]", __LINE__, text);
+void DesktopWindow::note(std::string_view text) const {
+    _DLog("%s [Line %d] no window: %@", "-[DesktopWindow open]", __LINE__, text);
 }
 
-template <class Action> void ModuleWindow::act(Action action) {
+template <class Action> void DesktopWindow::act(Action action) {
     callProgram(delegate_, [&] {
         action();
         showChanges();
     });
 }
 
-void ModuleWindow::requestClose() {
+void DesktopWindow::requestClose() {
     if (controls_.cancelButton.isEnabled()) {
         delegate_.cancel(); // the window stays until the run has come to its end
     } else {
@@ -130,7 +130,7 @@ void ModuleWindow::requestClose() {
     }
 }
 
-void ModuleWindow::showChanges() {
+void DesktopWindow::showChanges() {
     if (!changed_ || closed_) {
         return;
     }
@@ -143,7 +143,7 @@ void ModuleWindow::showChanges() {
     }
 }
 
-const KestravWindowContent &ModuleWindow::content() {
+const KestravWindowContent &DesktopWindow::content() {
     loadIcon();
     content_.title = controls_.window.title().c_str();
     content_.label = controls_.label.stringValue().c_str();
@@ -156,7 +156,7 @@ const KestravWindowContent &ModuleWindow::content() {
     return content_;
 }
 
-void ModuleWindow::loadIcon() {
+void DesktopWindow::loadIcon() {
     if (controls_.iconView.image() == iconPath_) {
         return;
     }

@@ -1,0 +1,70 @@
+#include "platform/posix/system.h"
+
+#include "platform/FileDescriptor.h"
+#include "platform/FileManager.h"
+#include "platform/ProcessInfo.h"
+#include "platform/testing.h"
+#include "platform/uninterrupted.h"
+
+#include <fcntl.h>
+#include <stdio.h> // NOLINT(modernize-deprecated-headers): <cstdio> need not declare renamex_np
+#include <sys/stat.h>
+#include <sys/sysctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <initializer_list>
+
+namespace kestrav::platform {
+
+/// The system does not say where a signal comes from. With the terminal's foreground group being ours it counts as the
+/// terminal's, because a key is by far the most likely origin.
+bool sentByTerminal(int number, const siginfo_t * /*info*/) {
+    if (number != SIGINT && number != SIGQUIT) {
+        return false;
+    }
+    const FileDescriptor terminal(::open("/dev/tty", O_RDONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+    return terminal.valid() && tcgetpgrp(terminal.get()) == getpgrp();
+}
+
+int closeOtherDescriptors(posix_spawn_file_actions_t &actions, short &flags, int /*first*/) {
+    // Only what a file action names stays open then.
+    flags = static_cast<short>(flags | POSIX_SPAWN_CLOEXEC_DEFAULT);
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (const int error = posix_spawn_file_actions_addinherit_np(&actions, descriptor)) {
+            return error;
+        }
+    }
+    return 0;
+}
+
+ssize_t copyPipe(int /*from*/, int /*to*/) {
+    errno = ENOSYS;
+    return -1;
+}
+
+int unreadBytes(int /*writeEnd*/) {
+    return -1; // the system tells it at the read end alone, which is the child's
+}
+
+std::uint64_t mountOf(int directory) {
+    struct stat status {};
+    return ::fstat(directory, &status) == 0 ? static_cast<std::uint64_t>(status.st_dev) : 0;
+}
+
+std::error_code exchangeItems(const std::string &path, const std::string &other) {
+    const bool done = ::renamex_np(path.c_str(), other.c_str(), RENAME_SWAP) == 0;
+    return done ? std::error_code() : lastError();
+}
+
+std::optional<std::int32_t> systemControlInteger(const std::string &name) {
+    if (const auto &replacement = testing::replacements().systemControl) {
+        return replacement(name);
+    }
+    std::int32_t value = 0;
+    std::size_t size = sizeof value;
+    const bool known = sysctlbyname(name.c_str(), &value, &size, nullptr, 0) == 0 && size == sizeof value;
+    return known ? std::optional(value) : std::nullopt;
+}
+
+} // namespace kestrav::platform
