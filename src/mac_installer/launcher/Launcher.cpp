@@ -2,17 +2,37 @@
 
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/trust.h"
+#include "platform/FileManager.h"
 #include "platform/SystemLog.h"
 #include "platform/UserNotification.h"
 #include "platform/path.h"
 
+#include <algorithm>
+
 namespace kestrav {
 
+using platform::appendingPathComponent;
 using platform::Bundle;
 
 namespace {
 
 constexpr const char *errorSignature = "+[Launcher displayError:info1:info2:]";
+
+/// True unless somebody else may have put the bundle of messages there, or one of its tables.
+bool messagesMayBeHeeded(const std::string &path) {
+    constexpr const char *table = "Localizable.strings";
+    std::vector<std::string> items = {path};
+    if (const auto bundle = Bundle::create(path)) {
+        const std::string resources = bundle->resourcePath();
+        items.push_back(appendingPathComponent(resources, table));
+        const auto languages = platform::contentsOfDirectoryAtPath(resources);
+        for (const std::string &language : languages.value_or(std::vector<std::string>())) {
+            items.push_back(appendingPathComponent(appendingPathComponent(resources, language), table));
+        }
+    }
+    return std::all_of(items.begin(), items.end(),
+                       [](const std::string &item) { return mayBeHeeded(errorSignature, __LINE__, item); });
+}
 
 /// Where "ksv.baseDir" has the bundle of messages; empty if that key is missing, or if somebody else may have put the
 /// bundle there, so that the application's own messages are shown.
@@ -22,8 +42,8 @@ OptionalText configuredMessages() {
         return std::nullopt;
     }
     const std::string directory = replacingAppPackage(*baseDir, Bundle::mainBundle().bundlePath());
-    std::string path = platform::appendingPathComponent(directory, ".kestrav/Messages.bundle");
-    return mayBeHeeded(errorSignature, __LINE__, path) ? std::optional(std::move(path)) : std::nullopt;
+    std::string path = appendingPathComponent(directory, ".kestrav/Messages.bundle");
+    return messagesMayBeHeeded(path) ? std::optional(std::move(path)) : std::nullopt;
 }
 
 /// The localized text of a message key, empty if the bundle of messages cannot be opened.
