@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/FileDescriptor.h"
+
 #include <sys/types.h>
 
 #include <cstdint>
@@ -45,9 +47,14 @@ inline constexpr std::int64_t usualSizeLimit = std::int64_t{1} << 30;
 /// larger than the limit.
 [[nodiscard]] std::optional<std::string> contentsOfFile(const std::string &path,
                                                         std::int64_t sizeLimit = usualSizeLimit);
+/// The same for one that `FileDescriptor::openRegularFile` has opened.
+[[nodiscard]] std::optional<std::string> contentsOfFile(const FileDescriptor &file,
+                                                        std::int64_t sizeLimit = usualSizeLimit);
 
 /// The whole content of a regular file that is valid UTF-8, without a byte-order mark.
 [[nodiscard]] std::optional<std::string> stringWithContentsOfFile(const std::string &path,
+                                                                  std::int64_t sizeLimit = usualSizeLimit);
+[[nodiscard]] std::optional<std::string> stringWithContentsOfFile(const FileDescriptor &file,
                                                                   std::int64_t sizeLimit = usualSizeLimit);
 
 /// Replaces a file by new content: readers see the old or the new one, never a part. Creates missing directories.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/FileDescriptor.h"
+
 #include <optional>
 #include <string>
 
@@ -9,5 +11,11 @@ namespace kestrav::platform {
 /// where everybody can create files and belongs neither to the user, nor to root, nor to the owner of `bundlePath`.
 /// Every folder and link on the way is looked at in the same way. Empty if it may be heeded, or does not exist.
 [[nodiscard]] std::optional<std::string> reasonToDistrust(const std::string &path, const std::string &bundlePath);
+
+/// The same for a file that is open for reading, so that it cannot be exchanged after it was looked at. Where the path
+/// leads through a folder in which everybody can create files, its owner has to be one of those three, however deep it
+/// lies.
+[[nodiscard]] std::optional<std::string> reasonToDistrust(const FileDescriptor &file, const std::string &path,
+                                                          const std::string &bundlePath);
 
 } // namespace kestrav::platform

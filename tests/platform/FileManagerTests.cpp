@@ -174,6 +174,11 @@ TEST(TrustedPath, IsNobodyElsesToMake) {
     for (const auto &[path, itsBundle, reason] : cases) {
         EXPECT_EQ(reasonToDistrust(path, itsBundle), reason) << path;
     }
+    // A file that was exchanged since it was opened: what lies there now says nothing of it.
+    const FileDescriptor opened = FileDescriptor::openRegularFile(theirs);
+    EXPECT_EQ(reasonToDistrust(opened, own, "/"), own + otherUsers);
+    EXPECT_EQ(reasonToDistrust(opened, own, bundle), std::nullopt);
+    EXPECT_EQ(reasonToDistrust(FileDescriptor::openRegularFile(open), own, bundle), "everybody can write to it");
 }
 
 TEST(FileManager, FindsTheUsersDirectories) {

@@ -15,6 +15,7 @@ namespace kestrav {
 
 using platform::appendingPathComponent;
 using platform::deletingLastPathComponent;
+using platform::FileDescriptor;
 using platform::isAbsolutePath;
 
 namespace {
@@ -96,12 +97,14 @@ private:
         if (mayExist_ && opened_ == 1 && unknown == std::errc::no_such_file_or_directory) {
             return;
         }
-        auto content = unknown ? std::nullopt : platform::stringWithContentsOfFile(expanded);
+        const auto file = unknown ? FileDescriptor() : FileDescriptor::openRegularFile(expanded);
+        if (file.valid() && !mayBeHeeded(signature, __LINE__, expanded, file)) {
+            return;
+        }
+        auto content = platform::stringWithContentsOfFile(file);
         if (!content) {
             _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, expanded,
                   unknown ? unknown.message() : "it cannot be read as UTF-8 text");
-        } else if (!mayBeHeeded(signature, __LINE__, expanded)) {
-            return;
         } else if (!beingRead_.insert(identity).second) {
             _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, expanded, "it includes itself");
         } else {

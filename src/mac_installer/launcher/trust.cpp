@@ -5,6 +5,7 @@
 #include "platform/TrustedPath.h"
 
 #include <mutex>
+#include <optional>
 #include <set>
 
 namespace kestrav {
@@ -20,14 +21,23 @@ bool isNews(const std::string &path) {
     return told.insert(path).second;
 }
 
-} // namespace
-
-bool mayBeHeeded(const char *signature, int line, const std::string &path) {
-    const auto reason = platform::reasonToDistrust(path, platform::Bundle::mainBundle().bundlePath());
+bool isHeeded(const char *signature, int line, const std::string &path, const std::optional<std::string> &reason) {
     if (reason && isNews(path)) {
         platform::Log("%s [Line %d] rejected %@: %@", signature, line, path, *reason);
     }
     return !reason;
+}
+
+} // namespace
+
+bool mayBeHeeded(const char *signature, int line, const std::string &path) {
+    const std::string &bundlePath = platform::Bundle::mainBundle().bundlePath();
+    return isHeeded(signature, line, path, platform::reasonToDistrust(path, bundlePath));
+}
+
+bool mayBeHeeded(const char *signature, int line, const std::string &path, const platform::FileDescriptor &file) {
+    const std::string &bundlePath = platform::Bundle::mainBundle().bundlePath();
+    return isHeeded(signature, line, path, platform::reasonToDistrust(file, path, bundlePath));
 }
 
 } // namespace kestrav

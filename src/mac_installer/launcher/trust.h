@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/FileDescriptor.h"
+
 #include <string>
 
 namespace kestrav {
@@ -8,5 +10,8 @@ namespace kestrav {
 /// the application's bundle could have put there may not: the log that is always written says so, once in a process.
 /// Any thread.
 [[nodiscard]] bool mayBeHeeded(const char *signature, int line, const std::string &path);
+/// The same for a file that is open for reading, so that it cannot be exchanged before it is read.
+[[nodiscard]] bool mayBeHeeded(const char *signature, int line, const std::string &path,
+                               const platform::FileDescriptor &file);
 
 } // namespace kestrav

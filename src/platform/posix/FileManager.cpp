@@ -158,7 +158,10 @@ std::error_code changeCurrentDirectoryPath(const std::string &path) {
 }
 
 std::optional<std::string> contentsOfFile(const std::string &path, std::int64_t sizeLimit) {
-    const FileDescriptor file = FileDescriptor::openRegularFile(path);
+    return contentsOfFile(FileDescriptor::openRegularFile(path), sizeLimit);
+}
+
+std::optional<std::string> contentsOfFile(const FileDescriptor &file, std::int64_t sizeLimit) {
     struct stat found {};
     if (!file.valid() || ::fstat(file.get(), &found) != 0 || found.st_size > sizeLimit) {
         return std::nullopt;
@@ -187,8 +190,12 @@ std::optional<std::string> contentsOfFile(const std::string &path, std::int64_t 
 }
 
 std::optional<std::string> stringWithContentsOfFile(const std::string &path, std::int64_t sizeLimit) {
+    return stringWithContentsOfFile(FileDescriptor::openRegularFile(path), sizeLimit);
+}
+
+std::optional<std::string> stringWithContentsOfFile(const FileDescriptor &file, std::int64_t sizeLimit) {
     constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
-    std::optional<std::string> content = contentsOfFile(path, sizeLimit);
+    std::optional<std::string> content = contentsOfFile(file, sizeLimit);
     if (content && !isValidUTF8(*content)) {
         return std::nullopt;
     }

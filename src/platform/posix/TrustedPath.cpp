@@ -4,9 +4,11 @@
 #include "platform/text.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace kestrav::platform {
@@ -14,6 +16,10 @@ namespace kestrav::platform {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr const char *belongsToAnother =
+    " belongs to another user and lies in a folder where everybody can create files";
+constexpr const char *everybodyWrites = "everybody can write to it";
 
 /// The steps from one place to another, the next one last.
 using Steps = std::vector<std::string>;
@@ -34,26 +40,45 @@ void addSteps(Steps &steps, const std::string &path) {
                  [](const std::string &name) { return !name.empty() && name != "."; });
 }
 
-} // namespace
+/// The users whose files are heeded: this one, root and the owner of the bundle.
+class TrustedUsers {
+public:
+    explicit TrustedUsers(const std::string &bundlePath) : bundle_(status(bundlePath, true)) {}
 
-std::optional<std::string> reasonToDistrust(const std::string &path, const std::string &bundlePath) {
+    [[nodiscard]] bool own(const struct stat &item) const {
+        return item.st_uid == 0 || item.st_uid == ::geteuid() || (bundle_ && item.st_uid == bundle_->st_uid);
+    }
+
+private:
+    std::optional<struct stat> bundle_;
+};
+
+/// What was met on the way to a path.
+struct Way {
+    std::optional<std::string> reason; // not to heed what it leads to
+    bool passesOpenFolder = false;     // one where everybody can create files
+    std::optional<struct stat> end;    // what the path led to, if anything
+};
+
+Way follow(const std::string &path, const TrustedUsers &trustedUsers) {
     constexpr int mostLinks = 40; // as many as Linux follows
-    const auto bundle = status(bundlePath, true);
-    const auto isTrusted = [&](uid_t user) {
-        return user == 0 || user == ::geteuid() || (bundle && user == bundle->st_uid);
-    };
     std::error_code error;
     Steps steps;
     addSteps(steps, fs::absolute(path, error).string());
     std::string place = "/";
-    auto folder = status(place, true);
-    for (int links = 0; folder && !steps.empty() && links <= mostLinks;) {
+    Way way;
+    way.end = status(place, true);
+    for (int links = 0; way.end && !steps.empty() && links <= mostLinks;) {
         const std::string next = appendingPathComponent(place, steps.back());
         const bool up = steps.back() == "..";
         steps.pop_back();
         const auto item = status(next, false);
-        if (item && !up && everybodyCanWrite(*folder) && !isTrusted(item->st_uid)) {
-            return next + " belongs to another user and lies in a folder where everybody can create files";
+        if (!up && everybodyCanWrite(*way.end)) {
+            way.passesOpenFolder = true;
+            if (item && !trustedUsers.own(*item)) {
+                way.reason = next + belongsToAnother;
+                return way;
+            }
         }
         if (item && S_ISLNK(item->st_mode)) {
             const std::string target = fs::read_symlink(next, error).string();
@@ -63,10 +88,34 @@ std::optional<std::string> reasonToDistrust(const std::string &path, const std::
         } else {
             place = next;
         }
-        folder = item ? status(place, true) : std::nullopt;
+        way.end = item ? status(place, true) : std::nullopt;
     }
-    return folder && everybodyCanWrite(*folder) ? std::optional<std::string>("everybody can write to it")
-                                                : std::nullopt;
+    return way;
+}
+
+} // namespace
+
+std::optional<std::string> reasonToDistrust(const std::string &path, const std::string &bundlePath) {
+    Way way = follow(path, TrustedUsers(bundlePath));
+    return !way.reason && way.end && everybodyCanWrite(*way.end) ? everybodyWrites : std::move(way.reason);
+}
+
+std::optional<std::string> reasonToDistrust(const FileDescriptor &file, const std::string &path,
+                                            const std::string &bundlePath) {
+    struct stat opened {};
+    if (::fstat(file.get(), &opened) != 0) {
+        return std::generic_category().message(errno);
+    }
+    const TrustedUsers trustedUsers(bundlePath);
+    Way way = follow(path, trustedUsers);
+    if (!way.reason && everybodyCanWrite(opened)) {
+        return everybodyWrites;
+    }
+    // Somebody may have exchanged the file since it was opened, as the folder let him.
+    if (!way.reason && way.passesOpenFolder && !trustedUsers.own(opened)) {
+        return path + belongsToAnother;
+    }
+    return std::move(way.reason);
 }
 
 } // namespace kestrav::platform
