@@ -48,6 +48,9 @@ public:
     /// gives `value`, or the key itself where that is empty.
     [[nodiscard]] std::string localizedStringForKey(std::string_view key, std::string_view value) const;
 
+    /// The keys of that table; none if there is no table.
+    [[nodiscard]] std::vector<std::string> localizedStringKeys() const;
+
     /// The CPU types of the bundle's executable, each empty where it cannot be read; empty as a whole if the bundle has
     /// no executable that could be examined.
     [[nodiscard]] std::optional<std::vector<std::optional<std::int32_t>>> executableArchitectures() const;

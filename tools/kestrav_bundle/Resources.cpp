@@ -6,7 +6,6 @@
 #include "platform/PropertyList.h"
 #include "platform/path.h"
 
-#include <array>
 #include <cstdint>
 #include <filesystem>
 #include <string_view>
@@ -51,14 +50,10 @@ void write(const std::string &path, std::string_view content) {
                     fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read | fs::perms::others_read);
 }
 
-/// Every message that the launcher may have to show.
-constexpr std::array messages{"WizardCaption",    "PrepareInstaller",   "ButtonCancel",
-                              "DownloadingJre",   "DownloadProgress",   "AppleJavaMinVersionError",
-                              "DownloadJreError", "NonWritablePackDir", "dorvik.InternalError"};
-
 /// Writes a user's string table and refuses one without all messages, as the platform reads it: through a bundle
 /// that has no other.
-void placeTable(const Language &language, const std::string &to, const std::string &resources) {
+void placeTable(const Language &language, const std::vector<std::string> &messages, const std::string &to,
+                const std::string &resources) {
     const auto content = platform::contentsOfFile(*language.table);
     if (!content) {
         throw Refusal("The string table " + *language.table + " cannot be read");
@@ -72,7 +67,7 @@ void placeTable(const Language &language, const std::string &to, const std::stri
     write(table, *content);
     const auto bundle = platform::Bundle::create(probe);
     constexpr std::string_view none = "\x7F"; // an empty text would bring the key
-    for (const char *message : messages) {
+    for (const std::string &message : messages) {
         if (!bundle || bundle->localizedStringForKey(message, none) == none) {
             throw Refusal("The string table " + *language.table + " has no text for \"" + message + "\"");
         }
@@ -80,6 +75,12 @@ void placeTable(const Language &language, const std::string &to, const std::stri
     fs::create_directory(to);
     fs::rename(table, appendingPathComponent(to, "Localizable.strings"));
     fs::remove_all(probe);
+}
+
+/// The keys of the messages in the application whose folder of resources this is.
+std::vector<std::string> messagesOf(const std::string &resources) {
+    const auto application = platform::Bundle::create(resources.substr(0, resources.rfind("/Contents/")));
+    return application ? application->localizedStringKeys() : std::vector<std::string>();
 }
 
 } // namespace
@@ -101,6 +102,8 @@ void placeLanguages(const std::vector<Language> &languages, const std::string &r
     if (languages.empty()) {
         return;
     }
+    // The template has every message that the launcher may have to show.
+    const std::vector<std::string> messages = messagesOf(resources);
     const std::string kept = appendingPathComponent(resources, "kept");
     fs::create_directory(kept);
     for (const Language &language : languages) {
@@ -111,7 +114,7 @@ void placeLanguages(const std::vector<Language> &languages, const std::string &r
             throw Refusal("\"" + language.name + "\" is no language, or there twice");
         }
         if (language.table) {
-            placeTable(language, to, resources);
+            placeTable(language, messages, to, resources);
         } else if (fs::exists(from)) {
             fs::rename(from, to);
         } else {

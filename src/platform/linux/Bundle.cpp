@@ -28,6 +28,13 @@ Information readInformation(const std::string &bundlePath) {
     return releaseInformation(bundlePath);
 }
 
+/// The strings of the user's preferred language; none if the bundle has no table.
+StringTable stringTableOf(const Bundle &bundle) {
+    const auto region = bundle.infoDictionary().stringForKey("CFBundleDevelopmentRegion");
+    const auto file = localizedResource(bundle.resourcePath(), "Localizable.strings", region);
+    return file ? parseStringTable(contentsOfFile(*file).value_or(std::string())) : StringTable();
+}
+
 } // namespace
 
 std::string Bundle::ownPath() {
@@ -69,14 +76,17 @@ std::optional<std::string> Bundle::pathForResource(std::string_view name, std::s
 }
 
 std::string Bundle::localizedStringForKey(std::string_view key, std::string_view value) const {
-    const auto region = info_.stringForKey("CFBundleDevelopmentRegion");
-    if (const auto file = localizedResource(resourcePath(), "Localizable.strings", region)) {
-        const StringTable table = parseStringTable(contentsOfFile(*file).value_or(std::string()));
-        if (const auto entry = table.find(key); entry != table.end()) {
-            return entry->second;
-        }
+    const StringTable table = stringTableOf(*this);
+    const auto entry = table.find(key);
+    return entry != table.end() ? entry->second : std::string(value.empty() ? key : value);
+}
+
+std::vector<std::string> Bundle::localizedStringKeys() const {
+    std::vector<std::string> keys;
+    for (const auto &[key, text] : stringTableOf(*this)) {
+        keys.push_back(key);
     }
-    return std::string(value.empty() ? key : value);
+    return keys;
 }
 
 } // namespace kestrav::platform

@@ -66,6 +66,23 @@ std::string Bundle::localizedStringForKey(std::string_view key, std::string_view
     return std::string(value.empty() ? key : value);
 }
 
+std::vector<std::string> Bundle::localizedStringKeys() const {
+    const auto path = pathForResource("Localizable", "strings");
+    const std::string content = path ? contentsOfFile(*path).value_or("") : "";
+    const CFHandle data(CFDataCreate(kCFAllocatorDefault, reinterpret_cast<const UInt8 *>(content.data()),
+                                     static_cast<CFIndex>(content.size())));
+    CFPropertyListFormat format = kCFPropertyListOpenStepFormat; // also that of string tables
+    const CFHandle list(
+        CFPropertyListCreateWithData(kCFAllocatorDefault, data.get(), kCFPropertyListImmutable, &format, nullptr));
+    const auto table = propertyListOf(list.get());
+    const auto *entries = table ? table->as<PropertyList::Dictionary>() : nullptr;
+    std::vector<std::string> keys;
+    for (const auto &[key, text] : entries == nullptr ? PropertyList::Dictionary() : *entries) {
+        keys.push_back(key);
+    }
+    return keys;
+}
+
 std::optional<std::vector<std::optional<std::int32_t>>> Bundle::executableArchitectures() const {
     const BundleHandle bundle = openBundle(path_);
     const CFHandle list(bundle ? CFBundleCopyExecutableArchitectures(bundle.get()) : nullptr);
