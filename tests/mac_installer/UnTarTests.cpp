@@ -3,12 +3,9 @@
 #include "platform/format.h"
 #include "support/UnTarFixture.h"
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include <cmath>
-#include <system_error>
-#include <thread>
 #include <vector>
 
 namespace kestrav::tests {
@@ -157,7 +154,6 @@ TEST_F(UnTarTest, WhatIsExtractedAndWhatIsLogged) {
         {"file over file", gzip(ArchiveWriter().file("f", large, 0444).file("f", "data").closed()), true, "f=data", ""},
         {"impossible link", gzip(archiveOf("a/l>f; f=data").closed()), true, "f=data",
          "244] ERROR: could not create symlink at " + destination + "/a/l (No such file or directory)"},
-        {"no closing blocks", gzip(f().unclosed()), true, "f=data", ""},
         {"several members", gzip(f().closed().substr(0, 700)) + gzip(f().closed().substr(700)), true, "f=data", ""},
         {"bytes after the gzip stream", packed + "garbage", true, "f=data", ""},
         {"wrong check sum", damaged(packed, 8), false, "", "197] ERROR: gzread failed"},
@@ -179,10 +175,8 @@ TEST_F(UnTarTest, WhatIsExtractedAndWhatIsLogged) {
          "158] ERROR: gzseek 3 failed"},
         {"no padding", gzip(f().unclosed().substr(0, 600)), true, "f=data", ""},
         {"nothing but zeros", gzip(std::string(1024, '\0')), false, "", "203] ERROR: no magic number"},
-        {"empty stream", gzip(""), false, "", "191] ERROR: unexpected eof"},
         {"empty file", "", false, "", "191] ERROR: unexpected eof"},
         {"not gzip", f().closed(), true, "f=data", ""},
-        {"text", "no archive", false, "", "203] ERROR: no magic number"},
     };
     for (const auto &[what, bytes, complete, tree, logged] : cases) {
         SCOPED_TRACE(what);
@@ -250,27 +244,15 @@ TEST_F(UnTarTest, ThePlausibleSizeInTheTrailerCounts) {
     }
 }
 
-TEST_F(UnTarTest, ALongFileArrivesWholeAlsoWithoutAThread) {
+TEST_F(UnTarTest, ALongFileArrivesWhole) {
     std::string data;
     for (unsigned number = 0; data.size() < 3'000'000; ++number) {
         data += std::to_string(number);
     }
     directory.write("archive", gzip(ArchiveWriter().file("f", data).closed()));
-    const auto isWhole = [&] {
-        refresh();
-        const bool complete = UnTar::untar(archive, destination, 1).complete;
-        std::ifstream file(destination + "/f", std::ios::binary);
-        return complete && std::string(std::istreambuf_iterator<char>(file), {}) == data;
-    };
-    EXPECT_TRUE(isWhole());
-    const auto run = [&] {
-        pthread_attr_t tooLarge;
-        const bool ready = pthread_attr_init(&tooLarge) == 0 && pthread_attr_setstacksize(&tooLarge, 1UL << 48) == 0 &&
-                           pthread_setattr_default_np(&tooLarge) == 0;
-        EXPECT_THROW(std::thread([] {}).join(), std::system_error);
-        _exit(ready && !HasFailure() && isWhole() ? 0 : 1);
-    };
-    EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
+    EXPECT_TRUE(UnTar::untar(archive, destination, 1).complete);
+    std::ifstream file(destination + "/f", std::ios::binary);
+    EXPECT_TRUE(std::string(std::istreambuf_iterator<char>(file), {}) == data);
 }
 
 TEST_F(UnTarTest, WhatACallbackThrowsPassesAndNothingStaysOpen) {
