@@ -59,8 +59,8 @@ public:
     /// use such a file. Before `setDestination`.
     virtual void setDeletesFileUponFailure(bool deletes) = 0;
     /// Where to go if the destination's folder has no room for what is announced. Asked at most once, before
-    /// anything is written, on the thread of the transfer, maybe still when `cancel` returns. That file is always
-    /// removed upon failure. Without it such a download fails. Before `setDestination`.
+    /// anything is written, on the thread of the transfer, and not after `cancel`. That file is always removed upon
+    /// failure. Without it such a download fails. Before `setDestination`.
     virtual void setOtherDestination(OtherDestination otherDestination) = 0;
     /// Names the file and lets the transfer begin.
     virtual void setDestination(const std::string &path, bool allowOverwrite) = 0;

@@ -90,10 +90,6 @@ bool DownloadAttempts::isRest(const DownloadAnswer &answer) const {
            (version.empty() || version == part_.validator);
 }
 
-std::string DownloadAttempts::lack() const {
-    return part_.length < expectedLength_ ? format("Only %ld of %ld bytes came", part_.length, expectedLength_) : "";
-}
-
 std::optional<std::int64_t> DownloadAttempts::pauseBeforeNext(bool broken) {
     if (use_ == AnswerUse::AskForWhole) {
         part_ = {};

@@ -57,8 +57,6 @@ public:
     [[nodiscard]] const DownloadPart &part() const { return part_; }
     /// The length of the whole file, -1 if it was not announced.
     [[nodiscard]] std::int64_t expectedLength() const { return expectedLength_; }
-    /// Says so if the attempt has ended before the whole file was there; else empty.
-    [[nodiscard]] std::string lack() const;
 
     /// After how many microseconds the download that has not come whole is tried again; empty if that is the end of it.
     /// `broken`: the connection broke or could not be had.

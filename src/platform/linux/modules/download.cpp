@@ -164,7 +164,7 @@ bool beginBody(Session &session) {
         if (session.cutShort) {
             session.refusal = "The server's answer was cut short";
         } else if (session.request.response(session.request.host, &answer) == 0) {
-            session.refusal = "The server answered with status " + std::to_string(answer.status);
+            session.refusal = "The transfer was ended"; // the host knows why
         }
     }
     return session.refusal.empty();

@@ -1,0 +1,76 @@
+#include "platform/posix/DownloadTarget.h"
+
+#include "platform/Exception.h"
+#include "platform/format.h"
+
+#include <utility>
+
+namespace kestrav::platform {
+
+void DownloadTarget::open(const std::string &path, bool allowOverwrite) {
+    file_ = DownloadedFile(path, allowOverwrite, keepsPart_);
+    if (auto part = file_.openPart()) {
+        attempts_ = DownloadAttempts(std::move(*part));
+    }
+}
+
+std::optional<DownloadAttempts::Range> DownloadTarget::beginAttempt() {
+    failure_.clear();
+    return attempts_.begin();
+}
+
+bool DownloadTarget::receiveAnswer(const DownloadAnswer &answer) {
+    switch (attempts_.judge(answer)) {
+    case AnswerUse::WholeFile:
+        return beginFile();
+    case AnswerUse::RestOfFile:
+        return resumeFile();
+    default:
+        failure_ = format("The server answered with status %ld", answer.status);
+        return false;
+    }
+}
+
+bool DownloadTarget::beginFile() {
+    file_.discard(); // an earlier part needs room as well
+    failure_ = file_.lackOfRoom(expectedLength());
+    if (!failure_.empty() && other_) {
+        try {
+            file_ = DownloadedFile(std::exchange(other_, nullptr)(expectedLength()), true, false);
+            failure_.clear();
+        } catch (const Exception &exception) {
+            failure_ = exception.what();
+        }
+    }
+    return failure_.empty() && succeeded(file_.create(attempts_.part().validator));
+}
+
+bool DownloadTarget::resumeFile() {
+    failure_ = file_.lackOfRoom(expectedLength() - length());
+    if (!failure_.empty() && other_) {
+        attempts_.refuseRest();
+    }
+    return failure_.empty();
+}
+
+bool DownloadTarget::receive(std::string_view bytes) {
+    attempts_.received(bytes.size());
+    return succeeded(file_.write(bytes));
+}
+
+bool DownloadTarget::finish() {
+    if (isShort()) {
+        failure_ = format("Only %ld of %ld bytes came", length(), expectedLength());
+        return false;
+    }
+    return succeeded(file_.finish());
+}
+
+bool DownloadTarget::succeeded(const std::error_code &error) {
+    if (error) {
+        failure_ = file_.path() + ": " + error.message();
+    }
+    return !error;
+}
+
+} // namespace kestrav::platform
