@@ -60,6 +60,7 @@ void prepare(const ProcessInfo::Environment &environment, const std::string &bun
 TEST(DisplayNoticeDeathTest, WithoutDesktopAsLineOnStandardError) {
     const NotificationBus emptyBus("");
     const NotificationBus silentBus("silent");
+    const NotificationBus refusingBus("error");
     const NotificationBus goodBus("plain");
     const TemporaryDirectory directory;
     const FileDescriptor mute(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
@@ -78,6 +79,7 @@ TEST(DisplayNoticeDeathTest, WithoutDesktopAsLineOnStandardError) {
         {"a bus without a service", emptyBus.address()},
         {"a bus that takes connections and never speaks", "unix:path=" + directory / "mute"},
         {"a service that never answers", silentBus.address()},
+        {"a service that refuses", refusingBus.address()},
         {"no module", goodBus.address(), directory.path()},
     };
     const auto display = [](const std::string &address, const std::string &bundle, const char *title,

@@ -1,6 +1,7 @@
 // A desktop's notification service for the tests of the notices: owns the well-known name on a bus and writes down what
 // it is asked to show. Arguments: ADDRESS RECORD MODE, where MODE is
-//   markup   announces "body-markup"     plain   does not     silent   never answers a notice
+//   markup   announces "body-markup"     plain   does not
+//   error    refuses every notice        silent  never answers one
 // It prints "ready" once it owns the name.
 
 #include <gio/gio.h>
@@ -30,6 +31,10 @@ GDBusMessage *answer(GDBusConnection *connection, GDBusMessage *message, int inc
         std::ofstream(argv[2], std::ios::app) << text << "\n";
         g_free(text);
         g_dbus_message_set_body(reply, g_variant_new("(u)", 1U));
+        if (mode == "error") {
+            g_object_unref(reply);
+            reply = g_dbus_message_new_method_error(message, "org.freedesktop.Notifications.Error", "full");
+        }
     }
     if (method != "Notify" || mode != "silent") {
         g_dbus_connection_send_message(connection, reply, G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
