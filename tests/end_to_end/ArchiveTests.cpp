@@ -1,6 +1,7 @@
 // The runtime travels with the application, as an archive or with packed archives in it, or comes from a server.
 
 #include "Launch.h"
+#include "Tool.h"
 #include "platform/FileLock.h"
 #include "support/LoopbackServer.h"
 #include "support/VirtualDisplay.h"
@@ -46,6 +47,35 @@ TEST(Archive, RuntimeRunsAndLeavesNothing) {
     EXPECT_TRUE(launch.leftNothing());
 }
 
+TEST(Archive, RunsAsItIsPublished) {
+    const TemporaryDirectory folder;
+    const std::string source =
+        std::string(120, 'f') + "/" + std::string(200, 'g'); // far beyond 255 bytes with the rest
+    std::vector<std::unique_ptr<ShippingBundle>> bundles;
+    std::vector<std::pair<std::unique_ptr<Launch>, std::string>> launches;
+    for (const std::string home : {"bundle/jdk-17.0.9+9/Contents/Home/", "plain/jdk-17/"}) {
+        linkFile(KESTRAV_FAKE_JAVA, folder / (home + source));
+        folder.write(home + "README", "");
+        linkFile(folder / (home + source), folder / (home + "bin/java"));
+        const std::string place = folder / home.substr(0, home.find('/'));
+        const std::string top = namesIn(place).front();
+        const std::string archive = folder / "jre.tar.gz";
+        const std::string python = "import tarfile; tarfile.open('" + archive + "', 'w:gz').add('" + top + "')";
+        for (const std::string &command : {"tar --format=gnu -czf " + archive + " " + top,
+                                           "bsdtar -czf " + archive + " " + top, "python3 -c \"" + python + "\""}) {
+            ASSERT_EQ(run("cd " + place + "; " + command, {}).output, "");
+            bundles.push_back(std::make_unique<ShippingBundle>(contentOf(archive)));
+            launches.emplace_back(std::make_unique<Launch>(*bundles.back()), home.substr(home.find('/')) + "bin/java");
+        }
+    }
+    for (const auto &[launch, java] : launches) {
+        EXPECT_THAT(launch->report().arguments.front(), testing::EndsWith("/jre.bundle" + java));
+        EXPECT_EQ(launch->wait(), 0);
+        EXPECT_EQ(launch->errors(), "");
+        EXPECT_TRUE(launch->leftNothing());
+    }
+}
+
 TEST(Archive, WhatIsNotWholeIsNotStarted) {
     std::string changed = gzip(runtimeBundle().closed());
     changed[changed.size() - 8] = static_cast<char>(changed[changed.size() - 8] ^ 1); // in the check sum
@@ -54,6 +84,7 @@ TEST(Archive, WhatIsNotWholeIsNotStarted) {
     const std::pair<std::string, const char *> cases[] = {
         {changed, "the archive is damaged"},
         {gzip(runtimeBundle().file("large").size(1U << 31).closed()), "it holds a file of 2 GiB or more"},
+        {gzip(runtimeBundle().entry('S', "lib/modules").closed()), "it holds the sparse file lib/modules"},
         {gzip(packedRuntime().link("Contents/Home/lib/ext", outside.path()).closed()),
          "a link in it leads out of its folder"},
     };

@@ -32,9 +32,11 @@ TEST(Tool, ApplicationRunsOnEachKindOfRuntime) {
     const MadeBundle carrying({"--runtime", home});
     const std::string archive = contentOf(carrying.path() + "/Contents/Resources/app/jre.tar.gz");
     const LoopbackServer server(answers({{"/jre", ok(archive)}}));
+    const std::string published = folder / "home.tar.gz";
+    EXPECT_EQ(run("tar", {"-C", folder.path(), "-czf", published, "home"}).output, "");
     const std::string copied = "/jre.bundle/Contents/Home";
     const std::pair<std::vector<std::string>, std::string> cases[] = {
-        {{"--runtime", home}, copied},
+        {{"--runtime", published}, copied},
         {{"--runtime", home, "--runtime-form", "folder"}, copied},
         {{"--runtime-url", server.url("/jre"), "--no-search"}, copied},
         {{"--search", "R" + home, "--min-version", "17", "--max-version", "17"}, home},
@@ -55,6 +57,8 @@ TEST(Tool, ApplicationRunsOnEachKindOfRuntime) {
 
 TEST(Tool, ArchiveHoldsTheRuntimeWhole) {
     const TemporaryDirectory folder;
+    const std::string longName(240, 'n');
+    folder.write("home/" + longName, "");
     const Outcome outcome = makeTool(folder, {"--jar", KESTRAV_PROGRAM_JAR, "--runtime", makeHome(folder)});
     ASSERT_EQ(outcome.status, 0) << outcome.output;
     EXPECT_THAT(outcome.output, HasSubstr("home/lib/dangling, a link to nowhere, which is not there"));
@@ -63,7 +67,8 @@ TEST(Tool, ArchiveHoldsTheRuntimeWhole) {
     EXPECT_EQ(run("tar", {"tzf", archive}).output,
               "Contents/\nContents/Home/\nContents/Home/bin/\nContents/Home/bin/java\nContents/Home/bin/java-link\n"
               "Contents/Home/hard\nContents/Home/lib/\nContents/Home/lib/absolute\nContents/Home/lib/conf/\n"
-              "Contents/Home/lib/conf/a\nContents/Home/release\nContents/Info.plist\n");
+              "Contents/Home/lib/conf/a\nContents/Home/" +
+                  longName + "\nContents/Home/release\nContents/Info.plist\n");
     ASSERT_EQ(run("tar", {"xzf", archive, "-C", folder.makeDirectory("extracted")}).output, "");
     const std::string home = folder / "extracted/Contents/Home/";
     EXPECT_EQ(fs::read_symlink(home + "bin/java-link"), "java");

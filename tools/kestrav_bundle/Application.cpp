@@ -157,7 +157,7 @@ struct Plan {
     platform::PropertyList templateInfo;
     Program program;
     RuntimeBounds bounds;
-    std::optional<Runtime> runtime;
+    std::optional<Runtime> runtime; ///< that of a folder; one in an archive has to be extracted first
 };
 
 /// Refuses what can be refused before anything is written.
@@ -172,9 +172,9 @@ Plan plan(const Request &asked, const std::string &ownFolder) {
     plan.templateInfo = templateInfoOf(plan.bundleTemplate);
     plan.program = examineProgram(request);
     plan.bounds = effectiveBounds(request, plan.program);
-    if (request.runtime) {
-        plan.runtime =
-            examineRuntime(*request.runtime, plan.bounds, appendingPathComponent(plan.bundleTemplate, executable));
+    if (request.runtime && !fs::is_regular_file(*request.runtime)) {
+        plan.runtime = examineRuntime(*request.runtime, *request.runtime, plan.bounds,
+                                      appendingPathComponent(plan.bundleTemplate, executable));
         requireOutside(plan.runtime->folder, request.output);
     }
     return plan;
@@ -183,13 +183,17 @@ Plan plan(const Request &asked, const std::string &ownFolder) {
 } // namespace
 
 std::vector<std::string> makeApplication(const Request &asked, const std::string &ownFolder) {
-    const auto [request, bundleTemplate, templateInfo, program, bounds, runtime] = plan(asked, ownFolder);
+    auto [request, bundleTemplate, templateInfo, program, bounds, runtime] = plan(asked, ownFolder);
     const auto draft = configuration(templateInfo, request, program, 0);
     const FileTree tree = applicationTree(bundleTemplate, program, request.output);
     std::vector<std::string> notes = unheededKeys(request);
     append(notes, program.notes);
     append(notes, tree.notes);
     Workshop workshop(request);
+    if (request.runtime && !runtime) {
+        runtime = examineRuntime(*request.runtime, extractRuntimeArchive(*request.runtime, workshop.place("runtime")),
+                                 bounds, appendingPathComponent(bundleTemplate, executable));
+    }
     const std::string application = workshop.place("new.app");
     copyTree(tree, application);
     const std::string resources = appendingPathComponent(application, "Contents/Resources");

@@ -49,22 +49,23 @@ std::string wholeRuntime(const std::string &path) {
 
 } // namespace
 
-Runtime examineRuntime(const std::string &path, const RuntimeBounds &bounds, const std::string &launcher) {
-    if (!platform::directoryExistsAtPath(path)) {
-        throw Refusal("The runtime " + path + " is no folder");
+Runtime examineRuntime(const std::string &name, const std::string &folder, const RuntimeBounds &bounds,
+                       const std::string &launcher) {
+    if (!platform::directoryExistsAtPath(folder)) {
+        throw Refusal("The runtime " + name + " is neither a folder nor an archive");
     }
     Runtime runtime;
-    runtime.folder = wholeRuntime(path);
+    runtime.folder = wholeRuntime(folder);
     const std::string home = runtimeHome(runtime.folder);
     const std::string java = appendingPathComponent(getJreLocation(runtime.folder), "bin/java");
     if (!platform::fileExistsAtPath(java) || platform::directoryExistsAtPath(java) ||
         ::access(java.c_str(), X_OK) != 0) {
-        throw Refusal(path + " is no Java runtime: it has no executable bin/java");
+        throw Refusal(name + " is no Java runtime: it has no executable bin/java");
     }
     const std::string ours = machineOf(launcher);
     const std::string theirs = machineOf(java);
     if (!ours.empty() && !theirs.empty() && ours != theirs) {
-        throw Refusal("The runtime " + path + " is for another kind of machine than the launcher");
+        throw Refusal("The runtime " + name + " is for another kind of machine than the launcher");
     }
     runtime.isBundle = home != runtime.folder;
     const std::string info = appendingPathComponent(runtime.folder, "Contents/Info.plist");
@@ -72,11 +73,11 @@ Runtime examineRuntime(const std::string &path, const RuntimeBounds &bounds, con
 
     const auto bundle = Bundle::create(runtime.isBundle && !runtime.hasInfo ? home : runtime.folder);
     if (!bundle) {
-        throw Refusal("The runtime " + path + " cannot be read");
+        throw Refusal("The runtime " + name + " cannot be read");
     }
     const CandidateInfo declared = candidateInfo(*bundle, false);
     if (!declared.version) {
-        throw Refusal("The runtime " + path + " does not declare its version, neither in " +
+        throw Refusal("The runtime " + name + " does not declare its version, neither in " +
                       (runtime.isBundle ? "Contents/Info.plist (JavaVM, JVMVersion)" : "a file \"release\"") +
                       " nor anywhere else that the launcher reads");
     }
@@ -84,7 +85,7 @@ Runtime examineRuntime(const std::string &path, const RuntimeBounds &bounds, con
     const CandidateVerdict verdict =
         Launcher::checkBundleVersion(declared, {bounds.minVersion, bounds.maxVersion, {}, true}, false);
     if (!verdict.launchVersion) {
-        throw Refusal("The runtime " + path + " will not do: " + verdict.refusal);
+        throw Refusal("The runtime " + name + " will not do: " + verdict.refusal);
     }
     runtime.version = *declared.version;
     runtime.identifier = declared.identifier.value_or("");

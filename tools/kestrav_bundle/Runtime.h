@@ -16,7 +16,9 @@ struct Runtime {
 };
 
 /// Looks at a JDK or JRE folder: a bundle, or a home (the home of a bundle stands for the bundle). Refuses what is no
-/// runtime, runs on another system than `launcher` (an executable), or lies outside the bounds.
-[[nodiscard]] Runtime examineRuntime(const std::string &path, const RuntimeBounds &bounds, const std::string &launcher);
+/// runtime, runs on another system than `launcher` (an executable), or lies outside the bounds; `name` is what the user
+/// calls it.
+[[nodiscard]] Runtime examineRuntime(const std::string &name, const std::string &folder, const RuntimeBounds &bounds,
+                                     const std::string &launcher);
 
 } // namespace kestrav::tools

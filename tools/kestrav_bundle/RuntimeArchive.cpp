@@ -2,11 +2,14 @@
 
 #include "Interruption.h"
 #include "Request.h"
+#include "mac_installer/archive/UnTar.h"
+#include "mac_installer/launcher/RuntimeHome.h"
 
 #include <archive.h>
 #include <archive_entry.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <limits>
 #include <memory>
 #include <new>
@@ -16,15 +19,10 @@ namespace kestrav::tools {
 
 namespace {
 
-constexpr std::size_t longestName = 99;
 constexpr std::uint64_t largestFile = std::numeric_limits<std::int32_t>::max();
-constexpr std::int64_t latestTime = 077777777777; // eleven octal digits of POSIX ustar
+constexpr std::int64_t latestTime = 077777777777; // eleven octal digits of a header
 
 void requireExtractable(const TreeEntry &entry, const std::string &name) {
-    if (name.size() > longestName || entry.target.size() > longestName) {
-        throw Refusal("The runtime cannot travel as an archive (but with --runtime-form folder): \"" + name +
-                      "\" or where it leads is longer than " + std::to_string(longestName) + " bytes");
-    }
     if (entry.size > largestFile) {
         throw Refusal("The runtime cannot travel as an archive (but with --runtime-form folder): \"" + name +
                       "\" has 2 GiB or more");
@@ -37,7 +35,7 @@ public:
         if (archive_ == nullptr || entry_ == nullptr) {
             throw std::bad_alloc();
         }
-        check(archive_write_set_format_ustar(archive_.get()));
+        check(archive_write_set_format_pax_restricted(archive_.get()));
         check(archive_write_add_filter_gzip(archive_.get()));
         // Without the time of day the same runtime gives the same archive.
         check(archive_write_set_filter_option(archive_.get(), "gzip", "timestamp", nullptr));
@@ -111,6 +109,15 @@ std::uint64_t writeRuntimeArchive(const FileTree &tree, const std::string &path)
         writer.add(entry);
     }
     return writer.close();
+}
+
+std::string extractRuntimeArchive(const std::string &archive, const std::string &folder) {
+    std::filesystem::create_directory(folder);
+    const UntarResult result = UnTar::untar(archive, folder, 1, {}, raiseIfInterrupted);
+    if (!result.complete) {
+        throw Refusal("The runtime " + archive + " could not be extracted: " + result.reason);
+    }
+    return extractedRuntime(folder);
 }
 
 } // namespace kestrav::tools

@@ -7,9 +7,12 @@
 
 namespace kestrav::tools {
 
-/// Writes the entries as a gzip-compressed ustar archive, and returns its size before compression in bytes. Refuses
-/// what the launcher could not extract: a name, or a link's target, over 99 bytes, and a file of 2 GiB or more. Raises
-/// `Interrupted` after a signal.
+/// Writes the entries as a gzip-compressed tar archive, and returns its size before compression in bytes. Refuses what
+/// the launcher could not extract: a file of 2 GiB or more. Raises `Interrupted` after a signal.
 [[nodiscard]] std::uint64_t writeRuntimeArchive(const FileTree &tree, const std::string &path);
+
+/// Extracts an archive as the launcher does it, into a folder, which is made, and returns where the runtime in it is.
+/// Refuses what is no archive or cannot be extracted whole. Raises `Interrupted` after a signal.
+[[nodiscard]] std::string extractRuntimeArchive(const std::string &archive, const std::string &folder);
 
 } // namespace kestrav::tools

@@ -30,12 +30,13 @@ The program
   The last four may be given several times.
 
 Its runtime: one that it carries, one that it downloads, or one that is installed
-  --runtime FOLDER      a JDK or JRE that travels with the application
+  --runtime PATH        a JDK or JRE that travels with the application: its folder, or an archive (.tar.gz) as it was
+                        published
   --runtime-form FORM   how: "archive" (default: small, extracted at each start) or "folder" (starts faster)
   --runtime-url URL     where to fetch an archive from if no installed runtime suits: http, https, ftp or file. It is
-                        like the jre.tar.gz of an application made with --runtime: what is in the runtime's folder, or
-                        Contents, at the top. For the percentage while it is extracted --info can give its size before
-                        compression, ksv.jreUncompressedSize
+                        one as runtimes are published, or the jre.tar.gz of an application made with --runtime. For
+                        the percentage while it is extracted --info can give its size before compression,
+                        ksv.jreUncompressedSize
   --min-version V       the oldest and the newest version that will do, such as 11 or 17.0.2; 1.8 is Java 8
   --max-version V       (default: the oldest that can read the main class)
   --allow-beta          pre-releases will do as well

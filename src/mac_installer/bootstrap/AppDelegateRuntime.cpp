@@ -177,7 +177,8 @@ std::string AppDelegate::handleTar(const std::string &tarFile) {
     }
     _DLog("%s [Line %d] jre destination %@", tarSignature, __LINE__, destination);
 
-    const std::string home = getJreLocation(destination);
+    std::string runtimePath = extractedRuntime(destination);
+    const std::string home = getJreLocation(runtimePath);
     const std::string inner = appendingPathComponent(home, "jre");
     raiseIfCancelled();
     requireInside(destination, home);
@@ -191,7 +192,7 @@ std::string AppDelegate::handleTar(const std::string &tarFile) {
         Launcher::displayError("dorvik.InternalError", "could not run unpack200");
         platform::endProcess(1);
     }
-    return destination;
+    return runtimePath;
 }
 
 void AppDelegate::postProgress(double percentage) {

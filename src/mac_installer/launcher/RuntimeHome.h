@@ -14,4 +14,8 @@ namespace kestrav {
 /// `runtimeHome`, or the "jre" below it where that exists: the directory whose bin/java is started.
 [[nodiscard]] std::string getJreLocation(const std::string &runtimePath);
 
+/// The runtime in a folder that an archive was extracted to: the folder itself or, if that holds none, the only folder
+/// in it that does. Those who publish runtimes put such a folder around the whole.
+[[nodiscard]] std::string extractedRuntime(const std::string &folder);
+
 } // namespace kestrav
