@@ -27,7 +27,8 @@ public:
     Task(std::string launchPath, std::vector<std::string> arguments);
     Task(const Task &) = delete;
     Task &operator=(const Task &) = delete;
-    ~Task() = default;
+    /// Kills and reaps a child that nobody has waited for.
+    ~Task();
 
     /// The child's standard input; without it the child inherits ours. The descriptor must stay open until `launch`.
     void setStandardInput(int descriptor) { standardInput_ = descriptor; }

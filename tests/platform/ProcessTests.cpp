@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -120,6 +121,14 @@ TEST(TaskTests, SignalsWhileWaiting) {
         other.join();
         EXPECT_THAT(ending.terminationStatus(), ::testing::AnyOf(endsItself ? 3 : 143, 143));
     }
+}
+
+TEST(TaskTests, AChildThatNobodyWaitedForEndsWithItsTask) {
+    {
+        Task child(Shell, {"-c", "exec sleep 1000"});
+        child.launch();
+    }
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "neither running nor a zombie";
 }
 
 TEST(TaskTests, WriteAllToASlowReader) {

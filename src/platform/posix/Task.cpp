@@ -95,6 +95,28 @@ void keepStatusOfChildren() {
     }
 }
 
+/// The path and the arguments, as the child gets them.
+std::vector<std::string> argumentVector(const std::string &path, const std::vector<std::string> &arguments) {
+    for (const std::string &argument : arguments) {
+        if (argument.find('\0') != std::string::npos) {
+            throw Exception("TaskLaunchException",
+                            "could not start " + path + ": an argument holds a NUL character: " + argument);
+        }
+    }
+    std::vector<std::string> vector{path};
+    vector.insert(vector.end(), arguments.begin(), arguments.end());
+    return vector;
+}
+
+/// "NAME=value" for each variable of the process's copy of the environment.
+std::vector<std::string> environmentEntries() {
+    std::vector<std::string> entries;
+    for (const auto &[name, value] : ProcessInfo::processInfo().environment()) {
+        entries.push_back(name + "=" + value);
+    }
+    return entries;
+}
+
 /// The null-terminated vector of pointers that the system takes. Refers to `texts`.
 std::vector<char *> pointers(std::vector<std::string> &texts) {
     std::vector<char *> result(texts.size() + 1);
@@ -165,6 +187,14 @@ Pipe::Pipe() {
 Task::Task(std::string launchPath, std::vector<std::string> arguments)
     : launchPath_(std::move(launchPath)), arguments_(std::move(arguments)) {}
 
+Task::~Task() {
+    if (pid_ > 0 && !reaped_) {
+        sendSignal(SIGKILL);
+        int status = 0;
+        static_cast<void>(reap(pid_, status));
+    }
+}
+
 std::string Task::reason(int error) const {
     if (error == ENOENT && access(launchPath_.c_str(), F_OK) == 0) {
         return "the program that it needs to run is missing"; // the interpreter or loader that the file names
@@ -173,21 +203,8 @@ std::string Task::reason(int error) const {
 }
 
 void Task::launch() {
-    for (const std::string &argument : arguments_) {
-        if (argument.find('\0') != std::string::npos) {
-            throw Exception("TaskLaunchException",
-                            "could not start " + launchPath_ + ": an argument holds a NUL character: " + argument);
-        }
-    }
-    std::vector<std::string> vector{launchPath_};
-    vector.insert(vector.end(), arguments_.begin(), arguments_.end());
-    std::vector<std::string> environment;
-    for (const auto &[name, value] : ProcessInfo::processInfo().environment()) {
-        std::string &entry = environment.emplace_back(name);
-        entry += '=';
-        entry += value;
-    }
-
+    std::vector<std::string> vector = argumentVector(launchPath_, arguments_);
+    std::vector<std::string> environment = environmentEntries();
     SpawnSettings settings(ownGroup_);
     FileDescriptor copy;
     if (standardInput_ >= 0) {
@@ -243,8 +260,8 @@ void Task::waitUntilExit() {
 void Task::sendSignal(int signal) {
     const std::lock_guard lock(mutex_);
     if (pid_ > 0 && !reaped_) {
-        kill(ownGroup_ ? -pid_ : pid_,
-             signal); // fails only for a zombie on some systems, to which it makes no difference
+        // It fails only for a zombie on some systems, to which it makes no difference.
+        kill(ownGroup_ ? -pid_ : pid_, signal);
     }
 }
 
