@@ -20,8 +20,12 @@ public:
     [[nodiscard]] static const Bundle &mainBundle();
 
     /// Opens the bundle at a directory; null if there is no directory. A directory without an Info.plist opens as a
-    /// bundle without keys, or with those of a runtime's `release` file where the platform says so.
+    /// bundle without keys.
     [[nodiscard]] static std::unique_ptr<Bundle> create(const std::string &path);
+
+    /// A bundle whose information dictionary comes from elsewhere.
+    [[nodiscard]] static std::unique_ptr<Bundle> create(std::string path, PropertyList info,
+                                                        std::optional<std::string> damage);
 
     /// Without a trailing "/".
     [[nodiscard]] const std::string &bundlePath() const { return path_; }

@@ -1,7 +1,7 @@
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
+#include "platform/Machine.h"
 #include "platform/Reexecution.h"
-#include "platform/RuntimeSupport.h"
 #include "support/LauncherFixture.h"
 
 #include <gmock/gmock.h>

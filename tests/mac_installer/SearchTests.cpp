@@ -1,3 +1,4 @@
+#include "mac_installer/launcher/RuntimeBundle.h"
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
 #include "support/LauncherFixture.h"
@@ -214,6 +215,23 @@ TEST_F(OtherInstallations, APlainRuntimeDoesNotEndTheSearch) {
     EXPECT_EQ(findAmong(a + ";" + b), b + "/.kestrav/jre.bundle");
     EXPECT_EQ(launcher.runtime->launchJavaVersion, "1.8.0");
     EXPECT_EQ(findAmong(a, {{"ksv.minVersion", "1.9"}}), std::nullopt);
+}
+
+TEST(RuntimeBundle, IsDescribedByItsReleaseFileWithoutAnInfoPlist) {
+    const TemporaryDirectory directory;
+    const auto opened = [&] { return openRuntime(directory.path())->infoDictionary(); };
+    directory.write("Contents/Home/release", "JAVA_VERSION=\"17\"\n");
+    EXPECT_EQ(opened(), Dictionary{});
+    directory.write("release", "IMPLEMENTOR=\"Maker of \"Java\"\"\r\nX=\"=\"\r\n JAVA_VERSION = 17.0.2 \r\n"
+                               "JAVA_RUNTIME_VERSION=\"17.0.2-ea+8-release\"\n");
+    EXPECT_EQ(opened(), Dictionary({{"CFBundleIdentifier", "Maker of \"Java\""},
+                                    {"EvarVersion", "17.0.2-ea"},
+                                    {"JavaVM", Dictionary{{"JVMVersion", "17.0.2"}}}}));
+    directory.write("release", "nonsense\n#JAVA_VERSION=1\n=\n\"");
+    EXPECT_EQ(opened(), Dictionary{});
+    directory.write("release", "JAVA_VERSION=\"17\"\n" + std::string(1 << 20, '\n'));
+    EXPECT_THAT(openRuntime(directory.path())->damage().value_or(""),
+                testing::HasSubstr("\"release\" cannot be read as UTF-8 text of at most 1 MiB"));
 }
 
 } // namespace

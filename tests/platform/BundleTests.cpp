@@ -64,28 +64,12 @@ TEST(LinuxBundle, KeepsWhatIsWrongWithItsDescription) {
         return bundle->damage().value_or("none");
     };
     EXPECT_EQ(damage(), "none");
-    directory.write("release", "JAVA_VERSION=\"17\"\n" + std::string(1 << 20, '\n'));
-    EXPECT_THAT(damage(), HasSubstr("\"release\" cannot be read as UTF-8 text of at most 1 MiB"));
     for (const char *content : {"", "<plist><dict>", "<plist><array/></plist>"}) {
         directory.write("Contents/Info.plist", content);
         EXPECT_THAT(damage(), HasSubstr("Info.plist is damaged")) << content;
     }
     EXPECT_TRUE(lines.empty()); // a runtime is somebody else's
     testing::replacements().logSink = nullptr;
-}
-
-TEST(LinuxBundle, ReadsTheReleaseFileOfARuntime) {
-    const TemporaryDirectory directory;
-    const auto opened = [&] { return Bundle::create(directory.path())->infoDictionary(); };
-    directory.write("Contents/Home/release", "JAVA_VERSION=\"17\"\n");
-    EXPECT_EQ(opened(), Dictionary{});
-    directory.write("release", "IMPLEMENTOR=\"Maker of \"Java\"\"\r\nX=\"=\"\r\n JAVA_VERSION = 17.0.2 \r\n"
-                               "JAVA_RUNTIME_VERSION=\"17.0.2-ea+8-release\"\n");
-    EXPECT_EQ(opened(), Dictionary({{"CFBundleIdentifier", "Maker of \"Java\""},
-                                    {"EvarVersion", "17.0.2-ea"},
-                                    {"JavaVM", Dictionary{{"JVMVersion", "17.0.2"}}}}));
-    directory.write("release", "nonsense\n#JAVA_VERSION=1\n=\n\"");
-    EXPECT_EQ(opened(), Dictionary{});
 }
 
 TEST(LinuxBundle, TellsArchitecturesOfItsExecutable) {

@@ -1,6 +1,7 @@
 #include "Runtime.h"
 
 #include "mac_installer/launcher/Launcher.h"
+#include "mac_installer/launcher/RuntimeBundle.h"
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "platform/FileDescriptor.h"
 #include "platform/FileManager.h"
@@ -71,7 +72,7 @@ Runtime examineRuntime(const std::string &name, const std::string &folder, const
     const std::string info = appendingPathComponent(runtime.folder, "Contents/Info.plist");
     runtime.hasInfo = runtime.isBundle && platform::fileExistsAtPath(info);
 
-    const auto bundle = Bundle::create(runtime.isBundle && !runtime.hasInfo ? home : runtime.folder);
+    const auto bundle = openRuntime(runtime.isBundle && !runtime.hasInfo ? home : runtime.folder);
     if (!bundle) {
         throw Refusal("The runtime " + name + " cannot be read");
     }

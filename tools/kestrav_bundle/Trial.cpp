@@ -3,7 +3,7 @@
 #include "JavaRun.h"
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/RuntimeHome.h"
-#include "platform/RuntimeSupport.h"
+#include "mac_installer/launcher/RuntimeSupport.h"
 #include "platform/path.h"
 #include "platform/text.h"
 
@@ -32,8 +32,7 @@ bool beginsWithAny(std::string_view text, const auto &beginnings) {
 /// somebody.
 bool canBeTried(const std::string &option) {
     constexpr std::array others{"-include-options ", "-agentlib:", "-agentpath:", "-javaagent:", "-Xrun"};
-    return option.find("${") == std::string::npos && !beginsWithAny(option, others) &&
-           platform::runtimeKnowsOption(option);
+    return option.find("${") == std::string::npos && !beginsWithAny(option, others) && runtimeKnowsOption(option);
 }
 
 /// True for options that fail where a module is not found.

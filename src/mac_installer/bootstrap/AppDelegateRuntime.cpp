@@ -5,6 +5,7 @@
 #include "mac_installer/archive/UnTar.h"
 #include "mac_installer/archive/Unpacker.h"
 #include "mac_installer/launcher/InfoPlist.h"
+#include "mac_installer/launcher/RuntimeBundle.h"
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "mac_installer/launcher/failure.h"
 #include "platform/DebugLog.h"
@@ -100,7 +101,7 @@ std::optional<JavaRuntime> AppDelegate::obtainRuntime(Launcher &launcher) {
 
 JavaRuntime AppDelegate::extractRuntime(const std::string &archive) {
     const std::string path = handleTar(archive);
-    JavaRuntime runtime = Launcher::chosenRuntime(path, Bundle::create(path).get());
+    JavaRuntime runtime = Launcher::chosenRuntime(path, openRuntime(path).get());
     runtime.tarFile = archive;
     return runtime;
 }

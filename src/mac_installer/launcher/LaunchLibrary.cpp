@@ -5,7 +5,7 @@
 #include "platform/DebugLog.h"
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
-#include "platform/RuntimeSupport.h"
+#include "platform/Machine.h"
 #include "platform/path.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "mac_installer/launcher/Launcher.h"
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "platform/DebugLog.h"
-#include "platform/RuntimeSupport.h"
+#include "platform/Machine.h"
 #include "platform/path.h"
 #include "platform/text.h"
 

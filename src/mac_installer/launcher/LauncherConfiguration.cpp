@@ -1,9 +1,9 @@
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/Launcher.h"
+#include "mac_installer/launcher/RuntimeSupport.h"
 #include "platform/DebugLog.h"
 #include "platform/Exception.h"
 #include "platform/ProcessInfo.h"
-#include "platform/RuntimeSupport.h"
 #include "platform/text.h"
 
 #include <algorithm>
@@ -157,7 +157,7 @@ std::vector<std::string> Launcher::commandLine(const JavaParameters &parameters)
     std::vector<std::string> line;
     line.reserve(parameters.options.size() + parameters.args.size() + 3);
     for (const std::string &option : parameters.options) {
-        if (platform::runtimeKnowsOption(option)) {
+        if (runtimeKnowsOption(option)) {
             line.push_back(option);
         } else {
             _DLog("%s [Line %d] left out %@: %@", signature, __LINE__, option, "runtimes of this platform refuse it");

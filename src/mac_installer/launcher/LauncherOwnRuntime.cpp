@@ -1,6 +1,7 @@
 #include "mac_installer/archive/Unpacker.h"
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/Launcher.h"
+#include "mac_installer/launcher/RuntimeBundle.h"
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "mac_installer/launcher/trust.h"
 #include "platform/DebugLog.h"
@@ -40,7 +41,7 @@ std::optional<Launcher::OwnRuntime> Launcher::findOwnRuntime() {
     const std::string &bundlePath = Bundle::mainBundle().bundlePath();
     for (const char *place : {"Contents/Resources/jre.bundle", "Contents/PlugIns/jre.bundle"}) {
         std::string path = appendingPathComponent(bundlePath, place);
-        if (auto bundle = Bundle::create(path)) {
+        if (auto bundle = openRuntime(path)) {
             return OwnRuntime{std::move(path), std::move(bundle)};
         }
     }
@@ -54,7 +55,7 @@ std::optional<Launcher::OwnRuntime> Launcher::findOwnRuntime() {
                mayBeHeeded(signature, __LINE__, appendingPathComponent(runtimeHome(path), "bin/java"));
     };
     if (std::string path = appendingPathComponent(base, ".kestrav/jre.bundle"); isThere(path)) {
-        auto bundle = Bundle::create(path);
+        auto bundle = openRuntime(path);
         return bundle ? std::optional(OwnRuntime{std::move(path), std::move(bundle)}) : std::nullopt;
     }
     std::string path = appendingPathComponent(base, ".kestrav/jre");

@@ -1,10 +1,11 @@
 #include "mac_installer/launcher/CandidateInfo.h"
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/Launcher.h"
+#include "mac_installer/launcher/RuntimeBundle.h"
+#include "mac_installer/launcher/RuntimeSupport.h"
 #include "platform/DebugLog.h"
 #include "platform/FileManager.h"
 #include "platform/ProcessInfo.h"
-#include "platform/RuntimeSupport.h"
 #include "platform/path.h"
 
 #include <algorithm>
@@ -63,7 +64,7 @@ std::vector<std::string> newestDeclaredFirst(const std::string &directory, const
     std::map<std::string, std::vector<std::u16string>> versions;
     for (const std::string &name : names) {
         checkpoint();
-        const auto bundle = Bundle::create(appendingPathComponent(directory, name));
+        const auto bundle = openRuntime(appendingPathComponent(directory, name));
         const OptionalText version = bundle ? candidateInfo(*bundle, false).version : std::nullopt;
         versions[name] = Launcher::splitVersionString(version.value_or(""));
     }
@@ -157,7 +158,7 @@ std::optional<JavaRuntime> Launcher::findDirectoryJavaBundle(const OptionalText 
 std::optional<JavaRuntime> Launcher::findPlugin(const RuntimeBounds &bounds) {
     const std::string path = platform::systemPath("/Library/Internet Plug-Ins/JavaAppletPlugin.plugin");
     const bool hasRuntime = platform::fileExistsAtPath(appendingPathComponent(path, "Contents/Home/bin/java"));
-    const auto bundle = hasRuntime ? Bundle::create(path) : nullptr;
+    const auto bundle = hasRuntime ? openRuntime(path) : nullptr;
     if (!bundle) {
         return std::nullopt;
     }
@@ -180,7 +181,7 @@ std::optional<JavaRuntime> Launcher::findPublicJavaBundle(const RuntimeBounds &b
     if (auto plugin = findPlugin(bounds)) {
         return plugin;
     }
-    for (const platform::RuntimeDirectory &directory : platform::standardRuntimeDirectories()) {
+    for (const RuntimeDirectory &directory : standardRuntimeDirectories()) {
         const auto names = platform::contentsOfDirectoryAtPath(directory.path);
         if (!names) {
             continue;
@@ -202,7 +203,7 @@ std::optional<JavaRuntime> Launcher::findPublicJavaBundle(const RuntimeBounds &b
 std::optional<JavaRuntime> Launcher::tryBundle(const char *signature, int line, const std::string &path,
                                                const RuntimeBounds &bounds, bool plugin) {
     checkpoint();
-    const auto bundle = Bundle::create(path);
+    const auto bundle = openRuntime(path);
     return acceptOrRefuse(signature, line, path, checkJavaVersion(bundle.get(), bounds, plugin));
 }
 

@@ -2,6 +2,7 @@
 #include "mac_installer/launcher/LaunchLibrary.h"
 #include "mac_installer/launcher/LaunchVector.h"
 #include "mac_installer/launcher/Launcher.h"
+#include "mac_installer/launcher/RuntimeBundle.h"
 #include "mac_installer/launcher/global.h"
 #include "mac_installer/launcher/prepareProcess.h"
 #include "platform/DebugLog.h"
@@ -47,7 +48,7 @@ Launcher &Launcher::loadFromArgumentFile(const char *programPath, const char *ar
     }
     const std::string path = std::move(lines.front());
     lines.erase(lines.begin());
-    const auto bundle = platform::Bundle::create(path);
+    const auto bundle = openRuntime(path);
     runtime = chosenRuntime(path, bundle.get());
     _DLog("%s [Line %d] java bundle %s %p", signature, __LINE__, runtime->launchJavaVersion,
           static_cast<const void *>(bundle.get()));

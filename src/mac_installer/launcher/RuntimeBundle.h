@@ -1,25 +1,15 @@
 #pragma once
 
-#include "platform/PropertyList.h"
+#include "platform/Bundle.h"
 
-#include <optional>
+#include <memory>
 #include <string>
-#include <string_view>
 
-namespace kestrav::platform {
+namespace kestrav {
 
-/// A bundle's information dictionary, and what is wrong with the file that it was read from.
-struct Information {
-    PropertyList dictionary;
-    std::optional<std::string> damage;
-};
+/// Opens a Java runtime; null if there is no directory. One that is no bundle says what it is in a file "release",
+/// which counts elsewhere than on macOS: it opens as a bundle whose `JavaVM`/`JVMVersion`, `EvarVersion` and
+/// `CFBundleIdentifier` are taken from there.
+[[nodiscard]] std::unique_ptr<platform::Bundle> openRuntime(const std::string &path);
 
-/// The entries of the text of a runtime's `release` file: lines KEY="VALUE", the quotes optional; other lines are
-/// passed over.
-[[nodiscard]] PropertyList::Dictionary parseReleaseFile(std::string_view text);
-
-/// What a runtime directory without an Info.plist says about itself in its `release` file: `JavaVM`/`JVMVersion`,
-/// `EvarVersion` and `CFBundleIdentifier`. An empty dictionary if there is no such file.
-[[nodiscard]] Information releaseInformation(const std::string &directory);
-
-} // namespace kestrav::platform
+} // namespace kestrav

@@ -2,7 +2,6 @@
 
 #include "platform/FileManager.h"
 #include "platform/linux/Localization.h"
-#include "platform/linux/ReleaseFile.h"
 #include "platform/linux/StringTable.h"
 #include "platform/path.h"
 
@@ -11,6 +10,12 @@
 namespace kestrav::platform {
 
 namespace {
+
+/// A bundle's information dictionary, and what is wrong with the file that it was read from.
+struct Information {
+    PropertyList dictionary;
+    std::optional<std::string> damage;
+};
 
 Information readInformation(const std::string &bundlePath) {
     for (const char *place : {"Contents/Info.plist", "Resources/Info.plist", "Info.plist"}) {
@@ -25,7 +30,7 @@ Information readInformation(const std::string &bundlePath) {
         }
         return {{}, "its Info.plist is damaged or cannot be read"};
     }
-    return releaseInformation(bundlePath);
+    return {};
 }
 
 /// The strings of the user's preferred language; none if the bundle has no table.
@@ -52,8 +57,7 @@ std::unique_ptr<Bundle> Bundle::create(const std::string &path) {
     }
     std::string ownPath(withoutTrailingSlashes(path));
     Information information = readInformation(ownPath);
-    return std::unique_ptr<Bundle>(
-        new Bundle(std::move(ownPath), std::move(information.dictionary), std::move(information.damage)));
+    return create(std::move(ownPath), std::move(information.dictionary), std::move(information.damage));
 }
 
 std::string Bundle::resourcePath() const {

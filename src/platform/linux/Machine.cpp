@@ -1,6 +1,5 @@
-#include "platform/RuntimeSupport.h"
+#include "platform/Machine.h"
 
-#include "platform/FileManager.h"
 #include "platform/linux/FileHeader.h"
 
 #include <algorithm>
@@ -44,12 +43,8 @@ const Processor &thisProcessor() {
 
 } // namespace
 
-std::vector<RuntimeDirectory> standardRuntimeDirectories() {
-    return {{systemPath("/Library/Java/JavaVirtualMachines"), true}, {systemPath("/usr/lib/jvm"), false}};
-}
-
-bool runtimeKnowsOption(std::string_view option) {
-    return !option.starts_with("-Xdock:") && option != "-XstartOnFirstThread";
+bool isMacOS() {
+    return false;
 }
 
 bool runsOnThisProcessor(const std::string &program) {

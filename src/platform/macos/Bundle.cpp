@@ -39,7 +39,7 @@ std::unique_ptr<Bundle> Bundle::create(const std::string &path) {
     if (!bundle) {
         return nullptr;
     }
-    return std::unique_ptr<Bundle>(new Bundle(std::string(withoutTrailingSlashes(path)), informationOf(bundle.get())));
+    return create(std::string(withoutTrailingSlashes(path)), informationOf(bundle.get()), std::nullopt);
 }
 
 std::string Bundle::resourcePath() const {

@@ -1,14 +1,8 @@
-#include "platform/RuntimeSupport.h"
-
-#include "platform/FileManager.h"
+#include "platform/Machine.h"
 
 namespace kestrav::platform {
 
-std::vector<RuntimeDirectory> standardRuntimeDirectories() {
-    return {{systemPath("/Library/Java/JavaVirtualMachines"), true}};
-}
-
-bool runtimeKnowsOption(std::string_view /*option*/) {
+bool isMacOS() {
     return true;
 }
 

@@ -12,9 +12,13 @@ const Bundle &Bundle::mainBundle() {
     static NeverDestroyed<std::unique_ptr<const Bundle>> bundle([] {
         const std::string path = ownPath();
         auto opened = create(path);
-        return opened ? std::move(opened) : std::unique_ptr<Bundle>(new Bundle(path, {})); // removed while it runs
+        return opened ? std::move(opened) : create(path, {}, std::nullopt); // removed while it runs
     });
     return *bundle.get();
+}
+
+std::unique_ptr<Bundle> Bundle::create(std::string path, PropertyList info, std::optional<std::string> damage) {
+    return std::unique_ptr<Bundle>(new Bundle(std::move(path), std::move(info), std::move(damage)));
 }
 
 std::optional<std::string> Bundle::bundleIdentifier() const {
