@@ -1,6 +1,6 @@
 #include "platform/SystemLog.h"
 #include "platform/UserNotification.h"
-#include "platform/macos/DownloadRules.h"
+#include "platform/macos/RequestRules.h"
 
 #include <gtest/gtest.h>
 

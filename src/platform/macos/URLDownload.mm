@@ -2,7 +2,7 @@
 
 #include "platform/format.h"
 #include "platform/macos/CFValue.h"
-#include "platform/macos/DownloadRules.h"
+#include "platform/macos/RequestRules.h"
 #include "platform/posix/downloadRules.h"
 
 #import <Foundation/Foundation.h>

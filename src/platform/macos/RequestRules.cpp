@@ -1,4 +1,4 @@
-#include "platform/macos/DownloadRules.h"
+#include "platform/macos/RequestRules.h"
 
 #include "platform/format.h"
 
