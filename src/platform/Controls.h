@@ -10,7 +10,7 @@
 
 namespace kestrav::platform {
 
-/// What the controls have in common: whoever shows them learns of every change and takes over the new state.
+/// What the controls have in common: the window that shows them hears of each change and takes over the new state.
 class Control {
 public:
     /// Called after each change, and once right away. An empty function ends that.

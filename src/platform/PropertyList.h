@@ -12,7 +12,7 @@
 namespace kestrav::platform {
 
 /// A property-list value: what an Info.plist, the user defaults or a string table consists of. A plain value type;
-/// texts are UTF-8.
+/// strings are UTF-8.
 class PropertyList {
 public:
     using Array = std::vector<PropertyList>;
@@ -61,7 +61,7 @@ public:
     template <class T> [[nodiscard]] const T *as() const { return std::get_if<T>(&value_); }
     template <class T> [[nodiscard]] T *as() { return std::get_if<T>(&value_); }
 
-    /// The entry of a dictionary; null when this is none or has no such key.
+    /// The entry of a dictionary; null if this is not a dictionary or has no such key.
     [[nodiscard]] const PropertyList *find(std::string_view key) const;
 
     /// The entry of a dictionary if it is a string; empty otherwise.
@@ -73,7 +73,7 @@ private:
     std::variant<bool, std::int64_t, double, std::string, Data, Date, Array, Dictionary> value_;
 };
 
-/// The list of texts as the platform prints an array of strings.
+/// The list of strings as the platform prints an array of strings.
 [[nodiscard]] std::string description(const std::vector<std::string> &texts);
 
 } // namespace kestrav::platform

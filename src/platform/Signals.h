@@ -10,7 +10,7 @@ namespace kestrav::platform {
 /// the program runs it asks the process to end. (A Java program answers SIGQUIT with its threads' stacks and goes on.)
 struct TerminationSignal {
     int number = 0;
-    /// True if the terminal sent it to the whole foreground group: a child of ours that ran by then has it already.
+    /// True if the terminal sent it to the whole foreground group: a child that ran by then has it already.
     /// Never for SIGHUP, which goes to the session's leader alone.
     bool fromTerminal = false;
     /// When it came, on the clock of `monotonicNanoseconds`.
@@ -30,7 +30,7 @@ private:
 };
 
 /// What the process does about signals. One that was ignored when the process started stays ignored, in children too:
-/// whoever started it (nohup, a shell's background job) wants it so.
+/// the program that started it (nohup, a shell's background job) wants it so.
 class Signals {
 public:
     /// Makes SIGPIPE and SIGXFSZ harmless: a write fails with an error instead of ending the process.

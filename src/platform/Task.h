@@ -21,7 +21,7 @@ public:
 
 /// One child process. It starts with default signal dispositions (but those signals ignored that were when this process
 /// started), an empty signal mask, this process's copy of the environment (`ProcessInfo`) and working directory, and no
-/// descriptor of ours but its standard three and the one it is to keep.
+/// descriptor of ours except its standard three and the one that it is to keep.
 class Task {
 public:
     Task(std::string launchPath, std::vector<std::string> arguments);

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-// Text helpers with the platform's rules. All texts are UTF-8.
+// Text helpers with the platform's rules. All strings are UTF-8.
 
 namespace kestrav::platform {
 
@@ -39,14 +39,14 @@ namespace kestrav::platform {
 
 [[nodiscard]] bool isValidUTF8(std::string_view bytes);
 
-/// UTF-16 units of a UTF-8 text and back; bytes that are no UTF-8 become U+FFFD, lone surrogates as well.
+/// UTF-16 units of a UTF-8 text and back; bytes that are not UTF-8 become U+FFFD, lone surrogates as well.
 [[nodiscard]] std::u16string utf16(std::string_view text);
 [[nodiscard]] std::string utf8(std::u16string_view text);
 
 /// One line of the text, safe on a terminal: control characters (also the line break, and those beyond ASCII) as "\n",
 /// "\u001B" and the like.
 [[nodiscard]] std::string escapingControlCharacters(std::string_view text);
-/// The same for texts that may have been written in several lines: line breaks and tabs are blanks.
+/// The same for a text that may have been written in several lines: line breaks and tabs become blanks.
 [[nodiscard]] std::string onOneLine(std::string text);
 
 // Character classes, judged by one UTF-16 unit. A surrogate is in none of them.

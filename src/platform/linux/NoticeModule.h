@@ -5,7 +5,7 @@
 
 extern "C" {
 
-/// One notice. The texts belong to the caller and are valid during the call.
+/// One notice. The strings belong to the caller and are valid during the call.
 struct KestravNotice {
     const char *busAddress;  ///< the session bus's D-Bus address; null where only its socket is known
     const char *busSocket;   ///< the path of the session bus's socket; used without an address

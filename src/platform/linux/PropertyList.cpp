@@ -32,7 +32,7 @@ std::string xmlOf(plist_t node) {
     return xml != nullptr ? std::string(xml, size) : std::string();
 }
 
-/// Texts may hold anything, XML must not.
+/// Strings may hold anything, XML must not.
 std::string validText(std::string_view bytes) {
     return isValidUTF8(bytes) ? std::string(bytes) : utf8(utf16(bytes));
 }

@@ -60,7 +60,7 @@ std::optional<std::uint64_t> processStartTime() {
 void prepareReexecution(std::string_view version, std::string_view libraryPath) {
     const auto startTime = processStartTime();
     if (!startTime) {
-        return; // executed again, the program begins anew
+        return; // executed again, the program starts from the beginning
     }
     std::string value =
         std::to_string(getpid()) + " " + std::to_string(*startTime) + " " + std::to_string(version.size()) + " ";
@@ -76,7 +76,7 @@ std::optional<Reexecution> takeReexecution() {
     }
     const std::string value = found;
     unsetenv(variable);
-    const bool isPrivileged = getauxval(AT_SECURE) != 0; // whoever started this has less rights than it
+    const bool isPrivileged = getauxval(AT_SECURE) != 0; // the user who started this has fewer rights
     std::string_view rest = value;
     if (isPrivileged || takeNumber<pid_t>(rest) != getpid()) {
         return std::nullopt;

@@ -26,7 +26,7 @@
 #include <mutex>
 #include <string>
 
-// Not by `syslog`, which waits for as long as the daemon does not read.
+// This does not use `syslog`, which waits for as long as the daemon does not read.
 
 namespace kestrav::platform {
 
@@ -46,7 +46,7 @@ Daemon &daemon() {
     return instance.get();
 }
 
-/// A socket that is none of the standard three, which the process may have been started without.
+/// A socket whose descriptor lies above the standard three, which the process may have been started without.
 FileDescriptor newSocket(int type) {
     const FileDescriptor made(socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     return FileDescriptor(made.valid() ? fcntl(made.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1) : -1);
@@ -127,7 +127,7 @@ void sendToLogDaemon(std::string_view message) {
     Daemon &log = daemon();
     std::string line = lineOf(message);
     const std::lock_guard lock(log.mutex);
-    // The daemon may have been started anew since the last line.
+    // The daemon may have been restarted since the last line.
     for (int attempt = 0; attempt < 2; ++attempt) {
         if (!log.socket.valid() && !connectTo(log)) {
             return;

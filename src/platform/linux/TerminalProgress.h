@@ -16,7 +16,7 @@ public:
     TerminalProgress &operator=(const TerminalProgress &) = delete;
     ~TerminalProgress();
 
-    /// Writes the line anew if it has changed.
+    /// Rewrites the line if it has changed.
     void update();
 
     /// Takes the line away, if there is one, before something else is written to standard error. Any thread.

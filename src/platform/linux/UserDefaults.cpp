@@ -54,7 +54,8 @@ std::optional<PropertyList> valueInDomain(const std::string &domain, std::string
 }
 
 /// A property list with `value` under `key`, otherwise as it was. It keeps its form, XML or binary, and goes through
-/// the library's own values, so that nothing is lost that `PropertyList` does not know. Empty if it is no dictionary.
+/// the library's own values, so that nothing is lost that `PropertyList` does not know. Empty if it is not a
+/// dictionary.
 std::optional<std::string> settingValue(std::string_view content, const PropertyList &value, std::string_view key) {
     const Node root = nodeOf(content);
     if (!root || plist_get_node_type(root.get()) != PLIST_DICT) {
@@ -77,7 +78,7 @@ bool isWhole(std::string_view bytes, PropertyList list, const PropertyList &valu
         return false;
     }
     dictionary->insert_or_assign(std::string(key), value);
-    return found->serialize() == list.serialize(); // as texts, in which a number that is none equals itself
+    return found->serialize() == list.serialize(); // as XML, in which a NaN equals itself
 }
 
 /// A file that its owner has made read-only stays as it is, although a new one could take its place.

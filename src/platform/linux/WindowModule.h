@@ -7,8 +7,8 @@
 
 extern "C" {
 
-/// What the window shows. Texts are UTF-8. All of it belongs to the caller and is valid during the call; the icon stays
-/// as long as its address is passed.
+/// What the window shows. Strings are UTF-8. All of it belongs to the caller and is valid during the call; the icon
+/// stays as long as its address is passed.
 struct KestravWindowContent {
     const char *title;
     const char *label;
@@ -31,7 +31,7 @@ struct KestravWindowSettings {
 
     void (*runTasks)(void *context) noexcept;
     void (*cancelPressed)(void *context) noexcept;
-    void (*closeRequested)(void *context) noexcept; ///< whoever grants it calls `close`
+    void (*closeRequested)(void *context) noexcept; ///< to grant it, call `close`
     /// The display, or the window on it, is gone. Must not return: the window's library would end the process.
     void (*displayLost)(void *context) noexcept;
     void (*message)(void *context, const char *text) noexcept; ///< a complaint of the library; any thread

@@ -121,7 +121,7 @@ void Signals::handleTermination(std::function<void(TerminationSignal)> receiver)
             sigaction(number, &action, nullptr);
         }
     }
-    // Whoever started the process may have left them blocked.
+    // The parent may have left them blocked.
     pthread_sigmask(SIG_UNBLOCK, &handled, nullptr);
 }
 

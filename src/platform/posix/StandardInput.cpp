@@ -183,7 +183,7 @@ InputForwarding::State::Result InputForwarding::State::move() {
         return written ? Result::passedOn : Result::over;
     }
     if (count < 0 && wouldBlock(errno)) {
-        return Result::nothing; // whoever shares the descriptor made it non-blocking
+        return Result::nothing; // another process that shares the descriptor made it non-blocking
     }
     if (count < 0 && errno == EIO && inTerminalsBackground()) {
         sleepMicroseconds(backgroundPause);

@@ -117,10 +117,10 @@ std::vector<std::string> environmentEntries() {
     return entries;
 }
 
-/// The null-terminated vector of pointers that the system takes. Refers to `texts`.
-std::vector<char *> pointers(std::vector<std::string> &texts) {
-    std::vector<char *> result(texts.size() + 1);
-    std::transform(texts.begin(), texts.end(), result.begin(), [](std::string &text) { return text.data(); });
+/// The null-terminated vector of pointers that the system takes. Refers to `strings`.
+std::vector<char *> pointers(std::vector<std::string> &strings) {
+    std::vector<char *> result(strings.size() + 1);
+    std::transform(strings.begin(), strings.end(), result.begin(), [](std::string &each) { return each.data(); });
     return result;
 }
 

@@ -57,7 +57,7 @@ Thread::~Thread() {
 
 void Thread::join() {
     if (std::exchange(running_, false)) {
-        pthread_join(thread_, nullptr); // fails for no thread of ours
+        pthread_join(thread_, nullptr); // cannot fail for our own threads
     }
 }
 

@@ -128,7 +128,8 @@ private:
         std::vector<std::string> directories; ///< still to be removed
     };
 
-    /// Enters a directory and removes what is no directory in it; false with errno set if it cannot be entered.
+    /// Enters a directory and removes everything in it that is not a directory; false with errno set if it cannot be
+    /// entered.
     bool enter(const std::string &name) {
         FileDescriptor directory = openForRemoval(levels_.empty() ? parent_ : current_.get(), name);
         const auto identity = directory.valid() ? identityOf(directory) : std::nullopt;
@@ -186,7 +187,7 @@ private:
         }
     }
 
-    /// What stays because something in it could not be removed is no news.
+    /// A directory that stays because something in it could not be removed is not reported a second time.
     void disturb(const std::error_code &error) {
         disturbed_ = disturbed_ || !error_;
         note(error);
@@ -203,7 +204,7 @@ private:
 } // namespace
 
 std::error_code removeTree(int parent, const char *name) {
-    // Entries may come while others go; who fills the directory faster than it is emptied gets it kept.
+    // Entries may appear while others are removed. A directory that fills faster than it is emptied stays.
     constexpr int passes = 8;
     std::error_code error;
     for (int pass = 0; pass < passes; ++pass) {

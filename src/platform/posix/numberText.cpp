@@ -6,7 +6,7 @@ namespace kestrav::platform {
 
 std::string withDecimalPoint(std::string text) {
     // A window toolkit may set the user's locale for the whole process; its separator, one or more bytes, is the only
-    // thing in a number that is none of these characters.
+    // part of a number that is not among these characters.
     constexpr const char *ownCharacters = "0123456789+- .abcdefABCDEFxXpPinfINFT";
     const std::size_t begin = text.find_first_not_of(ownCharacters);
     if (begin != std::string::npos) {

@@ -265,7 +265,7 @@ CURLcode perform(Session &session, CURLM *multi) {
     }
 }
 
-/// The headers of our own; null if there is no memory for them.
+/// Our own headers; null if there is no memory for them.
 Headers headersFor(const KestravTransfer &request) {
     Headers headers;
     // Nothing may be answered from a cache on the way.

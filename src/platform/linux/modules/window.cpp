@@ -237,7 +237,7 @@ bool build(ProgressWindow &made) {
     return made.window != nullptr;
 }
 
-/// The texts may be in another language than the user's first, so they decide which way the window reads.
+/// The strings may be in another language than the user's first, so they decide which way the window reads.
 void setDirection(ProgressWindow &made, const KestravWindowContent &content) {
     const Object<PangoLayout> layout(gtk_widget_create_pango_layout(GTK_WIDGET(made.window), content.buttonTitle));
     const bool rightToLeft = pango_layout_get_direction(layout.get(), 0) == PANGO_DIRECTION_RTL;
