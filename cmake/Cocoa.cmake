@@ -17,7 +17,7 @@ find_program(GNUSTEP_CONFIG gnustep-config REQUIRED)
 execute_process(COMMAND ${GNUSTEP_CONFIG} --objc-flags OUTPUT_VARIABLE flags COMMAND_ERROR_IS_FATAL ANY)
 separate_arguments(flags UNIX_COMMAND "${flags}")
 list(FILTER flags INCLUDE REGEX "^-(D|fexceptions|fobjc|fconstant)")
-target_compile_options(kestrav_cocoa INTERFACE "$<$<COMPILE_LANGUAGE:OBJCXX>:${flags};-fobjc-runtime=gcc>")
+target_compile_options(kestrav_cocoa INTERFACE "$<$<COMPILE_LANGUAGE:OBJCXX>:${flags};-fobjc-runtime=gcc;-fblocks>")
 
 # The headers of the Objective-C runtime lie among the compiler's own, which are another compiler's.
 file(GLOB runtime_headers /usr/lib/gcc/*/*/include/objc)
@@ -29,5 +29,5 @@ file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/objc)
 file(CREATE_LINK ${runtime_headers} ${CMAKE_BINARY_DIR}/objc/objc SYMBOLIC)
 find_path(GNUSTEP_INCLUDE AppKit/AppKit.h PATHS /usr/include/GNUstep REQUIRED)
 target_include_directories(kestrav_cocoa SYSTEM INTERFACE
-  ${GNUSTEP_INCLUDE} ${CMAKE_BINARY_DIR}/objc ${PROJECT_SOURCE_DIR}/tests/macos/doubles)
+  ${PROJECT_SOURCE_DIR}/tests/macos/doubles ${GNUSTEP_INCLUDE} ${CMAKE_BINARY_DIR}/objc)
 target_link_libraries(kestrav_cocoa INTERFACE gnustep-gui gnustep-base objc)

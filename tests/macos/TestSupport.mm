@@ -6,6 +6,15 @@
 
 #import <Foundation/Foundation.h>
 
+/// The product's; here it does not pause.
+@interface DownloadReceiver : NSObject
+@end
+@implementation DownloadReceiver (WithoutPauses)
+- (void)performSelector:(SEL)selector withObject:(id)argument afterDelay:(NSTimeInterval)delay {
+    [super performSelector:selector withObject:argument afterDelay:0];
+}
+@end
+
 namespace kestrav::tests {
 namespace {
 

@@ -324,7 +324,7 @@ TEST_F(URLDownloadTests, WhatBreaksGoesOn) {
         {{got, part(4, 6, "4-10/11"), whole}, "RDTRDF", "||4-\"a\"|"},
         {{got, part(4, 6, "4-9/10", "ETag: \"b\"\r\n"), whole}, "RDTRDF", "||4-\"a\"|"},
         {{got, "HTTP/1.1 416 No\r\n\r\n", whole}, "RDTRDF", "||4-\"a\"|"},
-        {{busy, got, busy, "HTTP/1.1 206 Pa", rest}, "TRDTTTCDF", "|||4-\"a\"|4-\"a\"|4-\"a\""},
+        {{busy, got, busy, "", rest}, "TRDTTTCDF", "|||4-\"a\"|4-\"a\"|4-\"a\""},
         {{busy, busy, busy, busy, busy, whole}, "TTTTE", "|||||"},
         {{got, "HTTP/1.1 404 Gone\r\n\r\n", whole}, "RDTE", "||4-\"a\""},
         {{"", whole}, "E", "|"},
@@ -385,7 +385,10 @@ TEST_F(URLDownloadTests, LaterDownloadsGoOnWithWhatIsKept) {
     EXPECT_FALSE(fs::exists(file));
 }
 
-TEST_F(URLDownloadTests, GoesWhereThereIsRoom) {
+// What follows is Linux's own.
+using LinuxDownloads = URLDownloadTests;
+
+TEST_F(LinuxDownloads, GoesWhereThereIsRoom) {
     const LoopbackServer server([](Connection &connection) {
         connection.readRequest();
         connection.send("HTTP/1.1 200 OK\r\nContent-Length: 9007199254740992\r\n\r\nsome");
@@ -405,9 +408,6 @@ TEST_F(URLDownloadTests, GoesWhereThereIsRoom) {
     recorder.download->cancel();
     EXPECT_TRUE(fs::is_empty(directory.path()) && fs::is_empty(sources.path()));
 }
-
-// What follows is Linux's own.
-using LinuxDownloads = URLDownloadTests;
 
 TEST_F(LinuxDownloads, FailuresAreTold) {
     const LoopbackServer server(tests::answers({

@@ -1,16 +1,14 @@
 #include "platform/URLDownload.h"
 
-#include "platform/format.h"
+#include "platform/SystemLog.h"
 #include "platform/macos/CFValue.h"
 #include "platform/macos/RequestRules.h"
+#include "platform/posix/DownloadTarget.h"
 #include "platform/posix/downloadRules.h"
 
 #import <Foundation/Foundation.h>
 
-#include <unistd.h>
-
-// NSURLDownload is the platform's only download into a file that reports each piece on the main thread.
-#pragma clang diagnostic ignored "-Wdeprecated-declarations"
+#include <array>
 
 namespace kestrav::platform {
 namespace {
@@ -18,8 +16,8 @@ class Download;
 }
 } // namespace kestrav::platform
 
-/// Hears what the service tells. Each call may destroy the download.
-@interface DownloadReceiver : NSObject {
+/// Hears what the session tells, on the main thread. Each call may destroy the download.
+@interface DownloadReceiver : NSObject <NSURLSessionDataDelegate> {
 @public
     kestrav::platform::Download *download; // null once it wants to hear nothing more
 }
@@ -33,173 +31,267 @@ std::string textOfString(NSString *string) {
     return textOf((CFStringRef)string);
 }
 
+std::string textOfURL(NSURL *url) {
+    return textOfString([url absoluteString]);
+}
+
+NSString *stringOf(const std::string &text) {
+    return [NSString stringWithUTF8String:text.c_str()];
+}
+
 class Download final : public URLDownload {
 public:
     /// `request` has a valid URL.
-    Download(NSURLRequest *request, URLDownloadDelegate &delegate)
-        : delegate_(delegate), receiver_([[DownloadReceiver alloc] init]) {
-        receiver_->download = this;
-        service_ = [[NSURLDownload alloc] initWithRequest:request delegate:(id)receiver_];
-    }
+    Download(NSURLRequest *request, URLDownloadDelegate &delegate);
     Download(const Download &) = delete;
     Download &operator=(const Download &) = delete;
     ~Download() override {
         cancel();
         // Not at once: this may be a call of theirs.
-        [service_ autorelease];
+        [task_ autorelease];
+        [session_ autorelease];
         [receiver_ autorelease];
+        [request_ release];
     }
 
-    [[nodiscard]] bool isPossible() const { return service_ != nil; }
+    void setDeletesFileUponFailure(bool deletes) override { target_.setKeepsPart(!deletes); }
+    void setOtherDestination(OtherDestination other) override { target_.setOtherDestination(std::move(other)); }
+    void setDestination(const std::string &path, bool allowOverwrite) override;
+    void cancel() override;
 
-    void setDeletesFileUponFailure(bool deletes) override {
-        deletesFile_ = deletes;
-        [service_ setDeletesFileUponFailure:deletes];
-    }
-    void setOtherDestination(OtherDestination /*otherDestination*/) override {}
-    void setDestination(const std::string &path, bool allowOverwrite) override {
-        path_ = allowOverwrite ? path : std::string(); // else the service may choose another name
-        NSURL *url = [[service_ request] URL];
-        if ([url isFileURL] && isNoPlainFile([[url path] fileSystemRepresentation])) {
-            // Like all that is told, not before this call has returned.
-            [receiver_ performSelector:@selector(refuse:)
-                            withObject:[NSString stringWithUTF8String:noPlainFile]
-                            afterDelay:0];
-            return;
-        }
-        [service_ setDestination:(NSString *)cfText(path).get() allowOverwrite:allowOverwrite];
-    }
-    void cancel() override {
-        if (receiver_->download == nullptr) {
-            return; // over already
-        }
-        receiver_->download = nullptr;
-        [service_ cancel];
-        if (deletesFile_ && !path_.empty()) {
-            unlink(path_.c_str()); // what there is of it; the service may have seen to it
-        }
-    }
+    void beginAttempt();
 
-    // What the service tells.
-    void didReceiveResponse(NSURLResponse *response);
-    void didReceiveDataOfLength(std::int64_t length) {
-        received_ += length;
-        delegate_.didReceiveDataOfLength(length);
-    }
-    [[nodiscard]] bool shouldDecode(NSString *type) {
-        return delegate_.shouldDecodeSourceDataOfMIMEType(textOfString(type));
-    }
-    void didFinish();
-    void fail(const std::string &description, std::optional<std::string> url = std::nullopt);
+    // What the session tells.
+    [[nodiscard]] bool isCurrent(NSURLSessionTask *task) const { return task == task_; }
+    [[nodiscard]] bool didReceiveResponse(NSURLResponse *response);
+    void didReceiveData(NSData *data);
+    void didComplete(NSError *error);
+    void fail(const std::string &description, NSURL *url = nil);
 
 private:
+    void endAttempt(bool broken, const std::string &description, NSURL *url);
+
     URLDownloadDelegate &delegate_;
     DownloadReceiver *receiver_;
-    NSURLDownload *service_ = nil;
-    std::string path_; // of the file, as far as it is known to be ours
-    bool deletesFile_ = true;
-    std::int64_t expected_ = -1;
-    std::int64_t received_ = 0;
+    NSURLRequest *request_;
+    NSURLSession *session_;
+    NSURLSessionTask *task_ = nil; // of the current attempt
+    DownloadTarget target_;
 };
 
-void Download::didReceiveResponse(NSURLResponse *response) {
-    if ([response isKindOfClass:[NSHTTPURLResponse class]] &&
-        !statusBringsFile([(NSHTTPURLResponse *)response statusCode])) {
-        fail(format("The server answered with status %d", static_cast<int>([(NSHTTPURLResponse *)response statusCode])),
-             textOfString([[response URL] absoluteString]));
-        return;
-    }
-    expected_ = [response expectedContentLength];
-    received_ = 0;
-    delegate_.didReceiveResponse(expected_);
+Download::Download(NSURLRequest *request, URLDownloadDelegate &delegate)
+    : delegate_(delegate), receiver_([[DownloadReceiver alloc] init]), request_([request copy]) {
+    receiver_->download = this;
+    session_ = [[NSURLSession sessionWithConfiguration:[NSURLSessionConfiguration ephemeralSessionConfiguration]
+                                              delegate:receiver_
+                                         delegateQueue:[NSOperationQueue mainQueue]] retain];
 }
 
-void Download::didFinish() {
-    if (received_ < expected_) {
-        fail(format("Only %ld of %ld bytes came", received_, expected_));
+void Download::setDestination(const std::string &path, bool allowOverwrite) {
+    NSURL *url = [request_ URL];
+    if ([url isFileURL] && isNoPlainFile([[url path] fileSystemRepresentation])) {
+        // Like all that is told, not before this call has returned.
+        [receiver_ performSelector:@selector(refuse:) withObject:stringOf(noPlainFile) afterDelay:0];
         return;
+    }
+    target_.open(path, allowOverwrite);
+    beginAttempt();
+}
+
+void Download::beginAttempt() {
+    NSMutableURLRequest *request = [[request_ mutableCopy] autorelease];
+    if (const auto rest = target_.beginAttempt()) {
+        [request setValue:stringOf(rest->bytes) forHTTPHeaderField:@"Range"];
+        [request setValue:stringOf(rest->condition) forHTTPHeaderField:@"If-Range"];
+    }
+    [task_ autorelease];
+    task_ = [[session_ dataTaskWithRequest:request] retain];
+    [task_ resume];
+}
+
+void Download::cancel() {
+    if (receiver_->download == nullptr) {
+        return; // over already
     }
     receiver_->download = nullptr;
-    delegate_.downloadDidFinish();
+    [NSObject cancelPreviousPerformRequestsWithTarget:receiver_];
+    [session_ invalidateAndCancel];
+    target_.breakOff();
 }
 
-void Download::fail(const std::string &description, std::optional<std::string> url) {
-    if (!url) {
-        url = textOfString([[[service_ request] URL] absoluteString]);
+/// Ends an attempt that has not brought the whole file.
+void Download::endAttempt(bool broken, const std::string &description, NSURL *url) {
+    const auto pause = target_.pauseBeforeNext(broken);
+    if (!pause) {
+        fail(description, url);
+        return;
     }
+    [task_ cancel];
+    [task_ autorelease];
+    task_ = nil;
+    const double seconds = static_cast<double>(*pause) / 1'000'000;
+    [receiver_ performSelector:@selector(beginAttempt) withObject:nil afterDelay:seconds];
+    if (seconds > 0) {
+        delegate_.willTryAgain({description, withoutSecrets(textOfURL(url))}, seconds);
+    }
+}
+
+void Download::fail(const std::string &description, NSURL *url) {
+    const std::string address = textOfURL(url != nil ? url : [request_ URL]);
     cancel();
-    delegate_.didFailWithError({description, withoutSecrets(*url)});
+    delegate_.didFailWithError({description, withoutSecrets(address)});
+}
+
+/// What the response tells. A body that the system decodes has no part to go on from.
+DownloadAnswer answerOf(NSURLResponse *response, std::array<std::string, 4> &headers) {
+    DownloadAnswer answer;
+    answer.length = [response expectedContentLength];
+    if (![response isKindOfClass:[NSHTTPURLResponse class]]) {
+        return answer;
+    }
+    answer.status = [(NSHTTPURLResponse *)response statusCode];
+    NSDictionary *fields = [(NSHTTPURLResponse *)response allHeaderFields];
+    const auto field = [&](NSString *name, std::string &text) {
+        for (NSString *key in fields) {
+            if ([key caseInsensitiveCompare:name] == NSOrderedSame) {
+                text = textOfString([fields objectForKey:key]);
+            }
+        }
+        return std::string_view(text);
+    };
+    std::string encoding;
+    if (const auto name = field(@"Content-Encoding", encoding); name.empty() || name == "identity") {
+        answer.entityTag = field(@"ETag", headers[0]);
+        answer.lastModified = field(@"Last-Modified", headers[1]);
+    }
+    answer.date = field(@"Date", headers[2]);
+    answer.contentRange = field(@"Content-Range", headers[3]);
+    return answer;
+}
+
+/// False if the body is not wanted.
+bool Download::didReceiveResponse(NSURLResponse *response) {
+    std::array<std::string, 4> headers;
+    if (!target_.receiveAnswer(answerOf(response, headers))) {
+        endAttempt(false, target_.failure(), [response URL]);
+        return false;
+    }
+    DownloadReceiver *receiver = receiver_; // lives until the event's end
+    if (target_.length() == 0) {
+        delegate_.didReceiveResponse(target_.expectedLength());
+    } else {
+        delegate_.willResumeFromByte(target_.length(), target_.expectedLength());
+    }
+    return receiver->download != nullptr;
+}
+
+void Download::didReceiveData(NSData *data) {
+    if (target_.receive({static_cast<const char *>([data bytes]), [data length]})) {
+        delegate_.didReceiveDataOfLength(static_cast<std::int64_t>([data length]));
+    } else {
+        fail(target_.failure());
+    }
+}
+
+/// True if the server cannot be had any more, or does not go on.
+bool isBrokenConnection(NSError *error) {
+    if (![[error domain] isEqualToString:NSURLErrorDomain]) {
+        return false;
+    }
+    switch ([error code]) {
+    case NSURLErrorCannotFindHost:
+    case NSURLErrorCannotConnectToHost:
+    case NSURLErrorNetworkConnectionLost:
+    case NSURLErrorDNSLookupFailed:
+    case NSURLErrorNotConnectedToInternet:
+    case NSURLErrorBadServerResponse:
+    case NSURLErrorSecureConnectionFailed:
+        return true;
+    default:
+        return false;
+    }
+}
+
+void Download::didComplete(NSError *error) {
+    if (error != nil) {
+        NSString *url = [[error userInfo] objectForKey:NSURLErrorFailingURLStringErrorKey];
+        const bool isSecret = hostMayBeSecret(textOfURL([request_ URL]));
+        endAttempt(isBrokenConnection(error), isSecret ? untoldFailure : textOfString([error localizedDescription]),
+                   url != nil ? [NSURL URLWithString:url] : [request_ URL]);
+    } else if (!target_.finish()) {
+        endAttempt(target_.isShort(), target_.failure(), [request_ URL]);
+    } else {
+        receiver_->download = nullptr;
+        [session_ finishTasksAndInvalidate];
+        delegate_.downloadDidFinish();
+    }
 }
 
 } // namespace
 
 std::unique_ptr<URLDownload> URLDownload::create(const URLRequest &request, URLDownloadDelegate &delegate) {
+    static constexpr const char *signature = "+[URLDownload create:delegate:]";
     NSURL *url = [NSURL URLWithString:(NSString *)cfText(percentEncoded(request.url)).get()];
     if (url == nil || [url scheme] == nil) {
+        Log("%s [Line %d] not a URL: %@", signature, __LINE__, withoutSecrets(request.url));
         return nullptr;
     }
-    auto download =
-        std::make_unique<Download>([NSURLRequest requestWithURL:url
-                                                    cachePolicy:NSURLRequestReloadIgnoringLocalAndRemoteCacheData
-                                                timeoutInterval:request.timeoutSeconds],
-                                   delegate);
-    return download->isPossible() ? std::move(download) : nullptr;
+    NSMutableURLRequest *urlRequest =
+        [NSMutableURLRequest requestWithURL:url
+                                cachePolicy:NSURLRequestReloadIgnoringLocalAndRemoteCacheData
+                            timeoutInterval:request.timeoutSeconds];
+    if (!delegate.shouldDecodeSourceDataOfMIMEType("application/octet-stream")) {
+        [urlRequest setValue:@"identity" forHTTPHeaderField:@"Accept-Encoding"];
+    }
+    return std::make_unique<Download>(urlRequest, delegate);
 }
 
 } // namespace kestrav::platform
 
 @implementation DownloadReceiver
 
-- (NSURLRequest *)download:(NSURLDownload *)service
-           willSendRequest:(NSURLRequest *)request
-          redirectResponse:(NSURLResponse *)response {
+- (void)URLSession:(NSURLSession *)session
+                          task:(NSURLSessionTask *)task
+    willPerformHTTPRedirection:(NSHTTPURLResponse *)response
+                    newRequest:(NSURLRequest *)request
+             completionHandler:(void (^)(NSURLRequest *))completionHandler {
     const auto scheme = [](NSURL *url) { return kestrav::platform::textOfString([[url scheme] lowercaseString]); };
-    if (response == nil || kestrav::platform::redirectIsAllowed(scheme([response URL]), scheme([request URL]))) {
-        return request;
+    const bool allowed = kestrav::platform::redirectIsAllowed(scheme([response URL]), scheme([request URL]));
+    completionHandler(allowed ? request : nil);
+    if (!allowed && download != nullptr && download->isCurrent(task)) {
+        download->fail("A redirect to there is not supported", [request URL]);
     }
+}
+
+- (void)URLSession:(NSURLSession *)session
+              dataTask:(NSURLSessionDataTask *)task
+    didReceiveResponse:(NSURLResponse *)response
+     completionHandler:(void (^)(NSURLSessionResponseDisposition))completionHandler {
+    const bool wanted = download != nullptr && download->isCurrent(task) && download->didReceiveResponse(response);
+    completionHandler(wanted ? NSURLSessionResponseAllow : NSURLSessionResponseCancel);
+}
+
+- (void)URLSession:(NSURLSession *)session dataTask:(NSURLSessionDataTask *)task didReceiveData:(NSData *)data {
+    if (download != nullptr && download->isCurrent(task)) {
+        download->didReceiveData(data);
+    }
+}
+
+- (void)URLSession:(NSURLSession *)session task:(NSURLSessionTask *)task didCompleteWithError:(NSError *)error {
+    if (download != nullptr && download->isCurrent(task)) {
+        download->didComplete(error);
+    }
+}
+
+- (void)beginAttempt {
     if (download != nullptr) {
-        download->fail("A redirect to there is not supported",
-                       kestrav::platform::textOfString([[request URL] absoluteString]));
+        download->beginAttempt();
     }
-    return nil;
 }
 
 - (void)refuse:(NSString *)reason {
     if (download != nullptr) {
         download->fail(kestrav::platform::textOfString(reason));
-    }
-}
-
-- (BOOL)download:(NSURLDownload *)service shouldDecodeSourceDataOfMIMEType:(NSString *)type {
-    return download != nullptr && download->shouldDecode(type);
-}
-
-- (void)download:(NSURLDownload *)service didReceiveResponse:(NSURLResponse *)response {
-    if (download != nullptr) {
-        download->didReceiveResponse(response);
-    }
-}
-
-- (void)download:(NSURLDownload *)service didReceiveDataOfLength:(NSUInteger)length {
-    if (download != nullptr) {
-        download->didReceiveDataOfLength(static_cast<std::int64_t>(length));
-    }
-}
-
-- (void)download:(NSURLDownload *)service didFailWithError:(NSError *)error {
-    if (download != nullptr) {
-        NSString *url = [[error userInfo] objectForKey:NSURLErrorFailingURLStringErrorKey];
-        const std::string address = kestrav::platform::textOfString([[[service request] URL] absoluteString]);
-        download->fail(kestrav::platform::hostMayBeSecret(address)
-                           ? kestrav::platform::untoldFailure
-                           : kestrav::platform::textOfString([error localizedDescription]),
-                       url != nil ? std::optional(kestrav::platform::textOfString(url)) : std::nullopt);
-    }
-}
-
-- (void)downloadDidFinish:(NSURLDownload *)service {
-    if (download != nullptr) {
-        download->didFinish();
     }
 }
 

@@ -1,0 +1,1 @@
+// GNUstep's headers include this where the compiler has blocks; nothing of it is used.
