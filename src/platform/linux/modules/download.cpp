@@ -1,15 +1,13 @@
 #include "platform/linux/DownloadModule.h"
 #include "platform/linux/modules/Freed.h"
+#include "platform/linux/modules/Sockets.h"
 #include "platform/posix/downloadRules.h"
 
 #include <curl/curl.h>
 
 #include <strings.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstdio>
 #include <exception>
@@ -28,38 +26,6 @@ using Multi = std::unique_ptr<CURLM, Freed<curl_multi_cleanup>>;
 
 constexpr long maximalRedirects = 20;
 constexpr long bufferSize = 256L * 1024;
-
-/// The sockets that the library has open.
-class Sockets {
-public:
-    static curl_socket_t open(void *user, curlsocktype /*purpose*/, curl_sockaddr *address) noexcept {
-        auto &self = *static_cast<Sockets *>(user);
-        const int socket = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
-        const auto place = std::find(self.sockets_.begin(), self.sockets_.end(), CURL_SOCKET_BAD);
-        if (place != self.sockets_.end()) {
-            *place = socket;
-        }
-        return socket;
-    }
-    static int close(void *user, curl_socket_t socket) noexcept {
-        auto &self = *static_cast<Sockets *>(user);
-        std::replace(self.sockets_.begin(), self.sockets_.end(), socket, CURL_SOCKET_BAD);
-        return ::close(socket);
-    }
-
-    Sockets() { sockets_.fill(CURL_SOCKET_BAD); }
-    /// Ends all conversation, so that the library waits for no farewell.
-    void shutDown() {
-        for (const curl_socket_t socket : sockets_) {
-            if (socket != CURL_SOCKET_BAD) {
-                ::shutdown(socket, SHUT_RDWR);
-            }
-        }
-    }
-
-private:
-    std::array<curl_socket_t, 64> sockets_{}; // several are tried at once only for a host with several addresses
-};
 
 /// A transfer under way.
 struct Session {
