@@ -14,16 +14,6 @@ namespace {
 
 constexpr const char *signature = "int launcher_main(int, char **)";
 
-/// The status that `launch` returns, or 1 after a failure, of which the user and the log are told.
-template <class Launch> int statusOf(Launch launch) {
-    try {
-        return launch();
-    } catch (const std::exception &exception) {
-        reportFailure(signature, __LINE__, exception);
-        return 1;
-    }
-}
-
 } // namespace
 
 int launcher_main(int argc, char **argv) {
@@ -31,7 +21,7 @@ int launcher_main(int argc, char **argv) {
     if (launchGlobals.JLI_LaunchFxnPtr != nullptr) {
         return callLaunchLibrary(argc, argv);
     }
-    return statusOf([&] {
+    return statusOf(signature, [&] {
         const auto launcher = Launcher::launcher();
         if (argc >= 3 && std::string_view(argv[1]) == invokeOtherMarker) {
             _DLog("%s [Line %d] invoke other %s", signature, __LINE__, argv[2]);
@@ -43,7 +33,7 @@ int launcher_main(int argc, char **argv) {
 
 int resumeLaunch(int argc, char **argv, const platform::Reexecution &reexecution) {
     _DLog("%s [Line %d] executed again %d, library %@", signature, __LINE__, argc, reexecution.libraryPath);
-    return statusOf([&] {
+    return statusOf(signature, [&] {
         const LaunchLibrary library(reexecution.libraryPath);
         setLaunchJavaVersion(reexecution.version);
         platform::prepareReexecution(reexecution.version, library.path());

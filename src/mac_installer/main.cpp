@@ -66,10 +66,5 @@ __attribute__((visibility("default"))) int main(int argc, char **argv) {
     }
     launchGlobals.programPath = argc > 0 ? argv[0] : nullptr;
     std::set_terminate(kestrav::endUnexpectedly);
-    try {
-        return start(argc, argv);
-    } catch (const std::exception &exception) {
-        kestrav::reportFailure(kestrav::bootstrapSignature, __LINE__, exception);
-        return 1;
-    }
+    return kestrav::statusOf(kestrav::bootstrapSignature, [&] { return start(argc, argv); });
 }

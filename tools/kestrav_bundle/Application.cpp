@@ -30,7 +30,7 @@ using platform::Bundle;
 constexpr const char *executable = "Contents/MacOS/launcher";
 constexpr const char *files = "Contents/Resources/app";
 
-/// What another application's files and runtime would do in this one, nobody can tell.
+/// Refuses a template with files or a runtime of another application: what they would do in this one is not known.
 void requireEmpty(const std::string &bundleTemplate) {
     for (const char *place : {files, "Contents/Resources/jre.bundle", "Contents/PlugIns/jre.bundle"}) {
         if (fs::exists(appendingPathComponent(bundleTemplate, place))) {
@@ -66,7 +66,7 @@ platform::PropertyList templateInfoOf(const std::string &bundleTemplate) {
     return bundle->infoDictionary();
 }
 
-/// Refuses a folder that the application would lie in: it cannot contain itself.
+/// Refuses a folder in which the application would lie: it cannot contain itself.
 void requireOutside(const std::string &folder, const std::string &output) {
     std::error_code missing;
     const fs::path way = fs::canonical(folderOf(output), missing).lexically_relative(fs::canonical(folder));
@@ -76,7 +76,7 @@ void requireOutside(const std::string &folder, const std::string &output) {
     }
 }
 
-/// Adds the folders below that of the program's files in which a file is to lie.
+/// Adds the folders between that of the program's files and a file in one of its sub-folders.
 void addParents(FileTree &tree, const std::string &name) {
     for (std::size_t end = name.find('/', std::string_view(files).size() + 1); end != std::string::npos;
          end = name.find('/', end + 1)) {
@@ -167,7 +167,7 @@ Plan plan(const Request &asked, const std::string &ownFolder) {
     const Request &request = plan.request;
     checkRequest(request);
     tidyUp(folderOf(request.output));
-    requireFree(request);
+    refuseOccupiedPlace(request);
     plan.bundleTemplate = findTemplate(request, ownFolder);
     plan.templateInfo = templateInfoOf(plan.bundleTemplate);
     plan.program = examineProgram(request);
@@ -191,10 +191,10 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
     append(notes, tree.notes);
     Workshop workshop(request);
     if (request.runtime && !runtime) {
-        runtime = examineRuntime(*request.runtime, extractRuntimeArchive(*request.runtime, workshop.place("runtime")),
+        runtime = examineRuntime(*request.runtime, extractRuntimeArchive(*request.runtime, workshop.pathOf("runtime")),
                                  bounds, appendingPathComponent(bundleTemplate, executable));
     }
-    const std::string application = workshop.place("new.app");
+    const std::string application = workshop.pathOf("new.app");
     copyTree(tree, application);
     const std::string resources = appendingPathComponent(application, "Contents/Resources");
     if (request.icon) {
@@ -203,7 +203,7 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
     placeLanguages(request.languages, resources);
     std::uint64_t size = 0;
     if (runtime) {
-        append(notes, tryRuntime({*runtime, draft, application, workshop.place("trial")}, program.lacksMainClass));
+        append(notes, tryRuntime({*runtime, draft, application, workshop.pathOf("trial")}, program.lacksMainClass));
         size = placeRuntime(*runtime, request.runtimeForm, application, notes);
     }
     const auto info = configuration(templateInfo, request, program, size);

@@ -13,7 +13,7 @@ namespace kestrav::tools {
 
 namespace {
 
-/// Something that an option with a value does to the request.
+/// What an option does to the request.
 using Apply = std::function<void(Request &, std::string)>;
 
 struct Option {
@@ -22,7 +22,7 @@ struct Option {
     Apply apply;
 };
 
-Apply to(std::string Request::*field) {
+Apply fieldSetter(std::string Request::*field) {
     return [field](Request &request, std::string value) { request.*field = std::move(value); };
 }
 
@@ -40,15 +40,15 @@ void setJar(Request &request, std::string value) {
     request.jar = std::move(value);
 }
 
-Apply to(std::optional<std::string> Request::*field) {
+Apply fieldSetter(std::optional<std::string> Request::*field) {
     return [field](Request &request, std::string value) { request.*field = std::move(value); };
 }
 
-Apply to(std::vector<std::string> Request::*field) {
+Apply fieldSetter(std::vector<std::string> Request::*field) {
     return [field](Request &request, std::string value) { (request.*field).push_back(std::move(value)); };
 }
 
-Apply to(OptionalText RuntimeBounds::*field) {
+Apply fieldSetter(OptionalText RuntimeBounds::*field) {
     return [field](Request &request, std::string value) { request.bounds.*field = std::move(value); };
 }
 
@@ -75,27 +75,27 @@ void addSearch(Request &request, std::string value) {
 const std::vector<Option> &options() {
     static const std::vector<Option> all{
         {"name", true, setName},
-        {"identifier", true, to(&Request::identifier)},
-        {"app-version", true, to(&Request::version)},
+        {"identifier", true, fieldSetter(&Request::identifier)},
+        {"app-version", true, fieldSetter(&Request::version)},
         {"jar", true, setJar},
-        {"main-class", true, to(&Request::mainClass)},
-        {"class-path", true, to(&Request::classPath)},
-        {"file", true, to(&Request::files)},
-        {"vm-option", true, to(&Request::vmOptions)},
-        {"argument", true, to(&Request::arguments)},
-        {"icon", true, to(&Request::icon)},
+        {"main-class", true, fieldSetter(&Request::mainClass)},
+        {"class-path", true, fieldSetter(&Request::classPath)},
+        {"file", true, fieldSetter(&Request::files)},
+        {"vm-option", true, fieldSetter(&Request::vmOptions)},
+        {"argument", true, fieldSetter(&Request::arguments)},
+        {"icon", true, fieldSetter(&Request::icon)},
         {"language", true, addLanguage},
-        {"info", true, to(&Request::info)},
-        {"runtime", true, to(&Request::runtime)},
+        {"info", true, fieldSetter(&Request::info)},
+        {"runtime", true, fieldSetter(&Request::runtime)},
         {"runtime-form", true, setRuntimeForm},
-        {"runtime-url", true, to(&Request::runtimeURL)},
-        {"min-version", true, to(&RuntimeBounds::minVersion)},
-        {"max-version", true, to(&RuntimeBounds::maxVersion)},
-        {"vm-id-prefix", true, to(&RuntimeBounds::requiredVmIdPrefix)},
+        {"runtime-url", true, fieldSetter(&Request::runtimeURL)},
+        {"min-version", true, fieldSetter(&RuntimeBounds::minVersion)},
+        {"max-version", true, fieldSetter(&RuntimeBounds::maxVersion)},
+        {"vm-id-prefix", true, fieldSetter(&RuntimeBounds::requiredVmIdPrefix)},
         {"allow-beta", false, [](Request &request, const std::string &) { request.bounds.allowBeta = true; }},
         {"search", true, addSearch},
         {"no-search", false, [](Request &request, const std::string &) { request.search.emplace(); }},
-        {"template", true, to(&Request::bundleTemplate)},
+        {"template", true, fieldSetter(&Request::bundleTemplate)},
         {"replace", false, [](Request &request, const std::string &) { request.replace = true; }},
     };
     return all;

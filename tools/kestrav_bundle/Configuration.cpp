@@ -17,8 +17,8 @@ using Dictionary = PropertyList::Dictionary;
 
 constexpr const char *versionSpecificOptions = "VersionSpecificVMOptions";
 
-PropertyList::Array arrayOf(const std::vector<std::string> &texts) {
-    return {texts.begin(), texts.end()};
+PropertyList::Array arrayOf(const std::vector<std::string> &strings) {
+    return {strings.begin(), strings.end()};
 }
 
 void addIfAny(Dictionary &dictionary, const char *key, const std::vector<std::string> &texts) {
@@ -142,7 +142,7 @@ void readAll(const PropertyList &info) {
     static_cast<void>(booleanValue(javaVM, "StartOnMainThread"));
     readVersionSpecificOptions(javaVM);
     if (stringValue(info, "CFBundleExecutable") != "launcher") {
-        throw Refusal("\"CFBundleExecutable\" in Info.plist has to be launcher, the file in Contents/MacOS");
+        throw Refusal("\"CFBundleExecutable\" in Info.plist must be launcher, the file in Contents/MacOS");
     }
     if (stringValue(info, "CFBundleName").value_or("").empty()) {
         throw Refusal("\"CFBundleName\" in Info.plist, the application's name, must not be empty");

@@ -7,8 +7,8 @@
 
 namespace kestrav::tools {
 
-/// The request as the user's property list changes it: bounds, address and main class are looked at wherever they
-/// stand. Refuses a list that cannot be read.
+/// The request with the bounds, address, main class and other entries that the user's property list sets. Refuses a
+/// list that cannot be read.
 [[nodiscard]] Request withInfo(Request request);
 
 /// The application's Info.plist: the template's general entries, what the request, the program and the runtime's

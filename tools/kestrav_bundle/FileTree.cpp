@@ -24,7 +24,7 @@ using Kind = TreeEntry::Kind;
 constexpr mode_t linkMode = 0777;
 constexpr mode_t directoryMode = 0755;
 
-[[noreturn]] void raise(const fs::path &path, const std::string &reason) {
+[[noreturn]] void refuse(const fs::path &path, const std::string &reason) {
     throw Refusal(path.string() + ": " + reason);
 }
 
@@ -38,7 +38,7 @@ public:
     void addContent(const fs::path &source, const fs::path &place) {
         const fs::path real = fs::canonical(source);
         if (std::find(open_.begin(), open_.end(), real) != open_.end()) {
-            raise(source, "this folder contains itself");
+            refuse(source, "this folder contains itself");
         }
         open_.push_back(real);
         std::vector<std::string> names;
@@ -58,7 +58,7 @@ public:
     void add(const fs::path &source, const fs::path &place) {
         struct stat found {};
         if (::stat(source.c_str(), &found) != 0) {
-            raise(source, std::generic_category().message(errno));
+            refuse(source, std::generic_category().message(errno));
         }
         TreeEntry entry;
         entry.source = source.string();
@@ -73,7 +73,7 @@ public:
             entry.size = static_cast<std::uint64_t>(found.st_size);
             append(std::move(entry), place);
         } else {
-            raise(source, "it is neither a file nor a folder nor a link");
+            refuse(source, "it is neither a file nor a folder nor a link");
         }
     }
 
@@ -102,7 +102,7 @@ private:
         tree_.entries.push_back(std::move(entry));
     }
 
-    /// True if the link leads to the same file in the copy: it is relative, and its way does not leave the root.
+    /// True if the link leads to the same file in the copy: it is relative, and does not climb out of the root.
     [[nodiscard]] bool staysInside(const fs::path &source, const fs::path &place, const fs::path &target) const {
         if (target.is_absolute()) {
             return false;
@@ -115,7 +115,7 @@ private:
     fs::path root_;
     std::string prefix_;
     FileTree &tree_;
-    std::vector<fs::path> open_; ///< the folders on the way to the one that is being read
+    std::vector<fs::path> open_; ///< the folder that is being read and those above it
 };
 
 void writeFile(const TreeEntry &entry, const std::string &path) {

@@ -11,7 +11,7 @@
 
 namespace kestrav::tools {
 
-/// What everybody may do with the files of an application, whatever the rights of the originals.
+/// The permissions of an application's files, whatever those of the originals are.
 constexpr mode_t fileMode = 0644;
 constexpr mode_t programMode = 0755;
 

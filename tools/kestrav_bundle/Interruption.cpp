@@ -24,7 +24,7 @@ void setHandler(int number, void (*handler)(int)) {
 
 void catchSignals() {
     platform::Signals::ignoreWriteSignals();
-    setHandler(SIGCHLD, SIG_DFL); // where it is ignored, nobody learns how a child has ended
+    setHandler(SIGCHLD, SIG_DFL); // if it is ignored, the system does not tell how a child has ended
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
         struct sigaction before {};
         if (sigaction(number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {

@@ -4,7 +4,7 @@
 
 namespace kestrav::tools {
 
-/// Raised after a signal, so that what has been begun goes on the way out.
+/// Raised after a signal, so that what has been begun is undone on the way out.
 class Interrupted : public std::exception {
 public:
     [[nodiscard]] const char *what() const noexcept override { return "interrupted"; }

@@ -136,7 +136,7 @@ std::optional<int> javaVersionOfClass(const std::string &archiveOrFolder, std::s
     }
     constexpr int majorVersionOfJava1 = 44;
     if (!content->starts_with(magic) || content->size() < majorVersion + 2) {
-        throw Refusal(name + " in " + archiveOrFolder + " is no class file");
+        throw Refusal(name + " in " + archiveOrFolder + " is not a class file");
     }
     const auto byte = [&](std::size_t index) { return static_cast<unsigned char>((*content)[index]); };
     return byte(majorVersion) * 256 + byte(majorVersion + 1) - majorVersionOfJava1;

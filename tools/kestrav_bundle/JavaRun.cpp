@@ -82,9 +82,9 @@ private:
     pid_t pid_ = -1;
 };
 
-std::vector<char *> pointers(std::vector<std::string> &texts) {
-    std::vector<char *> result(texts.size() + 1);
-    std::transform(texts.begin(), texts.end(), result.begin(), [](std::string &text) { return text.data(); });
+std::vector<char *> pointers(std::vector<std::string> &strings) {
+    std::vector<char *> result(strings.size() + 1);
+    std::transform(strings.begin(), strings.end(), result.begin(), [](std::string &string) { return string.data(); });
     return result;
 }
 

@@ -13,8 +13,8 @@ struct JavaRun {
     std::string output;     ///< and errors
 };
 
-/// Starts a program in a folder, into which its output is written, and waits for its end; a minute at most. Variables
-/// by which users change the options of Java do not count. Raises `Interrupted` after a signal.
+/// Starts a program in a folder, into which its output is written, and waits for its end; a minute at most. Environment
+/// variables that change the options of every Java program are left out. Raises `Interrupted` after a signal.
 [[nodiscard]] JavaRun runJava(const std::string &java, const std::vector<std::string> &arguments,
                               const std::string &folder);
 

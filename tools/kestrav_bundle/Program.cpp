@@ -118,7 +118,7 @@ std::string mainClass(const Request &request, const Manifest &manifest) {
     return manifest.mainClass.value_or("");
 }
 
-/// Tells what the manifest asks for and `java -jar` would heed, but not a start by the class's name.
+/// Notes what the manifest asks for that only `java -jar` would do, and not a start by the class's name.
 void noteUnheeded(Program &program, const Request &request, const Manifest &manifest) {
     for (const auto &[line, option, value] : manifest.forJarAlone) {
         const bool isGiven =

@@ -21,7 +21,7 @@ struct Program {
     std::vector<std::string> notes; ///< what the user may have overlooked
 };
 
-/// Adds one of the user's files under this name. Refuses a name that is taken, or that the launcher has a use for.
+/// Adds one of the user's files under this name. Refuses a name that is taken, or that means something to the launcher.
 void addFile(Program &program, const std::string &path, const std::string &name);
 
 /// Puts the program together and refuses what could not start: files that are missing or would hide one another, and a

@@ -26,7 +26,7 @@ struct Language {
     std::optional<std::string> table; ///< a string table of the user's; else the template's
 };
 
-/// The application that the user asks for. Paths are the user's files; texts are checked when the request is carried
+/// The application that the user asks for. Paths are the user's files; all is checked when the request is carried
 /// out.
 struct Request {
     std::string output; ///< ends in ".app"
@@ -45,7 +45,7 @@ struct Request {
     std::vector<Language> languages;  ///< none: those of the template
     std::optional<std::string> info;  ///< a property list whose entries stand above the ones made here
     bool classesElsewhere = false;    ///< that list has a class path of its own, or what can change it
-    bool earlierInstallation = false; ///< that list names one, whose runtime will do
+    bool earlierInstallation = false; ///< that list names one, whose runtime may be used
 
     std::optional<std::string> runtime;
     RuntimeForm runtimeForm = RuntimeForm::archive;

@@ -111,7 +111,7 @@ void placeLanguages(const std::vector<Language> &languages, const std::string &r
         const std::string from = appendingPathComponent(resources, name);
         const std::string to = appendingPathComponent(kept, name);
         if (language.name.empty() || language.name.find('/') != std::string::npos || fs::exists(to)) {
-            throw Refusal("\"" + language.name + "\" is no language, or there twice");
+            throw Refusal("\"" + language.name + "\" is not a language, or is given twice");
         }
         if (language.table) {
             placeTable(language, messages, to, resources);

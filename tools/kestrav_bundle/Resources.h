@@ -9,11 +9,11 @@
 
 namespace kestrav::tools {
 
-/// Puts the icon in. Refuses what is no icon file.
+/// Puts the icon in. Refuses a file that is not an icon.
 void placeIcon(const std::string &icon, const std::string &resources);
 
 /// Keeps the languages that were asked for, and adds the user's own; leaves all if none was. Refuses those that have no
-/// messages, or are there twice.
+/// messages, or are given twice.
 void placeLanguages(const std::vector<Language> &languages, const std::string &resources);
 
 } // namespace kestrav::tools

@@ -39,7 +39,7 @@ std::string machineOf(const std::string &path) {
     return mach ? "Mach-O" : "";
 }
 
-/// The bundle that a home belongs to, so that the home alone may be named; else the folder itself.
+/// The bundle to which a home belongs, so that the user may name the home alone; else the folder itself.
 std::string wholeRuntime(const std::string &path) {
     const std::filesystem::path real = std::filesystem::canonical(path);
     const std::filesystem::path contents = real.parent_path();
@@ -61,7 +61,7 @@ Runtime examineRuntime(const std::string &name, const std::string &folder, const
     const std::string java = appendingPathComponent(getJreLocation(runtime.folder), "bin/java");
     if (!platform::fileExistsAtPath(java) || platform::directoryExistsAtPath(java) ||
         ::access(java.c_str(), X_OK) != 0) {
-        throw Refusal(name + " is no Java runtime: it has no executable bin/java");
+        throw Refusal(name + " is not a Java runtime: it has no executable bin/java");
     }
     const std::string ours = machineOf(launcher);
     const std::string theirs = machineOf(java);
@@ -86,7 +86,7 @@ Runtime examineRuntime(const std::string &name, const std::string &folder, const
     const CandidateVerdict verdict =
         Launcher::checkBundleVersion(declared, {bounds.minVersion, bounds.maxVersion, {}, true}, false);
     if (!verdict.launchVersion) {
-        throw Refusal("The runtime " + name + " will not do: " + verdict.refusal);
+        throw Refusal("The runtime " + name + " does not suit: " + verdict.refusal);
     }
     runtime.version = *declared.version;
     runtime.identifier = declared.identifier.value_or("");

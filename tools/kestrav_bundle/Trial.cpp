@@ -28,8 +28,8 @@ bool beginsWithAny(std::string_view text, const auto &beginnings) {
                        [&](const char *each) { return text.starts_with(each); });
 }
 
-/// False for what is replaced only where the application runs, and for agents: they run programs, and may wait for
-/// somebody.
+/// False for options with variables, which are replaced only where the application runs, and for agents: they run
+/// programs of their own, and may wait for a debugger.
 bool canBeTried(const std::string &option) {
     constexpr std::array others{"-include-options ", "-agentlib:", "-agentpath:", "-javaagent:", "-Xrun"};
     return option.find("${") == std::string::npos && !beginsWithAny(option, others) && runtimeKnowsOption(option);

@@ -37,9 +37,9 @@ Its runtime: one that it carries, one that it downloads, or one that is installe
                         one as runtimes are published, or the jre.tar.gz of an application made with --runtime. For
                         the percentage while it is extracted --info can give its size before compression,
                         ksv.jreUncompressedSize
-  --min-version V       the oldest and the newest version that will do, such as 11 or 17.0.2; 1.8 is Java 8
+  --min-version V       the oldest and the newest version that suits, such as 11 or 17.0.2; 1.8 is Java 8
   --max-version V       (default: the oldest that can read the main class)
-  --allow-beta          pre-releases will do as well
+  --allow-beta          pre-releases suit as well
   --vm-id-prefix TEXT   how the identifier of an installed runtime has to begin
   --search ENTRY        where to look for an installed one: Y the system's standard locations, RFOLDER a folder, ENAME
                         an environment variable with a folder. May be given several times (default: Y)

@@ -102,7 +102,7 @@ void tidyUp(const std::string &folder) {
     }
 }
 
-void requireFree(const Request &request) {
+void refuseOccupiedPlace(const Request &request) {
     if (!isThere(request.output)) {
         return;
     }
@@ -147,7 +147,7 @@ Workshop::~Workshop() {
     }
 }
 
-std::string Workshop::place(const char *name) const {
+std::string Workshop::pathOf(const char *name) const {
     return appendingPathComponent(path_, name);
 }
 
@@ -156,8 +156,8 @@ void Workshop::refuse(const std::error_code &error, const std::string &addition)
 }
 
 std::string Workshop::replaceInTwoSteps(const std::string &finished) {
-    std::string old = appendingPathComponent(place(moved), platform::lastPathComponent(request_.output));
-    fs::create_directory(place(moved));
+    std::string old = appendingPathComponent(pathOf(moved), platform::lastPathComponent(request_.output));
+    fs::create_directory(pathOf(moved));
     fs::rename(request_.output, old);
     std::error_code error;
     fs::rename(finished, request_.output, error);
@@ -173,7 +173,7 @@ std::string Workshop::replaceInTwoSteps(const std::string &finished) {
 void Workshop::deliver(const std::string &finished, std::vector<std::string> &notes) {
     auto turn = takeTurn(folderOf(request_.output));
     raiseIfInterrupted();
-    requireFree(request_);
+    refuseOccupiedPlace(request_);
     std::string old = finished;
     std::error_code error;
     if (isThere(request_.output)) {

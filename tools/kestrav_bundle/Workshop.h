@@ -17,7 +17,7 @@ namespace kestrav::tools {
 void tidyUp(const std::string &folder);
 
 /// Refuses to go on if something is at the output's place that is not to be replaced.
-void requireFree(const Request &request);
+void refuseOccupiedPlace(const Request &request);
 
 /// A folder beside the application in which it is made. It is removed with this object. A lock tells other runs that
 /// it is in use.
@@ -28,7 +28,7 @@ public:
     Workshop &operator=(const Workshop &) = delete;
     ~Workshop();
 
-    [[nodiscard]] std::string place(const char *name) const;
+    [[nodiscard]] std::string pathOf(const char *name) const;
 
     /// Puts the finished application where it belongs and removes the one that was there, if that may be replaced.
     /// Other runs may do the same at the same time. Adds to `notes` what could not be removed.

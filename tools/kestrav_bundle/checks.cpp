@@ -18,7 +18,7 @@ void requireText(const std::string &text, const std::string &what) {
         return code < ' ' && character != '\t' && character != '\n';
     };
     if (!platform::isValidUTF8(text) || std::any_of(text.begin(), text.end(), isControl)) {
-        throw Refusal(what + " is no UTF-8 text, or has control characters");
+        throw Refusal(what + " is not UTF-8 text, or has control characters");
     }
 }
 
@@ -59,7 +59,7 @@ bool isVersion(const std::string &text) {
 void checkBounds(const RuntimeBounds &bounds) {
     for (const OptionalText &bound : {bounds.minVersion, bounds.maxVersion}) {
         if (bound && !isVersion(*bound)) {
-            throw Refusal("\"" + *bound + "\" is no version such as 11 or 17.0.2");
+            throw Refusal("\"" + *bound + "\" is not a version such as 11 or 17.0.2");
         }
     }
     constexpr int lastOldStyle = 8;
@@ -84,7 +84,7 @@ void checkURL(const std::string &url) {
     const bool complete = !rest.empty() && (scheme == "file") == rest.starts_with('/');
     if (!known || !complete || url.find_first_of(" \t\n") != std::string::npos) {
         throw Refusal("\"" + platform::withoutSecrets(url) +
-                      "\" is no address such as https://example.com/jre.tar.gz or file:///folder/jre.tar.gz");
+                      "\" is not an address such as https://example.com/jre.tar.gz or file:///folder/jre.tar.gz");
     }
 }
 
@@ -102,10 +102,11 @@ void checkRuntime(const Request &request) {
     for (const std::string &entry : request.search.value_or(std::vector<std::string>())) {
         const bool named = entry.size() > 1 && (entry.front() == 'R' || entry.front() == 'E');
         if (entry != "Y" && !named) {
-            throw Refusal("\"" + entry + "\" is nowhere to search: give Y, R and a folder, or E and a variable's name");
+            throw Refusal("\"" + entry +
+                          "\" is not a place to search: give Y, R and a folder, or E and a variable's name");
         }
         if (entry.starts_with("R~")) {
-            throw Refusal("\"" + entry + R"(": "~" is not replaced by anybody's folder; name the whole way)");
+            throw Refusal("\"" + entry + R"(": "~" does not stand for a user's folder here; give the whole path)");
         }
     }
     checkBounds(request.bounds);

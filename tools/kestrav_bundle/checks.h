@@ -4,8 +4,8 @@
 
 namespace kestrav::tools {
 
-/// Raises `Refusal` for what no file has to be looked at for: texts that cannot stand in a property list, and wishes
-/// that could not work or exclude one another.
+/// Raises `Refusal` for what is wrong in the request by itself: strings that cannot stand in a property list, and
+/// options that could not work or exclude one another. Looks at no file.
 void checkRequest(const Request &request);
 
 } // namespace kestrav::tools

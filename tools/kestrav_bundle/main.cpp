@@ -42,7 +42,7 @@ int makeAsAsked(int argc, char **argv) {
         for (const std::string &note : notes) {
             std::printf("  %s\n", shown(note).c_str());
         }
-        static_cast<void>(flushed()); // the application is there, whoever listens
+        static_cast<void>(flushed()); // the application is made, even if its notes cannot be written
         return 0;
     }
     return flushed() ? 0 : complain("The answer could not be written");
@@ -62,7 +62,7 @@ void useUTF8() {
 int main(int argc, char **argv) {
     try {
         useUTF8();
-        ::umask(S_IWGRP | S_IWOTH); // an application is for everybody, whatever the maker's own files are
+        ::umask(S_IWGRP | S_IWOTH); // everybody may read an application, whatever its maker's umask is
         kestrav::tools::catchSignals();
         return makeAsAsked(argc, argv);
     } catch (const kestrav::tools::Interrupted &error) {

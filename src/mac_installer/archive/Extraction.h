@@ -33,7 +33,7 @@ struct UnTar::Extraction {
     }
     void report() const {
         if (progress) {
-            progress(percent(), std::nullopt);
+            progress(percent());
         }
     }
     /// Records why the run ends.

@@ -41,7 +41,7 @@ UntarResult UnTar::untar(const std::string &archive, const std::string &to, std:
         return result;
     }
     if (progress) {
-        progress(0.0, to);
+        progress(0.0);
     }
     std::optional<GzipStream> stream = GzipStream::open(std::move(file), checkpoint);
     if (!stream) {
@@ -56,7 +56,7 @@ UntarResult UnTar::untar(const std::string &archive, const std::string &to, std:
         result.reason = result.complete ? "" : std::move(extraction.reason);
     }
     if (progress) {
-        progress(100.0, "");
+        progress(100.0);
     }
     return result;
 }

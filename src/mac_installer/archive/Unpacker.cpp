@@ -166,7 +166,7 @@ bool Unpacker::unpack(const std::string &runtimeDirectory, const ProgressCallbac
         }
         if (progress) {
             percentage += 100.0 / static_cast<double>(files.size());
-            progress(percentage, std::nullopt);
+            progress(percentage);
         }
     }
     for (const char *subDir : {"lib", "lib/ext"}) {

@@ -63,7 +63,7 @@ void AppDelegate::cancel() {
     controls->cancelButton.setEnabled(false);
     Unpacker::cancel();
     if (downloader) {
-        // A cancelled download calls nobody back, so the worker is woken here.
+        // A cancelled download makes no callback, so the worker is woken here.
         downloader->cancel();
         endDownload(false);
     }
@@ -93,7 +93,7 @@ void AppDelegate::terminate(platform::TerminationSignal signal) {
 }
 
 void AppDelegate::requestCancel() {
-    // The worker heeds it at once; the rest of a cancel is the main thread's.
+    // The worker sees it at once; the main thread does the rest of a cancel.
     cancelled = true;
     Unpacker::cancel();
     try {

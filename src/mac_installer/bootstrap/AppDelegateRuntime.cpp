@@ -117,7 +117,7 @@ OptionalText AppDelegate::downloadRuntime() {
     expectedLength = -1;
     bytesReceived = 0;
     const auto size = configuredSize();
-    // The archive lies beside what is extracted from it; it is hardly ever larger than half of that.
+    // The archive lies beside what is extracted from it, and rarely has more than half of its size.
     tempDir = createTemporaryDirectory(size ? std::optional(std::int64_t{*size} + *size / 2) : std::nullopt);
     const std::string destination = appendingPathComponent(tempDir->path(), "jre.tar.gz");
     OperationQueue &mainQueue = OperationQueue::mainQueue();
@@ -168,7 +168,7 @@ std::string AppDelegate::handleTar(const std::string &tarFile) {
     const auto checkpoint = [this] { raiseIfCancelled(); };
     const auto extracted = UnTar::untar(
         tarFile, destination, size.value_or(usualSize),
-        [this](double percentage, const OptionalText &) {
+        [this](double percentage) {
             raiseIfCancelled();
             postProgress(percentage * extractionShare);
         },
@@ -183,13 +183,12 @@ std::string AppDelegate::handleTar(const std::string &tarFile) {
     const std::string inner = appendingPathComponent(home, "jre");
     raiseIfCancelled();
     requireInside(destination, home);
-    const bool unpacked = Unpacker::unpack(platform::fileExistsAtPath(inner) ? inner : home,
-                                           [this](double percentage, const OptionalText &) {
-                                               raiseIfCancelled();
-                                               postProgress(percentage * unpackingShare + unpackingStart);
-                                           });
+    const bool unpacked = Unpacker::unpack(platform::fileExistsAtPath(inner) ? inner : home, [this](double percentage) {
+        raiseIfCancelled();
+        postProgress(percentage * unpackingShare + unpackingStart);
+    });
     if (!unpacked) {
-        // What was extracted is left for whoever looks into it, until the next run removes it.
+        // What was extracted is left to be examined, until the next run removes it.
         Launcher::displayError("dorvik.InternalError", "could not run unpack200");
         platform::endProcess(1);
     }

@@ -12,7 +12,7 @@ JavaProcess::JavaProcess(std::string launchPath, std::vector<std::string> argume
 void JavaProcess::start() {
     platform::Pipe input;
     task_.setStandardInput(input.readEnd.get());
-    input_.prepare(std::move(input.writeEnd)); // first: nobody would be left to wait for a child
+    input_.prepare(std::move(input.writeEnd)); // first: after a failure here no child may be left behind
     task_.launch();
     started_ = platform::monotonicNanoseconds();
     input_.begin();

@@ -10,7 +10,7 @@
 
 namespace kestrav {
 
-/// The Java program as a child process. Our standard input goes through a pipe to it; everything else it inherits.
+/// The Java program as a child process. Our standard input goes through a pipe to it; it inherits everything else.
 class JavaProcess {
 public:
     /// `launchPath` is the runtime's bin/java.

@@ -77,12 +77,12 @@ std::vector<std::string> stringsOf(const PropertyList &array, std::string_view k
     if (entries == nullptr) {
         raiseWrongType(key, array, "an array");
     }
-    std::vector<std::string> texts;
-    texts.reserve(entries->size());
+    std::vector<std::string> strings;
+    strings.reserve(entries->size());
     for (const PropertyList &entry : *entries) {
-        texts.push_back(stringEntry(entry, key));
+        strings.push_back(stringEntry(entry, key));
     }
-    return texts;
+    return strings;
 }
 
 std::optional<std::vector<std::string>> stringArrayValue(const PropertyList &dictionary, std::string_view key) {

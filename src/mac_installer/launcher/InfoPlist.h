@@ -9,14 +9,14 @@
 #include <vector>
 
 // Typed access to the application's configuration. A key that is missing is ordinary; one of the wrong type is a
-// mistake of whoever made the bundle and raises an exception that names it.
+// mistake of the bundle's maker and raises an exception that names it.
 
 namespace kestrav {
 
-/// The text under `key`, empty if there is none.
+/// The string under `key`, empty if there is none.
 [[nodiscard]] std::optional<std::string> stringValue(const platform::PropertyList &dictionary, std::string_view key);
 
-/// The texts of the array under `key`, empty if there is none.
+/// The strings of the array under `key`, empty if there is none.
 [[nodiscard]] std::optional<std::vector<std::string>> stringArrayValue(const platform::PropertyList &dictionary,
                                                                        std::string_view key);
 
@@ -24,16 +24,16 @@ namespace kestrav {
 [[nodiscard]] const platform::PropertyList::Array *arrayValue(const platform::PropertyList &dictionary,
                                                               std::string_view key);
 
-/// A boolean, a number, or a text read as a boolean; empty if there is none.
+/// A boolean, a number, or a string read as a boolean; empty if there is none.
 [[nodiscard]] std::optional<bool> booleanValue(const platform::PropertyList &dictionary, std::string_view key);
 
-/// A number (a text is read as one), rounded toward zero; empty if there is none.
+/// A number (a string is read as one), rounded toward zero; empty if there is none.
 [[nodiscard]] std::optional<std::int64_t> integerValue(const platform::PropertyList &dictionary, std::string_view key);
 
-/// An entry of the array under `key`; raises if it is no text.
+/// An entry of the array under `key`; raises if it is not a string.
 [[nodiscard]] std::string stringEntry(const platform::PropertyList &entry, std::string_view key);
 
-/// The texts of an array that stands under `key`; raises for an entry that is no text.
+/// The strings of the array under `key`; raises for an entry that is not a string.
 [[nodiscard]] std::vector<std::string> stringsOf(const platform::PropertyList &array, std::string_view key);
 
 /// The main bundle's information dictionary; raises if its file is damaged.

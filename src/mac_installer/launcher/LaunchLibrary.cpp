@@ -21,8 +21,8 @@ namespace {
 constexpr const char *signature = "-[Launcher launch]";
 constexpr const char *JavaLaunchError = "JavaLaunchError";
 
-constexpr JLI_Boolean no = 0;
-constexpr JLI_Boolean yes = 1;
+constexpr JLI_Boolean jliFalse = 0;
+constexpr JLI_Boolean jliTrue = 1;
 
 std::string absolutePath(const std::string &path) {
     std::error_code error;
@@ -30,7 +30,7 @@ std::string absolutePath(const std::string &path) {
     return error ? path : absolute.string();
 }
 
-/// The lists whose elements became the vector: like it, they are never freed.
+/// Keeps a list whose elements became the vector: like the vector, it is never freed.
 void keepList(JLI_List list) {
     static auto &kept = *new std::forward_list<JLI_List>; // NOLINT(cppcoreguidelines-owning-memory)
     kept.push_front(list);
@@ -100,12 +100,12 @@ void LaunchLibrary::expandArgumentFiles() const {
         return;
     }
 
-    initArgProcessing_(yes, no);
+    initArgProcessing_(jliTrue, jliFalse);
     JLI_List list = listNew_(arguments.size() + 1);
     keepList(list);
     listAdd_(list, stringDup_(arguments.front()));
     for (const char *argument : arguments.subspan(1)) {
-        JLI_List expanded = preprocessArg_(argument, yes);
+        JLI_List expanded = preprocessArg_(argument, jliTrue);
         if (expanded == nullptr) {
             listAdd_(list, stringDup_(argument));
             continue;
@@ -123,8 +123,8 @@ void LaunchLibrary::expandArgumentFiles() const {
 
 int callLaunchLibrary(int argc, char **argv) {
     const char *const version = launchGlobals.launchJavaVersion;
-    return launchGlobals.JLI_LaunchFxnPtr(argc, argv, 0, nullptr, 0, nullptr, version, version, "java", "java", no, no,
-                                          no, 0);
+    return launchGlobals.JLI_LaunchFxnPtr(argc, argv, 0, nullptr, 0, nullptr, version, version, "java", "java",
+                                          jliFalse, jliFalse, jliFalse, 0);
 }
 
 } // namespace kestrav

@@ -30,7 +30,7 @@ public:
     /// has no `JLI_Launch`.
     explicit LaunchLibrary(const std::string &path);
 
-    /// Where it is, whatever the working directory becomes.
+    /// Its absolute path.
     [[nodiscard]] const std::string &path() const { return path_; }
 
     /// Has the library replace the "@FILE" arguments of `launchGlobals`' vector by what the files hold. Without any,

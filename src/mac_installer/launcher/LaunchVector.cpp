@@ -15,7 +15,8 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// False for what is no argument file, or one only by redirection: /dev/stdin may lead to a file, but is the system's.
+/// False for directories and devices, and for entries of /dev: /dev/stdin may lead to a file, but belongs to the
+/// system.
 bool mayBeDeleted(const fs::path &path) {
     std::error_code unknown;
     const fs::file_type type = fs::status(path, unknown).type();
@@ -27,16 +28,16 @@ bool mayBeDeleted(const fs::path &path) {
 
 void setLaunchVector(const char *programPath, std::vector<std::string> arguments) {
     struct Vector {
-        std::vector<std::string> texts;
+        std::vector<std::string> strings;
         std::vector<char *> entries;
     };
     static auto &kept = *new std::forward_list<Vector>; // NOLINT(cppcoreguidelines-owning-memory)
     Vector &vector = kept.emplace_front();
-    vector.texts = std::move(arguments);
-    vector.texts.insert(vector.texts.begin(), programPath);
-    vector.entries.reserve(vector.texts.size() + 1);
-    for (std::string &text : vector.texts) {
-        vector.entries.push_back(text.data());
+    vector.strings = std::move(arguments);
+    vector.strings.insert(vector.strings.begin(), programPath);
+    vector.entries.reserve(vector.strings.size() + 1);
+    for (std::string &string : vector.strings) {
+        vector.entries.push_back(string.data());
     }
     launchGlobals.argc = static_cast<int>(vector.entries.size());
     vector.entries.push_back(nullptr);

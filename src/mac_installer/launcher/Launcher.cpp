@@ -89,7 +89,7 @@ void Launcher::displayError(std::string_view key, const OptionalText &info1, con
         logNotFound(key);
         return;
     }
-    // Without an argument the text is no format: a "%" in it stands for itself.
+    // Without an argument the text is not a format: a "%" in it stands for itself.
     show(info1 ? platform::format(*text, platform::loggable(info1), platform::loggable(info2)) : *text);
 }
 

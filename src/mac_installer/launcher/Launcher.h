@@ -63,13 +63,13 @@ public:
 
     // Versions --------------------------------------------------------------------------------------------------------
 
-    /// 0 digit, 1 text, 2 separator: the class of the first character of a text that is not empty.
+    /// The class of the first character of a string that is not empty: 0 digit, 1 text, 2 separator.
     [[nodiscard]] static int typeOfCharacter(std::u16string_view text);
     /// The maximal runs of digits and of text, and each separator by itself.
     [[nodiscard]] static std::vector<std::u16string> splitVersionString(std::string_view version);
     /// -1, 0, 1: the first text orders before, equal to, after the second.
     [[nodiscard]] static int compareVersion(std::string_view version, std::string_view toVersion);
-    /// `compareVersion` of texts that are split already.
+    /// `compareVersion` of versions that are split already.
     [[nodiscard]] static int compareVersion(const std::vector<std::u16string> &version,
                                             const std::vector<std::u16string> &toVersion);
     /// The name of a runtime's directory without the usual prefixes ("jdk-", "openjdk-", …).
@@ -122,7 +122,7 @@ public:
 
     // Notices ---------------------------------------------------------------------------------------------------------
 
-    /// Shows the notice of a message key, its text filled with up to two texts. Does not wait and does not end
+    /// Shows the notice of a message key, filled with up to two strings. Does not wait and does not end
     /// anything.
     static void displayError(std::string_view key, const OptionalText &info1 = std::nullopt,
                              const OptionalText &info2 = std::nullopt);

@@ -35,7 +35,7 @@ std::int32_t majorVersionOf(const std::vector<std::string> &versionList) {
     return first == 1 && versionList.size() > 1 ? platform::intValue(versionList[1]) : first;
 }
 
-/// Why the texts of a runtime mark it as a pre-release; empty if they do not.
+/// Says what marks a runtime as a pre-release; empty if nothing does.
 std::string preReleaseReason(const CandidateInfo &info) {
     if (Launcher::isBetaVersion(info.version)) {
         return *info.version + " is a pre-release";

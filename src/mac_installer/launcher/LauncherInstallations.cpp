@@ -19,7 +19,7 @@ std::string bundledRuntime(const std::string &directory, const std::string &name
                                             : platform::format("%@/%@/Contents/PlugIns/jre.bundle", directory, name);
 }
 
-/// The version that a plain runtime directory states in a file of its own; empty if `path` is no such runtime.
+/// The version that a plain runtime directory states in a file of its own; empty if `path` is not such a runtime.
 OptionalText plainRuntimeVersion(const std::string &path) {
     const std::string versionFile = platform::appendingPathComponent(path, "kestrav_jre_version");
     if (!platform::directoryExistsAtPath(path) || !platform::fileExistsAtPath(versionFile) ||

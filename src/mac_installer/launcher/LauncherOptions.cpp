@@ -73,8 +73,8 @@ public:
     }
 
 private:
-    /// Files that include one another more than once multiply; nobody needs as many. What comes behind is left out and
-    /// logged, on purpose: a start with most of its options helps more than none.
+    /// Files that include one another more than once multiply, but no application needs as many as this. The files
+    /// after the last of them are left out, which the log says: a start with most of its options is better than none.
     static constexpr int mostFiles = 20'000;
     static constexpr const char *signature = "-[Launcher readOptionsFile:options:classPath:bundlePath:]";
 

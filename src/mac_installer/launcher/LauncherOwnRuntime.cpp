@@ -20,7 +20,7 @@ namespace {
 
 constexpr const char *signature = "-[Launcher findJavaBundle:]";
 
-/// What a plain runtime directory below the base directory counts as; nobody looks into it.
+/// The version that a plain runtime directory below the base directory counts as: its own is not read.
 constexpr const char *assumedVersion = "1.7.0";
 
 /// False if `_ksv_testdir` cannot be made in the directory; something of that name already there counts the same.

@@ -18,8 +18,8 @@ namespace {
 
 constexpr std::string_view variableStart = "${";
 
-/// No command line takes a longer text. A few variables that hold one another several times would make texts without
-/// end.
+/// The length of the longest replaced string: no command line takes a longer one, and a few variables that each name
+/// another several times would grow without end.
 constexpr std::size_t mostBytes = std::size_t{1} << 24U;
 
 /// Raises if the text, which was `source` in the configuration, becomes longer than that.
@@ -64,7 +64,7 @@ ProcessInfo::Environment::const_iterator firstReferenced(const std::string &text
             const auto withBrace = std::string_view(text).substr(nameStart, end + 1 - nameStart);
             const auto longer = environment.lower_bound(withBrace);
             if (longer == environment.end() || !longer->first.starts_with(withBrace)) {
-                break; // no name goes on beyond the brace
+                break; // no name contains the brace
             }
         }
     }
@@ -84,11 +84,11 @@ void replaceEnvironment(std::string &text, std::string_view source) {
     }
 }
 
-void add(OptionalText &result, std::string_view text) {
-    if (result) {
-        result->append(":").append(text);
+void appendEntry(OptionalText &path, std::string_view entry) {
+    if (path) {
+        path->append(":").append(entry);
     } else {
-        result = text;
+        path = entry;
     }
 }
 
@@ -101,7 +101,7 @@ void addArchivesOf(OptionalText &result, const std::string &directory) {
     }
     for (const std::string &name : *names) {
         if (name.ends_with(".zip") || name.ends_with(".jar")) {
-            add(result, directory + name);
+            appendEntry(result, directory + name);
         }
     }
 }
@@ -145,12 +145,12 @@ OptionalText Launcher::resolveArtifactPath(const OptionalText &path) {
     for (const std::string &entry : platform::componentsSeparatedBy(*path, ":")) {
         if (entry.starts_with('$')) {
             if (const auto value = ProcessInfo::processInfo().environmentVariable(entry.substr(1))) {
-                add(result, *value);
+                appendEntry(result, *value);
             }
         } else if (entry.ends_with("/*")) {
             addArchivesOf(result, entry.substr(0, entry.size() - 1));
         } else {
-            add(result, entry);
+            appendEntry(result, entry);
         }
     }
     return result;

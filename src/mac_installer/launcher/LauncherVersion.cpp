@@ -74,7 +74,7 @@ int Launcher::compareVersion(const std::vector<std::u16string> &version, const s
             return order;
         }
     }
-    // The longer one is newer, unless it goes on with a word: that marks a pre-release.
+    // The longer one is newer, unless its next element is a word, which marks a pre-release.
     if (version.size() < toVersion.size()) {
         return typeOfCharacter(toVersion[common]) == text ? 1 : -1;
     }

@@ -41,7 +41,7 @@ void writeLine(std::string_view text, std::string_view detail, std::string_view 
     }
 }
 
-/// The notice where there is no memory to look up its text and to find out how to show it.
+/// Stands in for the notice where there is no memory to look up its text and to show it.
 void writeLastWords(std::string_view reason) {
     writeLine(": An internal error kept this application from starting: ", reason, ".\n");
 }
@@ -78,12 +78,22 @@ void endUnexpectedly() noexcept {
     _exit(1);
 }
 
-void endOnFailure(const char *signature, const std::function<void()> &body) {
+int statusOf(const char *signature, const std::function<int()> &body) {
     try {
-        body();
+        return body();
     } catch (const std::exception &exception) {
         reportFailure(signature, __LINE__, exception);
-        platform::endProcess(1);
+        return 1;
+    }
+}
+
+void endOnFailure(const char *signature, const std::function<void()> &body) {
+    const int status = statusOf(signature, [&] {
+        body();
+        return 0;
+    });
+    if (status != 0) {
+        platform::endProcess(status);
     }
 }
 

@@ -5,26 +5,29 @@
 #include <functional>
 #include <string_view>
 
-// The top of each mode: what nobody below could handle is shown, logged and ends the process.
+// The top of each mode: a failure that was not handled below is shown, logged, and ends the process.
 
 namespace kestrav {
 
 /// Shows the notice of an unexpected failure, with what the exception says, and then writes the failure to the system
-/// log with the call stack of the place that raised it; standard error has the stack only with KESTRAV_LOG=yes. Without
-/// the memory for that the text of a notice goes to standard error.
+/// log with the call stack of the place that raised it; standard error shows the stack only with KESTRAV_LOG=yes.
+/// Without the memory for that a plain line is written to standard error.
 void reportFailure(const char *signature, int line, const std::exception &exception) noexcept;
 
 /// Says on standard error that something could not be removed, where there is no memory to log it.
 void tellOfRemainder(std::string_view path) noexcept;
 
-/// For `std::set_terminate`: an exception that nobody could catch, or that there was no memory to raise, ends the
-/// process with the text of a notice and status 1.
+/// For `std::set_terminate`: an exception that could not be caught, or could not be raised for want of memory, ends the
+/// process with a line on standard error and status 1.
 [[noreturn]] void endUnexpectedly() noexcept;
 
 /// The signature under which the top of bootstrap mode logs a failure.
 inline constexpr const char *bootstrapSignature = "int main(int, char **)";
 
-/// Calls `body`; a failure in it ends the process with status 1.
+/// The status that `body` returns, or 1 after a failure in it, which is reported.
+[[nodiscard]] int statusOf(const char *signature, const std::function<int()> &body);
+
+/// Calls `body`; a failure in it is reported and ends the process with status 1.
 void endOnFailure(const char *signature, const std::function<void()> &body);
 
 } // namespace kestrav

@@ -14,7 +14,7 @@ using JLI_LaunchFxn = int(int argc, char **argv, int jargc, const char **jargv, 
 /// because the launch library may enter `main` again on another thread, or end the process, at any time; what the
 /// pointers lead to is never freed.
 struct LaunchGlobals {
-    /// Set once the launch library is loaded: a second entry of `main` then goes straight on to it.
+    /// Set once the launch library is loaded: from then on a second entry of `main` calls it at once.
     JLI_LaunchFxn *JLI_LaunchFxnPtr = nullptr;
     /// The version that the launch library is told, set just before it is called.
     const char *launchJavaVersion = nullptr;

@@ -2,9 +2,9 @@
 
 namespace kestrav {
 
-/// Makes of this process what the program and its options find: LANG is set from the user's language, and the working
-/// directory is the configured one. A child inherits both; in process only the copy of the environment is changed that
-/// variables are read from.
+/// Sets what the program and its options find in the process: LANG, from the user's language, and the configured
+/// working directory. LANG is set in the program's own copy of the environment, which variables are read from and a
+/// child inherits.
 void prepareProcess();
 
 } // namespace kestrav
