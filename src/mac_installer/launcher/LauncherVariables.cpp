@@ -64,7 +64,7 @@ ProcessInfo::Environment::const_iterator firstReferenced(const std::string &text
             const auto withBrace = std::string_view(text).substr(nameStart, end + 1 - nameStart);
             const auto longer = environment.lower_bound(withBrace);
             if (longer == environment.end() || !longer->first.starts_with(withBrace)) {
-                break; // no name contains the brace
+                break; // no longer name begins like this
             }
         }
     }
