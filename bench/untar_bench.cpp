@@ -6,6 +6,7 @@
 // if a limit was missed.
 
 #include "harness.h"
+#include "mac_installer/archive/GzipMember.h"
 #include "mac_installer/archive/UnTar.h"
 
 #include <zlib.h>
@@ -17,6 +18,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 
 namespace {
 
@@ -38,6 +40,18 @@ int inflateOnly(const char *archive) {
     return gzclose(file) == Z_OK && count == 0 ? 0 : 1;
 }
 
+/// What there is to keep: less for an archive whose members tell their lengths, which many threads inflate.
+struct Limits {
+    double wall;   ///< of bsdtar's
+    double memory; ///< MiB
+};
+
+Limits limitsOf(const std::string &archive) {
+    std::string start(kestrav::GzipMember::longestHeader, '\0');
+    std::ifstream(archive, std::ios::binary).read(start.data(), static_cast<std::streamsize>(start.size()));
+    return kestrav::GzipMember::parse(start) ? Limits{0.6, 24} : Limits{0.95, 8};
+}
+
 bool compare(const std::string &self, const std::string &archive, int rounds) {
     const std::string destination = (fs::temp_directory_path() / ("untar-bench-" + std::to_string(getpid()))).string();
     const auto extracting = [&](const char *name, std::vector<std::string> command) -> Contender {
@@ -55,10 +69,11 @@ bool compare(const std::string &self, const std::string &archive, int rounds) {
     fs::remove_all(destination);
     printTable("extraction", contenders);
     const Contender &own = contenders[0];
-    bool good = within("wall time, of bsdtar", medianRatio(own, contenders[1]), 1.05);
+    const Limits limits = limitsOf(archive);
+    bool good = within("wall time, of bsdtar", medianRatio(own, contenders[1]), limits.wall);
     good = within("wall time, of GNU tar", medianRatio(own, contenders[2]), 0.6) && good;
     good = within("user CPU, of bare zlib", medianRatio(own, contenders[3], &Sample::user), 1.2) && good;
-    return within("peak memory, MiB", own.quantile(1, &Sample::peak), 8) && good;
+    return within("peak memory, MiB", own.quantile(1, &Sample::peak), limits.memory) && good;
 }
 
 } // namespace

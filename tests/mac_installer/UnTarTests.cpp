@@ -230,6 +230,8 @@ TEST_F(UnTarTest, ThePlausibleSizeInTheTrailerCounts) {
         {member, 600'002},
         {gzip("x"), {}},
         {member + member, {}},
+        {gzipMembers(std::string(3'000'000, 'x')), 3'000'000},
+        {gzipMembers(std::string(100, 'x')) + std::string(100, '\0'), {}},
         {member.substr(0, 10) + std::string(300'000, 'x') + member + tail, {}},
         {member.substr(0, member.size() - 4) + "\xff\xff\xff\xff", {}},
         {std::string(1000, 'x') + tail, {}},
@@ -242,7 +244,7 @@ TEST_F(UnTarTest, ThePlausibleSizeInTheTrailerCounts) {
 
 TEST_F(UnTarTest, ALongFileArrivesWhole) {
     std::string data;
-    for (unsigned number = 0; data.size() < 3'000'000; ++number) {
+    for (unsigned number = 0; data.size() < 4'000'000; ++number) {
         data += std::to_string(number);
     }
     directory.write("archive", gzip(ArchiveWriter().file("f", data).closed()));
@@ -256,8 +258,10 @@ TEST_F(UnTarTest, WhatACallbackThrowsPassesAndNothingStaysOpen) {
     const auto open = [] { return std::distance(fs::directory_iterator("/dev/fd"), {}); };
     const auto before = open();
     const std::string moreThanIsInflatedAhead(1'500'000, 'x');
-    for (const char *name : {"a", "._skipped"}) {
-        const std::string packed = gzip(archiveOf("d/; d/x=x").file(name, moreThanIsInflatedAhead).closed());
+    const std::string moreThanOneMember(3 << 20, 'x');
+    for (const std::string &packed : {gzip(archiveOf("d/; d/x=x").file("a", moreThanIsInflatedAhead).closed()),
+                                      gzip(archiveOf("d/; d/x=x").file("._skipped", moreThanIsInflatedAhead).closed()),
+                                      gzipMembers(archiveOf("d/; d/x=x").file("a", moreThanOneMember).closed())}) {
         int checks = 0;
         int reports = 0;
         EXPECT_TRUE(untar(

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "mac_installer/archive/GzipMember.h"
+
 #include <zlib.h>
 
 #include <algorithm>
@@ -25,6 +27,19 @@ inline std::string gzip(std::string_view bytes) {
     deflate(&stream, Z_FINISH);
     result.resize(stream.total_out);
     deflateEnd(&stream);
+    return result;
+}
+
+/// The bytes as members that tell their lengths.
+inline std::string gzipMembers(std::string_view bytes) {
+    std::string result;
+    for (std::size_t at = 0; at < bytes.size(); at += GzipMember::contentSize) {
+        const std::string data = gzip(bytes.substr(at, GzipMember::contentSize)).substr(10); // without its header
+        GzipMember member;
+        member.totalSize = at == 0 ? std::optional<std::uint64_t>(bytes.size()) : std::nullopt;
+        member.length = static_cast<std::uint32_t>(member.header().size() + data.size());
+        result += member.header() + data;
+    }
     return result;
 }
 

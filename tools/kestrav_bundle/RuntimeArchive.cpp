@@ -1,5 +1,6 @@
 #include "RuntimeArchive.h"
 
+#include "GzipMemberWriter.h"
 #include "Interruption.h"
 #include "Request.h"
 #include "mac_installer/archive/UnTar.h"
@@ -9,6 +10,7 @@
 #include <archive_entry.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <limits>
 #include <memory>
@@ -31,15 +33,14 @@ void requireExtractable(const TreeEntry &entry, const std::string &name) {
 
 class Writer {
 public:
-    explicit Writer(const std::string &path) : path_(path), archive_(archive_write_new()) {
+    explicit Writer(const std::string &path) : path_(path), file_(path), archive_(archive_write_new()) {
         if (archive_ == nullptr || entry_ == nullptr) {
             throw std::bad_alloc();
         }
         check(archive_write_set_format_pax_restricted(archive_.get()));
-        check(archive_write_add_filter_gzip(archive_.get()));
-        // Without the time of day the same runtime gives the same archive.
-        check(archive_write_set_filter_option(archive_.get(), "gzip", "timestamp", nullptr));
-        check(archive_write_open_filename(archive_.get(), path.c_str()));
+        check(archive_write_add_filter_none(archive_.get()));
+        check(archive_write_set_bytes_in_last_block(archive_.get(), 1));
+        check(archive_write_open2(archive_.get(), &file_, nullptr, writePiece, nullptr, nullptr));
     }
 
     void add(const TreeEntry &entry) {
@@ -65,6 +66,9 @@ public:
     /// Ends the archive; returns how many bytes there were before compression.
     std::uint64_t close() {
         check(archive_write_close(archive_.get()));
+        if (!file_.close()) {
+            refuse(std::generic_category().message(errno));
+        }
         return static_cast<std::uint64_t>(archive_filter_bytes(archive_.get(), 0));
     }
 
@@ -74,14 +78,24 @@ private:
         void operator()(archive_entry *entry) const { archive_entry_free(entry); }
     };
 
+    /// Called by libarchive, with the writer of the file.
+    static la_ssize_t writePiece(archive *writer, void *file, const void *bytes, std::size_t size) {
+        if (static_cast<GzipMemberWriter *>(file)->write({static_cast<const char *>(bytes), size})) {
+            return static_cast<la_ssize_t>(size);
+        }
+        archive_set_error(writer, errno, "could not be written");
+        return ARCHIVE_FATAL;
+    }
+
+    [[noreturn]] void refuse(const std::string &reason) const {
+        throw Refusal("Could not write " + path_ + ": " + reason);
+    }
+
     void check(int status) const {
         if (status != ARCHIVE_OK) {
             const char *reason = archive_error_string(archive_.get());
             const int cause = archive_errno(archive_.get()); // below zero: libarchive's own
-            throw Refusal("Could not write " + path_ + ": " +
-                          (cause > 0           ? std::generic_category().message(cause)
-                           : reason == nullptr ? "out of memory"
-                                               : reason));
+            refuse(cause > 0 ? std::generic_category().message(cause) : reason == nullptr ? "out of memory" : reason);
         }
     }
 
@@ -96,6 +110,7 @@ private:
     }
 
     std::string path_;
+    GzipMemberWriter file_;
     std::unique_ptr<archive, Free> archive_;
     std::unique_ptr<archive_entry, Free> entry_{archive_entry_new()};
 };

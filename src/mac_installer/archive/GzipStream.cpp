@@ -1,5 +1,8 @@
 #include "mac_installer/archive/GzipStream.h"
 
+#include "mac_installer/archive/InflateAhead.h"
+#include "mac_installer/archive/InflateMembers.h"
+
 #include <algorithm>
 
 namespace kestrav {
@@ -9,7 +12,10 @@ constexpr std::int64_t longestTail = 1 << 20;
 } // namespace
 
 std::optional<GzipStream> GzipStream::open(platform::FileDescriptor archive, std::function<void()> checkpoint) {
-    auto inflater = InflateAhead::open(std::move(archive));
+    std::unique_ptr<Inflater> inflater = InflateMembers::open(archive);
+    if (!inflater) {
+        inflater = InflateAhead::open(std::move(archive));
+    }
     if (!inflater) {
         return std::nullopt;
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mac_installer/archive/InflateAhead.h"
+#include "mac_installer/archive/Inflater.h"
 #include "platform/FileDescriptor.h"
 
 #include <cstddef>
@@ -15,9 +15,9 @@
 namespace kestrav {
 
 /// One gzip file read from front to back; several members are one stream, and a file that is not compressed is read as
-/// it is. It is inflated ahead on another thread, but
-/// what a caller learns is what belongs to the position it has reached. The checkpoint is called on the caller's thread
-/// before every piece is handed out (32768 bytes at most, also while skipping); what it throws passes through.
+/// it is. It is inflated ahead on other threads, but what a caller learns is what belongs to the position it has
+/// reached. The checkpoint is called on the caller's thread before every piece is handed out (32768 bytes at most, also
+/// while skipping); what it throws passes through.
 class GzipStream {
 public:
     static constexpr std::size_t chunkSize = 32768;
@@ -48,13 +48,13 @@ public:
     [[nodiscard]] std::int64_t position() const { return position_; }
 
 private:
-    GzipStream(std::unique_ptr<InflateAhead> inflater, std::function<void()> checkpoint)
+    GzipStream(std::unique_ptr<Inflater> inflater, std::function<void()> checkpoint)
         : inflater_(std::move(inflater)), checkpoint_(std::move(checkpoint)) {}
 
     void check() const;
     [[nodiscard]] std::span<const char> take(std::size_t limit);
 
-    std::unique_ptr<InflateAhead> inflater_;
+    std::unique_ptr<Inflater> inflater_;
     std::function<void()> checkpoint_;
     std::span<const char> rest_; ///< of the inflater's chunk
     std::int64_t position_ = 0;

@@ -1,5 +1,6 @@
 #include "mac_installer/archive/GzipTrailer.h"
 
+#include "mac_installer/archive/GzipMember.h"
 #include "platform/FileDescriptor.h"
 #include "platform/uninterrupted.h"
 
@@ -51,6 +52,15 @@ bool readMore(const FileDescriptor &file, std::string &bytes) {
     return count > 0;
 }
 
+/// Compressed data are smaller than what they stand for, but not by any factor.
+std::optional<std::int32_t> ifPlausible(std::uint64_t size, std::int64_t fileSize) {
+    if (size > static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max())) {
+        return std::nullopt;
+    }
+    const auto bytes = static_cast<std::int32_t>(size);
+    return bytes > fileSize && bytes / largestRatio <= fileSize ? std::optional(bytes) : std::nullopt;
+}
+
 } // namespace
 
 std::optional<std::int32_t> uncompressedSizeOf(const std::string &path) {
@@ -58,6 +68,10 @@ std::optional<std::int32_t> uncompressedSizeOf(const std::string &path) {
     std::string window;
     if (!file.valid() || !readMore(file, window) || !window.starts_with(memberStart)) {
         return std::nullopt;
+    }
+    const auto member = GzipMember::parse(window);
+    if (member && member->totalSize) {
+        return ifPlausible(*member->totalSize, ::lseek(file.get(), 0, SEEK_END));
     }
     auto fileSize = static_cast<std::int64_t>(window.size());
     window.erase(0, 1); // so that the first member is not found
@@ -70,14 +84,11 @@ std::optional<std::int32_t> uncompressedSizeOf(const std::string &path) {
         more = readMore(file, window);
         fileSize += static_cast<std::int64_t>(window.size() - kept);
     }
-    std::int64_t size = 0;
+    std::uint64_t size = 0;
     for (std::size_t index = 0; index < std::min(window.size(), sizeLength); ++index) {
         size = size * 256 + static_cast<unsigned char>(window[window.size() - 1 - index]);
     }
-    const bool plausible = size > fileSize && size / largestRatio <= fileSize;
-    return plausible && size <= std::numeric_limits<std::int32_t>::max()
-               ? std::optional(static_cast<std::int32_t>(size))
-               : std::nullopt;
+    return ifPlausible(size, fileSize);
 }
 
 } // namespace kestrav

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mac_installer/archive/Inflater.h"
 #include "platform/FileDescriptor.h"
 #include "platform/Thread.h"
 
@@ -15,30 +16,19 @@ struct gzFile_s;
 
 namespace kestrav {
 
-/// The reason that a damaged archive gives.
-inline constexpr const char *damagedArchive = "the archive is damaged";
-
 /// The uncompressed bytes of one gzip file, in chunks; a file that is not compressed is passed through as it is. From
 /// the second chunk on they are inflated on a thread of its own, which runs a bounded number of chunks ahead of whoever
 /// uses them; where no thread can be started, by the caller. The operations are for one thread; the destructor ends the
 /// other one, wherever it is.
-class InflateAhead {
+class InflateAhead : public Inflater {
 public:
     /// Reads from the descriptor's position. Null if the stream cannot be set up.
     [[nodiscard]] static std::unique_ptr<InflateAhead> open(platform::FileDescriptor archive);
-    InflateAhead(const InflateAhead &) = delete;
-    InflateAhead &operator=(const InflateAhead &) = delete;
-    ~InflateAhead();
+    ~InflateAhead() override;
 
-    /// The bytes that follow, valid until the next call; none at the end of the stream, or if damage or a read error is
-    /// all that is left.
-    [[nodiscard]] std::span<const char> nextChunk();
-
-    /// True once there were no more bytes because of damage or a read error.
-    [[nodiscard]] bool isDamaged() const { return end_ == End::damage; }
-
-    /// Once there were no more bytes: why there should have been more. Empty at a regular end.
-    [[nodiscard]] std::string failure() const;
+    [[nodiscard]] std::span<const char> nextChunk() override;
+    [[nodiscard]] bool isDamaged() const override { return end_ == End::damage; }
+    [[nodiscard]] std::string failure() const override;
 
 private:
     // zlib inflates straight into buffers that hold twice its own. Chunks are this large because each may cost waking
