@@ -207,7 +207,7 @@ Result ConfinedDirectory::copyFile(int directory, const std::string &name, const
         return failure();
     }
     FileDescriptor to;
-    const Result result = createFile(path, status.st_mode & ACCESSPERMS, to);
+    const Result result = createFile(path, status.st_mode & 0777, to);
     if (!result.succeeded()) {
         return result;
     }
