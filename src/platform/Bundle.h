@@ -19,11 +19,14 @@ public:
     /// process ends.
     [[nodiscard]] static const Bundle &mainBundle();
 
-    /// Opens the bundle at a directory; null if there is no directory. A directory without an Info.plist opens as a
-    /// bundle without keys.
+    /// Opens a directory as a bundle; null if the path does not lead to a directory. Without an Info.plist the bundle
+    /// has no keys.
     [[nodiscard]] static std::unique_ptr<Bundle> create(const std::string &path);
 
-    /// A bundle whose information dictionary comes from elsewhere.
+    /// The path of the Info.plist in a directory, whatever it contains; empty if there is none.
+    [[nodiscard]] static std::optional<std::string> infoPlistPath(const std::string &bundlePath);
+
+    /// Makes a bundle whose information dictionary comes from elsewhere.
     [[nodiscard]] static std::unique_ptr<Bundle> create(std::string path, PropertyList info,
                                                         std::optional<std::string> damage);
 

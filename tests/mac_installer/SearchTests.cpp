@@ -232,6 +232,8 @@ TEST(RuntimeBundle, IsDescribedByItsReleaseFileWithoutAnInfoPlist) {
     directory.write("release", "JAVA_VERSION=\"17\"\n" + std::string(1 << 20, '\n'));
     EXPECT_THAT(openRuntime(directory.path())->damage().value_or(""),
                 testing::HasSubstr("\"release\" cannot be read as UTF-8 text of at most 1 MiB"));
+    directory.write("Contents/Info.plist", "<plist><dict/></plist>");
+    EXPECT_FALSE(openRuntime(directory.path())->damage());
 }
 
 } // namespace

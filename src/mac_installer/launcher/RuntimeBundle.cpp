@@ -57,17 +57,12 @@ PropertyList::Dictionary informationOf(std::string_view releaseFile) {
     return information;
 }
 
-bool hasInformation(const Bundle &bundle) {
-    const auto *dictionary = bundle.infoDictionary().as<PropertyList::Dictionary>();
-    return bundle.damage() || (dictionary != nullptr && !dictionary->empty());
-}
-
 } // namespace
 
 std::unique_ptr<Bundle> openRuntime(const std::string &path) {
     auto bundle = Bundle::create(path);
     const std::string file = platform::appendingPathComponent(path, "release");
-    if (!bundle || platform::isMacOS() || hasInformation(*bundle) || !platform::fileExistsAtPath(file)) {
+    if (!bundle || platform::isMacOS() || !platform::fileExistsAtPath(file) || Bundle::infoPlistPath(path)) {
         return bundle;
     }
     const auto text = platform::stringWithContentsOfFile(file, releaseSizeLimit);

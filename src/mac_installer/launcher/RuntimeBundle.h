@@ -7,9 +7,9 @@
 
 namespace kestrav {
 
-/// Opens a Java runtime; null if there is no directory. One that is no bundle says what it is in a file "release",
-/// which counts elsewhere than on macOS: it opens as a bundle whose `JavaVM`/`JVMVersion`, `EvarVersion` and
-/// `CFBundleIdentifier` are taken from there.
+/// Opens a Java runtime; null if the path does not lead to a directory. A runtime without an Info.plist describes
+/// itself in a file "release". Elsewhere than on macOS it opens as a bundle whose `JavaVM`/`JVMVersion`, `EvarVersion`
+/// and `CFBundleIdentifier` are taken from that file.
 [[nodiscard]] std::unique_ptr<platform::Bundle> openRuntime(const std::string &path);
 
 } // namespace kestrav

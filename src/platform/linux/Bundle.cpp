@@ -18,19 +18,16 @@ struct Information {
 };
 
 Information readInformation(const std::string &bundlePath) {
-    for (const char *place : {"Contents/Info.plist", "Resources/Info.plist", "Info.plist"}) {
-        const std::string file = appendingPathComponent(bundlePath, place);
-        if (!fileExistsAtPath(file)) {
-            continue;
-        }
-        const auto content = contentsOfFile(file);
-        auto information = content ? PropertyList::parse(*content) : std::nullopt;
-        if (information && information->as<PropertyList::Dictionary>() != nullptr) {
-            return {*std::move(information), std::nullopt};
-        }
-        return {{}, "its Info.plist is damaged or cannot be read"};
+    const auto file = Bundle::infoPlistPath(bundlePath);
+    if (!file) {
+        return {};
     }
-    return {};
+    const auto content = contentsOfFile(*file);
+    auto information = content ? PropertyList::parse(*content) : std::nullopt;
+    if (information && information->as<PropertyList::Dictionary>() != nullptr) {
+        return {*std::move(information), std::nullopt};
+    }
+    return {{}, "its Info.plist is damaged or cannot be read"};
 }
 
 /// The strings of the user's preferred language; none if the bundle has no table.

@@ -1,5 +1,7 @@
 #include "platform/Bundle.h"
 
+#include "platform/FileManager.h"
+#include "platform/path.h"
 #include "platform/posix/NeverDestroyed.h"
 #include "platform/testing.h"
 
@@ -12,9 +14,19 @@ const Bundle &Bundle::mainBundle() {
     static NeverDestroyed<std::unique_ptr<const Bundle>> bundle([] {
         const std::string path = ownPath();
         auto opened = create(path);
-        return opened ? std::move(opened) : create(path, {}, std::nullopt); // removed while it runs
+        return opened ? std::move(opened) : create(path, {}, std::nullopt); // the application was removed while it runs
     });
     return *bundle.get();
+}
+
+std::optional<std::string> Bundle::infoPlistPath(const std::string &bundlePath) {
+    for (const char *place : {"Contents/Info.plist", "Resources/Info.plist", "Info.plist"}) {
+        std::string file = appendingPathComponent(bundlePath, place);
+        if (fileExistsAtPath(file)) {
+            return file;
+        }
+    }
+    return std::nullopt;
 }
 
 std::unique_ptr<Bundle> Bundle::create(std::string path, PropertyList info, std::optional<std::string> damage) {
