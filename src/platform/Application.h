@@ -7,28 +7,28 @@
 
 namespace kestrav::platform {
 
-/// What the application object asks of the program. All calls come on the main thread; the controls outlive the
+/// What the application object asks of the program. All calls are made on the main thread. The controls outlive the
 /// delegate's use of them.
 class ApplicationDelegate {
 public:
     virtual ~ApplicationDelegate() = default;
 
-    /// Comes first.
+    /// Called first.
     virtual void setControls(WindowControls &controls) = 0;
 
-    /// Before any window exists; closing the window here means that none will.
+    /// Called before any window exists. If the window is closed here, none is ever shown.
     virtual void applicationWillFinishLaunching() = 0;
-    /// The controls are there; a window takes over what they hold as soon as it opens.
+    /// Called once the controls are set up. A window shows what they hold as soon as it opens.
     virtual void applicationDidFinishLaunching() = 0;
-    /// The Cancel button, or the window's being closed.
+    /// Called when the Cancel button is pressed or the window is closed.
     virtual void cancel() = 0;
 
-    /// Tells of the exception that is being handled, which a loop of the platform's keeps from `main`, and ends the
-    /// run. The loop goes on, for as long as others need to come to an end.
+    /// Reports the exception that is being handled, which cannot pass through the platform's event loop to `main`, and
+    /// ends the run. The loop keeps running until the rest of the program has come to its end.
     virtual void endAfterFailure() = 0;
 };
 
-/// Calls into the program from a loop of the platform's, which no exception may pass through.
+/// Calls into the program from the platform's event loop, which exceptions must not pass through.
 inline void callProgram(ApplicationDelegate &delegate, const std::function<void()> &action) noexcept {
     try {
         action();
@@ -37,7 +37,7 @@ inline void callProgram(ApplicationDelegate &delegate, const std::function<void(
     }
 }
 
-/// The application object of the platform.
+/// The platform's application object.
 class Application {
 public:
     /// Hands over the controls, calls the two launch callbacks and runs the event loop. The process ends through

@@ -36,7 +36,8 @@ public:
     /// Always a dictionary; empty if there is no Info.plist or it cannot be read.
     [[nodiscard]] const PropertyList &infoDictionary() const { return info_; }
 
-    /// What is wrong with the file that should describe the bundle ("Info.plist is damaged …"); empty if nothing is.
+    /// What is wrong with the file that should describe the bundle ("Info.plist is damaged …"); empty if nothing is
+    /// wrong.
     [[nodiscard]] const std::optional<std::string> &damage() const { return damage_; }
 
     /// A top-level entry of the information dictionary, or null.
@@ -58,13 +59,13 @@ public:
     /// The keys of that table; none if there is no table.
     [[nodiscard]] std::vector<std::string> localizedStringKeys() const;
 
-    /// The CPU types of the bundle's executable, each empty where it cannot be read; empty as a whole if the bundle has
-    /// no executable that could be examined.
+    /// The CPU types of the bundle's executable, each empty if it cannot be read; nothing at all if the bundle has no
+    /// executable that can be examined.
     [[nodiscard]] std::optional<std::vector<std::optional<std::int32_t>>> executableArchitectures() const;
 
 private:
-    /// The path of the bundle that the process's executable lies in, or the executable's directory if that is no
-    /// bundle's.
+    /// The path of the bundle that holds the process's executable, or the executable's directory if it is not in a
+    /// bundle.
     [[nodiscard]] static std::string ownPath();
 
     Bundle(std::string path, PropertyList info, std::optional<std::string> damage = {})

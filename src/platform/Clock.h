@@ -7,10 +7,10 @@ namespace kestrav::platform {
 /// Wall-clock time in microseconds since the epoch.
 [[nodiscard]] std::int64_t currentMicroseconds();
 
-/// Nanoseconds since some moment in the past, never set back. May be called in a signal handler.
+/// Nanoseconds on a clock that is never set back; only differences have a meaning. May be called in a signal handler.
 [[nodiscard]] std::int64_t monotonicNanoseconds();
 
-/// Blocks the calling thread for at least that long.
+/// Blocks the calling thread for at least this long.
 void sleepMicroseconds(std::int64_t microseconds);
 
 } // namespace kestrav::platform

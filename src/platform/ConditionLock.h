@@ -6,8 +6,8 @@
 
 namespace kestrav::platform {
 
-/// A lock with a condition value: it can be taken when the value is a certain one, and is given back with a new value.
-/// It belongs to no thread: one may take it and another give it back.
+/// A lock with a condition value: it is taken when the value is the wanted one, and released with a new value. It does
+/// not belong to a thread: one thread may take it and another release it.
 class ConditionLock {
 public:
     explicit ConditionLock(int condition) : condition_(condition) {}
@@ -28,7 +28,7 @@ public:
         return taken;
     }
 
-    /// Gives the lock back with a new condition.
+    /// Releases the lock with a new condition.
     void unlockWithCondition(int condition) {
         {
             const std::lock_guard lock(mutex_);

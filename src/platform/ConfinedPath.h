@@ -11,11 +11,11 @@ namespace kestrav::platform {
 /// such a path need not check it: only links can lead out of the directory.
 class ConfinedPath {
 public:
-    /// The place that a name of unknown origin means: it starts in the directory, a leading "/" changes nothing, and
-    /// ".." takes the component before it back. Empty if the name climbs out of the directory or holds a NUL.
+    /// The place that a name of unknown origin stands for. Every name starts in the directory: a leading "/" is
+    /// ignored, and ".." removes the component before it. Empty if the name leads out of the directory or holds a NUL.
     [[nodiscard]] static std::optional<ConfinedPath> parse(std::string_view name);
 
-    /// From the directory downwards; none for the directory itself.
+    /// The components from the directory downwards; none for the directory itself.
     [[nodiscard]] const std::vector<std::string> &components() const { return components_; }
 
 private:

@@ -10,10 +10,10 @@
 
 namespace kestrav::platform {
 
-/// What the controls have in common: the window that shows them hears of each change and takes over the new state.
+/// What the controls have in common: the window that shows them is told of each change and shows the new state.
 class Control {
 public:
-    /// Called after each change, and once right away. An empty function ends that.
+    /// Sets a function that is called after each change, and once right away. An empty function removes it.
     void setObserver(std::function<void()> observer) {
         observer_ = std::move(observer);
         changed();
@@ -30,7 +30,7 @@ private:
     std::function<void()> observer_;
 };
 
-/// The progress window itself. Closing it is for good.
+/// The progress window itself. Once closed, it stays closed.
 class Window : public Control {
 public:
     void setTitle(std::string title) {
@@ -62,7 +62,7 @@ private:
     std::string text_;
 };
 
-/// A button. What pressing it does is the `ApplicationDelegate`'s.
+/// A button. The `ApplicationDelegate` decides what pressing it does.
 class Button : public Control {
 public:
     void setTitle(std::string title) {
@@ -81,7 +81,7 @@ private:
     bool enabled_ = true;
 };
 
-/// A bar from 0 to 100, or one that only shows that something goes on (indeterminate).
+/// A bar from 0 to 100, or one that only shows that something is going on (indeterminate).
 class ProgressIndicator : public Control {
 public:
     void setDoubleValue(double value) {
@@ -128,7 +128,7 @@ struct WindowControls {
     TextField label;
     TextField progressLabel;
 
-    /// Has one function called after each change of any of them, and at once.
+    /// Sets one observer for all of the controls.
     void setObserver(const std::function<void()> &observer) {
         for (Control *control : {static_cast<Control *>(&iconView), static_cast<Control *>(&window),
                                  static_cast<Control *>(&progressBar), static_cast<Control *>(&cancelButton),

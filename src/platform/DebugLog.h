@@ -14,8 +14,8 @@ namespace kestrav::platform {
 namespace kestrav {
 
 /// The debug log. `format` begins "%s [Line %d] ", for the calling function's signature and the line of the call.
-/// Nothing is formatted while the log is off. Where a call gives a fixed number instead of __LINE__, readers and tools
-/// that look through logs know it: it stays when the code moves.
+/// Nothing is formatted while the log is off. A call that passes a fixed number instead of __LINE__ keeps that number
+/// when the code moves, because people and tools search logs for it.
 template <class... Arguments>
 void _DLog(std::string_view format, const Arguments &...arguments) { // NOLINT(bugprone-reserved-identifier): its name
     if (platform::debugLogEnabled()) {

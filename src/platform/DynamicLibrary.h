@@ -4,11 +4,12 @@
 
 namespace kestrav::platform {
 
-/// A shared library opened at run time. It stays open until the process ends: what it started may still be running.
+/// A shared library opened at run time. It stays open until the process ends, because threads that it started may still
+/// be running.
 class DynamicLibrary {
 public:
-    /// Opens the library, its functions bound as they are first called. A relative path is taken from the current
-    /// directory and never looked for among the system's libraries.
+    /// Opens the library; its functions are bound when they are first called. A relative path starts in the current
+    /// directory and is never searched for among the system's libraries.
     explicit DynamicLibrary(const std::string &path);
 
     /// False if it could not be opened; `error` then says why, in the system's words.

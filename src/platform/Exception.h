@@ -6,8 +6,8 @@
 
 namespace kestrav::platform {
 
-/// What crosses layers when an operation cannot go on: a name to tell kinds apart, a reason for people, and the
-/// call stack of the place that raised it. Copying it never throws away the stack.
+/// The error that crosses layers when an operation cannot continue: a name that identifies its kind, a reason for
+/// people to read, and the call stack of the place that raised it. A copy keeps the stack.
 class Exception : public std::exception {
 public:
     /// Records the caller's call stack. An empty reason is allowed (a cancellation has nothing to say).
@@ -16,7 +16,7 @@ public:
     [[nodiscard]] const std::string &name() const noexcept { return name_; }
     [[nodiscard]] const std::string &reason() const noexcept { return reason_; }
 
-    /// One text a frame, innermost first: index, module, address and, where known, the symbol.
+    /// One string per frame, innermost first: index, module, address and, where known, the symbol.
     [[nodiscard]] const std::vector<std::string> &callStackSymbols() const noexcept { return callStackSymbols_; }
 
     /// The reason, or the name where there is no reason.
@@ -28,7 +28,7 @@ private:
     std::vector<std::string> callStackSymbols_;
 };
 
-/// Name of an exception about a value that has the wrong type or shape.
+/// The name of an exception for a value of the wrong type or form.
 inline constexpr const char *InvalidArgumentException = "InvalidArgumentException";
 
 } // namespace kestrav::platform

@@ -19,7 +19,7 @@ public:
     /// set if that fails; EWOULDBLOCK if another process holds it.
     [[nodiscard]] static std::optional<FileLock> tryLock(const std::string &path, Mode mode);
 
-    /// The same, but waits for other processes. `checkpoint` is called again and again meanwhile; what it throws
+    /// The same, but waits for other processes. `checkpoint` is called repeatedly during the wait; what it throws
     /// passes through.
     [[nodiscard]] static std::optional<FileLock> lock(const std::string &path, Mode mode,
                                                       const std::function<void()> &checkpoint);

@@ -32,22 +32,22 @@ namespace kestrav::platform {
 /// Removes a file, a link (not what it leads to) or a whole directory.
 std::error_code removeItemAtPath(const std::string &path);
 
-/// Gives each of two files or folders of one file system the other's name, in one step: nobody sees a moment without
-/// either. Some file systems cannot do it; `isUnsupportedExchange` tells their errors from others.
+/// Exchanges the names of two files or folders on one file system in a single step, so that neither name is ever
+/// missing. Some file systems cannot do that; `isUnsupportedExchange` tells their errors from others.
 [[nodiscard]] std::error_code exchangeItems(const std::string &path, const std::string &other);
 [[nodiscard]] bool isUnsupportedExchange(const std::error_code &error);
 
 /// Changes the working directory, which all threads share.
 std::error_code changeCurrentDirectoryPath(const std::string &path);
 
-/// Nothing that is read as a whole comes near this many bytes; a sparse file may claim any size.
+/// In bytes. No file that is read as a whole is nearly this large, but a sparse file may claim any size.
 inline constexpr std::int64_t usualSizeLimit = std::int64_t{1} << 30;
 
 /// The whole content of a regular file; empty if it cannot be read (a directory, a FIFO or a device cannot) or is
 /// larger than the limit.
 [[nodiscard]] std::optional<std::string> contentsOfFile(const std::string &path,
                                                         std::int64_t sizeLimit = usualSizeLimit);
-/// The same for one that `FileDescriptor::openRegularFile` has opened.
+/// The same for a file opened by `FileDescriptor::openRegularFile`.
 [[nodiscard]] std::optional<std::string> contentsOfFile(const FileDescriptor &file,
                                                         std::int64_t sizeLimit = usualSizeLimit);
 
@@ -57,7 +57,8 @@ inline constexpr std::int64_t usualSizeLimit = std::int64_t{1} << 30;
 [[nodiscard]] std::optional<std::string> stringWithContentsOfFile(const FileDescriptor &file,
                                                                   std::int64_t sizeLimit = usualSizeLimit);
 
-/// Replaces a file by new content: readers see the old or the new one, never a part. Creates missing directories.
+/// Replaces the content of a file: readers see the old content or the new, never a part of it. Creates missing
+/// directories.
 [[nodiscard]] std::error_code writeFileAtomically(const std::string &path, std::string_view content);
 
 /// A fixed location of the system, such as /Library/Java, below the root that tests may move.
@@ -66,10 +67,10 @@ inline constexpr std::int64_t usualSizeLimit = std::int64_t{1} << 30;
 /// The directory for temporary files (TMPDIR or /tmp on Linux), without a trailing "/"; empty if it does not exist.
 [[nodiscard]] std::optional<std::string> temporaryDirectory();
 
-/// The same, and where to go instead if it will not do, in this order. They may not exist.
+/// The same directory, followed by those to use instead if it is unsuitable, in this order. They may not exist.
 [[nodiscard]] std::vector<std::string> temporaryDirectories();
 
-/// The user's folder for what can be had again, of this application or of this program. It may not exist.
+/// The user's folder for files of this program or application that can be obtained again. It may not exist.
 [[nodiscard]] std::string cacheDirectory();
 
 /// The user's home directory.

@@ -10,7 +10,7 @@ namespace kestrav::platform {
 [[nodiscard]] bool isMacOS();
 
 /// False if the file is known to be a program for another kind of processor than this process's. The 32-bit form of the
-/// same kind will do, and so will a script.
+/// same kind is accepted, and so is a script.
 [[nodiscard]] bool runsOnThisProcessor(const std::string &program);
 
 /// The folder that Java runtimes before version 9 have below "lib" for this process's processor ("amd64"); empty where

@@ -26,11 +26,12 @@ public:
     void addOperation(Operation operation);
 
     /// Posts a task that stands for the newest value of something: it takes the place of an earlier task of the same
-    /// name if that is the last one posted and has not run yet, so order towards other tasks holds. Any thread.
+    /// name if that is the last one posted and has not run yet, so the order relative to other tasks is kept. Any
+    /// thread.
     void addMergedOperation(std::string_view name, Operation operation);
 
-    /// Readable while tasks wait. Should the system refuse that, it is tried again with the next task: an event loop
-    /// that has to be sure looks at the tasks now and then.
+    /// Readable while tasks wait. If the system fails to make it readable, the next task tries again, so an event loop
+    /// that must not miss a task also looks at the queue now and then.
     [[nodiscard]] int descriptor() const { return readEnd_.get(); }
 
     /// Runs the tasks that wait, and those they post, until none is left. Main thread only.

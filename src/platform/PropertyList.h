@@ -45,7 +45,7 @@ public:
     /// Reads an XML (UTF-8 or UTF-16) or binary property list. Empty when the bytes are neither, or are damaged.
     [[nodiscard]] static std::optional<PropertyList> parse(std::string_view bytes);
 
-    /// Where bytes that `parse` refuses are damaged: "line 12"; empty for a binary list.
+    /// Where the bytes that `parse` refused are damaged: "line 12"; empty for a binary list.
     [[nodiscard]] static std::string damage(std::string_view bytes);
 
     /// The value as an XML property list.

@@ -6,11 +6,11 @@
 
 // A runtime's launch library may execute the program's file again, in the same process and with the arguments it was
 // given itself, because it wants another library search path. Memory is lost then, the environment is not. Only Linux
-// runtimes do that; elsewhere nothing is kept and nothing is found. One thread, before any other exists.
+// runtimes do that; elsewhere these functions do nothing. To be called before the process has a second thread.
 
 namespace kestrav::platform {
 
-/// What the program needs to go on where it was.
+/// What the program needs to continue where it was.
 struct Reexecution {
     std::string version;
     std::string libraryPath;
@@ -19,8 +19,8 @@ struct Reexecution {
 /// Keeps, for this process only, what `takeReexecution` gives back after the file was executed again.
 void prepareReexecution(std::string_view version, std::string_view libraryPath);
 
-/// What an earlier image of this process has kept; empty at an ordinary start. Called at every start, before the
-/// environment is looked at: it removes the traces, also those of a parent process.
+/// What this process kept before its file was executed again; empty at an ordinary start. Called at every start, before
+/// the environment is read: it removes the variable that holds this, also one that was inherited from a parent process.
 [[nodiscard]] std::optional<Reexecution> takeReexecution();
 
 } // namespace kestrav::platform

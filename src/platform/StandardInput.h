@@ -7,22 +7,23 @@
 namespace kestrav::platform {
 
 /// Hands this process's standard input on to a pipe, byte for byte and in order, until its end or until nobody reads
-/// the pipe any more; then closes the pipe. Others may share the input (a shell's loop over lines), so as little as
-/// possible is taken from it: nothing that the reader of the pipe has not read, where the input is a file or, on Linux,
-/// a pipe; elsewhere one read at a time, and none without a reader. A process in the terminal's background waits until
-/// it is in the foreground.
+/// the pipe any more; then closes the pipe. Other processes may share the input (a shell's loop over lines), so as
+/// little as possible is taken from it. From a file or, on Linux, a pipe only what the reader of the pipe has read is
+/// taken; from anything else one read at a time, and nothing without a reader. A process in the terminal's background
+/// waits until it is in the foreground.
 class InputForwarding {
 public:
     InputForwarding() = default;
 
-    /// Makes the thread for it, which ends with the process at the latest: it may wait for input for ever. Throws
-    /// `std::system_error` if there is none to be had.
+    /// Creates the forwarding thread, which may wait for input until the process ends. Throws `std::system_error` if no
+    /// thread can be created.
     void prepare(FileDescriptor pipe);
 
-    /// Begins, once there is a reader.
+    /// Begins forwarding. To be called once the pipe has a reader.
     void begin();
 
-    /// Nothing is taken from the input any more, but for what the reader of the pipe has read. After `begin`.
+    /// Ends forwarding: from now on nothing is taken from the input except what the reader of the pipe has already
+    /// read. To be called after `begin`.
     void end();
 
 private:

@@ -10,16 +10,16 @@
 
 namespace kestrav::platform {
 
-/// Writes one message to the system log and, with date, time, process name and id, to standard error. Any thread;
-/// one message is one write, so lines of several threads do not mix. A receiver that has stopped reading loses lines
-/// and holds up nobody for longer than a second.
+/// Writes one message to the system log and, with date, time, process name and id, to standard error. Any thread; one
+/// message is one write, so lines of several threads do not mix. A receiver that has stopped reading loses lines and
+/// delays the program for at most a second.
 void writeSystemLog(std::string_view message);
 
 /// The same with a shorter text for standard error.
 void writeSystemLog(std::string_view message, std::string_view onStandardError);
 
-/// An argument for the log: names come from archives, lists and file systems, and must neither end a line nor command a
-/// terminal.
+/// Makes an argument safe for the log: names come from archives, property lists and file systems, and must not be able
+/// to end a line or control a terminal.
 template <class T> [[nodiscard]] auto loggable(const T &argument) {
     if constexpr (std::is_same_v<T, std::optional<std::string>>) {
         return argument ? std::optional(escapingControlCharacters(*argument)) : std::nullopt;
@@ -29,7 +29,7 @@ template <class T> [[nodiscard]] auto loggable(const T &argument) {
     } else if constexpr (std::is_convertible_v<const T &, std::string_view>) {
         return escapingControlCharacters(argument);
     } else {
-        return FormatArgument(argument); // numbers, and lists, which print with escapes
+        return FormatArgument(argument); // numbers, and lists, which are printed with escapes
     }
 }
 

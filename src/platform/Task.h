@@ -19,9 +19,9 @@ public:
     FileDescriptor writeEnd;
 };
 
-/// One child process. It starts with default signal dispositions (but those signals ignored that were when this process
-/// started), an empty signal mask, this process's copy of the environment (`ProcessInfo`) and working directory, and no
-/// descriptor of ours except its standard three and the one that it is to keep.
+/// One child process. It starts with default signal dispositions (signals that were ignored when this process started
+/// stay ignored), an empty signal mask, this process's copy of the environment (`ProcessInfo`) and working directory,
+/// and no descriptor of ours except its standard three and the one that it is to keep.
 class Task {
 public:
     Task(std::string launchPath, std::vector<std::string> arguments);
@@ -37,7 +37,8 @@ public:
     /// its children as well.
     void setOwnGroup() { ownGroup_ = true; }
 
-    /// Passes on one descriptor more, such as a lock that holds as long as the child lives. -1 for none.
+    /// Passes one more descriptor to the child, such as that of a lock that is held for as long as the child lives. -1
+    /// for none.
     void keepOpen(int descriptor) { kept_ = descriptor; }
 
     /// Starts the child. Throws an `Exception` that names the path and the system's reason when it cannot be started.

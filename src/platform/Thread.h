@@ -8,14 +8,15 @@
 namespace kestrav::platform {
 
 /// A thread whose stack does not depend on the limit that the process was started with. It has to be joined or detached
-/// before its object ends.
+/// before its object is destroyed.
 class Thread {
 public:
     Thread() = default;
-    /// What the libraries need that run on a thread (name look-up, encryption); untouched pages cost nothing.
+    /// Enough for the libraries that run on a thread (name look-up, encryption); pages that are never touched cost
+    /// nothing.
     static constexpr std::size_t usualStack = std::size_t{2} << 20U;
 
-    /// Starts the thread. Throws `std::system_error` if there is none to be had.
+    /// Starts the thread. Throws `std::system_error` if no thread can be created.
     explicit Thread(std::function<void()> body, std::size_t stackSize = usualStack);
     Thread(Thread &&other) noexcept;
     Thread &operator=(Thread &&other) noexcept;

@@ -30,9 +30,9 @@ public:
     /// The value if it is a dictionary, empty otherwise.
     [[nodiscard]] std::optional<PropertyList> dictionaryForKey(std::string_view key) const;
 
-    /// Sets a value in the application's own domain. Nothing is written if it stands there already, nor to a file that
-    /// is damaged, that nobody may write or whose other values would suffer; a failure is only logged where the
-    /// platform does so.
+    /// Sets a value in the application's own domain. Nothing is written if the value is there already, or to a file
+    /// that is damaged or read-only, or whose other values would be harmed; a failure is logged only where the platform
+    /// does so itself.
     void setObject(const PropertyList &value, std::string_view key);
 
 private:

@@ -4,9 +4,9 @@
 
 namespace kestrav::platform {
 
-/// Shows an error notice of the system: a title and a message, nothing to answer. Returns at once (on Linux within a
-/// second); the notice outlives the process. Any thread. Where the desktop takes none: one line "TITLE: MESSAGE" on
-/// standard error, and the system log.
+/// Shows one of the system's error notices: a title and a message, with nothing to answer. Returns at once (on Linux
+/// within a second); the notice outlives the process. Any thread. Where the desktop cannot show it, it becomes one line
+/// "TITLE: MESSAGE" on standard error and in the system log.
 void displayNotice(std::string_view title, std::string_view message);
 
 } // namespace kestrav::platform

@@ -47,9 +47,9 @@ private:
     Value value_;
 };
 
-/// Fills a format of the platform: "%@" and "%s" take any argument as text, "%d", "%u", "%x", "%f", "%p" with flags,
-/// width, precision and length modifiers, positions ("%2$@") and "%%". A missing argument prints as "(null)" or 0; an
-/// argument of another kind than its placeholder is converted, never misread.
+/// Fills in a format in the platform's notation: "%@" and "%s" take any argument as text, "%d", "%u", "%x", "%f", "%p"
+/// with flags, width, precision and length modifiers, positions ("%2$@") and "%%". A missing argument prints as
+/// "(null)" or 0; an argument of another kind than its placeholder is converted, never misread.
 [[nodiscard]] std::string formatArguments(std::string_view format, std::span<const FormatArgument> arguments);
 
 /// `formatArguments` with the arguments in line.

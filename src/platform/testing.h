@@ -11,11 +11,11 @@
 #include <string_view>
 #include <vector>
 
-// What tests put in the place of the machine. The product never changes any of it.
+// What tests put in place of the machine. The product itself never changes any of it.
 
 namespace kestrav::platform::testing {
 
-/// What the services use in place of the real thing; null or empty is the real one. Set from one thread, before the
+/// What the services use in place of the real thing; null or empty means the real one. Set from one thread, before the
 /// code under test runs.
 struct Replacements {
     std::shared_ptr<const Bundle> mainBundle;
@@ -42,7 +42,7 @@ struct Replacements {
 
 [[nodiscard]] Replacements &replacements();
 
-/// Changes what `ProcessInfo` tells of this process.
+/// Changes what `ProcessInfo` reports about this process.
 void setArguments(std::vector<std::string> arguments);
 void setEnvironment(ProcessInfo::Environment environment);
 

@@ -9,7 +9,7 @@
 
 namespace kestrav::platform {
 
-/// `text` with every occurrence of `target` replaced, left to right, without looking at what was put in.
+/// `text` with every occurrence of `target` replaced, left to right; replacements are not searched again.
 [[nodiscard]] std::string replacingOccurrences(std::string_view text, std::string_view target,
                                                std::string_view replacement);
 
@@ -46,7 +46,7 @@ namespace kestrav::platform {
 /// One line of the text, safe on a terminal: control characters (also the line break, and those beyond ASCII) as "\n",
 /// "\u001B" and the like.
 [[nodiscard]] std::string escapingControlCharacters(std::string_view text);
-/// The same for a text that may have been written in several lines: line breaks and tabs become blanks.
+/// The same for a text that may have several lines: line breaks and tabs become blanks.
 [[nodiscard]] std::string onOneLine(std::string text);
 
 // Character classes, judged by one UTF-16 unit. A surrogate is in none of them.

@@ -12,8 +12,8 @@ namespace kestrav::platform {
     return {errno, std::generic_category()};
 }
 
-/// Repeats a system call while a signal interrupts it. What comes back interrupted at once, thousands of times in a
-/// row, fails with EINTR, so that nothing spins for ever.
+/// Repeats a system call while a signal interrupts it. A call that is interrupted at once, thousands of times in a row,
+/// fails with EINTR, so that nothing spins for ever.
 template <class Call> auto uninterrupted(Call call) {
     constexpr int patience = 10'000;
     constexpr std::int64_t atOnce = 1'000'000; // nanoseconds
@@ -22,7 +22,7 @@ template <class Call> auto uninterrupted(Call call) {
         const std::int64_t begin = monotonicNanoseconds();
         result = call();
         if (monotonicNanoseconds() - begin > atOnce) {
-            inARow = 0; // it has waited, as it is meant to
+            inARow = 0; // the call has waited, so this is no endless loop
         }
     }
     return result;

@@ -9,17 +9,16 @@
 
 namespace kestrav::platform {
 
-/// The progress window on the screen: shows the controls through the window module, which is opened for that. Main
-/// thread; one in a process.
+/// The progress window on the screen: opens the window module and shows the controls through it. Main thread; one per
+/// process.
 class DesktopWindow {
 public:
-    /// Finds out whether there may be a display and gets the process ready for the module. Before other threads read
-    /// the environment. Controls and delegate have to outlive the object. If the display, or the window on it, goes
-    /// away, `withoutWindow` is called wherever that shows; it must not return.
+    /// Finds out whether there may be a display and prepares the process for the module. To be called before other
+    /// threads read the environment. Controls and delegate have to outlive the object. If the display, or the window on
+    /// it, is lost, `withoutWindow` is called from wherever that is noticed; it must not return.
     DesktopWindow(WindowControls &controls, ApplicationDelegate &delegate, std::function<void()> withoutWindow);
 
-    /// Opens the module and shows the window. False if either is impossible; nothing is said about it then, but in the
-    /// debug log.
+    /// Opens the module and shows the window. False if either is impossible; only the debug log says why.
     [[nodiscard]] bool open();
 
     /// Runs the event loop and the main queue until the window is closed.

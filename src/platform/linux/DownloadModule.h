@@ -3,15 +3,15 @@
 #include <cstddef>
 #include <cstdint>
 
-// What the launcher and its module of downloads agree on. Only plain C data crosses, and no exception: the two are
-// linked to C++ libraries of their own.
+// The interface between the launcher and its download module. Only plain C data crosses it, and no exceptions, because
+// each side is linked to its own C++ library.
 
 extern "C" {
 
-/// What an answer tells of the file it brings. The texts are never null; empty: not sent.
+/// What an answer says about the file it brings. The strings are never null; an empty one was not sent.
 struct KestravAnswer {
-    long status;         ///< of HTTP; 0: another scheme
-    std::int64_t length; ///< of the body in bytes; -1: not announced
+    long status;         ///< the HTTP status; 0: another scheme
+    std::int64_t length; ///< the body's, in bytes; -1: not announced
     const char *entityTag;
     const char *lastModified;
     const char *date;
@@ -28,11 +28,11 @@ struct KestravTransfer {
     int wakeDescriptor;               ///< while it is readable, `step` is called without delay
     void *host;                       ///< handed to each function
 
-    /// The answer is there; its body follows. 0 ends the transfer.
+    /// Called when the answer is there; its body follows. 0 ends the transfer.
     int (*response)(void *host, const KestravAnswer *answer) noexcept;
-    /// Bytes as the server sent them, never decoded. 0 ends the transfer.
+    /// Called with bytes as the server sent them, never decoded. 0 ends the transfer.
     int (*data)(void *host, const char *bytes, std::size_t count) noexcept;
-    /// Called now and then. Returns after how many milliseconds it has to be called again; below 0 ends the transfer.
+    /// Called now and then. Returns the milliseconds after which it must be called again; below 0 ends the transfer.
     int (*step)(void *host) noexcept;
 };
 
@@ -40,8 +40,8 @@ struct KestravDownloadModule {
     static constexpr const char *file = "download.so"; ///< in the bundle's Contents/Frameworks
     static constexpr const char *entry = "kestravDownloadModule";
 
-    /// Makes a transfer and returns when it has ended: 1 if it is complete, else a text for people is in `error`, and
-    /// -1 tells that the connection broke or could not be had, 0 that something else is wrong.
+    /// Makes a transfer and returns when it has ended: 1 if it is complete; otherwise `error` holds a message for
+    /// people, and -1 means that the connection broke or could not be made, 0 that something else is wrong.
     int (*transfer)(const KestravTransfer *transfer, char *error, std::size_t errorSize) noexcept;
 };
 

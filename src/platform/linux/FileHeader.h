@@ -8,7 +8,7 @@
 
 namespace kestrav::platform {
 
-/// The bytes at the beginning of a file, as many as the header of a program can have; none if it cannot be read.
+/// The bytes at the beginning of a file, as many as a program's header can have; none if the file cannot be read.
 class FileHeader {
 public:
     explicit FileHeader(const std::string &path);

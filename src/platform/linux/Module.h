@@ -10,10 +10,11 @@ template <class Functions> struct Module {
     std::string failure; ///< empty: the functions are there
 };
 
-/// The address of a module's one export, or null with the reason, which the debug log is told as well.
+/// The address of a module's one export, or null with the reason in `failure`, which is logged to the debug log as
+/// well.
 [[nodiscard]] void *moduleEntry(const std::string &path, const char *entry, std::string &failure);
 
-/// Opens the module, for good, and has it fill in its functions. Any thread.
+/// Opens the module, which is never closed, and has it fill in its functions. Any thread.
 template <class Functions> [[nodiscard]] Module<Functions> openModule(const std::string &bundlePath) {
     Module<Functions> module;
     const std::string path = bundlePath + "/Contents/Frameworks/" + Functions::file;

@@ -1,7 +1,7 @@
 #pragma once
 
-// What the launcher and its module of desktop notices agree on. Only plain C data crosses, and no exception: the two
-// are linked to C++ libraries of their own.
+// The interface between the launcher and its module for desktop notices. Only plain C data crosses it, and no
+// exceptions, because each side is linked to its own C++ library.
 
 extern "C" {
 
@@ -12,7 +12,7 @@ struct KestravNotice {
     const char *application; ///< the program's name
     const char *title;
     const char *message;
-    int milliseconds; ///< how long answers of the bus and the service are awaited, in all
+    int milliseconds; ///< how long to wait in all for answers from the bus and the service
 };
 
 struct KestravNoticeModule {
@@ -20,7 +20,7 @@ struct KestravNoticeModule {
     static constexpr const char *entry = "kestravNoticeModule";
 
     /// Shows a notice; 1 if the service accepted it, 0 for any failure. Any thread. Connecting to a bus that accepts
-    /// but never speaks may block for good.
+    /// but never answers may block for ever.
     int (*show)(const KestravNotice *notice) noexcept;
 };
 

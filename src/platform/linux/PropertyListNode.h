@@ -12,11 +12,11 @@ struct FreeNode {
     void operator()(plist_t node) const { plist_free(node); }
 };
 
-/// Owns a value of libplist, with all that is in it.
+/// Owns a libplist value and everything in it.
 using Node = std::unique_ptr<plist_t, FreeNode>;
 
-/// Reads an XML or binary property list. Null when the bytes are neither, or are damaged, or are more than the library
-/// can be trusted with.
+/// Reads an XML or binary property list. Null if the bytes are neither, are damaged, or are more than the library can
+/// safely read.
 [[nodiscard]] Node nodeOf(std::string_view bytes);
 
 } // namespace kestrav::platform

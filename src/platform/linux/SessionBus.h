@@ -11,7 +11,7 @@ struct SessionBus {
     std::string socket;
 };
 
-/// The session's bus, by the process's copy of the environment; empty if there is none.
+/// The session's bus according to the process's copy of the environment; empty if there is none.
 [[nodiscard]] std::optional<SessionBus> findSessionBus();
 
 } // namespace kestrav::platform

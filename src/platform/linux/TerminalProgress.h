@@ -10,7 +10,7 @@ namespace kestrav::platform {
 /// standard error, for as long as the run can be cancelled. Main thread, but for `erase`.
 class TerminalProgress {
 public:
-    /// Says nothing before the first change of the controls, which have to outlive the object.
+    /// Prints nothing before the first change of the controls, which have to outlive the object.
     explicit TerminalProgress(WindowControls &controls);
     TerminalProgress(const TerminalProgress &) = delete;
     TerminalProgress &operator=(const TerminalProgress &) = delete;
@@ -19,7 +19,7 @@ public:
     /// Rewrites the line if it has changed.
     void update();
 
-    /// Takes the line away, if there is one, before something else is written to standard error. Any thread.
+    /// Erases the line, if there is one, before something else is written to standard error. Any thread.
     static void erase();
 
 private:

@@ -15,14 +15,14 @@
 
 namespace kestrav::platform {
 
-/// A download by the module, on a thread of its own. Shared with the thread, which may be stuck in a library for longer
-/// than anybody waits for it.
+/// A download by the module, on a thread of its own. The object is shared with the thread, which may be stuck in a
+/// library after everybody else has stopped waiting for it.
 class Transfer : public std::enable_shared_from_this<Transfer> {
 public:
     Transfer(URLRequest request, URLDownloadDelegate &delegate);
 
     // Main thread.
-    /// What is there before the start; the thread's afterwards.
+    /// To be set up before `start`; afterwards it belongs to the transfer's thread.
     [[nodiscard]] DownloadTarget &target() { return target_; }
     void start(const std::string &path, bool allowOverwrite);
     void cancel();
@@ -47,12 +47,12 @@ private:
     [[nodiscard]] bool isCancelled();
 
     static Transfer &of(void *host) { return *static_cast<Transfer *>(host); }
-    /// What a call of the module's comes to; `otherwise` after an exception, which may not get there.
+    /// The result of a call from the module; `otherwise` after an exception, which must not reach the module.
     template <class Action> int guarded(int otherwise, Action action) noexcept {
         try {
             return action(*this);
         } catch (const std::exception &) {
-            failure_.assign("out of memory"); // so short that it needs none
+            failure_.assign("out of memory"); // short enough to need no allocation
             return otherwise;
         }
     }
@@ -62,14 +62,14 @@ private:
     const std::string certificateFile_;
     const FileDescriptor wake_; // readable once the transfer is cancelled
 
-    URLDownloadDelegate *delegate_; // main thread; null once it hears nothing more
+    URLDownloadDelegate *delegate_; // main thread; null once it is told nothing more
 
-    std::mutex mutex_; // guards the following; while it is held, nobody else changes the file
+    std::mutex mutex_; // guards the following; while it is held, no other thread changes the file
     bool cancelled_ = false;
     DownloadTarget target_;
 
     // The transfer's thread alone.
-    std::string failure_; // of the last attempt; empty: the module's text, if any
+    std::string failure_; // of the last attempt; empty: the module's message counts, if any
     std::int64_t unreported_ = 0;
     std::chrono::steady_clock::time_point lastReport_;
 };

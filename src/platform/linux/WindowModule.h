@@ -2,13 +2,13 @@
 
 #include <cstddef>
 
-// What the launcher and its module of the progress window agree on. Only plain C data crosses, and no exception: the
-// two are linked to C++ libraries of their own. Everything happens on the main thread.
+// The interface between the launcher and its module for the progress window. Only plain C data crosses it, and no
+// exceptions, because each side is linked to its own C++ library. All calls are made on the main thread.
 
 extern "C" {
 
 /// What the window shows. Strings are UTF-8. All of it belongs to the caller and is valid during the call; the icon
-/// stays as long as its address is passed.
+/// stays valid for as long as its address is passed.
 struct KestravWindowContent {
     const char *title;
     const char *label;
@@ -18,23 +18,23 @@ struct KestravWindowContent {
     std::size_t iconLength;
     double value; ///< 0 to 100
     int buttonEnabled;
-    int indeterminate; ///< the bar only shows that something goes on …
+    int indeterminate; ///< the bar only shows that something is going on …
     int animating;     ///< … and moves while it does
 };
 
-/// How the window comes into being and whom it asks. Valid as long as the window lives.
+/// How the window is made, and the functions that it calls. Valid for as long as the window exists.
 struct KestravWindowSettings {
     const char *interfacePath; ///< the main interface file
-    const char *programName;   ///< what the desktop knows the program by
+    const char *programName;   ///< the name by which the desktop knows the program
     int taskDescriptor;        ///< readable while tasks wait
     void *context;             ///< passed to the functions below
 
     void (*runTasks)(void *context) noexcept;
     void (*cancelPressed)(void *context) noexcept;
-    void (*closeRequested)(void *context) noexcept; ///< to grant it, call `close`
+    void (*closeRequested)(void *context) noexcept; ///< call `close` to let it happen
     /// The display, or the window on it, is gone. Must not return: the window's library would end the process.
     void (*displayLost)(void *context) noexcept;
-    void (*message)(void *context, const char *text) noexcept; ///< a complaint of the library; any thread
+    void (*message)(void *context, const char *text) noexcept; ///< a warning from the library; any thread
 };
 
 struct KestravWindowModule {

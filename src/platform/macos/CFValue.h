@@ -17,7 +17,7 @@ namespace kestrav::platform {
 template <class Reference> class CFHandle {
 public:
     CFHandle() = default;
-    /// Takes over what a function with "Create" or "Copy" in its name has returned, null included.
+    /// Takes over the result of a function with "Create" or "Copy" in its name; it may be null.
     explicit CFHandle(Reference owned) : reference_(owned) {}
     CFHandle(CFHandle &&other) noexcept : reference_(std::exchange(other.reference_, nullptr)) {}
     CFHandle &operator=(CFHandle &&other) noexcept {
@@ -41,7 +41,7 @@ private:
     Reference reference_ = nullptr;
 };
 
-/// The text as the platform's string. What is no UTF-8 becomes U+FFFD.
+/// The text as the platform's string. Bytes that are not UTF-8 become U+FFFD.
 [[nodiscard]] CFHandle<CFStringRef> cfText(std::string_view text);
 
 /// The platform's string as UTF-8, a null one as an empty text. Lone surrogates become U+FFFD.
@@ -50,8 +50,8 @@ private:
 /// The path of a file URL.
 [[nodiscard]] std::string pathOf(CFURLRef url);
 
-/// A copy of the platform's value; empty for null and for what cannot stand in a property list. Such entries of arrays
-/// and dictionaries are left out.
+/// A copy of the platform's value; empty for null and for what a property list cannot hold. Such entries of arrays and
+/// dictionaries are left out.
 [[nodiscard]] std::optional<PropertyList> propertyListOf(CFTypeRef value);
 
 /// The value as an object of the platform, never null.

@@ -4,8 +4,8 @@
 
 #import <AppKit/AppKit.h>
 
-/// What the main interface file creates: has the real controls, shows what the program's ones hold in them, and
-/// forwards what happens to the program's delegate.
+/// The object that the main interface file creates: it owns the real controls, shows in them what the program's
+/// controls hold, and forwards events to the program's delegate.
 @interface AppDelegate : NSObject <NSApplicationDelegate, NSWindowDelegate> {
     NSImageView *iconView;
     NSWindow *window;

@@ -8,15 +8,15 @@
 #include <string>
 #include <string_view>
 
-// How a download goes on that broke: the rules, the same on every platform.
+// The rules by which a broken download continues, the same on every platform.
 
 namespace kestrav::platform {
 
-/// What an answer says of the file it brings.
+/// What an answer says about the file it brings.
 struct DownloadAnswer {
-    long status = 0;          // of HTTP; 0: another scheme
-    std::int64_t length = -1; // of its body in bytes; -1: not announced
-    // Headers; empty: not sent.
+    long status = 0;          // the HTTP status; 0: another scheme
+    std::int64_t length = -1; // the body's, in bytes; -1: not announced
+    // Headers; an empty one was not sent.
     std::string_view entityTag;
     std::string_view lastModified;
     std::string_view date;
@@ -28,7 +28,7 @@ enum class AnswerUse {
     None,
     WholeFile,
     RestOfFile,
-    AskForWhole, // the part does not fit: the whole file has to be asked for
+    AskForWhole, // the part does not match: the whole file has to be asked for
     TryLater,
 };
 
@@ -53,13 +53,13 @@ public:
 
     void received(std::size_t bytes) { part_.length += static_cast<std::int64_t>(bytes); }
 
-    /// What the file holds by now.
+    /// What the file holds so far.
     [[nodiscard]] const DownloadPart &part() const { return part_; }
     /// The length of the whole file, -1 if it was not announced.
     [[nodiscard]] std::int64_t expectedLength() const { return expectedLength_; }
 
-    /// After how many microseconds the download that has not come whole is tried again; empty if that is the end of it.
-    /// `broken`: the connection broke or could not be had.
+    /// The microseconds after which an incomplete download is tried again; empty if it is given up. `broken`: the
+    /// connection broke or could not be made.
     [[nodiscard]] std::optional<std::int64_t> pauseBeforeNext(bool broken);
 
 private:
@@ -68,7 +68,7 @@ private:
     DownloadPart part_;
     std::int64_t expectedLength_ = -1;
     AnswerUse use_ = AnswerUse::None; // of the last attempt's answer
-    bool reached_ = false;            // the server, with an answer that can be used, or later
+    bool reached_ = false;            // the server gave an answer that can be used, or asked to try later
     int retries_ = 0;
 };
 

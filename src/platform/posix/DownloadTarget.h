@@ -9,13 +9,13 @@
 
 namespace kestrav::platform {
 
-/// What every platform does with what a download receives: the attempts at it and the file that they fill. After an
+/// What every platform does with the data of a download: the attempts to get them and the file that they fill. After an
 /// operation that fails, `failure` says why.
 class DownloadTarget {
 public:
     void setKeepsPart(bool keeps) { keepsPart_ = keeps; }
     void setOtherDestination(URLDownload::OtherDestination other) { other_ = std::move(other); }
-    /// Names the file, and goes on with an earlier part of it if that is wanted.
+    /// Sets the file and, if parts are kept, continues an earlier part of it.
     void open(const std::string &path, bool allowOverwrite);
 
     /// Begins the next attempt. Empty if the whole file is to be asked for.
@@ -23,14 +23,14 @@ public:
     /// Judges the answer and prepares the file for its body; false if the body is not wanted.
     [[nodiscard]] bool receiveAnswer(const DownloadAnswer &answer);
     [[nodiscard]] bool receive(std::string_view bytes);
-    /// Ends the writing. False if the file is not whole, which is a broken connection, or could not be written.
+    /// Ends the writing. False if the file is incomplete, which means a broken connection, or could not be written.
     [[nodiscard]] bool finish();
     /// See `DownloadAttempts`.
     [[nodiscard]] std::optional<std::int64_t> pauseBeforeNext(bool broken) { return attempts_.pauseBeforeNext(broken); }
     /// Ends the download before the file is whole.
     void breakOff() { file_.breakOff(); }
 
-    /// How far the file has come, of how many bytes (-1: not announced).
+    /// How many bytes the file has, and how many are expected (-1: not announced).
     [[nodiscard]] std::int64_t length() const { return attempts_.part().length; }
     [[nodiscard]] std::int64_t expectedLength() const { return attempts_.expectedLength(); }
     [[nodiscard]] bool isShort() const { return length() < expectedLength(); }
@@ -39,7 +39,7 @@ public:
 private:
     [[nodiscard]] bool beginFile();
     [[nodiscard]] bool resumeFile();
-    /// Takes down what went wrong with the file; true if nothing did.
+    /// Stores in `failure_` what went wrong with the file; true if nothing did.
     bool succeeded(const std::error_code &error);
 
     bool keepsPart_ = false;

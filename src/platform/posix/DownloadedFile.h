@@ -14,35 +14,36 @@ namespace kestrav::platform {
 /// A part of a file, and the version of the file at its source.
 struct DownloadPart {
     std::int64_t length = 0; // bytes
-    std::string validator;   // what the server tells versions apart by; empty: nothing
+    std::string validator;   // the value by which the server tells versions apart; empty: none
 };
 
 inline constexpr std::size_t longestValidator = 500;
 
-/// The text, if it can be sent as the condition of a request for the rest of a file; else empty.
+/// `text` if it can be sent as the condition of a request for the rest of a file, else empty.
 [[nodiscard]] std::string usableValidator(std::string_view text);
 
 /// The file that a download fills. Only the user can read it.
 class DownloadedFile {
 public:
     DownloadedFile() = default;
-    /// `keepsPart`: what is there when the download breaks off stays, for a later one to go on.
+    /// `keepsPart`: what is there when the download breaks off is kept, so that a later one can continue.
     DownloadedFile(std::string path, bool allowOverwrite, bool keepsPart)
         : path_(std::move(path)), allowOverwrite_(allowOverwrite), keepsPart_(keepsPart) {}
 
     [[nodiscard]] const std::string &path() const { return path_; }
 
-    /// Says that the folder has no room for so many bytes; empty if it has, or if the file system does not tell.
+    /// A message that the folder has no room for so many bytes; empty if it has, or if the file system does not say.
     [[nodiscard]] std::string lackOfRoom(std::int64_t bytes) const;
 
     /// Opens what an earlier download has left, so that `write` appends to it.
     [[nodiscard]] std::optional<DownloadPart> openPart();
-    /// Makes a new file. What stands at its path is replaced, never followed or written into, or is an error.
+    /// Creates a new file. Anything at its path is replaced, never followed or written into; without `allowOverwrite`
+    /// it is an error.
     [[nodiscard]] std::error_code create(const std::string &validator);
     [[nodiscard]] std::error_code write(std::string_view bytes);
-    /// Ends the writing of the whole file; what some file systems report only now is an error as well.
+    /// Closes the complete file. Some file systems report errors only now.
     [[nodiscard]] std::error_code finish();
-    /// Ends the writing before the file is whole. Removes what there is of it, unless it is kept.
+    /// Closes the incomplete file, and removes it unless it is kept.
     void breakOff();
     /// Removes the file, if it was opened here.
     void discard();
@@ -51,7 +52,7 @@ private:
     std::string path_;
     bool allowOverwrite_ = false;
     bool keepsPart_ = false;
-    bool opened_ = false; // since when it is ours to remove
+    bool opened_ = false; // from then on it is ours to remove
     FileDescriptor descriptor_;
 };
 

@@ -13,14 +13,14 @@
 
 namespace kestrav::platform {
 
-/// Which file it is, whatever its name.
+/// Identifies a file, whatever its name.
 struct FileIdentity {
     dev_t device = 0;
     ino_t number = 0;
     [[nodiscard]] bool operator==(const FileIdentity &) const = default;
 };
 
-/// Empty with errno set if the system does not tell.
+/// Empty with errno set if the system cannot say.
 [[nodiscard]] std::optional<FileIdentity> identityOf(const FileDescriptor &file);
 
 /// Opens a directory in a directory (or AT_FDCWD); invalid with errno set when that fails.
@@ -32,10 +32,10 @@ struct FileIdentity {
 /// The names in an open directory without "." and "..", in the system's order; empty if it cannot be listed.
 [[nodiscard]] std::optional<std::vector<std::string>> directoryNames(const FileDescriptor &directory);
 
-/// Removes what stands under a name in an open directory (or a path below AT_FDCWD), a directory with all it holds.
-/// Never follows a link, leaves what is mounted in it alone, and goes through descriptors, so that nothing outside is
-/// touched even if somebody changes the tree meanwhile. Holds few of them at any depth. What cannot be removed does not
-/// keep the rest; the first error counts.
+/// Removes the entry of this name in an open directory (or at a path below AT_FDCWD); a directory with everything in
+/// it. Never follows a link, leaves mounted file systems alone, and works through open directories, so that nothing
+/// outside is touched even if another process changes the tree meanwhile. Only few descriptors are open at any depth.
+/// What cannot be removed does not stop the rest from being removed; the first error is returned.
 std::error_code removeTree(int parent, const char *name);
 
 } // namespace kestrav::platform

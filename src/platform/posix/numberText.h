@@ -9,7 +9,7 @@ namespace kestrav::platform {
 /// What `printf` writes for one number. The conversion takes width and precision as arguments ("%*.*f").
 template <class Number>
 [[nodiscard]] std::string printed(const char *conversion, int width, int precision, Number number) {
-    // Short enough for nearly every number; 1e308 with "%f" is one of the others.
+    // Long enough for nearly every number; an exception is 1e308 with "%f".
     std::string text(64, '\0');
     for (;;) {
         const int size = std::snprintf(text.data(), text.size(), conversion, width, precision, number);

@@ -17,7 +17,7 @@ struct DecodedCharacter {
 /// character (U+FFFD) of one byte.
 [[nodiscard]] DecodedCharacter decodeCharacter(std::string_view text);
 
-/// Appends a character as UTF-8; surrogates and values beyond U+10FFFF as U+FFFD.
+/// Appends a character as UTF-8; surrogates and values beyond U+10FFFF become U+FFFD.
 void appendCharacter(std::string &text, char32_t character);
 
 } // namespace kestrav::platform

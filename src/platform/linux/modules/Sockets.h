@@ -27,7 +27,7 @@ public:
     }
 
     Sockets() { sockets_.fill(CURL_SOCKET_BAD); }
-    /// Ends all conversation, so that the library waits for no farewell.
+    /// Shuts down all connections, so that the library does not wait for the other side to close them.
     void shutDown() {
         for (const curl_socket_t socket : sockets_) {
             if (socket != CURL_SOCKET_BAD) {
@@ -37,5 +37,5 @@ public:
     }
 
 private:
-    std::array<curl_socket_t, 64> sockets_{}; // several are tried at once only for a host with several addresses
+    std::array<curl_socket_t, 64> sockets_{}; // more than one is open only while a host's several addresses are tried
 };
