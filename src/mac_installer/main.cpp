@@ -2,6 +2,7 @@
 #include "mac_installer/launcher/failure.h"
 #include "mac_installer/launcher/global.h"
 #include "mac_installer/launcher_main.h"
+#include "mac_installer/oneProcess.h"
 #include "platform/Application.h"
 #include "platform/DebugLog.h"
 #include "platform/FileDescriptor.h"
@@ -9,6 +10,7 @@
 #include "platform/Signals.h"
 
 #include <exception>
+#include <optional>
 #include <string_view>
 
 using kestrav::_DLog; // NOLINT(bugprone-reserved-identifier): its name
@@ -54,7 +56,8 @@ int start(int argc, char **argv) {
               reinterpret_cast<const void *>(&launcher_main));
         return launcher_main(argc, argv);
     }
-    return bootstrap(argc, argv);
+    const auto status = kestrav::wantsOneProcess() ? kestrav::becomeJavaProgram() : std::nullopt;
+    return status ? *status : bootstrap(argc, argv);
 }
 
 } // namespace

@@ -13,6 +13,9 @@ namespace kestrav::platform {
 /// same kind is accepted, and so is a script.
 [[nodiscard]] bool runsOnThisProcessor(const std::string &program);
 
+/// True if this process can load the library: it has code for exactly this process's kind of processor.
+[[nodiscard]] bool loadsIntoThisProcess(const std::string &library);
+
 /// The folder that Java runtimes before version 9 have below "lib" for this process's processor ("amd64"); empty where
 /// they have none.
 [[nodiscard]] std::string_view processorFolder();

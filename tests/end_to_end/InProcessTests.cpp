@@ -15,6 +15,7 @@ namespace {
 
 using namespace std::string_literals;
 using testing::EndsWith;
+using testing::HasSubstr;
 using testing::StartsWith;
 
 class InProcess : public testing::Test {
@@ -80,12 +81,41 @@ TEST_F(InProcess, JavaProgramRunsAsUnderTheRuntimesOwnCommand) {
     }
 }
 
-TEST_F(InProcess, JavaProgramHasTheSignals) {
-    Launch waiting(bundle, fromFile({KESTRAV_JDK, "-cp", jar, mainClass, "wait"}));
-    waitUntil([&] { return waiting.output().ends_with("waiting\n"); }, "the Java program");
-    waiting.sendSignal(SIGTERM);
-    EXPECT_EQ(waiting.wait(), 128 + SIGTERM);
-    EXPECT_THAT(waiting.output(), EndsWith("waiting\nhook\n"));
+TEST_F(InProcess, AnApplicationThatWantsToBeOneProcessIsTheJavaProgram) {
+    std::string library = contentOf(KESTRAV_TEST_JLI "/COMPLETE/libjli.so").substr(0, 64);
+    library[18] = static_cast<char>(library[18] ^ 1); // the machine in an ELF header
+    bundle.folder().write("foreign/Contents/Home/lib/libjli.so", library);
+    const std::string foreign = bundle.addRuntime("foreign");
+    bundle.info["ksv.inProcess"] = true;
+    bundle.javaVM = {{"MainClass", mainClass},
+                     {"ClassPath", jar},
+                     {"VMOptionArray", Array{"-Dprogram.property=a b"}},
+                     {"SearchSequence", Array{"R" + bundle.runtime(), "R" + foreign, "R" KESTRAV_JDK}}};
+    const Terminal terminal;
+    Launch run(bundle, {.arguments = {"-q", "wait"},
+                        .environment = {{"KESTRAV_LOG", "yes"}, {"LC_ALL", "C.UTF-8"}},
+                        .terminal = terminal.slave()});
+    waitUntil([&] { return run.output().ends_with("waiting\n"); }, "the Java program");
+    EXPECT_THAT(contentOf("/proc/" + std::to_string(run.pid()) + "/maps"), HasSubstr("/libjvm.so"));
+    terminal.type("\x03");
+    EXPECT_EQ(run.wait(), 128 + SIGINT);
+    EXPECT_THAT(run.output(), StartsWith("argument -q\nargument wait\nproperty a b\n"));
+    EXPECT_THAT(run.output(), EndsWith("waiting\nhook\n"));
+    for (const std::string &refusal : {bundle.runtime() + ": it has no launch library (libjli)\n",
+                                       foreign + ": its launch library has no code for this process's processor\n"}) {
+        EXPECT_THAT(run.errors(), HasSubstr("rejected " + refusal));
+    }
+
+    bundle.javaVM["SearchSequence"] = Array{"R" + foreign};
+    Launch missing(bundle);
+    expectRefusal(missing, foreign + ": its launch library");
+    bundle.addRuntime(bundle.path() + "/Contents/PlugIns/jre.bundle");
+    Launch own(bundle);
+    expectRefusal(own, "internal error: Could not load JRE");
+    // What has to be extracted first runs as a child.
+    bundle.folder().write("Test.app/Contents/Resources/app/jre.tar.gz", runtimeBundle().closed());
+    Launch child(bundle);
+    EXPECT_TRUE(child.report().has(mainClass));
 }
 
 TEST_F(InProcess, LibraryMayEnterMainAgainOrExecuteTheFileAgain) {

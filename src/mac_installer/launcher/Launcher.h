@@ -34,6 +34,8 @@ public:
     std::optional<JavaRuntime> runtime;
     /// Called before each candidate of a search, which it may end by raising an exception.
     std::function<void()> checkpoint = [] {};
+    /// The program is to run inside this process: a search refuses candidates without a launch library that fits it.
+    bool needsLaunchLibrary = false;
 
     // Configuration ---------------------------------------------------------------------------------------------------
 
@@ -109,7 +111,8 @@ public:
 
     // In-process start ------------------------------------------------------------------------------------------------
 
-    /// Finds a runtime and puts its command line together, for `launch`. `programPath` is entry 0 of the vector.
+    /// Puts the runtime's command line together, for `launch`; looks for a runtime unless there is one. `programPath`
+    /// is entry 0 of the vector.
     Launcher &load(const char *programPath);
 
     /// Takes the runtime, from its first line, and the command line, from the others, of a file that is deleted.
@@ -162,6 +165,9 @@ private:
     [[nodiscard]] std::optional<JavaRuntime> acceptOrRefuse(const char *signature, int line, const std::string &path,
                                                             const CandidateVerdict &verdict, bool isOwn = false);
     [[nodiscard]] static JavaRuntime runtimeOf(const std::string &path, const CandidateVerdict &verdict);
+    /// The verdict on the candidate at `path`, or a refusal if its launch library is needed and will not do.
+    [[nodiscard]] CandidateVerdict requiringLaunchLibrary(CandidateVerdict verdict, const std::string &path,
+                                                          bool plugin = false) const;
     [[nodiscard]] static CandidateVerdict checkPlainRuntime(const std::string &path, const OptionalText &version,
                                                             const RuntimeBounds &bounds);
     /// Says that the runtime's `java` is for another processor; empty if it is not, or is missing.

@@ -1,6 +1,8 @@
+#include "mac_installer/launcher/LaunchLibrary.h"
 #include "mac_installer/launcher/Launcher.h"
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "platform/DebugLog.h"
+#include "platform/FileManager.h"
 #include "platform/Machine.h"
 #include "platform/path.h"
 #include "platform/text.h"
@@ -101,6 +103,23 @@ std::string Launcher::otherProcessorReason(const std::string &path) {
     const std::string home = getJreLocation(path);
     const bool runs = platform::runsOnThisProcessor(platform::appendingPathComponent(home, "bin/java"));
     return runs ? "" : "its bin/java is for another processor";
+}
+
+CandidateVerdict Launcher::requiringLaunchLibrary(CandidateVerdict verdict, const std::string &path,
+                                                  bool plugin) const {
+    if (!needsLaunchLibrary || !verdict.launchVersion) {
+        return verdict;
+    }
+    const std::string library = plugin ? pluginLibraryPath() : launchLibraryPath(path);
+    if (!platform::fileExistsAtPath(library)) {
+        verdict.refusal = "it has no launch library (libjli)";
+    } else if (!platform::loadsIntoThisProcess(library)) {
+        verdict.refusal = "its launch library has no code for this process's processor";
+    }
+    if (!verdict.refusal.empty()) {
+        verdict.launchVersion.reset();
+    }
+    return verdict;
 }
 
 CandidateVerdict Launcher::checkPlainRuntime(const std::string &path, const OptionalText &version,

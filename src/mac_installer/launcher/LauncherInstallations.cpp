@@ -57,7 +57,8 @@ std::optional<JavaRuntime> Launcher::findOtherInstallation(const RuntimeBounds &
             const std::string plain = platform::format("%@/.kestrav/jre", directory);
             if (const auto version = plainRuntimeVersion(plain)) {
                 path = plain;
-                plainRuntime = acceptOrRefuse(signature, __LINE__, plain, checkPlainRuntime(plain, version, bounds));
+                plainRuntime = acceptOrRefuse(signature, __LINE__, plain,
+                                              requiringLaunchLibrary(checkPlainRuntime(plain, version, bounds), plain));
                 bundleChecking = false;
             }
         }

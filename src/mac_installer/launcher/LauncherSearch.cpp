@@ -204,7 +204,8 @@ std::optional<JavaRuntime> Launcher::tryBundle(const char *signature, int line, 
                                                const RuntimeBounds &bounds, bool plugin) {
     checkpoint();
     const auto bundle = openRuntime(path);
-    return acceptOrRefuse(signature, line, path, checkJavaVersion(bundle.get(), bounds, plugin));
+    return acceptOrRefuse(signature, line, path,
+                          requiringLaunchLibrary(checkJavaVersion(bundle.get(), bounds, plugin), path, plugin));
 }
 
 std::optional<JavaRuntime> Launcher::acceptOrRefuse(const char *signature, int line, const std::string &path,

@@ -27,12 +27,17 @@ void exportLanguage() {
 } // namespace
 
 Launcher &Launcher::load(const char *programPath) {
-    runtime = findJavaBundle(false);
+    if (!runtime) {
+        runtime = findJavaBundle(false);
+    }
     if (!runtime) {
         return *this;
     }
     prepareProcess();
-    const JavaParameters parameters = readJavaParameters();
+    JavaParameters parameters = readJavaParameters();
+    if (parameters.firstThread) {
+        parameters.options.emplace_back("-XstartOnFirstThread");
+    }
     exportLanguage();
     setLaunchVector(programPath, commandLine(parameters));
     return *this;

@@ -54,6 +54,10 @@ bool runsOnThisProcessor(const std::string &program) {
     return !bothKnown || *machine == own.machine || *machine == ElfMachine{own.otherWidth, own.machine.bigEndian};
 }
 
+bool loadsIntoThisProcess(const std::string &library) {
+    return elfMachine(FileHeader(library)) == thisProcessor().machine;
+}
+
 std::string_view processorFolder() {
     return thisProcessor().folder;
 }

@@ -1,5 +1,7 @@
 #include "platform/Machine.h"
 
+#include <dlfcn.h>
+
 namespace kestrav::platform {
 
 bool isMacOS() {
@@ -8,6 +10,10 @@ bool isMacOS() {
 
 bool runsOnThisProcessor(const std::string & /*program*/) {
     return true; // what the system cannot run it translates
+}
+
+bool loadsIntoThisProcess(const std::string &library) {
+    return dlopen_preflight(library.c_str());
 }
 
 std::string_view processorFolder() {
