@@ -79,7 +79,7 @@ inline std::string makeJar(const TemporaryDirectory &folder, const std::string &
 
 /// Runs the tool in the folder for an application of the usual name; `words` are options as a shell reads them.
 inline Outcome makeTool(const TemporaryDirectory &folder, std::vector<std::string> options,
-                        const std::string &words = "") {
+                        const std::string &words = "--installer") {
     options.insert(options.begin(), {"--identifier", "org.example.tool"});
     options.push_back(folder / "Test.app");
     // What it makes is for others all the same.

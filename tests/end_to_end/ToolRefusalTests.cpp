@@ -23,7 +23,7 @@ TEST(Tool, NothingIsLeftBehindByAnEndOnTheWay) {
     const std::string home = makeHome(folder);
     folder.write("home/lib/modules", "");
     fs::resize_file(home + "/lib/modules", (std::uintmax_t{1} << 31U) - 1); // some work
-    const std::string command = std::string(KESTRAV_TOOL) + " --identifier org.example.tool --jar " +
+    const std::string command = std::string(KESTRAV_TOOL) + " --installer --identifier org.example.tool --jar " +
                                 KESTRAV_PROGRAM_JAR + " --runtime " + home + " Test.app";
     fs::create_directory(folder / "made");
     for (const auto &[script, status, message] : {std::tuple(command + R"( & tool=$!
@@ -148,7 +148,7 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
 
 TEST(Tool, AnExistingApplicationStaysUntilTheNewOneIsComplete) {
     const TemporaryDirectory folder;
-    const std::string words = "--jar " KESTRAV_PROGRAM_JAR " --runtime " + makeHome(folder);
+    const std::string words = "--installer --jar " KESTRAV_PROGRAM_JAR " --runtime " + makeHome(folder);
     folder.write("Test.app/precious", "kept");
     EXPECT_THAT(makeTool(folder, {"--replace"}, words).output,
                 HasSubstr("is not an application, so it is not replaced"));

@@ -81,6 +81,35 @@ TEST(Tool, ArchiveHoldsTheRuntimeWhole) {
     EXPECT_EQ(info->find("ksv.jreUncompressedSize")->description() + "\n", size);
 }
 
+TEST(Tool, OrdinaryApplicationsAreOneProcessAndKeepWhatTheyObtain) {
+    const TemporaryDirectory folder;
+    const std::string home = makeHome(folder);
+    const std::string words = "--replace --jar " KESTRAV_PROGRAM_JAR;
+    EXPECT_THAT(makeTool(folder, {"--runtime", home}, words).output, HasSubstr("has no launch library"));
+    folder.write("home/lib/libjli.so", "");
+    struct Case {
+        std::vector<std::string> options;
+        bool inProcess;
+        bool keeps;
+        bool isFolder;
+    };
+    const Case cases[] = {
+        {{"--runtime", home}, true, false, true},
+        {{"--runtime", home, "--runtime-form", "archive"}, true, true, false},
+        {{"--runtime-url", "http://x/y"}, true, true, false},
+        {{"--runtime-form", "folder", "--runtime", home, "--installer"}, false, false, true},
+        {{"--runtime-url", "http://x/y", "--installer"}, false, false, false},
+    };
+    for (const auto &[options, inProcess, keeps, isFolder] : cases) {
+        const Outcome outcome = makeTool(folder, options, words);
+        EXPECT_EQ(outcome.status, 0) << outcome.output;
+        const auto info = PropertyList::parse(contentOf(folder / "Test.app/Contents/Info.plist"));
+        EXPECT_EQ(info->find("ksv.inProcess") != nullptr, inProcess) << outcome.output;
+        EXPECT_EQ(info->find("ksv.keepRuntime") != nullptr, keeps) << outcome.output;
+        EXPECT_EQ(fs::exists(folder / "Test.app/Contents/PlugIns/jre.bundle"), isFolder) << outcome.output;
+    }
+}
+
 TEST(Tool, OtherFilesAndKeysAreThere) {
     const TemporaryDirectory folder;
     folder.write("classes/org/example/Own.class", java8Class);

@@ -10,6 +10,7 @@
 #include "Trial.h"
 #include "Workshop.h"
 #include "checks.h"
+#include "mac_installer/launcher/LaunchLibrary.h"
 #include "platform/FileManager.h"
 #include "platform/path.h"
 #include "platform/posix/downloadRules.h"
@@ -150,6 +151,19 @@ std::vector<std::string> wantedRuntime(const RuntimeBounds &bounds, const Reques
     return notes;
 }
 
+/// The runtime that was asked for, which lies in `folder`, if the program can run on it.
+Runtime suitableRuntime(const Request &request, const std::string &folder, const RuntimeBounds &bounds,
+                        const std::string &bundleTemplate) {
+    Runtime runtime =
+        examineRuntime(*request.runtime, folder, bounds, appendingPathComponent(bundleTemplate, executable));
+    if (!request.installer && !platform::fileExistsAtPath(launchLibraryPath(runtime.folder))) {
+        throw Refusal("The runtime " + *request.runtime +
+                      " has no launch library (libjli), so the program cannot run in the launcher's process; with " +
+                      "--installer it runs as a child");
+    }
+    return runtime;
+}
+
 /// The request with all that has been found out about it.
 struct Plan {
     Request request;
@@ -173,8 +187,7 @@ Plan plan(const Request &asked, const std::string &ownFolder) {
     plan.program = examineProgram(request);
     plan.bounds = effectiveBounds(request, plan.program);
     if (request.runtime && !fs::is_regular_file(*request.runtime)) {
-        plan.runtime = examineRuntime(*request.runtime, *request.runtime, plan.bounds,
-                                      appendingPathComponent(plan.bundleTemplate, executable));
+        plan.runtime = suitableRuntime(request, *request.runtime, plan.bounds, plan.bundleTemplate);
         requireOutside(plan.runtime->folder, request.output);
     }
     return plan;
@@ -191,8 +204,8 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
     append(notes, tree.notes);
     Workshop workshop(request);
     if (request.runtime && !runtime) {
-        runtime = examineRuntime(*request.runtime, extractRuntimeArchive(*request.runtime, workshop.pathOf("runtime")),
-                                 bounds, appendingPathComponent(bundleTemplate, executable));
+        runtime = suitableRuntime(request, extractRuntimeArchive(*request.runtime, workshop.pathOf("runtime")), bounds,
+                                  bundleTemplate);
     }
     const std::string application = workshop.pathOf("new.app");
     copyTree(tree, application);
@@ -204,7 +217,7 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
     std::uint64_t size = 0;
     if (runtime) {
         append(notes, tryRuntime({*runtime, draft, application, workshop.pathOf("trial")}, program.lacksMainClass));
-        size = placeRuntime(*runtime, request.runtimeForm, application, notes);
+        size = placeRuntime(*runtime, *request.runtimeForm, application, notes);
     }
     const auto info = configuration(templateInfo, request, program, size);
     if (const auto error = platform::writeFileAtomically(appendingPathComponent(application, "Contents/Info.plist"),

@@ -95,6 +95,7 @@ const std::vector<Option> &options() {
         {"allow-beta", false, [](Request &request, const std::string &) { request.bounds.allowBeta = true; }},
         {"search", true, addSearch},
         {"no-search", false, [](Request &request, const std::string &) { request.search.emplace(); }},
+        {"installer", false, [](Request &request, const std::string &) { request.installer = true; }},
         {"template", true, fieldSetter(&Request::bundleTemplate)},
         {"replace", false, [](Request &request, const std::string &) { request.replace = true; }},
     };
@@ -161,6 +162,9 @@ std::optional<Request> parseCommandLine(int argc, char **argv) {
     const std::string name = applicationName(request.output);
     if (request.name.empty()) {
         request.name = name;
+    }
+    if (!request.runtimeForm) {
+        request.runtimeForm = request.installer ? RuntimeForm::archive : RuntimeForm::folder;
     }
     return request;
 }

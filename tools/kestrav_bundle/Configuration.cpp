@@ -185,6 +185,12 @@ PropertyList configuration(const PropertyList &templateInfo, const Request &requ
         constexpr std::uint64_t largest = std::numeric_limits<std::int32_t>::max();
         info["ksv.jreUncompressedSize"] = static_cast<std::int64_t>(std::min(archiveSize, largest));
     }
+    if (!request.installer) {
+        info["ksv.inProcess"] = true;
+        if (request.runtimeURL || (request.runtime && request.runtimeForm == RuntimeForm::archive)) {
+            info["ksv.keepRuntime"] = true;
+        }
+    }
     info["JavaVM"] = javaVM(request, program);
     merge(info, userInfo(request));
     PropertyList result(std::move(info));

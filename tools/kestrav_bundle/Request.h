@@ -17,7 +17,7 @@ public:
 
 /// How a runtime travels with the application.
 enum class RuntimeForm {
-    archive, ///< packed, extracted at every start
+    archive, ///< packed, extracted at every start, or once where it is kept
     folder,  ///< as it is, used in place
 };
 
@@ -48,10 +48,12 @@ struct Request {
     bool earlierInstallation = false; ///< that list names one, whose runtime may be used
 
     std::optional<std::string> runtime;
-    RuntimeForm runtimeForm = RuntimeForm::archive;
+    std::optional<RuntimeForm> runtimeForm; ///< as asked for, else the usual one: there is one once it is parsed
     std::optional<std::string> runtimeURL;
     RuntimeBounds bounds;
     std::optional<std::vector<std::string>> search; ///< none: the standard locations; empty: nowhere
+
+    bool installer = false; ///< the program is a child, behind the launcher's window, instead of the launcher's process
 
     std::optional<std::string> bundleTemplate; ///< none: the one that was built or installed with this program
     bool replace = false;                      ///< an application of that name may be there

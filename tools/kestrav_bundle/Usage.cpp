@@ -5,7 +5,8 @@ namespace kestrav::tools {
 const char *const usage =
     R"(Usage: kestrav-bundle --identifier ID [--jar FILE | --main-class CLASS] [OPTION...] NAME.app
 
-Makes an application bundle that starts a Java program.
+Makes an application bundle that starts a Java program, which is then one process with the launcher; with --installer
+it is a child, behind the launcher's window.
 
 The application
   --identifier ID       its identifier, such as com.example.tool
@@ -32,11 +33,12 @@ The program
 Its runtime: one that it carries, one that it downloads, or one that is installed
   --runtime PATH        a JDK or JRE that travels with the application: its folder, or an archive (.tar.gz) as it was
                         published
-  --runtime-form FORM   how: "archive" (default: small, extracted at each start) or "folder" (starts faster)
+  --runtime-form FORM   how: "folder" (default: used in place) or "archive" (default of an installer: small; extracted at
+                        the first start and kept in the user's cache folder, of an installer at each start)
   --runtime-url URL     where to fetch an archive from if no installed runtime suits: http, https, ftp or file. It is
-                        one as runtimes are published, or the jre.tar.gz of an application made with --runtime. For
-                        the percentage while it is extracted --info can give its size before compression,
-                        ksv.jreUncompressedSize
+                        one as runtimes are published, or the jre.tar.gz of an application made with
+                        --runtime-form archive. For the percentage while it is extracted --info can give its size
+                        before compression, ksv.jreUncompressedSize
   --min-version V       the oldest and the newest version that suits, such as 11 or 17.0.2; 1.8 is Java 8
   --max-version V       (default: the oldest that can read the main class)
   --allow-beta          pre-releases suit as well
@@ -46,6 +48,8 @@ Its runtime: one that it carries, one that it downloads, or one that is installe
   --no-search           nowhere
 
 More
+  --installer           for programs that run once: a window shows how the runtime is prepared, and stays for the program's
+                        first five seconds; the program has no terminal, and nothing is kept
   --info FILE           a property list whose entries go into Info.plist, above those made by the options
   --template FOLDER     the bare Launcher.app to start from (default: the one that belongs to this program)
   --replace             replaces an application of that name, in one step, once the new one is complete
