@@ -29,7 +29,7 @@ namespace {
     }
 }
 
-/// What the window's library needs; on the first thread a limit of the user's may leave less.
+/// The stack that the window's library needs; the user's limit may leave less on the first thread.
 constexpr rlim_t windowStack = rlim_t{8} << 20U;
 
 bool stackIsSmall() {
@@ -37,12 +37,12 @@ bool stackIsSmall() {
     return getrlimit(RLIMIT_STACK, &limit) == 0 && limit.rlim_cur < windowStack;
 }
 
-/// The threads that libraries make take the limit for their size as well.
+/// Threads that libraries create take their stack size from that limit, so it gets a default of its own.
 void giveThreadsTheirStack() {
     pthread_attr_t attributes;
     if (pthread_attr_init(&attributes) == 0) {
         if (pthread_attr_setstacksize(&attributes, Thread::usualStack) == 0) {
-            pthread_setattr_default_np(&attributes); // refused, they keep what they have
+            pthread_setattr_default_np(&attributes); // if it fails, they keep that size
         }
         pthread_attr_destroy(&attributes);
     }
@@ -57,7 +57,8 @@ void giveThreadsTheirStack() {
         runWithoutWindow(delegate);
     }
 
-    // The window takes over what the controls hold by then. Nothing that the delegate starts has to wait for it.
+    // The window opens afterwards and shows what the controls hold by then, so that nothing the delegate starts has to
+    // wait for it.
     DesktopWindow window(controls, delegate, [&delegate] { runWithoutWindow(delegate); });
     delegate.applicationDidFinishLaunching();
     if (!window.open()) {
@@ -83,11 +84,11 @@ int Application::main(int /*argc*/, char ** /*argv*/, ApplicationDelegate &deleg
         }
     };
     Thread(body, windowStack).join();
-    std::rethrow_exception(failure); // the loop has no other end
+    std::rethrow_exception(failure); // the loop ends in no other way
 }
 
 void Application::activateIgnoringOtherApps() {
-    // A window comes to the front by being shown.
+    // Nothing to do: a window comes to the front when it is shown.
 }
 
 } // namespace kestrav::platform

@@ -39,12 +39,13 @@ public:
 private:
     static constexpr std::size_t headerSize = 8;
     static constexpr std::size_t trailerSize = 32;
-    // What the values may take up in memory, roughly. A few bytes can refer to the same large value again and again.
+    // A rough limit of what the values may take up in memory, because a few bytes can refer to the same large value
+    // many times.
     static constexpr std::uint64_t sizeLimit = std::uint64_t{1} << 26U;
     static constexpr std::uint64_t sizePerByte = 32;
     static constexpr std::uint64_t valueSize = 128;
 
-    /// What a value is, by the upper half of its first byte.
+    /// The kind of a value, from the upper half of its first byte.
     enum Kind : std::uint8_t {
         simple = 0,
         integer = 1,
@@ -92,7 +93,7 @@ private:
                                                  : countedValue(kind, marker & 0xFU, offset + 1, depth);
     }
 
-    /// A value whose first byte tells its size.
+    /// A value whose first byte gives its size.
     [[nodiscard]] std::optional<PropertyList> plainValue(std::uint64_t kind, std::uint64_t low,
                                                          std::uint64_t offset) const {
         constexpr std::uint64_t falseMark = 8;
@@ -100,7 +101,7 @@ private:
         if (kind == simple) {
             return low == falseMark || low == trueMark ? std::optional<PropertyList>(low == trueMark) : std::nullopt;
         }
-        if (kind == identifier) { // of an archive of objects; nothing else has one
+        if (kind == identifier) { // used only by archives of objects
             return PropertyList();
         }
         const std::uint64_t size = std::uint64_t{1} << low;
@@ -120,7 +121,8 @@ private:
         return kind == real ? PropertyList(value) : PropertyList(PropertyList::Date{value});
     }
 
-    /// Eight bytes are signed, fewer are not; of sixteen the lower half counts, as far as it is positive.
+    /// Numbers of eight bytes are signed, shorter ones are not; of sixteen bytes the lower half counts, if it is
+    /// positive.
     [[nodiscard]] std::optional<PropertyList> integerValue(std::uint64_t offset, std::uint64_t size) const {
         constexpr std::uint64_t largestSize = 16;
         constexpr auto largest = std::numeric_limits<std::int64_t>::max();
@@ -134,7 +136,7 @@ private:
                    : std::nullopt;
     }
 
-    /// A value that holds so many bytes, characters or values; 15 means that the count follows, as an integer.
+    /// A value that holds `size` bytes, characters or values; 15 means that the count follows as an integer.
     std::optional<PropertyList> countedValue(std::uint64_t kind, std::uint64_t count, std::uint64_t offset,
                                              std::size_t depth) {
         if (count == 0xF) {

@@ -11,7 +11,7 @@ namespace kestrav::platform {
 
 namespace {
 
-/// A bundle's information dictionary, and what is wrong with the file that it was read from.
+/// A bundle's information dictionary, and what is wrong with its file.
 struct Information {
     PropertyList dictionary;
     std::optional<std::string> damage;

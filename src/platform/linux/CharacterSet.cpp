@@ -6,7 +6,7 @@ namespace kestrav::platform {
 
 namespace {
 
-/// Membership of the 128 ASCII characters, which nearly every question is about.
+/// Membership of the 128 ASCII characters, about which callers ask most of the time.
 class AsciiSet {
 public:
     constexpr explicit AsciiSet(std::string_view members) {

@@ -15,22 +15,22 @@ namespace kestrav::platform {
 
 namespace {
 
-/// The edge of the icon to load, in pixels: what the window shows, on a screen of double density.
+/// The edge of the icon to load, in pixels: the size that the window shows, for a screen of double density.
 constexpr std::uint32_t IconEdge = 128;
 
 bool hasValue(const ProcessInfo &process, std::string_view variable) {
     return !process.environmentVariable(variable).value_or("").empty();
 }
 
-/// Variables for the window's library; children get the process's own copy of the environment, which lacks them. What
-/// the user has set stays.
+/// Sets variables for the window's library, except those that the user has set. Children get the process's own copy of
+/// the environment, which does not have them.
 void prepareEnvironment() {
-    // Getting OpenGL ready takes as long as all the rest.
+    // Preparing OpenGL takes as long as everything else.
     exportEnvironmentVariable("GSK_RENDERER", "cairo");
     exportEnvironmentVariable("GDK_DISABLE", "gl");
-    exportEnvironmentVariable("GDK_DEBUG", ""); // the module fills it in where the library's version wants it
+    exportEnvironmentVariable("GDK_DEBUG", ""); // the module sets its value if the library's version needs it
     if (!findSessionBus()) {
-        // Otherwise the library would start one.
+        // Otherwise the library would start a session bus.
         exportEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS", "disabled:");
         exportEnvironmentVariable("GTK_A11Y", "none");
     }
@@ -52,7 +52,7 @@ DesktopWindow::DesktopWindow(WindowControls &controls, ApplicationDelegate &dele
         interfacePath_ = interfaceFile(Bundle::mainBundle());
         programName_ = process.processName();
         prepareEnvironment();
-        std::setlocale(LC_CTYPE, ""); // which form of a character the user's language has; nothing else changes
+        std::setlocale(LC_CTYPE, ""); // selects the user's forms of characters; nothing else changes
     }
 }
 
@@ -124,7 +124,7 @@ template <class Action> void DesktopWindow::act(Action action) {
 
 void DesktopWindow::requestClose() {
     if (controls_.cancelButton.isEnabled()) {
-        delegate_.cancel(); // the window stays until the run has come to its end
+        delegate_.cancel(); // the window stays open until the run has ended
     } else {
         controls_.window.close();
     }

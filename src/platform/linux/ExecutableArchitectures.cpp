@@ -12,7 +12,7 @@ namespace {
 
 using Architectures = std::vector<std::optional<std::int32_t>>;
 
-// CPU types as Mach-O files name them.
+// CPU types as they are numbered in Mach-O files.
 constexpr std::int32_t cpuTypeX86 = 7;
 constexpr std::int32_t cpuTypeX86_64 = 0x01000007;
 constexpr std::int32_t cpuTypeArm64 = 0x0100000C;

@@ -11,7 +11,7 @@ namespace kestrav::platform {
 
 namespace {
 
-/// What the locales "C" and "POSIX" say about languages is nothing.
+/// The locales "C" and "POSIX" say nothing about languages.
 bool namesLanguage(std::string_view locale) {
     const std::string_view name = locale.substr(0, locale.find_first_of(".@"));
     return !name.empty() && name != "C" && name != "POSIX";
@@ -57,7 +57,7 @@ std::optional<std::string> fileIn(const std::string &resources, std::string_view
     return !language.empty() && fileExistsAtPath(file) ? std::optional(std::move(file)) : std::nullopt;
 }
 
-/// The file of the first language, by name, that has one.
+/// The file of the alphabetically first language that has one.
 std::optional<std::string> fileOfAnyLanguage(const std::string &resources, std::string_view fileName) {
     constexpr std::string_view extension = ".lproj";
     auto names = contentsOfDirectoryAtPath(resources).value_or(std::vector<std::string>());
@@ -84,7 +84,7 @@ std::vector<std::string> preferredLanguages(const ProcessInfo::Environment &envi
             break;
         }
     }
-    // As everywhere on this system, who asks for the plain locale does not want the list of languages either.
+    // With the plain locale the list of languages does not count, as everywhere on this system.
     const bool plain = locale == "C" || locale == "POSIX";
     if (const auto list = environment.find("LANGUAGE"); list != environment.end() && !plain) {
         for (const std::string &language : componentsSeparatedBy(list->second, ":")) {

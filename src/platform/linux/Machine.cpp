@@ -12,7 +12,7 @@ namespace {
 
 struct Processor {
     ElfMachine machine;
-    std::uint32_t otherWidth = EM_NONE; // the same kind with 32 instead of 64 bits, or the other way round
+    std::uint32_t otherWidth = EM_NONE; // the 32-bit form of a 64-bit processor, or the 64-bit form of a 32-bit one
     std::string_view folder;
 };
 
@@ -28,7 +28,8 @@ constexpr auto processors = std::array{
     Processor{{EM_LOONGARCH, false}, EM_NONE, "loongarch64"},
 };
 
-/// What this process's own program is for; one that the table lacks has neither another width nor a folder.
+/// The processor that this process's own program is for; if the table does not list it, it has neither another width
+/// nor a folder.
 Processor ownProcessor() {
     const auto machine = elfMachine(FileHeader("/proc/self/exe"));
     const auto *known = std::find_if(processors.begin(), processors.end(),

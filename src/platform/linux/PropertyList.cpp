@@ -32,12 +32,12 @@ std::string xmlOf(plist_t node) {
     return xml != nullptr ? std::string(xml, size) : std::string();
 }
 
-/// Strings may hold anything, XML must not.
+/// Strings may hold any character, but XML must not.
 std::string validText(std::string_view bytes) {
     return isValidUTF8(bytes) ? std::string(bytes) : utf8(utf16(bytes));
 }
 
-/// Raises if there is not even the memory that a list of so many bytes takes up in libplist, which crashes then.
+/// Throws if there is not enough memory for a list of `size` bytes, because libplist would then crash.
 void requireMemory(std::size_t size) {
     constexpr std::size_t perByte = 32; // "<a/>" becomes a node of some hundred bytes
     constexpr std::size_t atLeast = 65536;
@@ -54,7 +54,7 @@ Node integerNode(std::int64_t value) {
     if (value >= 0) {
         return Node(plist_new_uint(static_cast<std::uint64_t>(value)));
     }
-    // The library makes negative numbers from their text alone.
+    // The library can make negative numbers only from text.
     const std::string xml = "<plist><integer>" + std::to_string(value) + "</integer></plist>";
     plist_t node = nullptr;
     plist_from_xml(xml.data(), static_cast<std::uint32_t>(xml.size()), &node);
@@ -114,7 +114,8 @@ Node toNode(const PropertyList &list) {
 } // namespace
 
 Node nodeOf(std::string_view bytes) {
-    // The library follows a list however deep it is nested and however often it repeats itself.
+    // Our own readers refuse lists that are nested too deeply or repeat themselves too often, which the library would
+    // follow.
     if (bytes.size() > std::numeric_limits<std::int32_t>::max() || !PropertyList::parse(bytes)) {
         return {};
     }

@@ -18,7 +18,7 @@ namespace kestrav::platform {
 namespace {
 
 // "PROCESS-ID START-TIME LENGTH VERSION-AND-LIBRARY", the length being the version's. The start time tells this process
-// from another one that got its number later; to execute a file changes neither.
+// from a later one with the same number; executing a file changes neither.
 constexpr const char *variable = "KESTRAV_REEXEC";
 
 /// Takes a number and the blank after it from the beginning of the text.
@@ -33,13 +33,13 @@ template <class Number> std::optional<Number> takeNumber(std::string_view &text)
     return number;
 }
 
-/// When this process began, in the system's ticks since it was started; empty where nobody can tell.
+/// When this process began, in ticks since the system started; empty if that cannot be found out.
 std::optional<std::uint64_t> processStartTime() {
     constexpr int fieldsBehindName = 20; // the start time is field 22, the name field 2
     const FileDescriptor file = FileDescriptor::open("/proc/self/stat", O_RDONLY);
     std::array<char, 1024> content{};
     ssize_t size = -1;
-    for (int attempt = 0; file.valid() && size < 0 && attempt < 10; ++attempt) { // one read brings it all
+    for (int attempt = 0; file.valid() && size < 0 && attempt < 10; ++attempt) { // a single read returns everything
         size = read(file.get(), content.data(), content.size());
     }
     std::string_view text(content.data(), size > 0 ? static_cast<std::size_t>(size) : 0);
@@ -60,12 +60,12 @@ std::optional<std::uint64_t> processStartTime() {
 void prepareReexecution(std::string_view version, std::string_view libraryPath) {
     const auto startTime = processStartTime();
     if (!startTime) {
-        return; // executed again, the program starts from the beginning
+        return; // if the file is executed again, the program starts from the beginning
     }
     std::string value =
         std::to_string(getpid()) + " " + std::to_string(*startTime) + " " + std::to_string(version.size()) + " ";
     value.append(version).append(libraryPath);
-    // Without memory for it an ordinary launch still works.
+    // If there is no memory for it, an ordinary launch still works.
     static_cast<void>(setenv(variable, value.c_str(), 1));
 }
 

@@ -19,7 +19,7 @@ bool isBare(char16_t unit) {
            std::u16string_view(u"_$/:.-").find(unit) != std::u16string_view::npos;
 }
 
-/// The value of a digit, 16 for anything else.
+/// The value of a hexadecimal digit, 16 for anything else.
 unsigned digitValue(char16_t unit) {
     if (unit >= u'0' && unit <= u'9') {
         return unit - u'0';
@@ -28,7 +28,7 @@ unsigned digitValue(char16_t unit) {
     return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : 16;
 }
 
-/// Reads the classic form. Works on UTF-16 units, for "\Ud83d\Ude00" is one character.
+/// Reads the classic form. Works on UTF-16 units, because "\Ud83d\Ude00" is one character.
 class StringTableParser {
 public:
     explicit StringTableParser(std::u16string_view text) : rest_(text) {}
@@ -55,7 +55,7 @@ public:
     }
 
 private:
-    /// Passes over white space and comments.
+    /// Skips white space and comments.
     void skipSpace() {
         for (;;) {
             while (!rest_.empty() && isSpace(rest_.front())) {
@@ -81,7 +81,7 @@ private:
         return found;
     }
 
-    /// A quoted or a bare text; empty if there is neither, or no end to it.
+    /// A quoted or a bare string; empty if there is neither, or if it does not end.
     std::optional<std::u16string> string() {
         skipSpace();
         if (rest_.starts_with(u'"') || rest_.starts_with(u'\'')) {
@@ -113,7 +113,7 @@ private:
         return std::nullopt;
     }
 
-    /// What an escape stands for, behind its backslash.
+    /// The character that an escape stands for. Called after its backslash.
     char16_t escaped() {
         const char16_t unit = next();
         switch (unit) {
@@ -145,7 +145,7 @@ private:
         return static_cast<char16_t>(lower ? first << (3U * taken_) | *lower : first);
     }
 
-    /// A number of at most `digits` digits; `taken_` tells how many there were.
+    /// A number of at most `digits` digits; `taken_` is set to how many there were.
     std::optional<char16_t> number(unsigned digits, unsigned base) {
         unsigned value = 0;
         for (taken_ = 0; taken_ < digits && !rest_.empty() && digitValue(rest_.front()) < base; ++taken_) {

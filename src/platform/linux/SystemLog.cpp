@@ -26,7 +26,7 @@
 #include <mutex>
 #include <string>
 
-// This does not use `syslog`, which waits for as long as the daemon does not read.
+// This does not use `syslog`, which would wait for a daemon that does not read.
 
 namespace kestrav::platform {
 
@@ -37,7 +37,7 @@ using Milliseconds = std::chrono::milliseconds;
 struct Daemon {
     std::mutex mutex;
     FileDescriptor socket;
-    bool isStream = false; // of old daemons: a NUL ends a message there
+    bool isStream = false; // used by old daemons; a NUL ends each message
     Milliseconds patience{1000};
 };
 
@@ -46,7 +46,7 @@ Daemon &daemon() {
     return instance.get();
 }
 
-/// A socket whose descriptor lies above the standard three, which the process may have been started without.
+/// A socket whose descriptor is above the standard three, because the process may have been started without those.
 FileDescriptor newSocket(int type) {
     const FileDescriptor made(socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     return FileDescriptor(made.valid() ? fcntl(made.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1) : -1);
@@ -75,7 +75,7 @@ bool connectTo(Daemon &daemon) {
     return false;
 }
 
-/// Waits for the daemon to read, for as long as the process still has patience with it.
+/// Waits for the daemon to read, for what is left of the time that the process grants it.
 bool waitFor(Daemon &daemon) {
     const auto begin = std::chrono::steady_clock::now();
     pollfd writable{daemon.socket.get(), POLLOUT, 0};
@@ -85,7 +85,7 @@ bool waitFor(Daemon &daemon) {
     return ready > 0;
 }
 
-/// "<13>Nov 21 07:41:37 launcher[123]: message", in the daemon's own form of a date, which is never translated.
+/// "<13>Nov 21 07:41:37 launcher[123]: message", with the date in the daemon's own form, which is never translated.
 std::string lineOf(std::string_view message) {
     constexpr const char *months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
@@ -99,7 +99,7 @@ std::string lineOf(std::string_view message) {
     return line.append(message);
 }
 
-/// Sends a whole line; false if the connection is of no use any more. A line that does not fit is lost.
+/// Sends a whole line; false if the connection can no longer be used. A line that does not fit is lost.
 bool sendLine(Daemon &daemon, const std::string &line) {
     constexpr int mostAttempts = 100;
     for (int attempt = 0; attempt < mostAttempts; ++attempt) {
@@ -108,7 +108,7 @@ bool sendLine(Daemon &daemon, const std::string &line) {
             return true;
         }
         if (sent >= 0) {
-            return false; // a part of it in a stream
+            return false; // a part was sent, and the stream is stuck in it
         }
         if (errno == EAGAIN || errno == ENOBUFS) {
             if (!waitFor(daemon)) {
@@ -121,8 +121,8 @@ bool sendLine(Daemon &daemon, const std::string &line) {
     return true;
 }
 
-/// Hands a message to the machine's log daemon. One that has stopped reading costs the process a second in all, and
-/// from then on nothing but the lines.
+/// Sends a message to the machine's log daemon. A daemon that has stopped reading delays the process by a second in
+/// all; from then on only its lines are lost.
 void sendToLogDaemon(std::string_view message) {
     Daemon &log = daemon();
     std::string line = lineOf(message);
@@ -184,7 +184,7 @@ void writeSystemLog(std::string_view message, std::string_view onStandardError) 
                        ":" + std::to_string(gettid()) + "] ";
     line += onStandardError;
     line += '\n';
-    // Nobody is left to be told that standard error does not work.
+    // There is nowhere left to report that standard error does not work.
     static_cast<void>(writeToStandardError(line));
 }
 

@@ -7,7 +7,7 @@ namespace kestrav::platform {
 
 namespace {
 
-// Not from the real environment: the window's library may be changing that on another thread.
+// From the process's copy: the window's library may be changing the real environment on another thread.
 std::optional<std::string> absolutePathIn(std::string_view variable) {
     const auto path = ProcessInfo::processInfo().environmentVariable(variable);
     return path && path->starts_with('/') ? std::optional(std::string(withoutTrailingSlashes(*path))) : std::nullopt;

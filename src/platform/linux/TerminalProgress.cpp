@@ -16,7 +16,7 @@ namespace {
 
 std::atomic<bool> lineIsThere = false;
 
-// Without the automatic line break a line that is too long is cut off at the terminal's edge.
+// The automatic line break is switched off, so that a line that is too long is cut off at the terminal's edge.
 constexpr const char *Begin = "\r\033[K\033[?7l";
 constexpr const char *End = "\033[?7h";
 constexpr const char *Erase = "\r\033[K";
@@ -53,7 +53,7 @@ void TerminalProgress::update() {
         erase();
     } else {
         lineIsThere = true;
-        static_cast<void>(writeWithin(STDERR_FILENO, Begin + shown_ + End, 0)); // a terminal may be halted
+        static_cast<void>(writeWithin(STDERR_FILENO, Begin + shown_ + End, 0)); // without waiting: output may be halted
     }
 }
 
@@ -66,7 +66,7 @@ void TerminalProgress::erase() {
 std::string TerminalProgress::text() const {
     std::string line = controls_.label.stringValue();
     if (!controls_.progressBar.isIndeterminate()) {
-        const double value = controls_.progressBar.doubleValue(); // beyond 100, or no number, for a size that was wrong
+        const double value = controls_.progressBar.doubleValue(); // over 100, or NaN, if a size was wrong
         line = format("%3d %%  %@", value > 0 ? static_cast<int>(std::min(value, 100.0)) : 0, line);
     }
     return onOneLine(line);

@@ -22,7 +22,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Received bytes are reported at most this often, however small the pieces they come in.
+/// Received bytes are reported no more often than this, however small the pieces are.
 constexpr std::chrono::milliseconds reportInterval{20};
 
 constexpr std::size_t errorSize = 512;
@@ -51,7 +51,7 @@ void Transfer::cancel() {
     const std::lock_guard lock(mutex_);
     cancelled_ = true;
     target_.breakOff();
-    static_cast<void>(eventfd_write(wake_.get(), 1)); // it only makes the thread end sooner
+    static_cast<void>(eventfd_write(wake_.get(), 1)); // if it fails, the thread ends a little later
 }
 
 void Transfer::run() {
@@ -67,7 +67,7 @@ void Transfer::run() {
     constexpr int patience = 200;
     for (int attempt = 0; !tryToEnd(complete); ++attempt) {
         if (attempt == patience) {
-            std::terminate(); // whoever waits for the end cannot be told
+            std::terminate(); // the end cannot be reported, and the program would wait for it for ever
         }
         sleepMicroseconds(pause);
     }
@@ -92,7 +92,7 @@ bool Transfer::transfer() {
     }
 }
 
-/// True if the file is whole.
+/// True if the file is complete.
 bool Transfer::attempt(const KestravDownloadModule &module, bool &broken) {
     KestravTransfer transfer = describeTransfer();
     const auto rest = target_.beginAttempt();
@@ -224,7 +224,7 @@ URLError Transfer::error() const {
     return {failure_, withoutSecrets(request_.url)};
 }
 
-/// False if there is no memory for it: somebody waits for the end.
+/// False if there is no memory for it. The caller tries again, because the program waits for the end.
 bool Transfer::tryToEnd(bool complete) noexcept {
     try {
         end(complete);

@@ -31,13 +31,13 @@ std::string ownDefaultsDomain() {
 }
 
 std::string configurationDirectory() {
-    // A relative path there counts as none.
+    // A relative path in the variable is ignored.
     const auto directory = ProcessInfo::processInfo().environmentVariable("XDG_CONFIG_HOME");
     const bool usable = directory && directory->starts_with('/');
     return appendingPathComponent(usable ? *directory : appendingPathComponent(homeDirectory(), ".config"), "kestrav");
 }
 
-/// The path of a domain's property list, whether it exists or not; empty for a name that cannot be a file's.
+/// The path of a domain's property list, whether it exists or not; empty for a name that cannot be a file name.
 std::optional<std::string> defaultsFile(const std::string &domain) {
     if (domain.empty() || domain.find('/') != std::string::npos) {
         return std::nullopt;
@@ -53,9 +53,8 @@ std::optional<PropertyList> valueInDomain(const std::string &domain, std::string
     return value != nullptr ? std::optional(*value) : std::nullopt;
 }
 
-/// A property list with `value` under `key`, otherwise as it was. It keeps its form, XML or binary, and goes through
-/// the library's own values, so that nothing is lost that `PropertyList` does not know. Empty if it is not a
-/// dictionary.
+/// A property list with `value` under `key`, otherwise as it was. It keeps its form, XML or binary, and is changed as
+/// the library's own values, so that nothing unknown to `PropertyList` is lost. Empty if it is not a dictionary.
 std::optional<std::string> settingValue(std::string_view content, const PropertyList &value, std::string_view key) {
     const Node root = nodeOf(content);
     if (!root || plist_get_node_type(root.get()) != PLIST_DICT) {
@@ -69,8 +68,8 @@ std::optional<std::string> settingValue(std::string_view content, const Property
     return bytes != nullptr ? std::optional(std::string(bytes, size)) : std::nullopt;
 }
 
-/// True if the bytes read as `list` with `value` under `key`. The library cuts texts off that are not as they should
-/// be.
+/// True if the bytes read as `list` with `value` under `key`. The check is needed because the library cuts off
+/// malformed strings.
 bool isWhole(std::string_view bytes, PropertyList list, const PropertyList &value, std::string_view key) {
     auto *dictionary = list.as<PropertyList::Dictionary>();
     const auto found = PropertyList::parse(bytes);
@@ -78,10 +77,10 @@ bool isWhole(std::string_view bytes, PropertyList list, const PropertyList &valu
         return false;
     }
     dictionary->insert_or_assign(std::string(key), value);
-    return found->serialize() == list.serialize(); // as XML, in which a NaN equals itself
+    return found->serialize() == list.serialize(); // compared as XML, where NaN equals itself
 }
 
-/// A file that its owner has made read-only stays as it is, although a new one could take its place.
+/// A file that its owner has made read-only stays as it is, although it could be replaced by a new file.
 bool mayBeWritten(const std::string &path) {
     struct stat found {};
     constexpr mode_t anyWrite = S_IWUSR | S_IWGRP | S_IWOTH;
@@ -119,7 +118,7 @@ void UserDefaults::setObject(const PropertyList &value, std::string_view key) { 
     }
     const auto list = content ? PropertyList::parse(*content) : std::nullopt;
     if (!list) {
-        return; // damaged: what it was meant to hold can still be rescued by hand
+        return; // damaged: left alone, so that its content can still be rescued by hand
     }
     const PropertyList *present = list->find(key);
     if ((present != nullptr && *present == value) || !mayBeWritten(*path)) {
@@ -127,7 +126,7 @@ void UserDefaults::setObject(const PropertyList &value, std::string_view key) { 
     }
     const auto changed = settingValue(*content, value, key);
     if (changed && isWhole(*changed, *list, value, key)) {
-        // A default that cannot be kept is no reason to stop.
+        // A default that cannot be stored is not a reason to stop.
         static_cast<void>(writeFileAtomically(*path, *changed));
     }
 }

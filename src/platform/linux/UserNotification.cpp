@@ -23,7 +23,7 @@ namespace {
 
 constexpr std::chrono::milliseconds Patience{1000};
 
-/// One notice on its way. Shared with the thread that delivers it, which may never come back.
+/// A notice that is being delivered. Shared with the thread that delivers it, which may never return.
 struct Delivery {
     std::string bundlePath;
     SessionBus bus;
@@ -52,7 +52,7 @@ bool deliver(const Delivery &delivery) {
     return module.functions.show(&notice) == 1;
 }
 
-/// Hands the notice to a thread of its own, because neither loading a library nor connecting has a time limit.
+/// Delivers the notice on a thread of its own, because neither loading a library nor connecting has a time limit.
 bool showOnDesktop(const std::shared_ptr<Delivery> &delivery) {
     try {
         Thread([delivery] {
@@ -60,7 +60,7 @@ bool showOnDesktop(const std::shared_ptr<Delivery> &delivery) {
             try {
                 shown = deliver(*delivery);
             } catch (const std::exception &) {
-                shown = false; // no memory; standard error needs none
+                shown = false; // no memory; writing to standard error needs none
             }
             const std::lock_guard lock(delivery->mutex);
             delivery->shown = shown;
@@ -68,7 +68,7 @@ bool showOnDesktop(const std::shared_ptr<Delivery> &delivery) {
             delivery->ended.notify_one();
         }).detach();
     } catch (const std::system_error &) {
-        return false; // no thread to be had
+        return false; // no thread could be created
     }
     std::unique_lock lock(delivery->mutex);
     return delivery->ended.wait_for(lock, Patience, [&] { return delivery->done; }) && delivery->shown;
@@ -76,7 +76,7 @@ bool showOnDesktop(const std::shared_ptr<Delivery> &delivery) {
 
 void showOnStandardError(const std::string &title, std::string_view message) {
     const std::string line = onOneLine(title + ": " + std::string(message));
-    static_cast<void>(writeToStandardError(line + "\n")); // first: a log may keep one waiting
+    static_cast<void>(writeToStandardError(line + "\n")); // first, because the log may have to be waited for
     writeSystemLogOnly(line);
 }
 

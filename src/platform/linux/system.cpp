@@ -39,7 +39,7 @@ std::uint64_t mountOf(int directory) {
     if (::statx(directory, "", AT_EMPTY_PATH, STATX_MNT_ID, &found) == 0 && (found.stx_mask & STATX_MNT_ID) != 0) {
         return found.stx_mnt_id;
     }
-    struct stat status {}; // of kernels before 5.8: a folder mounted a second time has the same device
+    struct stat status {}; // for kernels before 5.8, where a folder mounted a second time has the same device
     return ::fstat(directory, &status) == 0 ? status.st_dev : 0;
 }
 
@@ -49,7 +49,7 @@ std::error_code exchangeItems(const std::string &path, const std::string &other)
 }
 
 std::optional<std::int32_t> systemControlInteger(const std::string &name) {
-    // The settings that the program asks for are those of another system.
+    // The program asks only for settings that this system does not have.
     const auto &replacement = testing::replacements().systemControl;
     return replacement ? replacement(name) : std::nullopt;
 }

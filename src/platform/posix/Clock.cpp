@@ -20,13 +20,13 @@ std::int64_t currentMicroseconds() {
         return replacement();
     }
     timeval now{};
-    gettimeofday(&now, nullptr); // fails only for a bad address
+    gettimeofday(&now, nullptr); // can fail only for a bad address
     return static_cast<std::int64_t>(now.tv_sec) * MicrosecondsPerSecond + static_cast<std::int64_t>(now.tv_usec);
 }
 
 std::int64_t monotonicNanoseconds() {
     timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now); // fails for no clock that exists
+    clock_gettime(CLOCK_MONOTONIC, &now); // cannot fail for a clock that exists
     return std::int64_t{now.tv_sec} * 1'000'000'000 + now.tv_nsec;
 }
 

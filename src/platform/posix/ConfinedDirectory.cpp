@@ -28,14 +28,14 @@ Result failure(std::errc reason) {
     return {.error = std::make_error_code(reason)};
 }
 
-/// The result of a directory that could not be opened, wherever a link or name leads: only the system's own lack of
-/// something is told as that.
+/// The result for a directory that could not be opened. Only a lack of the system's resources is reported as an error
+/// of its own; anything else is the fault of the path, so it is refused.
 Result failureOrRefusal() {
     constexpr std::array lacking{EMFILE, ENFILE, ENOMEM, EIO};
     return std::find(lacking.begin(), lacking.end(), errno) != lacking.end() ? failure() : Result::refusal();
 }
 
-/// True for an error by which a file system tells that it makes no hard link, or no more of them.
+/// True for errors by which a file system says that it cannot make a hard link, or no further one.
 bool forbidsHardLinks(const std::error_code &error) {
     constexpr std::array reasons{EPERM, EMLINK, EXDEV, ENOSYS, ENOTSUP, EOPNOTSUPP};
     return std::find(reasons.begin(), reasons.end(), error.value()) != reasons.end();
@@ -57,7 +57,7 @@ std::string linkText(int directory, const std::string &name) {
     return text;
 }
 
-/// Copies what is left to read; false with errno set if that fails.
+/// Copies what is left of one file to another; false with errno set if that fails.
 bool copyContent(const FileDescriptor &from, const FileDescriptor &to) {
     std::array<char, 32768> buffer;
     for (;;) {
@@ -90,7 +90,7 @@ ConfinedDirectory::ConfinedDirectory(const std::string &path)
     }
 }
 
-/// Creates something, in place of what is there.
+/// Calls `create`, after removing what is in its place.
 template <class Create>
 Result ConfinedDirectory::createReplacing(const Place &place, Create create, bool replacesDirectories) {
     const Result result = create();
@@ -112,7 +112,7 @@ Result ConfinedDirectory::createFile(const ConfinedPath &path, mode_t permission
     if (place.name.empty()) {
         return failure(std::errc::is_a_directory);
     }
-    // Never opens what exists: it could be a link, or a second name of a file elsewhere.
+    // Never opens an existing file: it could be a link, or a second name of a file elsewhere.
     const auto create = [&] {
         constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
         file = FileDescriptor::openAt(place.parent, place.name.c_str(), flags, S_IRUSR | S_IWUSR);
@@ -194,7 +194,7 @@ Result ConfinedDirectory::linkFile(int directory, const std::string &name, const
         return ::linkat(directory, name.c_str(), place.parent, place.name.c_str(), 0) == 0 ? Result{} : failure();
     };
     if (isSameFile(directory, name, place.parent, place.name)) {
-        return {}; // and must not be removed to make room for itself
+        return {}; // and must not be removed to make room for its own second name
     }
     const Result result = createReplacing(place, create, false);
     return forbidsHardLinks(result.error) ? copyFile(directory, name, path) : result;
@@ -260,14 +260,14 @@ Result ConfinedDirectory::step(int directory, const std::string &component, bool
     if (result.succeeded() || entryType(directory, component) != S_IFLNK) {
         return result;
     }
-    // Judges what was opened, not the text of the link: nothing can change in between.
+    // Checks the directory that was opened, not the text of the link, so that nothing can change in between.
     next = openDirectory(directory, component, true);
     return next.valid() ? requireInside(next.get()) : failureOrRefusal();
 }
 
 /// Succeeds if one of the directories from this one up to the file system's root is the root of all paths here.
 Result ConfinedDirectory::requireInside(int directory) const {
-    constexpr int deepest = PATH_MAX / 2; // no path leads further down, so nobody needs what links build there
+    constexpr int deepest = PATH_MAX / 2; // no path is longer, so only links could lead deeper
     const auto root = identityOf(root_);
     std::optional<FileIdentity> below;
     FileDescriptor current = openDirectory(directory, ".");
@@ -288,7 +288,7 @@ Result ConfinedDirectory::requireInside(int directory) const {
     return Result::refusal();
 }
 
-/// Removes what is at the place.
+/// Removes what is in a place.
 Result ConfinedDirectory::replace(const Place &place) {
     enteredPath_.clear();
     return {.error = removeTree(place.parent, place.name.c_str())};

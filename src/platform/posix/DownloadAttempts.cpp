@@ -13,7 +13,7 @@ namespace {
 constexpr int mostRetries = 4;
 constexpr std::int64_t firstPause = 500'000; // microseconds; each further one is twice as long
 
-/// What of "bytes FIRST-LAST/LENGTH".
+/// The parts of "bytes FIRST-LAST/LENGTH".
 struct ContentRange {
     std::int64_t first = -1;
     std::int64_t last = -1;
@@ -38,7 +38,7 @@ std::optional<ContentRange> contentRange(std::string_view text) {
     return text.empty() ? std::optional(range) : std::nullopt;
 }
 
-/// What tells this version of the file from others: the tag, unless it is a weak one, else the date of the last change,
+/// The header that identifies this version of the file: the tag unless it is weak, else the date of the last change
 /// unless the file may have changed again within the same second.
 std::string validatorOf(const DownloadAnswer &answer) {
     const std::string_view tag = answer.entityTag;
@@ -79,7 +79,7 @@ AnswerUse DownloadAttempts::judge(const DownloadAnswer &answer) {
     return use_;
 }
 
-/// True if the answer goes on exactly where the part ends, to the end of the same file. Not every server heeds the
+/// True if the answer continues exactly where the part ends, to the end of the same file. Not every server obeys the
 /// condition of the request.
 bool DownloadAttempts::isRest(const DownloadAnswer &answer) const {
     const auto range = contentRange(answer.contentRange);

@@ -32,7 +32,7 @@ bool DownloadTarget::receiveAnswer(const DownloadAnswer &answer) {
 }
 
 bool DownloadTarget::beginFile() {
-    file_.discard(); // an earlier part needs room as well
+    file_.discard(); // an earlier part takes up room as well
     failure_ = file_.lackOfRoom(expectedLength());
     if (!failure_.empty() && other_) {
         try {

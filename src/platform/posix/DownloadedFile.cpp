@@ -26,7 +26,7 @@ FileDescriptor createFile(const std::string &path) {
     return FileDescriptor::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
 }
 
-/// The note holds one line, whose end shows that it was written whole.
+/// The note holds one line. If the line has its end, the note is complete.
 std::string readNote(const std::string &path) {
     std::array<char, longestValidator + 2> text{};
     const FileDescriptor file = FileDescriptor::openRegularFile(path);
@@ -35,7 +35,7 @@ std::string readNote(const std::string &path) {
     return note.ends_with('\n') ? usableValidator(note.substr(0, note.size() - 1)) : std::string();
 }
 
-/// A part without its note is only worth less, so failures are not told.
+/// Failures are not reported, because without its note a part merely cannot be continued.
 void writeNote(const std::string &path, const std::string &validator) {
     FileDescriptor file = createFile(path);
     if (!file.valid() || !writeAll(file.get(), validator + "\n") || !file.close()) {
@@ -87,10 +87,10 @@ std::optional<DownloadPart> DownloadedFile::openPart() {
 std::error_code DownloadedFile::create(const std::string &validator) {
     const std::string note = partNotePath(path_);
     if (keepsPart_) {
-        ::unlink(note.c_str()); // before the file it tells of
+        ::unlink(note.c_str()); // before the file that it describes
     }
     if (allowOverwrite_ || opened_) {
-        ::unlink(path_.c_str()); // what cannot be removed makes the opening fail
+        ::unlink(path_.c_str()); // if that fails, opening the new file fails as well
     }
     descriptor_ = createFile(path_);
     opened_ = descriptor_.valid();

@@ -38,7 +38,7 @@ _Unwind_Reason_Code addFrame(_Unwind_Context *context, void *argument) {
 
 std::string describeFrame(std::size_t index, std::uintptr_t address) {
     Dl_info info{};
-    // The address returns to what follows the call, which may belong to the next function already.
+    // A return address points to what follows the call, which may already be the next function.
     const auto *call = reinterpret_cast<const void *>(address - 1); // NOLINT(performance-no-int-to-ptr)
     if (dladdr(call, &info) == 0 || info.dli_fname == nullptr) {
         return format("%-4lu%-32s0x%016lx", index, "???", address);
@@ -48,12 +48,12 @@ std::string describeFrame(std::size_t index, std::uintptr_t address) {
         return format("%-4lu%-32s0x%016lx %s + %lu", index, module, address, info.dli_sname,
                       address - reinterpret_cast<std::uintptr_t>(info.dli_saddr));
     }
-    // Without a symbol, what tells the place is the offset into the module.
+    // Without a symbol, the offset into the module identifies the place.
     const auto base = reinterpret_cast<std::uintptr_t>(info.dli_fbase);
     return format("%-4lu%-32s0x%016lx 0x%lx + %lu", index, module, address, base, address - base);
 }
 
-/// Leaves out its own frame and the constructor's.
+/// Leaves out the frames of this function and of the constructor.
 [[gnu::noinline]] std::vector<std::string> callersStack() {
     Frames frames;
     frames.skip = 2;

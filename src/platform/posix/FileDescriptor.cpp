@@ -15,7 +15,7 @@ namespace kestrav::platform {
 
 namespace {
 
-/// False with errno set if the receiver takes nothing within that time.
+/// False with errno set if the receiver accepts nothing within that time.
 bool awaitWritable(int descriptor, int milliseconds) {
     pollfd writable{descriptor, POLLOUT, 0};
     return uninterrupted([&] { return poll(&writable, 1, milliseconds); }) > 0;
@@ -35,15 +35,15 @@ void FileDescriptor::reset() {
     if (descriptor_ < 0) {
         return;
     }
-    // Not repeated after EINTR: the number may belong to another thread by then. The caller's errno tells of what
-    // went wrong before.
+    // Not repeated after EINTR: another thread may use the number by then. The caller's errno is kept, because it may
+    // describe an earlier error.
     const int saved = errno;
     ::close(release());
     errno = saved;
 }
 
 bool FileDescriptor::close() {
-    // Interrupted, it is closed all the same, and what could still fail is not known.
+    // An interrupted call has closed it all the same; whether anything failed is unknown.
     return ::close(release()) == 0 || errno == EINTR;
 }
 
@@ -57,7 +57,7 @@ FileDescriptor FileDescriptor::openAt(int directory, const char *path, int flags
 
 FileDescriptor FileDescriptor::openRegularFile(const std::string &path) {
     if (path.find('\0') != std::string::npos) {
-        errno = ENOENT; // the system would take the part before it for the path
+        errno = ENOENT; // the system would use the part before the NUL as the path
         return {};
     }
     FileDescriptor file = open(path.c_str(), O_RDONLY | O_NONBLOCK);
@@ -85,12 +85,12 @@ bool writeAll(int descriptor, std::string_view bytes) {
 }
 
 bool writeWithin(int descriptor, std::string_view bytes, int milliseconds) {
-    // A pipe that polls as writable takes this much without blocking.
+    // A pipe that is reported as writable accepts this much without blocking.
     constexpr std::size_t pieceSize = PIPE_BUF;
     while (!bytes.empty()) {
         pollfd writable{descriptor, POLLOUT, 0};
         if (uninterrupted([&] { return poll(&writable, 1, milliseconds); }) == 0) {
-            return false; // where it cannot be asked, which only a fault of the system brings about, it is written to
+            return false; // if poll itself fails, which only a fault of the system explains, writing is tried
         }
         const std::size_t size = std::min(bytes.size(), pieceSize);
         const ssize_t written = uninterrupted([&] { return write(descriptor, bytes.data(), size); });
@@ -108,7 +108,8 @@ void ensureStandardDescriptors() {
         if (fcntl(descriptor, F_GETFD) >= 0 || errno != EBADF) {
             continue;
         }
-        // The lowest free number is this one, for those below it are open. Children inherit it, so no close-on-exec.
+        // It gets this number, the lowest free one, because those below are open. Children inherit it, so it is not
+        // close-on-exec.
         static_cast<void>(uninterrupted([] { return ::open("/dev/null", O_RDWR); }));
     }
 }

@@ -20,7 +20,7 @@ bool FileLock::isAt(const std::string &path) const {
 }
 
 std::optional<FileLock> FileLock::tryLock(const std::string &path, Mode mode) {
-    // A holder may remove the file before it lets go, but not again and again.
+    // A holder may remove the file before it releases the lock, but that does not happen many times in a row.
     constexpr int attempts = 100;
     for (int attempt = 0; attempt < attempts; ++attempt) {
         constexpr int flags = O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK;

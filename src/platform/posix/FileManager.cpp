@@ -22,7 +22,7 @@ namespace kestrav::platform {
 
 namespace {
 
-/// The system would take the part before the NUL byte for the path.
+/// True for a path with a NUL byte; the system would use the part before it as the path.
 bool hasNul(const std::string &path) {
     return path.find('\0') != std::string::npos;
 }
@@ -39,7 +39,7 @@ std::optional<struct stat> status(const std::string &path) {
     return result;
 }
 
-/// Where the symbolic links at the path lead, also if nothing exists there.
+/// The path to which symbolic links at `path` lead, even if nothing exists there.
 std::string resolvingLinks(std::string path) {
     constexpr int longestChain = 32;
     for (int links = 0; links < longestChain; ++links) {
@@ -55,7 +55,7 @@ std::string resolvingLinks(std::string path) {
     return path;
 }
 
-/// A new file of unique name that is removed with this object unless it was moved to its place.
+/// A new file with a unique name, removed with this object unless it was moved to its place.
 class TemporaryFile {
 public:
     explicit TemporaryFile(const std::string &directory) : path_(appendingPathComponent(directory, ".kestrav-XXXXXX")) {
@@ -72,8 +72,8 @@ public:
 
     [[nodiscard]] const FileDescriptor &descriptor() const { return descriptor_; }
 
-    /// Closes the file and moves it to its place; false with errno set if not everything written has arrived, or it
-    /// cannot be moved.
+    /// Closes the file and moves it to its place; false with errno set if not everything was stored or it cannot be
+    /// moved.
     [[nodiscard]] bool moveTo(const std::string &path) {
         exists_ = !descriptor_.close() || ::rename(path_.c_str(), path.c_str()) != 0;
         return !exists_;
@@ -122,7 +122,7 @@ std::error_code createDirectoryAtPath(const std::string &path, bool withIntermed
     if (withIntermediateDirectories && !directoryExistsAtPath(path)) {
         const std::string parent = deletingLastPathComponent(path);
         if (!parent.empty() && parent != path) {
-            // What is created on the way must take the next one, whatever permissions are asked for.
+            // The owner must be able to create the next directory in this one, whatever permissions are asked for.
             const std::error_code error = createDirectoryAtPath(parent, true, permissions | S_IWUSR | S_IXUSR);
             if (error) {
                 return error;
@@ -140,7 +140,7 @@ std::error_code removeItemAtPath(const std::string &path) {
     if (name == "/" || name == "." || name == "..") {
         return makeError(std::errc::invalid_argument);
     }
-    // A slash at the end would make the system follow a link.
+    // With a slash at the end the system would follow a link.
     const std::string item = path.substr(0, path.find_last_not_of('/') + 1);
     return removeTree(AT_FDCWD, item.c_str());
 }
@@ -166,7 +166,8 @@ std::optional<std::string> contentsOfFile(const FileDescriptor &file, std::int64
     if (!file.valid() || ::fstat(file.get(), &found) != 0 || found.st_size > sizeLimit) {
         return std::nullopt;
     }
-    // One byte more than its size shows the end without growing; files of the system's own report no size at all.
+    // One byte more than the file's size lets the end be seen without growing the buffer; the system's own files report
+    // no size.
     std::string content(static_cast<std::size_t>(found.st_size) + 1, '\0');
     std::size_t size = 0;
     for (;;) {

@@ -7,7 +7,7 @@ namespace kestrav::platform {
 namespace {
 
 constexpr std::string_view ContainerMark = "icns";
-constexpr std::size_t HeaderLength = 8; // a mark or type, and a length that counts the header
+constexpr std::size_t HeaderLength = 8; // a mark or type, and a length that includes the header
 constexpr std::string_view PngMark("\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR", 16);
 
 std::uint32_t bigEndian(std::string_view bytes) {

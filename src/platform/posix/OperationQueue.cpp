@@ -14,11 +14,11 @@ namespace kestrav::platform {
 
 namespace {
 
-constexpr int attempts = 100; // at a call that has no reason to fail
+constexpr int attempts = 100; // for calls that should never fail
 
 } // namespace
 
-// The pipe holds a byte from a task's being posted until none is left, as far as the system plays along.
+// The pipe holds a byte from when a task is posted until none is left, unless a system call fails.
 
 OperationQueue &OperationQueue::mainQueue() {
     static NeverDestroyed<OperationQueue> queue;
@@ -47,7 +47,7 @@ void OperationQueue::addMergedOperation(std::string_view name, Operation operati
 void OperationQueue::post(Entry entry) {
     const std::lock_guard lock(mutex_);
     if (!entry.name.empty() && !entries_.empty() && entries_.back().name == entry.name) {
-        // What is replaced ends with `entry`, which outlives the lock: its destructor may post.
+        // The replaced task is destroyed with `entry`, after the lock is released, because its destructor may post.
         std::swap(entries_.back(), entry);
         return;
     }

@@ -13,7 +13,7 @@
 #include <cstdlib>
 #include <utility>
 
-// Declared by some systems' <unistd.h> only.
+// Not every system declares it in <unistd.h>.
 extern char **environ; // NOLINT(readability-redundant-declaration)
 
 namespace kestrav::platform {
@@ -28,7 +28,7 @@ ProcessInfo::ProcessInfo() : copies_(1), current_(&copies_.front()) {
         const std::string_view text(*entry);
         const std::size_t equals = text.find('=');
         if (equals != std::string_view::npos) {
-            // Of two entries of one name the first counts, as it does for getenv.
+            // Of two entries with the same name the first counts, as for getenv.
             copies_.front().emplace(text.substr(0, equals), text.substr(equals + 1));
         }
     }
@@ -63,7 +63,7 @@ std::string ProcessInfo::processName() const {
 std::string ProcessInfo::globallyUniqueString() const {
     static std::atomic<unsigned> counter{0};
     std::array<unsigned char, 16> random{};
-    // Without entropy the rest still tells processes and calls apart.
+    // Without entropy the other parts still tell processes and calls apart.
     static_cast<void>(getentropy(random.data(), random.size()));
     std::string text;
     std::array<char, 64> piece{};
@@ -78,7 +78,7 @@ std::string ProcessInfo::globallyUniqueString() const {
 }
 
 void exportEnvironmentVariable(const std::string &name, const std::string &value) {
-    // It fails for want of memory or for an impossible name: the runtime then does without the variable.
+    // It fails if memory is short or the name is impossible; the runtime then has to do without the variable.
     static_cast<void>(setenv(name.c_str(), value.c_str(), 0));
 }
 

@@ -26,8 +26,8 @@ constexpr std::array TerminationSignals = {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIG
 std::atomic<int> handlerDescriptor{-1}; // where the handler writes
 static_assert(std::atomic<int>::is_always_lock_free, "used in a signal handler");
 
-/// Runs between any two instructions of the program: it may only pass the signal on. A record is far smaller than
-/// what a pipe takes in one piece.
+/// Runs between any two instructions of the program, so it only passes the signal on. A record is far smaller than what
+/// a pipe accepts in one piece.
 void handleSignal(int number, siginfo_t *info, void * /*context*/) {
     constexpr int attempts = 1000;
     const int savedErrno = errno;
@@ -50,7 +50,7 @@ void handleSignal(int number, siginfo_t *info, void * /*context*/) {
         try {
             receiver(record);
         } catch (const std::exception &) {
-            // Without memory. What matters most the receiver has done by then, and the next signal may fare better.
+            // Out of memory. The receiver does what matters most first, and the next signal may succeed.
         }
     }
 }
@@ -85,7 +85,7 @@ bool Signals::wasIgnoredAtStart(int number) {
 }
 
 void Signals::ignoreWriteSignals() {
-    static_cast<void>(wasIgnoredAtStart(SIGPIPE)); // noted before it changes
+    static_cast<void>(wasIgnoredAtStart(SIGPIPE)); // looks at all signals before they change
     struct sigaction action {};
     action.sa_handler = SIG_IGN;
     sigemptyset(&action.sa_mask);
@@ -94,7 +94,7 @@ void Signals::ignoreWriteSignals() {
 }
 
 void Signals::handleTermination(std::function<void(TerminationSignal)> receiver) {
-    static_cast<void>(OperationQueue::mainQueue()); // made here, where a failure has a caller
+    static_cast<void>(OperationQueue::mainQueue()); // created here, where a failure can be reported
     static NeverDestroyed<Pipe> kept;
     const Pipe &pipe = kept.get();
     if (fcntl(pipe.writeEnd.get(), F_SETFL, O_NONBLOCK) != 0) {
@@ -121,7 +121,7 @@ void Signals::handleTermination(std::function<void(TerminationSignal)> receiver)
             sigaction(number, &action, nullptr);
         }
     }
-    // The parent may have left them blocked.
+    // The parent process may have left them blocked.
     pthread_sigmask(SIG_UNBLOCK, &handled, nullptr);
 }
 

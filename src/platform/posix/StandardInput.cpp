@@ -40,7 +40,7 @@ bool wouldBlock(int error) {
     return error == EAGAIN || error == EWOULDBLOCK;
 }
 
-/// How the input is read, by what can be given back to those who share it.
+/// How the input is read, depending on what can be left for the other processes that share it.
 enum class Kind { file, pipe, other };
 
 Kind kindOfInput() {
@@ -53,11 +53,11 @@ Kind kindOfInput() {
 
 } // namespace
 
-/// What the thread and `end` share. Of a file and of a pipe the input keeps what the reader has not read yet.
+/// What the thread and `end` share. What the reader has not read yet stays in the input if that is a file or a pipe.
 class InputForwarding::State {
 public:
     explicit State(FileDescriptor pipe) : pipe_(std::move(pipe)), buffer_(bufferSize) {
-        const bool neverBlocks = fcntl(pipe_.get(), F_SETFL, O_NONBLOCK) == 0; // while the lock is held
+        const bool neverBlocks = fcntl(pipe_.get(), F_SETFL, O_NONBLOCK) == 0; // written to under the lock
         kind_ = neverBlocks && unreadBytes(pipe_.get()) >= 0 ? kindOfInput() : Kind::other;
     }
 
@@ -80,21 +80,21 @@ private:
     void takeWhatWasRead();
 
     ConditionLock begun_{0};
-    std::mutex mutex_; // guards the input against being read after the end; not held while the thread waits
+    std::mutex mutex_; // guards the input, so that it is not read after the end; not held while the thread waits
     bool ended_ = false;
     FileDescriptor pipe_;
     Kind kind_ = Kind::other;
-    std::size_t outstanding_ = 0; // bytes that the pipe was given, and the input still has
-    std::vector<char> buffer_;    // the thread's
+    std::size_t outstanding_ = 0; // bytes that were written to the pipe and are still in the input
+    std::vector<char> buffer_;    // used by the thread alone
 };
 
-/// Waits for so long at most; false once nobody reads the pipe any more.
+/// Waits for at most `milliseconds`; false once the pipe has no reader any more.
 bool InputForwarding::State::hasReader(int milliseconds) const {
-    pollfd reader{pipe_.get(), 0, 0}; // an error is told without being asked for
+    pollfd reader{pipe_.get(), 0, 0}; // errors are always reported
     return poll(&reader, 1, milliseconds) <= 0;
 }
 
-/// Waits until the pipe takes more; false once nobody reads it any more.
+/// Waits until the pipe accepts more; false once it has no reader any more.
 bool InputForwarding::State::awaitRoom() const {
     for (;;) {
         pollfd reader{pipe_.get(), POLLOUT, 0};
@@ -107,7 +107,7 @@ bool InputForwarding::State::awaitRoom() const {
     }
 }
 
-/// Waits until the reader has read all that the input still has; false if nobody reads any more.
+/// Waits until the reader has read everything that is still in the input; false if there is no reader any more.
 bool InputForwarding::State::awaitTaken() {
     std::size_t left = outstanding_;
     for (std::int64_t pause = firstPause;; pause = std::min(2 * pause, longestPause)) {
@@ -135,7 +135,7 @@ bool InputForwarding::State::awaitTaken() {
     return awaitRoom();
 }
 
-/// Waits until something, or the end, can be read from the input; false if nobody reads the pipe any more.
+/// Waits until data or the end can be read from the input; false if the pipe has no reader any more.
 bool InputForwarding::State::awaitInput() const {
     for (;;) {
         std::array<pollfd, 2> ends{{{STDIN_FILENO, POLLIN, 0}, {pipe_.get(), 0, 0}}};
@@ -155,7 +155,7 @@ InputForwarding::State::Result InputForwarding::State::copyFile() {
     if (count <= 0) {
         return Result::over;
     }
-    // The pipe is empty; what it does not take now it gets later.
+    // The pipe is empty; what it does not accept now is written later.
     const ssize_t written =
         uninterrupted([&] { return write(pipe_.get(), buffer_.data(), static_cast<std::size_t>(count)); });
     outstanding_ = written > 0 ? static_cast<std::size_t>(written) : 0;
@@ -175,7 +175,7 @@ InputForwarding::State::Result InputForwarding::State::copyInputPipe() {
     return count < 0 && wouldBlock(errno) ? Result::nothing : Result::over;
 }
 
-/// Reads once and writes what came. It may wait for the input, if somebody else was faster, and for the reader.
+/// Reads once and writes what was read. It may wait for input if another process was faster, and for the reader.
 InputForwarding::State::Result InputForwarding::State::move() {
     const ssize_t count = uninterrupted([&] { return read(STDIN_FILENO, buffer_.data(), buffer_.size()); });
     if (count > 0) {
@@ -203,7 +203,7 @@ InputForwarding::State::Result InputForwarding::State::passOn() {
     return kind_ == Kind::file ? copyFile() : copyInputPipe();
 }
 
-/// Takes from the input what the reader of the pipe has read of it.
+/// Removes from the input what the reader of the pipe has read.
 void InputForwarding::State::takeWhatWasRead() {
     std::size_t taken = outstanding_ - std::min(outstanding_, unread());
     outstanding_ -= taken;
@@ -212,7 +212,7 @@ void InputForwarding::State::takeWhatWasRead() {
         return;
     }
     while (taken > 0) {
-        int available = 0; // less if somebody else has read from the input meanwhile
+        int available = 0; // less if another process has read from the input meanwhile
         if (ioctl(STDIN_FILENO, FIONREAD, &available) != 0 || available <= 0) {
             return;
         }
@@ -247,7 +247,7 @@ void InputForwarding::State::end() {
 
 void InputForwarding::prepare(FileDescriptor pipe) {
     state_ = std::make_shared<State>(std::move(pipe));
-    // With SIGTTIN blocked a read in the terminal's background fails instead of stopping the whole process.
+    // With SIGTTIN blocked, a read in the terminal's background fails instead of stopping the whole process.
     const SignalsBlocked blocked;
     Thread([state = state_] { state->run(); }).detach();
 }

@@ -27,10 +27,10 @@ namespace {
 /// one step, and a child started in between would keep the pipe open.
 std::mutex spawnMutex;
 
-/// What a child is to keep open has this number there.
+/// The descriptor that a child is to keep open has this number in the child.
 constexpr int keptDescriptor = STDERR_FILENO + 1;
 
-/// Above the standard three, where a child's own descriptors go.
+/// Duplicates a descriptor to a number above the standard three, which are set up separately in the child.
 FileDescriptor duplicateAboveStandard(int descriptor) {
     return FileDescriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
@@ -39,7 +39,8 @@ std::string describe(int error) {
     return std::generic_category().message(error);
 }
 
-/// The attributes and file actions of one start, freed with it. `error` is the first failure among the preparations.
+/// The attributes and file actions of one start, freed with this object. `error` is the first failure of the
+/// preparations.
 class SpawnSettings {
 public:
     explicit SpawnSettings(bool ownGroup) {
@@ -73,7 +74,7 @@ public:
         }
     }
 
-    /// To be called when all file actions are there.
+    /// To be called once all file actions have been added.
     void finish(int firstToClose) {
         check(closeOtherDescriptors(actions, flags, firstToClose));
         check(posix_spawnattr_setflags(&attributes, flags));
@@ -85,8 +86,8 @@ public:
     int error = 0;
 };
 
-/// With SIGCHLD ignored, which a careless parent hands down, the system would throw the child's status away. It is the
-/// one signal that does not stay ignored.
+/// If SIGCHLD is ignored, as a careless parent may leave it, the system discards the child's status. It is the one
+/// signal that does not stay ignored.
 void keepStatusOfChildren() {
     struct sigaction current {};
     if (sigaction(SIGCHLD, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) {
@@ -95,7 +96,7 @@ void keepStatusOfChildren() {
     }
 }
 
-/// The path and the arguments, as the child gets them.
+/// The path and the arguments, as they are passed to the child.
 std::vector<std::string> argumentVector(const std::string &path, const std::vector<std::string> &arguments) {
     for (const std::string &argument : arguments) {
         if (argument.find('\0') != std::string::npos) {
@@ -124,7 +125,7 @@ std::vector<char *> pointers(std::vector<std::string> &strings) {
     return result;
 }
 
-/// Names what most likely is too long for the system: it limits both a single text and all of them.
+/// Names the most likely cause: the system limits each string and all of them together.
 std::string describeTooLong(const std::vector<std::string> &arguments, const std::vector<std::string> &environment) {
     const std::string *longest = &arguments.front();
     for (const auto *texts : {&arguments, &environment}) {
@@ -137,8 +138,8 @@ std::string describeTooLong(const std::vector<std::string> &arguments, const std
                   longest->size(), *longest);
 }
 
-/// Waits with `call`, more than once if that fails for no reason: a child must not outlive its launcher. 0 or an error
-/// number.
+/// Waits with `call`, and tries again if that fails without a reason, because a child must not outlive its launcher.
+/// Returns 0 or an error number.
 template <class Call> int waitStubbornly(Call call) {
     constexpr int attempts = 100;
     constexpr std::int64_t pause = 1'000; // microseconds
@@ -153,13 +154,14 @@ template <class Call> int waitStubbornly(Call call) {
     return error;
 }
 
-/// Blocks until the child has exited and leaves it a zombie, so that its number stays its own. 0 or an error number.
+/// Blocks until the child has exited and leaves it a zombie, so that its number is not used again. Returns 0 or an
+/// error number.
 int awaitExit(pid_t pid) {
     siginfo_t info{};
     return waitStubbornly([&] { return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT); });
 }
 
-/// Takes the status of a child that has exited; its number is free afterwards. 0 or an error number.
+/// Takes the status of a child that has exited; its number is free afterwards. Returns 0 or an error number.
 int reap(pid_t pid, int &status) {
     return waitStubbornly([&] { return waitpid(pid, &status, 0); });
 }
@@ -197,7 +199,7 @@ Task::~Task() {
 
 std::string Task::reason(int error) const {
     if (error == ENOENT && access(launchPath_.c_str(), F_OK) == 0) {
-        return "the program that it needs to run is missing"; // the interpreter or loader that the file names
+        return "the program that it needs to run is missing"; // that is, the interpreter or loader named in the file
     }
     return describe(error);
 }
@@ -250,7 +252,7 @@ void Task::waitUntilExit() {
     reaped_ = true;
     if (error != 0) {
         if (error != ECHILD) {
-            kill(pid_, SIGKILL); // nobody is left to wait for it
+            kill(pid_, SIGKILL); // nothing will wait for it any more
         }
         throw Exception("TaskWaitException", "could not wait for " + launchPath_ + ": " + describe(error));
     }
@@ -260,7 +262,7 @@ void Task::waitUntilExit() {
 void Task::sendSignal(int signal) {
     const std::lock_guard lock(mutex_);
     if (pid_ > 0 && !reaped_) {
-        // It fails only for a zombie on some systems, to which it makes no difference.
+        // It fails only for a zombie, on some systems, which needs no signal any more.
         kill(ownGroup_ ? -pid_ : pid_, signal);
     }
 }

@@ -26,13 +26,13 @@ namespace kestrav::platform {
 namespace {
 
 constexpr const char *lockName = ".kestrav-lock";
-/// The lock file's name until it is locked, so that no other run takes the folder for an abandoned one.
+/// The lock file's name until it is locked, so that no other run mistakes the folder for an abandoned one.
 constexpr const char *newLockName = ".kestrav-lock-new";
 constexpr mode_t ownerOnly = 0700;
-/// After so many seconds a folder without a lock is nobody's: a run puts it there at once.
+/// After this many seconds a folder without a lock is abandoned, because a run creates the lock at once.
 constexpr std::time_t longestMaking = 600;
 
-/// Why others could exchange what lies in a directory; empty if they cannot.
+/// Why other users could replace files in a directory; empty if they cannot.
 std::string objectionToOwner(const FileDescriptor &directory) {
     struct stat found {};
     if (::fstat(directory.get(), &found) != 0) {
@@ -41,14 +41,14 @@ std::string objectionToOwner(const FileDescriptor &directory) {
     if (found.st_uid != ::geteuid() && found.st_uid != 0) {
         return "it belongs to another user";
     }
-    // Where every user has a group of his own, the two numbers are the same.
+    // The two numbers are the same where every user has a group of their own.
     const bool ownGroup = found.st_gid == found.st_uid;
     const mode_t others = ownGroup ? S_IWOTH : S_IWOTH | S_IWGRP;
     return (found.st_mode & others) != 0 && (found.st_mode & S_ISVTX) == 0 ? "other users can change what lies there"
                                                                            : "";
 }
 
-/// Why so many bytes do not fit; empty if they do, or if the file system does not tell.
+/// Why so many bytes do not fit; empty if they do, or if the file system does not say.
 std::string objectionToRoom(const FileDescriptor &directory, std::int64_t room) {
     struct statvfs space {};
     if (::fstatvfs(directory.get(), &space) != 0 || space.f_blocks == 0) {
@@ -62,14 +62,14 @@ std::string objectionToRoom(const FileDescriptor &directory, std::int64_t room) 
                : "";
 }
 
-/// True for names as runs give them to their folders.
+/// True for names like those that runs give to their folders.
 bool isRunsName(std::string_view name) {
     constexpr std::size_t dashes[] = {8, 13, 18, 23, 36};
     return std::all_of(std::begin(dashes), std::end(dashes),
                        [&](std::size_t at) { return at < name.size() && name[at] == '-'; });
 }
 
-/// Removes what a run's folder holds. The lock file stays, for a later run to recognise the folder by.
+/// Removes the contents of a run's folder except the lock file, by which a later run recognises the folder.
 std::error_code removeContents(const FileDescriptor &folder) {
     std::error_code error;
     for (const std::string &entry : directoryNames(folder).value_or(std::vector<std::string>())) {
@@ -79,14 +79,14 @@ std::error_code removeContents(const FileDescriptor &folder) {
     return error;
 }
 
-/// The lock in a run's folder if nobody holds it.
+/// Takes the lock in a run's folder, unless another process holds it.
 std::optional<FileLock> takeLock(const FileDescriptor &folder, const char *name) {
     FileDescriptor file = FileDescriptor::openAt(folder.get(), name, O_RDWR | O_NOFOLLOW | O_NONBLOCK);
     return file.valid() ? FileLock::take(std::move(file), FileLock::Mode::exclusive) : std::nullopt;
 }
 
-/// Removes the folders of killed runs, also of those that were killed before the lock was in its place. What fails is
-/// tried again by the next run.
+/// Removes the folders of killed runs, including runs that were killed before their lock was in its place. The next run
+/// tries again whatever fails.
 void removeAbandonedFolders(const std::string &place) {
     const FileDescriptor directory = openDirectory(AT_FDCWD, place, true);
     if (!directory.valid() || !objectionToOwner(directory).empty()) {
@@ -104,7 +104,7 @@ void removeAbandonedFolders(const std::string &place) {
         if (lock && !removeContents(folder)) {
             removeTree(directory.get(), name.c_str());
         } else if (!lock && !isNew) {
-            static_cast<void>(::unlinkat(directory.get(), name.c_str(), AT_REMOVEDIR)); // if it is empty
+            static_cast<void>(::unlinkat(directory.get(), name.c_str(), AT_REMOVEDIR)); // works only if it is empty
         }
     }
 }
@@ -149,7 +149,7 @@ std::string TemporaryFolder::makeIn(const std::string &place, std::int64_t room)
         return objection;
     }
     const std::string name = ProcessInfo::processInfo().globallyUniqueString();
-    std::string path = appendingPathComponent(place, name); // before the folder is there, which a failure would leave
+    std::string path = appendingPathComponent(place, name); // before the folder exists: a failure would leave it behind
     if (::mkdirat(directory.get(), name.c_str(), ownerOnly) != 0) {
         return lastError().message();
     }
@@ -157,7 +157,7 @@ std::string TemporaryFolder::makeIn(const std::string &place, std::int64_t room)
     if (error) {
         lock_.reset();
         if (removeTree(directory.get(), name.c_str())) {
-            // Without a descriptor for it, it could not be filled either.
+            // A folder that cannot be opened could not be filled either.
             static_cast<void>(::unlinkat(directory.get(), name.c_str(), AT_REMOVEDIR));
         }
         return error == std::errc::permission_denied ? "programs cannot be started from it" : error.message();
@@ -166,7 +166,7 @@ std::string TemporaryFolder::makeIn(const std::string &place, std::int64_t room)
     return {};
 }
 
-/// Puts the lock into the new folder. Its file is the probe as well: the system tells whether it could be executed.
+/// Creates the lock in the new folder. The file also shows whether programs in the folder can be executed.
 std::error_code TemporaryFolder::lockAndProbe(int parent, const std::string &name) {
     constexpr int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW;
     const bool readable = ::fchmodat(parent, name.c_str(), ownerOnly, 0) == 0; // whatever the umask
@@ -178,14 +178,14 @@ std::error_code TemporaryFolder::lockAndProbe(int parent, const std::string &nam
     }
     lock_ = FileLock::take(std::move(file), FileLock::Mode::exclusive);
     if (!lock_ && errno == EWOULDBLOCK) {
-        return lastError(); // another run has just taken the folder for an abandoned one
+        return lastError(); // another run has just mistaken the folder for an abandoned one
     }
     return !lock_ || ::renameat(folder.get(), newLockName, folder.get(), lockName) == 0 ? std::error_code()
                                                                                         : lastError();
 }
 
 std::error_code TemporaryFolder::remove() {
-    constexpr int attempts = 3; // without memory, which may be there the next time
+    constexpr int attempts = 3; // memory may be short at first
     for (int attempt = 0; attempt < attempts; ++attempt) {
         try {
             return tryToRemove();
@@ -204,9 +204,9 @@ std::error_code TemporaryFolder::tryToRemove() {
     if (const auto error = removeContents(folder)) {
         return error;
     }
-    lock_.reset(); // an open file would stay on a network file system
+    lock_.reset(); // on a network file system an open file would keep the folder from being removed
     const auto error = removeTree(AT_FDCWD, path_.c_str());
-    return error == std::errc::no_such_file_or_directory ? std::error_code() : error; // another run was faster
+    return error == std::errc::no_such_file_or_directory ? std::error_code() : error; // another run removed it
 }
 
 } // namespace kestrav::platform

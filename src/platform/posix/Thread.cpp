@@ -32,7 +32,7 @@ Thread::Thread(Body body, std::size_t stackSize) {
     if (error != 0) {
         throw std::system_error(error, std::generic_category(), "could not start a thread");
     }
-    static_cast<void>(owned.release()); // the thread's
+    static_cast<void>(owned.release()); // the thread owns it now
     running_ = true;
 }
 

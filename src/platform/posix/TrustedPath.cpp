@@ -40,7 +40,7 @@ void addSteps(Steps &steps, const std::string &path) {
                  [](const std::string &name) { return !name.empty() && name != "."; });
 }
 
-/// The users whose files are heeded: this one, root and the owner of the bundle.
+/// The users whose files are trusted: this one, root and the owner of the bundle.
 class TrustedUsers {
 public:
     explicit TrustedUsers(const std::string &bundlePath) : bundle_(status(bundlePath, true)) {}
@@ -55,13 +55,13 @@ private:
 
 /// What was met on the way to a path.
 struct Way {
-    std::optional<std::string> reason; // not to heed what it leads to
-    bool passesOpenFolder = false;     // one where everybody can create files
+    std::optional<std::string> reason; // why the path must not be trusted
+    bool passesOpenFolder = false;     // a folder where everybody can create files
     std::optional<struct stat> end;    // what the path led to, if anything
 };
 
 Way follow(const std::string &path, const TrustedUsers &trustedUsers) {
-    constexpr int mostLinks = 40; // as many as Linux follows
+    constexpr int mostLinks = 40; // the same limit as Linux has
     std::error_code error;
     Steps steps;
     addSteps(steps, fs::absolute(path, error).string());
@@ -111,7 +111,7 @@ std::optional<std::string> reasonToDistrust(const FileDescriptor &file, const st
     if (!way.reason && everybodyCanWrite(opened)) {
         return everybodyWrites;
     }
-    // Somebody may have exchanged the file since it was opened, as the folder let him.
+    // The file may have been exchanged since it was opened, because the folder allows that.
     if (!way.reason && way.passesOpenFolder && !trustedUsers.own(opened)) {
         return path + belongsToAnother;
     }

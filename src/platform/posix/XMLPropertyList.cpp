@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::string_view blanks = " \t\r\n";
 
-/// Reads the list element by element. Whatever is not understood is a fault.
+/// Reads the list element by element. Anything that it does not understand is a fault.
 class Reader {
 public:
     explicit Reader(std::string_view xml) : xml_(xml) {}
@@ -36,7 +36,7 @@ private:
 
     [[nodiscard]] std::string_view rest() const { return xml_.substr(std::min(position_, xml_.size())); }
 
-    /// Moves behind the next `text`; false, without a move, if there is none.
+    /// Moves past the next `text`; returns false and stays where it is if there is none.
     bool skipBehind(std::string_view text, std::size_t from) {
         const auto found = xml_.find(text, from);
         if (found == std::string_view::npos) {
@@ -60,7 +60,7 @@ private:
         return whole;
     }
 
-    /// Passes over white space, comments, instructions and the document type; false for a damaged one.
+    /// Skips white space, comments, instructions and the document type; false if one of them is damaged.
     bool skipBetween() {
         for (;;) {
             position_ = std::min(xml_.find_first_not_of(blanks, position_), xml_.size());
@@ -93,7 +93,7 @@ private:
         return true;
     }
 
-    /// What stands between "<" and ">" at this place; empty if no whole tag is there.
+    /// What stands between "<" and ">" at this position; empty if there is no complete tag.
     [[nodiscard]] std::string_view nextTag() const {
         const auto end = rest().find('>');
         if (!rest().starts_with('<') || end == std::string_view::npos) {
@@ -104,12 +104,12 @@ private:
         return clear ? tag : std::string_view();
     }
 
-    /// The name in a tag, a closing tag's with its "/".
+    /// The name in a tag; that of a closing tag includes its "/".
     static std::string_view nameOf(std::string_view tag) {
         return tag.substr(0, std::min(tag.find_first_of(" \t\r\n/", 1), tag.size()));
     }
 
-    /// The outermost value with all that is in it.
+    /// Reads the outermost value with everything in it.
     bool value() {
         do {
             if (!skipBetween()) {
@@ -134,7 +134,7 @@ private:
         return true;
     }
 
-    /// Puts a value where it belongs.
+    /// Adds a value to the innermost open container, or makes it the outermost value.
     void add(PropertyList value) {
         if (open_.empty()) {
             root_ = std::move(value);
@@ -166,7 +166,7 @@ private:
         return isContainer ? container(name, empty) : simpleElement(name, empty);
     }
 
-    /// An array or a dictionary, behind its opening tag.
+    /// Reads an array or a dictionary. Called after its opening tag.
     bool container(std::string_view name, bool empty) {
         const bool isDictionary = name == "dict";
         PropertyList list =
@@ -181,7 +181,7 @@ private:
         return true;
     }
 
-    /// A key or a value without values of its own, behind its opening tag.
+    /// Reads a key or a value that is not a container. Called after its opening tag.
     bool simpleElement(std::string_view name, bool empty) {
         std::string content;
         if (!empty && !text(name, content)) {
@@ -195,7 +195,7 @@ private:
         return true;
     }
 
-    /// The text of an element, with comments and marked sections, and its closing tag.
+    /// Reads the text of an element, which may have comments and marked sections, and its closing tag.
     bool text(std::string_view name, std::string &content) {
         for (;;) {
             if (!characters(std::min(xml_.find('<', position_), xml_.size()), content)) {
@@ -222,7 +222,7 @@ private:
         }
     }
 
-    /// Appends what stands there up to `end`, and stops at an entity that is none.
+    /// Appends the text up to `end`; stops at an unknown entity.
     bool characters(std::size_t end, std::string &content) {
         const std::string_view before = xml_.substr(0, end);
         for (;;) {
@@ -244,7 +244,7 @@ private:
         }
     }
 
-    /// What follows the outermost value. Only behind an empty element it has to be sound.
+    /// Reads what follows the outermost value. It has to be well-formed only after an empty element.
     bool end() {
         if (!emptyRoot_) {
             const bool ended = !wrapped_ || xml_.find("</plist>", position_) != std::string_view::npos;
@@ -267,7 +267,7 @@ private:
     bool emptyRoot_ = false; // the outermost value is <array/> or the like
 };
 
-/// The line, by its beginning, that is no UTF-8 or holds a NUL.
+/// The beginning of the first line that is not UTF-8 or holds a NUL.
 std::optional<std::size_t> faultOfText(std::string_view text) {
     for (std::size_t begin = 0; begin < text.size();) {
         const auto end = std::min(text.find('\n', begin), text.size());

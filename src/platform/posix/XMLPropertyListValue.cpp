@@ -14,7 +14,7 @@ namespace kestrav::platform {
 
 namespace {
 
-/// A decimal number, or a hexadecimal one after "0x"; beyond the type's range its nearest end.
+/// A decimal number, or a hexadecimal one after "0x"; clamped to the type's range.
 std::int64_t integerOf(std::string_view text) {
     text = trimmingWhitespaceAndNewlines(text);
     const bool negative = text.starts_with('-');
@@ -30,7 +30,7 @@ std::int64_t integerOf(std::string_view text) {
     return negative ? -static_cast<std::int64_t>(value) : static_cast<std::int64_t>(value);
 }
 
-/// The user's locale, which a window toolkit may set for the whole process, has no say in it.
+/// Does not depend on the user's locale, which a window toolkit may set for the whole process.
 double realOf(std::string_view text) {
     text = trimmingWhitespaceAndNewlines(text);
     const bool negative = text.starts_with('-');
@@ -71,7 +71,7 @@ PropertyList::Date dateOf(const std::string &text) {
     return {static_cast<double>(sinceReference.count()) * secondsPerDay + hours * 3600 + minutes * 60 + seconds};
 }
 
-/// Of base 64; what is none of its characters is passed over.
+/// Decodes base 64; other characters are skipped.
 PropertyList::Data dataOf(std::string_view text) {
     constexpr std::string_view digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     PropertyList::Data data;

@@ -51,7 +51,7 @@ void appendQuoted(std::string &result, std::string_view text) {
     result += '"';
 }
 
-/// A text as it stands within an array or a dictionary.
+/// A string as it is printed within an array or a dictionary.
 void appendElement(std::string &result, std::string_view text) {
     bool plain = !text.empty();
     for (const char c : text) {
@@ -84,7 +84,7 @@ std::string padded(std::int64_t number, std::size_t size) {
 }
 
 std::string dateText(double secondsSinceReference) {
-    constexpr double limit = 1e13; // some 300,000 years; what is farther away is no date that anybody wrote
+    constexpr double limit = 1e13; // some 300,000 years; nobody writes dates beyond that
     if (!(std::fabs(secondsSinceReference) < limit)) {
         return shortestText(secondsSinceReference);
     }
@@ -96,7 +96,7 @@ std::string dateText(double secondsSinceReference) {
         second += secondsPerDay;
         --day;
     }
-    // Years counted from March, in eras of 400 years: leap days then fall on the end of a year.
+    // Years are counted from March, in eras of 400 years, so that leap days fall at the end of a year.
     day += 730791; // from 0000-03-01 to 2001-01-01
     const std::int64_t era = (day >= 0 ? day : day - 146096) / 146097;
     const std::int64_t dayOfEra = day - era * 146097;
@@ -113,7 +113,7 @@ std::string indentation(std::size_t level) {
     return std::string(level * 4, ' ');
 }
 
-/// Writes values one below the other; a nested list begins with its own indentation, also after "key = ".
+/// Writes values one below the other; a nested list starts with its own indentation, even after "key = ".
 class Describer {
 public:
     explicit Describer(std::string &result) : result_(result) {}

@@ -44,7 +44,7 @@ mode_t entryType(int directory, const std::string &name) {
 }
 
 std::optional<std::vector<std::string>> directoryNames(const FileDescriptor &directory) {
-    // The stream takes a descriptor over, so it gets one of its own.
+    // The stream closes its descriptor, so it gets one of its own.
     FileDescriptor own(directory.valid() ? ::fcntl(directory.get(), F_DUPFD_CLOEXEC, 0) : -1);
     const std::unique_ptr<DIR, CloseDirectory> stream(own.valid() ? ::fdopendir(own.get()) : nullptr);
     if (stream == nullptr) {
@@ -68,12 +68,13 @@ std::optional<std::vector<std::string>> directoryNames(const FileDescriptor &dir
 
 namespace {
 
-/// Of an attempt to unlink. Linux says EISDIR of a directory, other systems EPERM; EACCES comes before either.
+/// True if unlinking may have failed because the entry is a directory: Linux then says EISDIR, other systems EPERM, and
+/// EACCES takes precedence over both.
 bool mayMeanADirectory(const std::error_code &error) {
     return error.value() == EISDIR || error.value() == EPERM || error.value() == EACCES;
 }
 
-/// Opens a directory for removing its entries; its owner may have taken those rights from himself.
+/// Opens a directory in order to remove its entries, after giving the owner the permissions for that.
 FileDescriptor openForRemoval(int parent, const std::string &name) {
     FileDescriptor directory = openDirectory(parent, name);
     if (!directory.valid() && errno == EACCES && ::fchmodat(parent, name.c_str(), S_IRWXU, AT_SYMLINK_NOFOLLOW) == 0) {
@@ -87,7 +88,7 @@ FileDescriptor openForRemoval(int parent, const std::string &name) {
     return directory;
 }
 
-/// One walk through a tree. Only the directory it is in stays open; it goes up through "..".
+/// One walk through a tree. Only the current directory is open; the walk goes up through "..".
 class Removal {
 public:
     explicit Removal(int parent) : parent_(parent) {}
@@ -118,7 +119,7 @@ public:
         return error_;
     }
 
-    /// True if somebody changed the tree meanwhile, so that another walk may succeed.
+    /// True if the tree was changed during the walk, so that another walk may succeed.
     [[nodiscard]] bool disturbed() const { return disturbed_; }
 
 private:
@@ -140,7 +141,7 @@ private:
         if (levels_.empty()) {
             mount_ = mount;
         } else if (mount != mount_) {
-            errno = EBUSY; // as the system says where a mount point itself is to be removed
+            errno = EBUSY; // the system's error for removing a mount point itself
             return false;
         }
         current_ = std::move(directory);
@@ -165,7 +166,7 @@ private:
         if (!levels_.empty()) {
             current_ = openDirectory(current_.get(), "..");
             if (identityOf(current_) != levels_.back().identity) {
-                // The directory was moved: what is above it now is not ours.
+                // The directory was moved: its new parent is not in our tree.
                 levels_.clear();
                 disturb(std::make_error_code(std::errc::directory_not_empty));
                 return;
@@ -187,7 +188,7 @@ private:
         }
     }
 
-    /// A directory that stays because something in it could not be removed is not reported a second time.
+    /// A directory that stays because something in it could not be removed is not an error of its own.
     void disturb(const std::error_code &error) {
         disturbed_ = disturbed_ || !error_;
         note(error);
@@ -195,7 +196,7 @@ private:
 
     int parent_;
     FileDescriptor current_;
-    std::uint64_t mount_ = 0; ///< what is mounted within the tree belongs to somebody else
+    std::uint64_t mount_ = 0; ///< other mounted file systems within the tree are left alone
     std::vector<Level> levels_;
     std::error_code error_;
     bool disturbed_ = false;

@@ -17,14 +17,14 @@ namespace {
 
 constexpr std::string_view conversions = "@sSdDiuUxXoOcCpaAeEfFgG";
 
-/// No message is wider; keeps a damaged format of a string table from filling the memory.
+/// The largest width. No message needs more, and a damaged format in a string table must not fill the memory.
 constexpr int widthLimit = 4096;
 
 /// One placeholder of a format, taken apart.
 struct Placeholder {
-    std::size_t position = 0; // 1-based; 0: the next argument
-    std::string flags;        // of "-+ #0"
-    bool wide = false;        // a length modifier of 64 bits
+    std::size_t position = 0; // 1-based; 0 means the next argument
+    std::string flags;        // characters among "-+ #0"
+    bool wide = false;        // has a length modifier for 64 bits
     int width = 0;
     int precision = -1;
     char conversion = '\0';
@@ -32,7 +32,7 @@ struct Placeholder {
 
 using Number = std::variant<std::int64_t, std::uint64_t, double>;
 
-/// The number that an argument holds, whatever its kind: the leading one of a text, 0 for lists and nil.
+/// The number that an argument holds, whatever its kind: the leading number of a string, 0 for lists and nil.
 Number numberOf(const FormatArgument::Value &value) {
     const auto convert = [](const auto &held) -> Number {
         using Held = std::decay_t<decltype(held)>;
@@ -59,7 +59,7 @@ Number numberOf(const FormatArgument::Value &value) {
     return std::visit(convert, value);
 }
 
-/// A whole number of 64 bits: a negative one, else one without sign.
+/// A 64-bit integer: a signed one if negative, else an unsigned one.
 struct Integer {
     std::uint64_t bits = 0;
     bool negative = false;
@@ -107,7 +107,7 @@ std::string textOf(const FormatArgument::Value &value) {
     return std::visit(convert, value);
 }
 
-/// The first character of a text, or the one of that number.
+/// The first character of a string, or the character with the argument's number.
 std::string characterOf(const FormatArgument::Value &value) {
     if (const auto *text = std::get_if<std::string_view>(&value)) {
         return std::string(text->substr(0, text->empty() ? 0 : decodeCharacter(*text).size));
@@ -217,7 +217,7 @@ private:
         return found;
     }
 
-    /// The number at the beginning, if there is one.
+    /// Takes the number at the beginning, if there is one.
     std::optional<int> takeNumber() {
         std::optional<int> number;
         while (!rest_.empty() && rest_.front() >= '0' && rest_.front() <= '9') {
@@ -227,14 +227,14 @@ private:
         return number;
     }
 
-    /// The characters at the beginning that are among these.
+    /// Takes the characters at the beginning that are among these.
     std::string_view takeAnyOf(std::string_view characters) {
         const std::string_view taken = rest_.substr(0, rest_.find_first_not_of(characters));
         rest_.remove_prefix(taken.size());
         return taken;
     }
 
-    /// Reads "%" and what belongs to it. The conversion is '\0' if the format ends within.
+    /// Reads "%" and what belongs to it. The conversion is '\0' if the format ends too early.
     Placeholder parse() {
         Placeholder placeholder;
         rest_.remove_prefix(1);
@@ -245,7 +245,7 @@ private:
             rest_ = afterPercent;
         }
         for (const char flag : takeAnyOf("-+ #0'")) {
-            placeholder.flags.append(flag != '\'' ? 1 : 0, flag); // there is no locale to group digits by
+            placeholder.flags.append(flag != '\'' ? 1 : 0, flag); // digits are not grouped
         }
         const auto size = [this] { return take('*') ? sizeArgument() : takeNumber().value_or(0); };
         placeholder.width = size();

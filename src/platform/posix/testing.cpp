@@ -9,7 +9,7 @@ Replacements &replacements() {
     return instance.get();
 }
 
-// Through the process's own references, so that the product's class needs no door for tests.
+// They change the process's own objects, so that the product's class needs no functions for tests.
 
 void setArguments(std::vector<std::string> arguments) {
     const_cast<std::vector<std::string> &>(ProcessInfo::processInfo().arguments()) = std::move(arguments);

@@ -31,7 +31,7 @@ template <class Integer> Integer leadingInteger(std::string_view text) {
     if (negative || text.starts_with('+')) {
         text.remove_prefix(1);
     }
-    // Counted downwards: the negative range is the larger one.
+    // Counts downwards, because the negative range is the larger one.
     Integer value = 0;
     for (const char c : text) {
         if (!isAsciiDigit(c)) {
@@ -87,7 +87,7 @@ std::string_view trimming(std::string_view text, std::string_view characters) {
 
 std::string_view trimmingWhitespaceAndNewlines(std::string_view text) {
     text = withoutLeadingWhitespace(text);
-    // No white space is longer than three bytes; what the last character is, is tried by length.
+    // No white-space character is longer than three bytes, so the last character is found by trying each length.
     while (!text.empty()) {
         bool removed = false;
         for (std::size_t size = 1; size <= std::min<std::size_t>(3, text.size()) && !removed; ++size) {
@@ -122,7 +122,7 @@ bool boolValue(std::string_view text) {
 }
 
 bool isLike(std::string_view text, std::string_view pattern) {
-    // Only the last star ever needs another try: what stood before it has found its leftmost place already.
+    // Only the last star is ever tried again: what comes before it has already matched at its leftmost place.
     std::size_t t = 0;
     std::size_t p = 0;
     std::size_t afterStar = std::string_view::npos;

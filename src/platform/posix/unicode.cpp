@@ -33,7 +33,7 @@ unsigned leadingControl(std::string_view text) {
     if (byte < 0x20 || byte == 0x7F) {
         return byte == 0 ? nul : byte;
     }
-    if (byte == 0xC2 && text.size() > 1) { // the two bytes of U+0080 to U+00BF
+    if (byte == 0xC2 && text.size() > 1) { // the first of the two bytes of U+0080 to U+00BF
         const auto second = static_cast<unsigned char>(text[1]);
         return second >= 0x80 && second < 0xA0 ? second : 0;
     }
@@ -148,7 +148,8 @@ std::string utf8Text(std::string_view bytes) {
     if (bytes.starts_with("\xFE\xFF") || bytes.starts_with("\xFF\xFE")) {
         return fromUTF16(bytes.substr(2), bytes.starts_with("\xFE"));
     }
-    // Such files begin with ASCII, of which one byte in UTF-16 is NUL; no text has NUL characters.
+    // Such files begin with ASCII, where one byte of each UTF-16 unit is NUL; no text in another encoding has NUL
+    // characters.
     if (bytes.size() >= 2 && (bytes[0] == '\0' || bytes[1] == '\0')) {
         return fromUTF16(bytes, bytes[0] == '\0');
     }
