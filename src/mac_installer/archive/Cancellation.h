@@ -4,10 +4,10 @@
 
 namespace kestrav {
 
-/// Name of the exception by which a run that the user has cancelled leaves the worker's steps.
+/// The name of the exception that ends the worker's steps when the user cancels the run.
 inline constexpr const char *CancelledException = "KestravCancelled";
 
-/// Raises it; there is nothing to say about it.
+/// Throws that exception, without a reason.
 [[noreturn]] inline void raiseCancelled() {
     throw platform::Exception(CancelledException, "");
 }

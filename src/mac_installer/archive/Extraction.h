@@ -17,17 +17,17 @@ namespace kestrav {
 
 inline constexpr const char *untarSignature = "+[UnTar untar:to:uncompressedLength:withProgress:]";
 
-/// What the operations of one run share.
+/// The state that the operations of one extraction share.
 struct UnTar::Extraction {
     GzipStream stream;
     platform::ConfinedDirectory directory;
     const std::string &to;
     std::int32_t uncompressedLength;
     const ProgressCallback &progress;
-    std::string reason = {}; ///< of the error that ended the run
+    std::string reason = {}; ///< why the run ended early
 
     [[nodiscard]] std::string path(const std::string &name) const { return platform::appendingPathComponent(to, name); }
-    /// In single precision: so small a step of a large archive is no news.
+    /// In single precision, so that a tiny step in a large archive does not count as a change.
     [[nodiscard]] float percent() const {
         return static_cast<float>(stream.position()) / static_cast<float>(uncompressedLength) * 100.0F;
     }
@@ -36,17 +36,17 @@ struct UnTar::Extraction {
             progress(percent());
         }
     }
-    /// Records why the run ends.
+    /// Stores the reason for which the run ends; false.
     bool endWith(const std::string &why) {
         reason = why;
         return false;
     }
-    /// The same where the archive holds less than it should, or something else.
+    /// The same if the archive is too short or damaged.
     bool endWithDamage() {
         const std::string failure = stream.failure();
         return endWith(failure.empty() ? damagedArchive : failure);
     }
-    /// Logs the error as well.
+    /// Logs the error and ends the run.
     bool fail(int line, std::string_view message, const std::string &why) {
         platform::Log("%s [Line %d] ERROR: %s", untarSignature, line, message);
         return endWith(why);
@@ -55,7 +55,7 @@ struct UnTar::Extraction {
         static_cast<void>(fail(line, message, {}));
         return endWithDamage();
     }
-    /// Passes over what fills up the last block of data of that length. Some writers leave it out at the very end.
+    /// Skips the padding after `length` bytes of data. Some writers leave it out at the end of the archive.
     [[nodiscard]] bool skipPadding(std::int64_t length) {
         constexpr std::int64_t block = TarHeader::blockSize;
         return stream.skip((block - length % block) % block) || stream.failure().empty() ||

@@ -6,17 +6,17 @@ namespace {
 
 using namespace std::string_view_literals;
 
-/// Deflated, with an extra field and nothing else; no time; of an unknown system.
+/// The beginning of each header: deflated, with an extra field and nothing else, without a time, of an unknown system.
 constexpr std::string_view memberStart = "\x1f\x8b\x08\x04\0\0\0\0\0\xff"sv;
 constexpr std::string_view identifier = "Kv";
 constexpr std::size_t lengthSize = 4;
 constexpr std::size_t totalSizeSize = 8;
 constexpr std::size_t shortField = lengthSize;
 constexpr std::size_t longField = lengthSize + totalSizeSize;
-/// The extra field's size, the subfield's identifier and its size.
+/// What follows: the extra field's size, the subfield's identifier and the subfield's size.
 constexpr std::size_t fieldStart = 2 + identifier.size() + 2;
 
-/// Numbers have their lowest byte first.
+/// Reads a number whose lowest byte comes first.
 std::string littleEndian(std::uint64_t value, std::size_t size) {
     std::string bytes;
     for (; bytes.size() < size; value >>= 8U) {

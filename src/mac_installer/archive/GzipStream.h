@@ -15,9 +15,9 @@
 namespace kestrav {
 
 /// One gzip file read from front to back; several members are one stream, and a file that is not compressed is read as
-/// it is. It is inflated ahead on other threads, but what a caller learns is what belongs to the position it has
-/// reached. The checkpoint is called on the caller's thread before every piece is handed out (32768 bytes at most, also
-/// while skipping); what it throws passes through.
+/// it is. It is inflated ahead on other threads, but a caller is told only what belongs to the position it has reached.
+/// The checkpoint is called on the caller's thread before every piece (32768 bytes at most, also while skipping); what
+/// it throws passes through.
 class GzipStream {
 public:
     static constexpr std::size_t chunkSize = 32768;
@@ -26,21 +26,21 @@ public:
     [[nodiscard]] static std::optional<GzipStream> open(platform::FileDescriptor archive,
                                                         std::function<void()> checkpoint);
 
-    /// Hands out what follows: `limit` bytes at most, `chunkSize` at most, often fewer. Valid until the next call of
-    /// any operation. Nothing at the end of the stream, or if damage or a read error is all that is left.
+    /// Returns the next bytes: at most `limit` and at most `chunkSize`, often fewer. Valid until the next call of any
+    /// operation. Empty at the end of the stream, and where damage or a read error ends it.
     [[nodiscard]] std::span<const char> next(std::size_t limit);
 
-    /// Fills the buffer (of at most `chunkSize` bytes). Fewer bytes, or none, at the end of the stream or before
-    /// damage; -1 if damage or a read error is all that is left.
+    /// Fills the buffer (of at most `chunkSize` bytes) and returns the number of bytes: fewer, or none, at the end of
+    /// the stream or before damage; -1 where damage or a read error ends the stream.
     [[nodiscard]] int read(std::span<char> buffer);
 
-    /// Passes over that many bytes; false if the stream has fewer, or for a length below zero.
+    /// Skips `length` bytes; false if the stream has fewer, or if the length is below zero.
     [[nodiscard]] bool skip(std::int64_t length);
 
-    /// Reads to the end, but 1 MiB at most, so that check sum and length are verified; false if anything is wrong.
+    /// Reads to the end, but at most 1 MiB, so that checksum and length are verified; false if anything is wrong.
     [[nodiscard]] bool finish();
 
-    /// Once the end was reached: why there should have been more (damage, a file cut short, a read error). Empty at a
+    /// Once the end was reached: why the stream ended too early (damage, a file cut short, a read error). Empty at a
     /// regular end.
     [[nodiscard]] std::string failure() const { return inflater_->failure(); }
 
@@ -56,7 +56,7 @@ private:
 
     std::unique_ptr<Inflater> inflater_;
     std::function<void()> checkpoint_;
-    std::span<const char> rest_; ///< of the inflater's chunk
+    std::span<const char> rest_; ///< what is left of the inflater's chunk
     std::int64_t position_ = 0;
 };
 

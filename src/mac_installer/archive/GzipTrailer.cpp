@@ -18,13 +18,14 @@ using platform::FileDescriptor;
 namespace {
 
 constexpr std::string_view memberStart = "\x1f\x8b\x08";
-/// Of a member: ten bytes of header and eight of trailer, of which four hold the size.
+/// The sizes of a member's parts: ten bytes of header and eight of trailer, the last four of which hold the content's
+/// size.
 constexpr std::size_t smallestMember = 18;
 constexpr std::size_t sizeLength = 4;
-/// One compressed byte stands for this many bytes at most.
+/// One compressed byte inflates to at most this many bytes.
 constexpr std::int64_t largestRatio = 1032;
 
-/// True for what follows a member's first three bytes: no reserved flags, a known degree of compression and a known
+/// True if the bytes can follow a member's first three: no reserved flags, a known degree of compression and a known
 /// system. Compressed data hardly ever look like this by chance.
 bool looksLikeMember(std::string_view header) {
     const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(header[index]); };
@@ -42,7 +43,7 @@ bool holdsMember(std::string_view bytes) {
     return false;
 }
 
-/// Appends what follows in the file; false at its end or if it cannot be read.
+/// Appends the next bytes of the file; false at its end or if it cannot be read.
 bool readMore(const FileDescriptor &file, std::string &bytes) {
     constexpr std::size_t pieceSize = std::size_t{256} * 1024;
     const std::size_t kept = bytes.size();
@@ -52,7 +53,7 @@ bool readMore(const FileDescriptor &file, std::string &bytes) {
     return count > 0;
 }
 
-/// Compressed data are smaller than what they stand for, but not by any factor.
+/// Compressed data are smaller than their content, but only up to a certain factor.
 std::optional<std::int32_t> ifPlausible(std::uint64_t size, std::int64_t fileSize) {
     if (size > static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max())) {
         return std::nullopt;

@@ -22,7 +22,7 @@ std::unique_ptr<InflateAhead> InflateAhead::open(platform::FileDescriptor archiv
     return std::unique_ptr<InflateAhead>(new InflateAhead(file));
 }
 
-// The chunks stay as they are: each is filled before it is used, and a small archive never touches most of them.
+// The chunks are not initialised: each is filled before it is used, and a small archive never touches most of them.
 InflateAhead::InflateAhead(gzFile_s *file) : file_(file) {}
 
 InflateAhead::~InflateAhead() {
@@ -47,7 +47,7 @@ std::span<const char> InflateAhead::nextChunk() {
     }
     if (!started_) {
         started_ = true;
-        if (static_cast<std::size_t>(chunk.count) == chunkSize) { // a small archive is not worth a thread
+        if (static_cast<std::size_t>(chunk.count) == chunkSize) { // smaller archives are not worth a thread
             startThread();
         }
     }
@@ -61,7 +61,7 @@ std::string InflateAhead::failure() const {
     case Z_OK:
         return {};
     case Z_ERRNO: {
-        const std::size_t name = text.find(": "); // zlib's own for the file stands before what the system said
+        const std::size_t name = text.find(": "); // zlib puts its own name for the file before the system's message
         return name == std::string::npos ? text : text.substr(name + 2);
     }
     case Z_MEM_ERROR:
@@ -82,7 +82,7 @@ void InflateAhead::startThread() {
     try {
         thread_ = platform::Thread([this] { inflateAhead(); });
     } catch (const std::system_error &) {
-        // Then every chunk is inflated when it is asked for.
+        // Without a thread, every chunk is inflated when it is asked for.
     }
 }
 

@@ -17,9 +17,9 @@ struct gzFile_s;
 namespace kestrav {
 
 /// The uncompressed bytes of one gzip file, in chunks; a file that is not compressed is passed through as it is. From
-/// the second chunk on they are inflated on a thread of its own, which runs a bounded number of chunks ahead of whoever
-/// uses them; where no thread can be started, by the caller. The operations are for one thread; the destructor ends the
-/// other one, wherever it is.
+/// the second chunk on they are inflated on another thread, at most a few chunks ahead of the caller; if no thread can
+/// be started, they are inflated on the caller's. The operations are for one thread. The destructor ends the other
+/// thread, whatever that is doing.
 class InflateAhead : public Inflater {
 public:
     /// Reads from the descriptor's position. Null if the stream cannot be set up.
@@ -31,8 +31,8 @@ public:
     [[nodiscard]] std::string failure() const override;
 
 private:
-    // zlib inflates straight into buffers that hold twice its own. Chunks are this large because each may cost waking
-    // the other thread up.
+    // zlib inflates straight into buffers of at least twice the size of its own. Chunks are this large because the
+    // other thread may have to be woken up for each.
     static constexpr unsigned compressedBuffer = 128 * 1024;
     static constexpr std::size_t chunkSize = 2 * std::size_t{compressedBuffer};
     static constexpr std::size_t chunkCount = 4;
@@ -42,19 +42,19 @@ private:
     };
     struct Chunk {
         std::array<char, chunkSize> bytes;
-        int count; ///< as zlib says it: 0 at the end, below zero for damage; both are last
+        int count; ///< as zlib returns it: 0 at the end, below zero for damage; either makes this the last chunk
     };
     enum class End { none, regular, damage };
 
     explicit InflateAhead(gzFile_s *file);
     const Chunk &fill(Chunk &chunk);
     void startThread();
-    /// The thread: fills chunks until the last one, or until it is stopped.
+    /// Runs on the other thread: fills chunks until the last one, or until it is stopped.
     void inflateAhead();
-    /// Gives the current chunk back to the thread and waits for the next.
+    /// Returns the current chunk to the other thread and waits for the next.
     [[nodiscard]] const Chunk &awaitChunk();
 
-    std::unique_ptr<gzFile_s, Close> file_; ///< the thread's, from its start until its last chunk is taken
+    std::unique_ptr<gzFile_s, Close> file_; ///< used by the other thread, from its start until its last chunk is taken
     bool started_ = false;
     End end_ = End::none;
 

@@ -18,7 +18,7 @@ namespace {
 
 constexpr std::size_t mostThreads = 8;
 constexpr std::size_t fewestMembers = 3; // fewer are not worth the threads
-/// A member that is being written, and one that is ready, for each thread: at most 16 MiB.
+/// For each thread one member that is being inflated and one that is ready: at most 16 MiB.
 constexpr std::size_t slotsPerThread = 2;
 
 std::string_view bytesAt(const platform::FileDescriptor &file, std::int64_t offset,
@@ -47,7 +47,7 @@ std::unique_ptr<Inflater> InflateMembers::open(platform::FileDescriptor &archive
 
 InflateMembers::InflateMembers(platform::FileDescriptor archive, std::size_t threadCount) : file_(std::move(archive)) {
     for (std::size_t count = 0; count < threadCount * slotsPerThread; ++count) {
-        slots_.push_back(std::unique_ptr<Slot>(new Slot)); // the bytes stay untouched until they are needed
+        slots_.push_back(std::unique_ptr<Slot>(new Slot)); // the bytes are not touched until they are needed
     }
 }
 
@@ -63,7 +63,7 @@ bool InflateMembers::startThreads(std::size_t count) {
             threads_.emplace_back([this] { inflateMembers(); });
         }
     } catch (const std::system_error &) {
-        // Then there are fewer.
+        // The threads started so far do the work.
     }
     return !threads_.empty();
 }
@@ -105,7 +105,7 @@ std::span<const char> InflateMembers::readRest(std::int64_t offset) {
     stopThreads();
     std::array<char, GzipMember::longestHeader> buffer;
     if (!bytesAt(file_, offset, buffer).starts_with("\x1f\x8b")) {
-        end_ = End::regular; // zlib passes over what follows the last member, too
+        end_ = End::regular; // zlib ignores what follows the last member, too
         return {};
     }
     slots_.clear();
@@ -183,7 +183,7 @@ bool InflateMembers::inflate(Slot &slot, z_stream_s &stream) const {
         stream.next_in = input.data();
         stream.avail_in = static_cast<uInt>(count);
         while (status == Z_OK && stream.avail_in > 0) {
-            status = ::inflate(&stream, Z_NO_FLUSH); // once there is no room, only for the end of the member
+            status = ::inflate(&stream, Z_NO_FLUSH); // once the buffer is full, this only looks for the member's end
         }
     }
     slot.count = slot.bytes.size() - stream.avail_out;

@@ -5,7 +5,7 @@
 
 namespace kestrav {
 
-/// The reason that a damaged archive gives.
+/// The reason that is given for a damaged archive.
 inline constexpr const char *damagedArchive = "the archive is damaged";
 
 /// The uncompressed bytes of one gzip file, in chunks. For one thread.
@@ -16,14 +16,14 @@ public:
     Inflater &operator=(const Inflater &) = delete;
     virtual ~Inflater() = default;
 
-    /// The bytes that follow, valid until the next call; none at the end of the stream, or if damage or a read error is
-    /// all that is left.
+    /// The next bytes, valid until the next call; none at the end of the stream and where damage or a read error ends
+    /// it.
     [[nodiscard]] virtual std::span<const char> nextChunk() = 0;
 
     /// True once there were no more bytes because of damage or a read error.
     [[nodiscard]] virtual bool isDamaged() const = 0;
 
-    /// Once there were no more bytes: why there should have been more. Empty at a regular end.
+    /// Once there were no more bytes: why the stream ended too early. Empty at a regular end.
     [[nodiscard]] virtual std::string failure() const = 0;
 };
 

@@ -10,7 +10,7 @@ namespace kestrav {
 
 namespace {
 
-/// The data of one extended header, which are read once from front to back.
+/// The data of one extended header, read once from front to back.
 class Data {
 public:
     Data(GzipStream &stream, std::int64_t length) : stream_(stream), rest_(length) {}
@@ -24,7 +24,7 @@ public:
         rest_ -= length;
         return readTarText(stream_, length);
     }
-    /// Up to the delimiter, which comes last, but no more than `limit` bytes. Less at the end of the data.
+    /// The bytes up to and including the delimiter, but at most `limit`. Fewer at the end of the data.
     [[nodiscard]] std::string textThrough(char delimiter, std::int64_t limit) {
         std::string text;
         for (char byte = '\0'; limit > 0 && rest_ > 0 && !text.ends_with(delimiter); --limit) {
@@ -46,9 +46,9 @@ bool isWanted(std::string_view keyword) {
     return keyword == pax::path || keyword == pax::linkPath || keyword == pax::size || keyword == pax::sparseName;
 }
 
-/// Reads what a record, "LENGTH KEYWORD=VALUE\n", has behind its length: so many bytes.
+/// Reads what follows the length in a record, "LENGTH KEYWORD=VALUE\n".
 bool readRecord(Data &data, std::int64_t left, PaxRecords &records) {
-    constexpr std::int64_t longestKeyword = 32; // no wanted one is longer
+    constexpr std::int64_t longestKeyword = 32; // all keywords that matter are shorter
     std::string keyword = data.textThrough('=', std::min(left, longestKeyword));
     left -= static_cast<std::int64_t>(keyword.size());
     keyword.resize(keyword.ends_with('=') ? keyword.size() - 1 : 0);

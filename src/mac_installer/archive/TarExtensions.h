@@ -11,21 +11,22 @@ namespace kestrav {
 
 class GzipStream;
 
-/// What some entries of an archive say of others: long names of GNU tar and pax records, for the entry that follows
-/// them or, in global headers, for all that follow.
+/// What some entries of an archive say about others: long names (GNU tar) and pax records, for the next entry or, in
+/// global headers, for all that follow.
 class TarExtensions {
 public:
-    /// True for the types that `read` takes.
+    /// True for the types of entries that `read` accepts.
     [[nodiscard]] static bool extends(TarHeader::Type type);
 
-    /// Reads the data of such an entry, without its padding. False if the stream ends in them or something is wrong.
+    /// Reads the data of such an entry, without its padding. False if the stream ends within the data or they are
+    /// damaged.
     [[nodiscard]] bool read(GzipStream &stream, TarHeader::Type type, std::int64_t length);
 
-    /// The entry that has this header, with what was said of it, which does not count for the next.
+    /// The entry with this header, completed by what was said about it. That does not count for the next entry.
     [[nodiscard]] TarEntry take(const TarHeader &header);
 
 private:
-    /// What records say; the text itself if they do not.
+    /// The value in the records, or `text` if they have none.
     [[nodiscard]] std::string recorded(std::string_view keyword, std::string text) const;
 
     std::string longName_;

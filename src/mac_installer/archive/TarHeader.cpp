@@ -6,7 +6,7 @@ namespace kestrav {
 
 namespace {
 
-/// The bits that say that a field is in base 256, and that its number is below zero.
+/// The bits that mark a field as base 256, and its number as negative.
 constexpr unsigned base256Mark = 0x80;
 constexpr unsigned negativeMark = 0x40;
 
@@ -46,7 +46,7 @@ std::int64_t parseNumericField(std::string_view field) {
 }
 
 std::string TarHeader::name() const {
-    const bool isPosix = bytes_[262] == '\0'; // behind the magic GNU headers have a space
+    const bool isPosix = bytes_[262] == '\0'; // GNU headers have a space after the magic
     const std::string prefix = isPosix ? text(345, 155) : "";
     return prefix.empty() ? text(0, 100) : prefix + "/" + text(0, 100);
 }

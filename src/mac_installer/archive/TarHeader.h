@@ -25,7 +25,7 @@ public:
         hardLink = '1',
         symbolicLink = '2',
         directory = '5',
-        // What says something of the entry that follows, or of all that follow.
+        // Entries that say something about the next entry, or about all that follow.
         longName = 'L',
         longLinkName = 'K',
         records = 'x',
@@ -40,11 +40,11 @@ public:
     /// The name with its prefix, which only POSIX headers have.
     [[nodiscard]] std::string name() const;
     [[nodiscard]] std::string linkName() const { return text(157, 100); }
-    /// Permission bits as the archive has them, setuid and other bits included.
+    /// The permission bits as they are in the archive, including setuid and the like.
     [[nodiscard]] std::int64_t mode() const { return parseNumericField(bytes_.substr(100, 8)); }
     /// Length of the data in bytes; below zero if the field is damaged.
     [[nodiscard]] std::int64_t fileLength() const { return parseNumericField(bytes_.substr(124, 12)); }
-    /// May be none of the enumerators.
+    /// The result may be a value that is not an enumerator.
     [[nodiscard]] Type type() const { return static_cast<Type>(bytes_[156]); }
 
 private:
@@ -54,14 +54,14 @@ private:
     std::string_view bytes_;
 };
 
-/// One entry of an archive, after all that is said of it.
+/// One entry of an archive, with everything that is said about it.
 struct TarEntry {
     TarHeader::Type type = TarHeader::Type::file;
     std::string name;
     std::string linkName;
     std::int64_t mode = 0;
     std::int64_t fileLength = 0;
-    bool sparse = false; ///< the data are not the file's content as it is
+    bool sparse = false; ///< the data are not simply the file's content
 };
 
 } // namespace kestrav

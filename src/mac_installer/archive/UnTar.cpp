@@ -46,7 +46,7 @@ UntarResult UnTar::untar(const std::string &archive, const std::string &to, std:
     std::optional<GzipStream> stream = GzipStream::open(std::move(file), checkpoint);
     if (!stream) {
         Log("%s [Line %d] error opening gzip file", untarSignature, 263);
-        result.reason = std::make_error_code(std::errc::not_enough_memory).message(); // zlib knows no other
+        result.reason = std::make_error_code(std::errc::not_enough_memory).message(); // zlib fails for no other reason
     } else {
         Extraction extraction{std::move(*stream), ConfinedDirectory(to), to, uncompressedLength, progress};
         const int error = errno;

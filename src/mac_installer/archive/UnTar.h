@@ -18,12 +18,12 @@ class TarHeader;
 struct TarEntry;
 
 struct UntarResult {
-    /// First path component of the last entry whose name has two or more.
+    /// The first path component of the last entry whose name has two or more.
     std::optional<std::string> topDirectory;
-    /// False if something ended the extraction early or the archive is damaged in any way. An entry whose name was
-    /// refused, or whose parent is missing, was logged and passed over; that does not count.
+    /// False if something ended the extraction early or the archive is damaged in any way. Entries whose names were
+    /// refused or whose parents are missing are logged and skipped; they do not count.
     bool complete = false;
-    /// Why it is not complete, for the user.
+    /// Why the extraction is incomplete, for the user.
     std::string reason;
 };
 
@@ -45,11 +45,12 @@ public:
 private:
     struct Extraction;
 
-    /// False if the run ended on an error, which is logged and recorded by then; so with the operations below.
+    /// False if the run ended because of an error, which has then been logged and stored; the same holds for the
+    /// operations below.
     static bool extractEntries(Extraction &extraction, std::optional<std::string> &topDirectory);
     static bool readExtension(Extraction &extraction, const TarHeader &header, TarExtensions &extensions);
     static bool extractEntry(Extraction &extraction, const TarEntry &entry);
-    /// A file whose path is at fault is logged and skipped.
+    /// Extracts a file; one whose path is at fault is logged and skipped.
     static bool extractFile(Extraction &extraction, const TarEntry &entry, std::int32_t fileLength);
     static bool extractLink(Extraction &extraction, const TarEntry &entry);
     static bool extractDirectory(Extraction &extraction, const TarEntry &entry);

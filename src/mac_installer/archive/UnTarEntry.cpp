@@ -21,10 +21,10 @@ namespace {
 constexpr const char *extractSignature =
     "+[UnTar extractFile:name:fileLength:permissions:uncompressedLength:fileManager:progressBlock:]";
 constexpr mode_t ownerReadWrite = 0600;
-/// Without the bits that let a program run as somebody else: what an archive brings never gets those.
+/// The bits that are kept. Files from an archive never get those that let a program run as another user.
 constexpr mode_t permissionBits = 0777;
 
-/// Platforms' metadata, which are not the runtime's.
+/// True for platforms' metadata, which are not part of the runtime.
 bool isMetadata(const std::string &name) {
     return ("/" + name).find("/._") != std::string::npos;
 }
@@ -121,7 +121,7 @@ bool UnTar::extractFile(Extraction &extraction, const TarEntry &entry, std::int3
 bool UnTar::writeData(Extraction &extraction, const std::string &name, std::int32_t fileLength, FileDescriptor file) {
     std::int32_t copied = 0;
     float lastPercent = 0.0F;
-    int failure = 0; // the reason for which the file could not be written
+    int failure = 0; // the error number of a failed write
     while (failure == 0 && copied < fileLength) {
         const std::span<const char> piece = extraction.stream.next(static_cast<std::size_t>(fileLength - copied));
         if (piece.empty()) {

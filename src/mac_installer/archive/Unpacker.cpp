@@ -25,11 +25,11 @@ using Names = std::vector<std::string>;
 
 constexpr std::string_view packedSuffix = ".pack";
 constexpr std::string_view packedJarSuffix = ".jar.pack";
-/// Of a jar while the tool writes it. It gets its own name when it is whole.
+/// The suffix of a jar's name while the tool writes it. The jar gets its own name when it is complete.
 constexpr std::string_view partSuffix = ".part";
 constexpr std::string_view partJarSuffix = ".jar.part";
 
-/// The tool that runs now, so that a cancel on another thread can end it.
+/// The tool that is running, so that a cancel on another thread can end it.
 class RunningTool {
 public:
     /// Runs a tool to its end and returns its exit status.
@@ -37,8 +37,8 @@ public:
         {
             const std::lock_guard lock(mutex_);
             raiseIfCancelled();
-            // Neither our standard input nor the terminal's signals are the tool's: a cancel ends it, and whatever it
-            // started.
+            // The tool gets neither our standard input nor the terminal's signals. A cancel ends it and everything that
+            // it started.
             const auto nothing = platform::FileDescriptor::open("/dev/null", O_RDONLY);
             tool.setStandardInput(nothing.get());
             tool.setOwnGroup();
@@ -62,7 +62,7 @@ public:
         const std::lock_guard lock(mutex_);
         cancelled_ = true;
         if (tool_ != nullptr) {
-            tool_->sendSignal(SIGKILL); // a tool that hangs may not listen to anything milder
+            tool_->sendSignal(SIGKILL); // a tool that hangs may ignore anything milder
         }
     }
 
@@ -77,8 +77,8 @@ RunningTool &runningTool() {
     return tool;
 }
 
-/// Keeps other runs from unpacking the same runtime meanwhile: it waits until they have, and they wait for its end.
-/// Without rights in the folder there is no lock.
+/// A lock that keeps other processes from unpacking the same runtime at the same time: each waits for the other.
+/// Without permission to write to the folder there is no lock.
 class RuntimeLock {
 public:
     explicit RuntimeLock(const std::string &runtimeDirectory)
@@ -98,7 +98,7 @@ private:
     std::optional<platform::FileLock> lock_;
 };
 
-/// Gives a whole jar its name, unless another run has.
+/// Gives a complete jar its name, unless another process has done so.
 bool finish(const std::string &jar) {
     std::error_code error;
     std::filesystem::rename(jar + std::string(partSuffix), jar, error);
@@ -118,7 +118,8 @@ bool unpackFile(const std::string &tool, const std::string &packed) {
     return finish(jar);
 }
 
-/// Gives jars their names whose run was killed between the end of the tool and that step: the packed file is gone.
+/// Gives jars their names if a run was killed between the end of the tool and that step. The packed file is then
+/// already gone.
 void finishInterrupted(const std::string &directory) {
     for (const std::string &name : platform::contentsOfDirectoryAtPath(directory).value_or(Names())) {
         const std::string jar =

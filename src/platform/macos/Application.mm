@@ -15,8 +15,8 @@ namespace kestrav::platform {
 
 namespace {
 
-/// What the program knows of the window. In no instance variable, because it outlives every object of the interface
-/// file.
+/// The program's delegate and controls. They are not instance variables, because they outlive every object of the
+/// interface file.
 struct Program {
     ApplicationDelegate *delegate = nullptr;
     WindowControls controls;
@@ -31,7 +31,8 @@ NSString *stringOf(const std::string &text) {
     return [(NSString *)cfText(text).release() autorelease];
 }
 
-// The real control, which may be nil, shows what the other holds from now on. Both have to outlive each other's use.
+// From now on the real control, which may be nil, shows what the program's control holds. Each has to outlive the
+// other's use of it.
 
 void observe(ImageView &view, NSImageView *shown) {
     view.setObserver([&view, shown] {
@@ -41,7 +42,7 @@ void observe(ImageView &view, NSImageView *shown) {
     });
 }
 
-/// Closes the real window when the other is closed; showing it is the caller's.
+/// Closes the real window when the program's window is closed; the caller shows it.
 void observe(Window &window, NSWindow *shown) {
     window.setObserver([&window, shown] {
         [shown setTitle:stringOf(window.title())];
@@ -83,14 +84,15 @@ using kestrav::platform::observe;
 using kestrav::platform::OperationQueue;
 using kestrav::platform::program;
 
-/// Has the main thread's run loop run the tasks of `OperationQueue::mainQueue`, whatever else the loop is busy with:
-/// also while a menu is open or the application is about to end.
+/// Has the main thread's run loop run the tasks of `OperationQueue::mainQueue`, in every mode of the loop: also while a
+/// menu is open or the application is about to end.
 @interface MainQueueWatcher : NSObject {
     NSFileHandle *queue;
     kestrav::platform::ApplicationDelegate *delegate;
 }
 
-/// Begins; main thread, once. The delegate hears of a task that fails and lives until the process ends.
+/// Starts this; called once, on the main thread. The delegate is told of a task that fails, and lives until the process
+/// ends.
 + (void)startFor:(kestrav::platform::ApplicationDelegate *)delegate;
 
 @end
@@ -162,7 +164,7 @@ using kestrav::platform::program;
     if (program().controls.window.isVisible()) {
         [window center];
         [window makeKeyAndOrderFront:nil];
-        // The Tab key reaches the button, but no key presses it that was meant for another window.
+        // The Tab key reaches the button, but a key that was meant for another window does not press it.
         [window makeFirstResponder:nil];
     }
     program().delegate->applicationDidFinishLaunching();
@@ -172,7 +174,7 @@ using kestrav::platform::program;
     callProgram(*program().delegate, [] { program().delegate->cancel(); });
 }
 
-/// Closing the window is the Cancel button, for as long as that works.
+/// Closing the window does what the Cancel button does, for as long as the button is enabled.
 - (BOOL)windowShouldClose:(id)sender {
     if (program().controls.cancelButton.isEnabled()) {
         [self cancel:sender];
@@ -181,13 +183,14 @@ using kestrav::platform::program;
     return YES;
 }
 
-/// Arguments are the Java program's. The platform takes those without a "-" for files to open and would complain.
+/// The arguments belong to the Java program. The platform treats those without a "-" as files to open and would report
+/// an error.
 - (BOOL)application:(NSApplication *)sender openFile:(NSString *)file {
     return YES;
 }
 
-/// Quitting is asking the process to end, from the Dock or the system's shutting down: a cancel, or passed on to the
-/// child. The worker ends the process when all is done.
+/// Quitting, from the Dock or when the system shuts down, asks the process to end: it cancels the run, or is passed on
+/// to the child. The worker ends the process when everything is done.
 - (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication *)sender {
     return kill(getpid(), SIGTERM) == 0 ? NSTerminateLater : NSTerminateNow;
 }

@@ -10,8 +10,8 @@ namespace {
 
 using BundleHandle = CFHandle<CFBundleRef>;
 
-/// Null if there is no directory. While an application's main bundle is opened by its path, the platform answers with
-/// the object it has already.
+/// Null if the path does not lead to a directory. For the path of the main bundle the platform returns the object that
+/// it already has.
 BundleHandle openBundle(const std::string &path) {
     if (!directoryExistsAtPath(path)) {
         return {};
@@ -71,7 +71,7 @@ std::vector<std::string> Bundle::localizedStringKeys() const {
     const std::string content = path ? contentsOfFile(*path).value_or("") : "";
     const CFHandle data(CFDataCreate(kCFAllocatorDefault, reinterpret_cast<const UInt8 *>(content.data()),
                                      static_cast<CFIndex>(content.size())));
-    CFPropertyListFormat format = kCFPropertyListOpenStepFormat; // also that of string tables
+    CFPropertyListFormat format = kCFPropertyListOpenStepFormat; // the format of string tables as well
     const CFHandle list(
         CFPropertyListCreateWithData(kCFAllocatorDefault, data.get(), kCFPropertyListImmutable, &format, nullptr));
     const auto table = propertyListOf(list.get());

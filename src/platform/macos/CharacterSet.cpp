@@ -17,7 +17,7 @@ bool isDecimalDigit(char16_t unit) {
 }
 
 bool isWhitespaceOrNewline(char16_t unit) {
-    // The set also has the zero-width space, which Unicode took from among the spaces long ago.
+    // The set also has the zero-width space, which Unicode no longer counts as a space.
     constexpr char16_t zeroWidthSpace = 0x200B;
     return unit != zeroWidthSpace && isMember(kCFCharacterSetWhitespaceAndNewline, unit);
 }

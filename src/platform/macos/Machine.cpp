@@ -9,7 +9,7 @@ bool isMacOS() {
 }
 
 bool runsOnThisProcessor(const std::string & /*program*/) {
-    return true; // what the system cannot run it translates
+    return true; // the system translates programs for other processors
 }
 
 bool loadsIntoThisProcess(const std::string &library) {

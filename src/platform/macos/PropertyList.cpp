@@ -22,7 +22,7 @@ PropertyList numberValue(CFNumberRef number) {
     if (CFNumberGetValue(number, kCFNumberSInt64Type, &integer) != 0) {
         return integer;
     }
-    // Beyond the range: the nearest there is.
+    // Out of range: use the nearest value.
     CFNumberGetValue(number, kCFNumberDoubleType, &real);
     return real < 0 ? std::numeric_limits<std::int64_t>::min() : std::numeric_limits<std::int64_t>::max();
 }
@@ -161,7 +161,7 @@ CFHandle<CFTypeRef> cfValue(const PropertyList &list) {
 }
 
 std::optional<PropertyList> PropertyList::parse(std::string_view bytes) {
-    // The platform reads nested elements by nested calls, on whatever stack there is.
+    // The platform reads nested elements with nested calls, which could exceed the stack.
     if (!bytes.starts_with("bplist") && readXMLPropertyList(utf8Text(bytes)).fault) {
         return std::nullopt;
     }
@@ -170,7 +170,7 @@ std::optional<PropertyList> PropertyList::parse(std::string_view bytes) {
     CFPropertyListFormat format = kCFPropertyListXMLFormat_v1_0;
     const CFHandle list(
         CFPropertyListCreateWithData(kCFAllocatorDefault, data.get(), kCFPropertyListImmutable, &format, nullptr));
-    // The platform also reads any short text as a list of its oldest format.
+    // The platform would also read any short text as a list in its oldest format.
     return format != kCFPropertyListOpenStepFormat ? propertyListOf(list.get()) : std::nullopt;
 }
 

@@ -20,10 +20,10 @@ void writeSystemLog(std::string_view message, std::string_view onStandardError) 
         replacement(message);
         return;
     }
-    NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init]; // any thread: it may have none
+    NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init]; // the calling thread may have no pool
     NSLog(@"%@", (NSString *)cfText(onStandardError).get());
     if (message != onStandardError) {
-        // NSLog writes to both; this to the log alone.
+        // NSLog writes to both; this function writes to the log alone.
         syslog(LOG_NOTICE, "%s", std::string(message).c_str());
     }
     [pool drain];

@@ -10,7 +10,7 @@
 namespace kestrav::platform {
 
 std::vector<std::string> temporaryDirectories() {
-    NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init]; // any thread: it may have none
+    NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init]; // the calling thread may have no pool
     std::string path(withoutTrailingSlashes(textOf((CFStringRef)NSTemporaryDirectory())));
     [pool drain];
     return {path, cacheDirectory(), systemPath("/var/tmp")};

@@ -16,10 +16,10 @@ class Download;
 }
 } // namespace kestrav::platform
 
-/// Hears what the session tells, on the main thread. Each call may destroy the download.
+/// Receives the session's calls, on the main thread. Each call may destroy the download.
 @interface DownloadReceiver : NSObject <NSURLSessionDataDelegate> {
 @public
-    kestrav::platform::Download *download; // null once it wants to hear nothing more
+    kestrav::platform::Download *download; // null once it wants no more calls
 }
 @end
 
@@ -47,7 +47,7 @@ public:
     Download &operator=(const Download &) = delete;
     ~Download() override {
         cancel();
-        // Not at once: this may be a call of theirs.
+        // Not released at once, because this may be running in one of their calls.
         [task_ autorelease];
         [session_ autorelease];
         [receiver_ autorelease];
@@ -61,7 +61,7 @@ public:
 
     void beginAttempt();
 
-    // What the session tells.
+    // Calls from the session.
     [[nodiscard]] bool isCurrent(NSURLSessionTask *task) const { return task == task_; }
     [[nodiscard]] bool didReceiveResponse(NSURLResponse *response);
     void didReceiveData(NSData *data);
@@ -90,7 +90,7 @@ Download::Download(NSURLRequest *request, URLDownloadDelegate &delegate)
 void Download::setDestination(const std::string &path, bool allowOverwrite) {
     NSURL *url = [request_ URL];
     if ([url isFileURL] && isNoPlainFile([[url path] fileSystemRepresentation])) {
-        // Like all that is told, not before this call has returned.
+        // Reported later, like everything else, not before this call has returned.
         [receiver_ performSelector:@selector(refuse:) withObject:stringOf(noPlainFile) afterDelay:0];
         return;
     }
@@ -111,7 +111,7 @@ void Download::beginAttempt() {
 
 void Download::cancel() {
     if (receiver_->download == nullptr) {
-        return; // over already
+        return; // the transfer has ended already
     }
     receiver_->download = nullptr;
     [NSObject cancelPreviousPerformRequestsWithTarget:receiver_];
@@ -142,7 +142,7 @@ void Download::fail(const std::string &description, NSURL *url) {
     delegate_.didFailWithError({description, withoutSecrets(address)});
 }
 
-/// What the response tells. A body that the system decodes has no part to go on from.
+/// What the response says. A body that the system decodes has no part that could be continued.
 DownloadAnswer answerOf(NSURLResponse *response, std::array<std::string, 4> &headers) {
     DownloadAnswer answer;
     answer.length = [response expectedContentLength];
@@ -176,7 +176,7 @@ bool Download::didReceiveResponse(NSURLResponse *response) {
         endAttempt(false, target_.failure(), [response URL]);
         return false;
     }
-    DownloadReceiver *receiver = receiver_; // lives until the event's end
+    DownloadReceiver *receiver = receiver_; // lives until the end of the event
     if (target_.length() == 0) {
         delegate_.didReceiveResponse(target_.expectedLength());
     } else {
@@ -193,7 +193,7 @@ void Download::didReceiveData(NSData *data) {
     }
 }
 
-/// True if the server cannot be had any more, or does not go on.
+/// True if the server cannot be reached any more, or has stopped sending.
 bool isBrokenConnection(NSError *error) {
     if (![[error domain] isEqualToString:NSURLErrorDomain]) {
         return false;

@@ -21,7 +21,7 @@ std::optional<PropertyList> UserDefaults::objectForKey(std::string_view key) con
 
 void UserDefaults::setObject(const PropertyList &value, std::string_view key) { // NOLINT(*-make-member-function-const)
     CFPreferencesSetAppValue(cfText(key).get(), cfValue(value).get(), kCFPreferencesCurrentApplication);
-    // The service of the platform logs what it cannot write; a lost default does not stop the run.
+    // The platform's service logs what it cannot write; a lost default does not stop the run.
     static_cast<void>(CFPreferencesAppSynchronize(kCFPreferencesCurrentApplication));
 }
 

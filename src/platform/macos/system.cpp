@@ -17,8 +17,8 @@
 
 namespace kestrav::platform {
 
-/// The system does not say where a signal comes from. With the terminal's foreground group being ours it counts as the
-/// terminal's, because a key is by far the most likely origin.
+/// The system does not say where a signal comes from. If our group is in the terminal's foreground, the signal counts
+/// as the terminal's, because a key is by far the most likely origin.
 bool sentByTerminal(int number, const siginfo_t * /*info*/) {
     if (number != SIGINT && number != SIGQUIT) {
         return false;
@@ -28,7 +28,7 @@ bool sentByTerminal(int number, const siginfo_t * /*info*/) {
 }
 
 int closeOtherDescriptors(posix_spawn_file_actions_t &actions, short &flags, int /*first*/) {
-    // Only what a file action names stays open then.
+    // With this flag only descriptors named in a file action stay open.
     flags = static_cast<short>(flags | POSIX_SPAWN_CLOEXEC_DEFAULT);
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (const int error = posix_spawn_file_actions_addinherit_np(&actions, descriptor)) {
@@ -44,7 +44,7 @@ ssize_t copyPipe(int /*from*/, int /*to*/) {
 }
 
 int unreadBytes(int /*writeEnd*/) {
-    return -1; // the system tells it at the read end alone, which is the child's
+    return -1; // the system reports it only at the read end, which belongs to the child
 }
 
 std::uint64_t mountOf(int directory) {

@@ -27,25 +27,24 @@ using Multi = std::unique_ptr<CURLM, Freed<curl_multi_cleanup>>;
 constexpr long maximalRedirects = 20;
 constexpr long bufferSize = 256L * 1024;
 
-/// A transfer under way.
+/// A running transfer.
 struct Session {
     const KestravTransfer &request;
     CURL *easy;
-    Clock::time_point lastSign = Clock::now(); // when the other side was last heard of
+    Clock::time_point lastSign = Clock::now(); // when the other side last sent something
     bool inHeader = false;                     // of an HTTP answer
     bool answered = false;
     bool cutShort = false;    // the answer ended within its headers
-    std::string refusal = {}; // why the answer is not taken
+    std::string refusal = {}; // why the answer is refused
 };
 
-/// How a transfer ended: `text` says what went wrong.
+/// How a transfer ended; `text` says what went wrong.
 struct End {
-    int result; // as `KestravDownloadModule` tells it
+    int result; // as described at `KestravDownloadModule`
     std::string text = {};
 };
 
-/// Counts waits that end at once although nothing comes of it. So many in a row mean that the system interrupts every
-/// call.
+/// Counts waits that end at once without a result. Too many in a row mean that the system interrupts every call.
 class IdleRounds {
 public:
     [[nodiscard]] bool tooMany(Clock::time_point lastSign, Clock::duration waited) {
@@ -88,7 +87,7 @@ std::string partOf(CURLU *url, CURLUPart part) {
     return owner ? owner.get() : "";
 }
 
-/// True if the certificates would be read from something that might never end, or never begin.
+/// True if reading the certificates might never end, or never begin.
 bool certificatesAreNoPlainFile(const KestravTransfer &request) {
     return request.certificateFile != nullptr && kestrav::platform::isNoPlainFile(request.certificateFile);
 }
@@ -97,7 +96,7 @@ bool namesNoPlainFile(CURLU *url) {
     return partOf(url, CURLUPART_SCHEME) == "file" && kestrav::platform::isNoPlainFile(partOf(url, CURLUPART_PATH));
 }
 
-/// A header of the last answer; it lives as long as the transfer.
+/// A header of the last answer; valid for as long as the transfer.
 const char *headerOf(CURL *easy, const char *name) {
     curl_header *header = nullptr;
     const bool found = curl_easy_header(easy, name, 0, CURLH_HEADER, -1, &header) == CURLHE_OK;
@@ -121,7 +120,7 @@ KestravAnswer answerOf(CURL *easy) {
             headerOf(easy, "Content-Range")};
 }
 
-/// Passes on that the body begins; false if it is not wanted.
+/// Reports that the body begins; false if it is not wanted.
 bool beginBody(Session &session) {
     if (!session.answered) {
         session.answered = true;
@@ -142,17 +141,17 @@ std::size_t receiveBody(char *bytes, std::size_t /*one*/, std::size_t count, voi
     try {
         return beginBody(session) && session.request.data(session.request.host, bytes, count) != 0 ? count : 0;
     } catch (const std::exception &) {
-        return 0; // without memory for the reason
+        return 0; // no memory for the reason
     }
 }
 
 std::size_t receiveHeader(char *bytes, std::size_t /*one*/, std::size_t count, void *user) noexcept {
     auto &session = *static_cast<Session *>(user);
     session.lastSign = Clock::now();
-    // A header that ends without its empty line is none the library minds.
+    // The library accepts headers that end without an empty line, so this keeps track of it.
     const std::string_view line(bytes, count);
     session.inHeader = line != "\r\n" && line != "\n" && (session.inHeader || line.substr(0, 5) == "HTTP/");
-    // From an encrypted address no redirect leads to an unencrypted one, however many follow.
+    // No redirect may lead from an encrypted address to an unencrypted one, however many follow.
     const char *url = nullptr;
     const bool known = curl_easy_getinfo(session.easy, CURLINFO_EFFECTIVE_URL, &url) == CURLE_OK && url != nullptr;
     if (known && strncasecmp(url, "https:", 6) != 0) {
@@ -161,7 +160,7 @@ std::size_t receiveHeader(char *bytes, std::size_t /*one*/, std::size_t count, v
     return curl_easy_setopt(session.easy, CURLOPT_REDIR_PROTOCOLS_STR, "https") == CURLE_OK ? count : 0;
 }
 
-/// Hands everything to the library; false if it does not know one of the options.
+/// Sets all options of the transfer; false if the library does not know one of them.
 bool prepare(Session &session, CURLU *url, curl_slist *headers, Sockets &sockets, char *error) {
     bool accepted = true;
     const auto set = [&](CURLoption option, auto value) {
@@ -175,13 +174,13 @@ bool prepare(Session &session, CURLU *url, curl_slist *headers, Sockets &sockets
     set(CURLOPT_SSL_VERIFYPEER, 1L);
     set(CURLOPT_SSL_VERIFYHOST, 2L);
     if (session.request.certificateFile != nullptr) {
-        // Without a name the library refuses it when it needs it, and opens nothing.
+        // With an empty name the library opens nothing, and fails when it needs the certificates.
         set(CURLOPT_CAINFO, certificatesAreNoPlainFile(session.request) ? "" : session.request.certificateFile);
-        set(CURLOPT_CAPATH, static_cast<const char *>(nullptr)); // these and no others
+        set(CURLOPT_CAPATH, static_cast<const char *>(nullptr)); // no certificates but these
     }
     set(CURLOPT_HTTPHEADER, headers);
     set(CURLOPT_USERAGENT, "kestrav");
-    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // a proxy's answer is not the server's
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L); // a proxy's answer must not count as the server's
     set(CURLOPT_NOSIGNAL, 1L);
     set(CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(session.request.timeoutMilliseconds));
     set(CURLOPT_BUFFERSIZE, bufferSize);
@@ -194,7 +193,7 @@ bool prepare(Session &session, CURLU *url, curl_slist *headers, Sockets &sockets
     set(CURLOPT_OPENSOCKETDATA, &sockets);
     set(CURLOPT_CLOSESOCKETFUNCTION, Sockets::close);
     set(CURLOPT_CLOSESOCKETDATA, &sockets);
-    // Don't wait for a name server that does not answer; older libraries do.
+    // A name server that does not answer is not waited for; older libraries do wait.
     curl_easy_setopt(session.easy, CURLOPT_QUICK_EXIT, 1L);
     return accepted;
 }
@@ -234,21 +233,21 @@ CURLcode perform(Session &session, CURLM *multi) {
 /// Our own headers; null if there is no memory for them.
 Headers headersFor(const KestravTransfer &request) {
     Headers headers;
-    // Nothing may be answered from a cache on the way.
+    // Caches on the way must not answer.
     for (const char *header : {"Cache-Control: no-cache", "Pragma: no-cache", request.range, request.rangeCondition}) {
         if (header != nullptr) {
             curl_slist *const longer = curl_slist_append(headers.get(), header);
             if (longer == nullptr) {
                 return nullptr;
             }
-            static_cast<void>(headers.release()); // now a part of the longer list, or its beginning
+            static_cast<void>(headers.release()); // now owned by the longer list
             headers.reset(longer);
         }
     }
     return headers;
 }
 
-/// True if the server cannot be had any more, or does not go on.
+/// True if the server cannot be reached any more, or has stopped sending.
 bool isBrokenConnection(CURLcode code) {
     switch (code) {
     case CURLE_COULDNT_RESOLVE_PROXY:
@@ -272,7 +271,7 @@ End make(const KestravTransfer &request) {
     static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
     const Url url(curl_url());
     const Headers headers = headersFor(request);
-    Sockets sockets; // outlives the library's use of them
+    Sockets sockets; // outlives the library's use of it
     const Easy easy(curl_easy_init());
     const Multi multi(curl_multi_init());
     if (ready != CURLE_OK || !url || !headers || !easy || !multi) {
@@ -296,7 +295,7 @@ End make(const KestravTransfer &request) {
     const CURLcode code = perform(session, multi.get());
     sockets.shutDown();
     curl_multi_remove_handle(multi.get(), easy.get());
-    if (code == CURLE_OK && beginBody(session)) { // an empty body has no first byte
+    if (code == CURLE_OK && beginBody(session)) { // an empty body has not reported its beginning yet
         return {1};
     }
     if (!session.refusal.empty()) {

@@ -26,7 +26,7 @@ Connection connect(const KestravNotice &notice) {
         const Text path(g_dbus_address_escape_value(notice.busSocket));
         address.reset(g_strconcat("unix:path=", path.get(), nullptr));
     }
-    // A connection of its own: the shared one ends the process when the bus goes away.
+    // A private connection: the shared one ends the process when the bus is lost.
     return Connection(g_dbus_connection_new_for_address_sync(address.get(), flags, nullptr, nullptr, nullptr));
 }
 
@@ -45,7 +45,7 @@ bool announcesMarkup(const Value &reply) {
     return g_strv_contains(names.get(), "body-markup") != FALSE;
 }
 
-/// The library takes nothing but UTF-8.
+/// The text as valid UTF-8, which the library requires.
 Text validText(const char *text) {
     return Text(g_utf8_make_valid(text, -1));
 }

@@ -19,8 +19,8 @@ template <class T> using Object = std::unique_ptr<T, Freed<g_object_unref>>;
 
 constexpr unsigned PulseMilliseconds = 100;
 constexpr double PulseStep = 0.04;         // of the bar's length
-constexpr unsigned LookAtTasksSeconds = 1; // in case the system could not make the tasks' descriptor readable
-/// Tasks wait for what the user sees and does: however many are posted, the window stays alive.
+constexpr unsigned LookAtTasksSeconds = 1; // in case the tasks' descriptor could not be made readable
+/// Tasks run after drawing and input, so that the window stays responsive however many are posted.
 constexpr int TaskPriority = GDK_PRIORITY_REDRAW + 10;
 
 /// The one window of the process. The widgets belong to the library.
@@ -50,7 +50,8 @@ ProgressWindow &progressWindow() noexcept {
     return instance;
 }
 
-// A display that goes away makes the library end the process at once, with the program it has started still running.
+// When the display is lost, the library would end the process at once, while the program that it has started keeps
+// running. The following functions prevent that.
 
 [[noreturn]] int endWithoutDisplay(Display * /*display*/) {
     const KestravWindowSettings &settings = *progressWindow().settings;
@@ -58,7 +59,7 @@ ProgressWindow &progressWindow() noexcept {
     std::abort();
 }
 
-/// Another client may destroy the window itself, which the library takes for a fault of its own.
+/// Another client may destroy the window itself, which the library would treat as its own error.
 gboolean lookAtEvent(GdkDisplay * /*display*/, const XEvent *event, void * /*data*/) {
     GtkWindow *const window = progressWindow().window;
     GdkSurface *const surface = window != nullptr ? gtk_native_get_surface(GTK_NATIVE(window)) : nullptr;
@@ -66,16 +67,17 @@ gboolean lookAtEvent(GdkDisplay * /*display*/, const XEvent *event, void * /*dat
         event->xdestroywindow.window == gdk_x11_surface_get_xid(surface)) {
         endWithoutDisplay(nullptr);
     }
-    return FALSE; // the library goes on with it
+    return FALSE; // the library handles the event as usual
 }
 
-/// What the library says of an X error that it does not expect, before it ends the process. An error handler of ours
-/// would not do: the library puts in its own wherever it does expect errors, and late ones arrive there as well.
+/// True for the message that the library logs about an unexpected X error before it ends the process. An X error
+/// handler of ours would not be enough: the library installs its own wherever it expects errors, and late ones arrive
+/// there as well.
 bool tellsOfXError(const char *message) {
     return g_strstr_len(message, -1, "received an X Window System error") != nullptr;
 }
 
-/// On Wayland there is no function for it either; the library says something before it ends the process.
+/// Wayland has no handler for this either, but the library logs a message before it ends the process.
 bool waylandIsLost() {
     GdkDisplay *const display = gdk_display_get_default();
     return GDK_IS_WAYLAND_DISPLAY(display) && g_thread_self() == progressWindow().thread &&
@@ -109,7 +111,7 @@ gboolean lookAtTasks(void *data) {
     return runTasks(0, G_IO_IN, data);
 }
 
-/// For "clicked" and for "activate": with a key the button is first shown pressed for a while, then clicked.
+/// Handles "clicked" and "activate": a key first shows the button as pressed for a while, and clicks it only then.
 void cancelPressed(GtkButton * /*button*/, void *data) {
     const auto &settings = *static_cast<const KestravWindowSettings *>(data);
     settings.cancelPressed(settings.context);
@@ -118,10 +120,10 @@ void cancelPressed(GtkButton * /*button*/, void *data) {
 gboolean closeRequested(GtkWindow * /*window*/, void *data) {
     const auto &settings = *static_cast<const KestravWindowSettings *>(data);
     settings.closeRequested(settings.context);
-    return TRUE; // the launcher has closed it, or keeps it
+    return TRUE; // the launcher has closed the window, or keeps it
 }
 
-/// Sets `shown` to the text; false if it is what is shown already. The library takes nothing but UTF-8.
+/// Sets `shown` to the text, made valid UTF-8 as the library requires; false if it is shown already.
 bool changed(std::optional<std::string> &shown, const char *text) {
     const std::unique_ptr<char, Freed<g_free>> valid(g_utf8_make_valid(text, -1));
     if (shown == valid.get()) {
@@ -205,14 +207,14 @@ void update(const KestravWindowContent *content) noexcept {
     }
 }
 
-/// The widget of that id, or null if there is none of its kind.
+/// The widget with that id, or null if there is none of that type.
 template <class Widget> Widget *find(GtkBuilder *builder, const char *id, GType type) {
     GObject *const object = gtk_builder_get_object(builder, id);
     return object != nullptr && g_type_is_a(G_OBJECT_TYPE(object), type) != FALSE ? reinterpret_cast<Widget *>(object)
                                                                                   : nullptr;
 }
 
-/// Makes the widgets of the interface file; false if it cannot be read or holds no window.
+/// Creates the widgets of the interface file; false if it cannot be read or has no window.
 bool build(ProgressWindow &made) {
     const KestravWindowSettings &settings = *made.settings;
     const Object<GtkBuilder> builder(gtk_builder_new());
@@ -229,7 +231,7 @@ bool build(ProgressWindow &made) {
     made.cancelButton = find<GtkButton>(builder.get(), "cancelButton", GTK_TYPE_BUTTON);
     made.iconView = find<GtkImage>(builder.get(), "iconView", GTK_TYPE_IMAGE);
     if (made.iconView != nullptr) {
-        gtk_widget_set_visible(GTK_WIDGET(made.iconView), FALSE); // until there is an icon: no empty square
+        gtk_widget_set_visible(GTK_WIDGET(made.iconView), FALSE); // until it has an icon
     }
     if (made.window == nullptr) {
         settings.message(settings.context, "the interface file has no window");
@@ -237,7 +239,7 @@ bool build(ProgressWindow &made) {
     return made.window != nullptr;
 }
 
-/// The strings may be in another language than the user's first, so they decide which way the window reads.
+/// The strings may not be in the user's first language, so they decide the window's text direction.
 void setDirection(ProgressWindow &made, const KestravWindowContent &content) {
     const Object<PangoLayout> layout(gtk_widget_create_pango_layout(GTK_WIDGET(made.window), content.buttonTitle));
     const bool rightToLeft = pango_layout_get_direction(layout.get(), 0) == PANGO_DIRECTION_RTL;
@@ -255,8 +257,8 @@ void connect(ProgressWindow &made, const KestravWindowSettings *settings) {
     g_timeout_add_seconds_full(TaskPriority, LookAtTasksSeconds, lookAtTasks, data, nullptr);
 }
 
-/// Cairo draws so small a window in half the time that OpenGL takes to get ready. The launcher has set the variables
-/// that say so; of this one only the library's version decides the text.
+/// Cairo draws such a small window in half the time that OpenGL takes to start. The launcher has set the variables that
+/// select it; the value of this one depends on the library's version.
 void turnOpenGLOff() {
     constexpr unsigned FirstVersionWithOwnVariable = 16;
     if (gtk_get_minor_version() < FirstVersionWithOwnVariable && g_strcmp0(g_getenv("GDK_DEBUG"), "") == 0) {
@@ -270,7 +272,7 @@ int open(const KestravWindowSettings *settings, const KestravWindowContent *cont
     made.thread = g_thread_self();
     g_log_set_writer_func(writeMessage, nullptr, nullptr);
     turnOpenGLOff();
-    gtk_disable_setlocale(); // numbers must not begin to be written in the user's way
+    gtk_disable_setlocale(); // otherwise numbers would be written by the user's locale
     g_set_prgname(settings->programName);
     if (gtk_init_check() == FALSE) {
         settings->message(settings->context, "the display cannot be opened");
@@ -286,12 +288,12 @@ int open(const KestravWindowSettings *settings, const KestravWindowContent *cont
     if (GDK_IS_X11_DISPLAY(display)) {
         g_signal_connect(display, "xevent", G_CALLBACK(lookAtEvent), nullptr);
     }
-    gtk_widget_realize(GTK_WIDGET(made.window)); // the icon needs it
+    gtk_widget_realize(GTK_WIDGET(made.window)); // needed for the icon
     update(content);
-    const bool hasFocus = gtk_window_get_focus(made.window) != nullptr; // by the interface file's wish
+    const bool hasFocus = gtk_window_get_focus(made.window) != nullptr; // as set in the interface file
     gtk_window_present(made.window);
     if (!hasFocus) {
-        // The library has chosen the button, and a key that was meant for another window would cancel.
+        // The library has given the focus to the button, so a key that was meant for another window would cancel.
         gtk_window_set_focus(made.window, nullptr);
     }
     return 1;
@@ -309,7 +311,7 @@ void close() noexcept {
     GdkDisplay *const display = gtk_widget_get_display(GTK_WIDGET(shown.window));
     gtk_window_destroy(shown.window);
     shown.window = nullptr;
-    gdk_display_flush(display); // nobody runs the library's loop any more
+    gdk_display_flush(display); // the library's loop no longer runs
 }
 
 } // namespace
