@@ -59,6 +59,7 @@ unsigned long long strtoull_l(const char *, char **, int, locale_t);
 // Apple's own.
 #define POSIX_SPAWN_CLOEXEC_DEFAULT 0x4000
 #define RENAME_SWAP 0x2
+bool dlopen_preflight(const char *path);
 int posix_spawn_file_actions_addinherit_np(posix_spawn_file_actions_t *actions, int descriptor);
 int renamex_np(const char *from, const char *to, unsigned flags);
 }
