@@ -46,6 +46,10 @@ public:
     /// `CFBundleIdentifier`, if it is a string.
     [[nodiscard]] std::optional<std::string> bundleIdentifier() const;
 
+    /// A top-level string of the information dictionary, in the user's language where the platform knows files of such
+    /// strings.
+    [[nodiscard]] std::optional<std::string> localizedInfoStringForKey(std::string_view key) const;
+
     /// The folder of the resources: Contents/Resources, Resources, or the bundle itself, whichever exists first.
     [[nodiscard]] std::string resourcePath() const;
 

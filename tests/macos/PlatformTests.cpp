@@ -1,5 +1,6 @@
 #include "platform/SystemLog.h"
 #include "platform/UserNotification.h"
+#include "platform/macos/CFValue.h"
 #include "platform/macos/RequestRules.h"
 
 #include <gtest/gtest.h>
@@ -23,6 +24,17 @@ TEST(MacPlatform, NoticesAndTheLogTakeTextsAsTheyAre) {
     EXPECT_EXIT(body(), ::testing::ExitedWithCode(0),
                 "^[0-9].* platform_tests\\[[0-9:]+\\] \xC3\xA4 %@ 100% %d\n"
                 "notice: Name: 100% \xC3\xA4\n\xF0\x9F\x98\x80\n[0-9].* %d: \n$");
+}
+
+TEST(MacPlatform, ValuesThatShareObjectsAreNotCopiedWithoutEnd) {
+    CFHandle<CFTypeRef> list = cfValue(std::string(1'000'000, 'x'));
+    for (int doublings = 0; doublings < 40; ++doublings) {
+        CFHandle pair(CFArrayCreateMutable(kCFAllocatorDefault, 0, &kCFTypeArrayCallBacks));
+        CFArrayAppendValue(pair.get(), list.get());
+        CFArrayAppendValue(pair.get(), list.get());
+        list = CFHandle<CFTypeRef>(pair.release());
+    }
+    EXPECT_EQ(propertyListOf(list.get()), std::nullopt);
 }
 
 TEST(MacPlatform, DownloadsAreRedirectedToServersAndKeepTheEncryption) {

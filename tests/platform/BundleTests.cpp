@@ -46,11 +46,13 @@ TEST(Bundle, FindsItsInformationAndResources) {
 
 TEST(Bundle, TextsOfKeysThatAreMissing) {
     const TemporaryDirectory directory;
-    directory.write("Contents/Resources/en.lproj/Localizable.strings", R"("" = "nothing"; empty = "";)");
+    const PropertyList table(Dictionary{{"", "nothing"}, {"empty", ""}, {"list", PropertyList::Array{"a"}}});
+    directory.write("Contents/Resources/en.lproj/Localizable.strings", table.serialize());
     testing::setEnvironment({{"LANG", "en"}}); // as every user has it on GNUstep
     const auto bundle = Bundle::create(directory.path());
     EXPECT_EQ(bundle->localizedStringForKey("missing", ""), "missing");
     EXPECT_EQ(bundle->localizedStringForKey("missing", "value"), "value");
+    EXPECT_EQ(bundle->localizedStringForKey("list", "value"), "value");
     EXPECT_EQ(bundle->localizedStringForKey("empty", "value"), "");
 }
 

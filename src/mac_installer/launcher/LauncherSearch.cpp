@@ -162,8 +162,8 @@ std::optional<JavaRuntime> Launcher::findPlugin(const RuntimeBounds &bounds) {
     if (!bundle) {
         return std::nullopt;
     }
-    const OptionalText infoString = bundleText(*bundle, "CFBundleGetInfoString");
-    const OptionalText identifier = bundleText(*bundle, "CFBundleIdentifier");
+    const OptionalText infoString = bundle->localizedInfoStringForKey("CFBundleGetInfoString");
+    const OptionalText identifier = bundle->localizedInfoStringForKey("CFBundleIdentifier");
     _DLog("%s [Line %d] JRE %@ %@ %@", publicSignature, 694, path, infoString, identifier);
     if (!isOracles(identifier, infoString)) {
         _DLog("%s [Line %d] rejected %@: %@", publicSignature, __LINE__, path, "it is another vendor's");

@@ -1,5 +1,6 @@
 #include "platform/linux/BinaryPropertyList.h"
 
+#include "platform/posix/PropertyListBudget.h"
 #include "platform/posix/XMLPropertyList.h"
 #include "platform/text.h"
 
@@ -18,7 +19,7 @@ namespace {
 /// table is.
 class Reader {
 public:
-    explicit Reader(std::string_view bytes) : bytes_(bytes), left_(sizeLimit + sizePerByte * bytes.size()) {
+    explicit Reader(std::string_view bytes) : bytes_(bytes), budget_(bytes.size()) {
         if (bytes.size() < headerSize + trailerSize) {
             return;
         }
@@ -39,11 +40,6 @@ public:
 private:
     static constexpr std::size_t headerSize = 8;
     static constexpr std::size_t trailerSize = 32;
-    // A rough limit of what the values may take up in memory, because a few bytes can refer to the same large value
-    // many times.
-    static constexpr std::uint64_t sizeLimit = std::uint64_t{1} << 26U;
-    static constexpr std::uint64_t sizePerByte = 32;
-    static constexpr std::uint64_t valueSize = 128;
 
     /// The kind of a value, from the upper half of its first byte.
     enum Kind : std::uint8_t {
@@ -71,16 +67,9 @@ private:
         return offset <= table_ && size <= table_ - offset;
     }
 
-    /// False if the values grow beyond the limit.
-    bool spend(std::uint64_t size) {
-        const bool enough = size <= left_;
-        left_ -= enough ? size : left_;
-        return enough;
-    }
-
     std::optional<PropertyList> value(std::uint64_t object, std::size_t depth) {
         // A value that contains itself is infinitely deep.
-        if (object >= count_ || depth > deepestNesting || !spend(valueSize)) {
+        if (object >= count_ || depth > deepestNesting || !budget_.spend(PropertyListBudget::valueSize)) {
             return std::nullopt;
         }
         const std::uint64_t offset = number(table_ + object * offsetSize_, offsetSize_);
@@ -158,7 +147,7 @@ private:
         case dictionary:
             return dictionaryValue(offset, count, depth);
         default:
-            return spend(count * unit) ? textValue(kind, offset, count * unit) : std::nullopt;
+            return budget_.spend(count * unit) ? textValue(kind, offset, count * unit) : std::nullopt;
         }
     }
 
@@ -212,7 +201,7 @@ private:
     }
 
     std::string_view bytes_;
-    std::uint64_t left_; // bytes
+    PropertyListBudget budget_;
     std::uint64_t offsetSize_ = 0;
     std::uint64_t referenceSize_ = 0;
     std::uint64_t root_ = 0;

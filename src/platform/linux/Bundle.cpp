@@ -57,6 +57,10 @@ std::unique_ptr<Bundle> Bundle::create(const std::string &path) {
     return create(std::move(ownPath), std::move(information.dictionary), std::move(information.damage));
 }
 
+std::optional<std::string> Bundle::localizedInfoStringForKey(std::string_view key) const {
+    return info_.stringForKey(key);
+}
+
 std::string Bundle::resourcePath() const {
     for (const char *place : {"Contents/Resources", "Resources"}) {
         std::string directory = appendingPathComponent(path_, place);

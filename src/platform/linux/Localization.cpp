@@ -97,6 +97,10 @@ std::vector<std::string> preferredLanguages(const ProcessInfo::Environment &envi
 
 std::optional<std::string> localizedResource(const std::string &resources, std::string_view fileName,
                                              const std::optional<std::string> &developmentRegion) {
+    std::string unlocalized = appendingPathComponent(resources, fileName);
+    if (fileExistsAtPath(unlocalized)) {
+        return unlocalized;
+    }
     std::vector<std::string> languages = preferredLanguages(ProcessInfo::processInfo().environment());
     if (developmentRegion) {
         appendLanguage(languages, *developmentRegion);
@@ -109,8 +113,7 @@ std::optional<std::string> localizedResource(const std::string &resources, std::
             }
         }
     }
-    std::string file = appendingPathComponent(resources, fileName);
-    return fileExistsAtPath(file) ? std::optional(std::move(file)) : fileOfAnyLanguage(resources, fileName);
+    return fileOfAnyLanguage(resources, fileName);
 }
 
 } // namespace kestrav::platform

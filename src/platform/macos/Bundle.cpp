@@ -10,8 +10,8 @@ namespace {
 
 using BundleHandle = CFHandle<CFBundleRef>;
 
-/// Null if the path does not lead to a directory. For the path of the main bundle the platform returns the object that
-/// it already has.
+/// Null if the path does not lead to a directory. If the platform already has an object for the path, it returns that
+/// one, which describes the bundle as it was when it was first opened.
 BundleHandle openBundle(const std::string &path) {
     if (!directoryExistsAtPath(path)) {
         return {};
@@ -60,10 +60,19 @@ std::string Bundle::localizedStringForKey(std::string_view key, std::string_view
     const BundleHandle bundle = openBundle(path_);
     const CFHandle text(
         bundle ? CFBundleCopyLocalizedString(bundle.get(), cfText(key).get(), cfText(value).get(), nullptr) : nullptr);
-    if (text) {
+    if (text && CFGetTypeID(text.get()) == CFStringGetTypeID()) { // it may be whatever the table holds
         return textOf(text.get());
     }
     return std::string(value.empty() ? key : value);
+}
+
+std::optional<std::string> Bundle::localizedInfoStringForKey(std::string_view key) const {
+    const BundleHandle bundle = openBundle(path_);
+    const CFTypeRef value = // not ours to release
+        bundle ? CFBundleGetValueForInfoDictionaryKey(bundle.get(), cfText(key).get()) : nullptr;
+    const auto copy = propertyListOf(value);
+    const auto *text = copy ? copy->as<std::string>() : nullptr;
+    return text != nullptr ? std::optional(*text) : std::nullopt;
 }
 
 std::vector<std::string> Bundle::localizedStringKeys() const {
@@ -78,7 +87,9 @@ std::vector<std::string> Bundle::localizedStringKeys() const {
     const auto *entries = table ? table->as<PropertyList::Dictionary>() : nullptr;
     std::vector<std::string> keys;
     for (const auto &[key, text] : entries == nullptr ? PropertyList::Dictionary() : *entries) {
-        keys.push_back(key);
+        if (text.as<std::string>() != nullptr) {
+            keys.push_back(key);
+        }
     }
     return keys;
 }

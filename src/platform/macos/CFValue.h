@@ -4,6 +4,7 @@
 
 #include <CoreFoundation/CoreFoundation.h>
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -50,9 +51,10 @@ private:
 /// The path of a file URL.
 [[nodiscard]] std::string pathOf(CFURLRef url);
 
-/// A copy of the platform's value; empty for null and for what a property list cannot hold. Such entries of arrays and
-/// dictionaries are left out.
-[[nodiscard]] std::optional<PropertyList> propertyListOf(CFTypeRef value);
+/// A copy of the platform's value, which was read from so many bytes if that is known; empty for null, for what cannot
+/// stand in a property list, and for what would take up far too much memory. Entries of arrays and dictionaries that
+/// cannot stand there, or are nested too deeply, are left out.
+[[nodiscard]] std::optional<PropertyList> propertyListOf(CFTypeRef value, std::size_t bytes = 0);
 
 /// The value as an object of the platform, never null.
 [[nodiscard]] CFHandle<CFTypeRef> cfValue(const PropertyList &list);

@@ -1,5 +1,6 @@
 #include "platform/macos/CFValue.h"
 
+#include "platform/posix/PropertyListBudget.h"
 #include "platform/posix/XMLPropertyList.h"
 #include "platform/text.h"
 
@@ -12,19 +13,29 @@ namespace kestrav::platform {
 
 namespace {
 
+/// The order of a number and an integer.
+CFComparisonResult compare(CFNumberRef number, std::int64_t integer) {
+    const CFHandle other(CFNumberCreate(kCFAllocatorDefault, kCFNumberSInt64Type, &integer));
+    return CFNumberCompare(number, other.get(), nullptr);
+}
+
+/// An integer beyond the range becomes the nearest one: asked for its value, the platform would cut off its upper bits.
 PropertyList numberValue(CFNumberRef number) {
-    double real = 0;
     if (CFNumberIsFloatType(number) != 0) {
+        double real = 0;
         CFNumberGetValue(number, kCFNumberDoubleType, &real);
         return real;
     }
-    std::int64_t integer = 0;
-    if (CFNumberGetValue(number, kCFNumberSInt64Type, &integer) != 0) {
-        return integer;
+    using Limits = std::numeric_limits<std::int64_t>;
+    if (compare(number, Limits::max()) == kCFCompareGreaterThan) {
+        return Limits::max();
     }
-    // Out of range: use the nearest value.
-    CFNumberGetValue(number, kCFNumberDoubleType, &real);
-    return real < 0 ? std::numeric_limits<std::int64_t>::min() : std::numeric_limits<std::int64_t>::max();
+    if (compare(number, Limits::min()) == kCFCompareLessThan) {
+        return Limits::min();
+    }
+    std::int64_t integer = 0;
+    CFNumberGetValue(number, kCFNumberSInt64Type, &integer);
+    return integer;
 }
 
 PropertyList dataValue(CFDataRef data) {
@@ -32,30 +43,93 @@ PropertyList dataValue(CFDataRef data) {
     return PropertyList::Data{std::vector<std::uint8_t>(bytes, bytes + CFDataGetLength(data))};
 }
 
-PropertyList arrayValue(CFArrayRef array) {
-    PropertyList::Array values;
-    for (CFIndex index = 0; index < CFArrayGetCount(array); ++index) {
-        if (auto value = propertyListOf(CFArrayGetValueAtIndex(array, index))) {
-            values.push_back(*std::move(value));
-        }
-    }
-    return values;
-}
+/// Copies a value with all that it holds. The same object may stand in many places, and is copied to each.
+class Copying {
+public:
+    explicit Copying(std::uint64_t bytes) : budget_(bytes) {}
 
-PropertyList dictionaryValue(CFDictionaryRef dictionary) {
-    PropertyList::Dictionary values;
-    CFDictionaryApplyFunction(
-        dictionary,
-        [](const void *key, const void *value, void *context) {
-            auto converted = propertyListOf(value);
-            if (converted && CFGetTypeID(key) == CFStringGetTypeID()) {
-                static_cast<PropertyList::Dictionary *>(context)->insert_or_assign(
-                    textOf(static_cast<CFStringRef>(key)), *std::move(converted));
+    /// Empty if the value is not one of a property list, or if there is too much.
+    [[nodiscard]] std::optional<PropertyList> run(CFTypeRef value) {
+        auto copy = copyOf(value);
+        return budget_.isSpent() ? std::nullopt : std::move(copy);
+    }
+
+private:
+    std::optional<PropertyList> copyOf(CFTypeRef value) {
+        if (value == nullptr || !budget_.spend(PropertyListBudget::valueSize)) {
+            return std::nullopt;
+        }
+        const CFTypeID type = CFGetTypeID(value);
+        if (type == CFStringGetTypeID()) {
+            const auto *string = static_cast<CFStringRef>(value);
+            return spendUnits(CFStringGetLength(string), 3) ? std::optional<PropertyList>(textOf(string))
+                                                            : std::nullopt;
+        }
+        if (type == CFBooleanGetTypeID()) {
+            return CFBooleanGetValue(static_cast<CFBooleanRef>(value)) != 0;
+        }
+        if (type == CFNumberGetTypeID()) {
+            return numberValue(static_cast<CFNumberRef>(value));
+        }
+        if (type == CFDataGetTypeID()) {
+            const auto *data = static_cast<CFDataRef>(value);
+            return spendUnits(CFDataGetLength(data), 1) ? std::optional(dataValue(data)) : std::nullopt;
+        }
+        if (type == CFDateGetTypeID()) {
+            return PropertyList::Date{CFDateGetAbsoluteTime(static_cast<CFDateRef>(value))};
+        }
+        return collectionOf(value, type);
+    }
+
+    std::optional<PropertyList> collectionOf(CFTypeRef value, CFTypeID type) {
+        const bool isArray = type == CFArrayGetTypeID();
+        if ((!isArray && type != CFDictionaryGetTypeID()) || depth_ == deepestNesting) {
+            return std::nullopt;
+        }
+        ++depth_;
+        PropertyList copy =
+            isArray ? arrayOf(static_cast<CFArrayRef>(value)) : dictionaryOf(static_cast<CFDictionaryRef>(value));
+        --depth_;
+        return copy;
+    }
+
+    PropertyList arrayOf(CFArrayRef array) {
+        PropertyList::Array values;
+        for (CFIndex index = 0; index < CFArrayGetCount(array); ++index) {
+            if (auto value = copyOf(CFArrayGetValueAtIndex(array, index))) {
+                values.push_back(*std::move(value));
             }
-        },
-        &values);
-    return values;
-}
+        }
+        return values;
+    }
+
+    PropertyList dictionaryOf(CFDictionaryRef dictionary) {
+        struct Context {
+            Copying &copying;
+            PropertyList::Dictionary values;
+        } context{*this, {}};
+        CFDictionaryApplyFunction(
+            dictionary,
+            [](const void *key, const void *value, void *pointer) {
+                auto &[copying, values] = *static_cast<Context *>(pointer);
+                const auto name = copying.copyOf(key);
+                const auto *text = name ? name->as<std::string>() : nullptr;
+                auto copy = text != nullptr ? copying.copyOf(value) : std::nullopt;
+                if (copy) {
+                    values.insert_or_assign(*text, *std::move(copy));
+                }
+            },
+            &context);
+        return std::move(context.values);
+    }
+
+    [[nodiscard]] bool spendUnits(CFIndex count, std::uint64_t bytesPerUnit) {
+        return budget_.spend(static_cast<std::uint64_t>(count) * bytesPerUnit);
+    }
+
+    PropertyListBudget budget_;
+    std::size_t depth_ = 0;
+};
 
 CFTypeRef newNumber(CFNumberType type, const void *value) {
     return CFNumberCreate(kCFAllocatorDefault, type, value);
@@ -127,33 +201,8 @@ std::string pathOf(CFURLRef url) {
     return fits != 0 ? std::string(reinterpret_cast<const char *>(bytes.data())) : std::string();
 }
 
-std::optional<PropertyList> propertyListOf(CFTypeRef value) {
-    if (value == nullptr) {
-        return std::nullopt;
-    }
-    const CFTypeID type = CFGetTypeID(value);
-    if (type == CFStringGetTypeID()) {
-        return textOf(static_cast<CFStringRef>(value));
-    }
-    if (type == CFBooleanGetTypeID()) {
-        return CFBooleanGetValue(static_cast<CFBooleanRef>(value)) != 0;
-    }
-    if (type == CFNumberGetTypeID()) {
-        return numberValue(static_cast<CFNumberRef>(value));
-    }
-    if (type == CFDictionaryGetTypeID()) {
-        return dictionaryValue(static_cast<CFDictionaryRef>(value));
-    }
-    if (type == CFArrayGetTypeID()) {
-        return arrayValue(static_cast<CFArrayRef>(value));
-    }
-    if (type == CFDataGetTypeID()) {
-        return dataValue(static_cast<CFDataRef>(value));
-    }
-    if (type == CFDateGetTypeID()) {
-        return PropertyList::Date{CFDateGetAbsoluteTime(static_cast<CFDateRef>(value))};
-    }
-    return std::nullopt;
+std::optional<PropertyList> propertyListOf(CFTypeRef value, std::size_t bytes) {
+    return Copying(bytes).run(value);
 }
 
 CFHandle<CFTypeRef> cfValue(const PropertyList &list) {
@@ -171,7 +220,7 @@ std::optional<PropertyList> PropertyList::parse(std::string_view bytes) {
     const CFHandle list(
         CFPropertyListCreateWithData(kCFAllocatorDefault, data.get(), kCFPropertyListImmutable, &format, nullptr));
     // The platform would also read any short text as a list in its oldest format.
-    return format != kCFPropertyListOpenStepFormat ? propertyListOf(list.get()) : std::nullopt;
+    return format != kCFPropertyListOpenStepFormat ? propertyListOf(list.get(), bytes.size()) : std::nullopt;
 }
 
 std::string PropertyList::serialize() const {

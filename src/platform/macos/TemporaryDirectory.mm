@@ -11,7 +11,7 @@ namespace kestrav::platform {
 
 std::vector<std::string> temporaryDirectories() {
     NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init]; // the calling thread may have no pool
-    std::string path(withoutTrailingSlashes(textOf((CFStringRef)NSTemporaryDirectory())));
+    std::string path = textOf((CFStringRef)NSTemporaryDirectory());
     [pool drain];
     return {path, cacheDirectory(), systemPath("/var/tmp")};
 }

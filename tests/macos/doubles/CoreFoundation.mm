@@ -42,9 +42,9 @@ NSString *resources(const void *bundle) {
     return find([object(bundle) objectForKey : @"path"], { @"Contents/Resources", @"Resources", @"" });
 }
 
-/// Every user's language is English here.
+/// Every user's language is English here. What is in no language comes first.
 NSString *pathForResource(const void *bundle, NSString *file) {
-    return find(resources(bundle), {[@"en.lproj" stringByAppendingPathComponent:file], file});
+    return find(resources(bundle), {file, [@"en.lproj" stringByAppendingPathComponent:file]});
 }
 
 } // namespace
@@ -76,7 +76,16 @@ Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void *value) {
     }
     const int64_t integer = [object(number) longLongValue];
     memcpy(value, &integer, type == kCFNumberSInt32Type ? sizeof(int32_t) : sizeof integer);
-    return *[object(number) objCType] != *@encode(unsigned long long) || integer >= 0;
+    return true; // also where its upper bits are lost
+}
+
+CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef other, void *) {
+    const auto wide = [](CFNumberRef value) -> __int128 {
+        return *[object(value) objCType] == *@encode(unsigned long long)
+                   ? __int128([object(value) unsignedLongLongValue])
+                   : [object(value) longLongValue];
+    };
+    return CFComparisonResult((wide(number) > wide(other)) - (wide(number) < wide(other)));
 }
 
 void CFDictionaryApplyFunction(CFDictionaryRef dictionary, CFDictionaryApplierFunction function, void *context) {
@@ -124,6 +133,7 @@ CFStringRef CFBundleCopyLocalizedString(CFBundleRef bundle, CFStringRef key, CFS
     NSString *path = pathForResource(bundle, @"Localizable.strings");
     NSString *table =
         path != nil ? [NSString stringWithContentsOfFile:path encoding:NSUTF8StringEncoding error:nullptr] : nil;
-    id found = [[table propertyListFromStringsFileFormat] objectForKey:object(key)];
+    id entries = [table hasPrefix:@"<"] ? [table propertyList] : [table propertyListFromStringsFileFormat];
+    id found = [entries objectForKey:object(key)];
     return (CFStringRef)[found != nil ? found : object(CFStringGetLength(value) > 0 ? value : key) retain];
 }

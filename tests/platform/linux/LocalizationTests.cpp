@@ -88,7 +88,7 @@ TEST(Localization, FindsATableIfThereIsAny) {
         {"de", "sv", {"en", "sv"}, "sv"},
         {"de", "sv", {"cs", "en"}, "en"},
         {"fr:de", "sv", {"de", "sv"}, "de"},
-        {"de", "tlh", {"fr", ""}, ""},
+        {"de", "tlh", {"de", ""}, ""},
         {"de", "tlh", {}, std::nullopt},
     };
     const auto table = [](const std::string &folder) { return folder.empty() ? "t" : folder + ".lproj/t"; };

@@ -59,6 +59,8 @@ CALL(CFNumberRef, CFNumberCreate, (CFAllocatorRef, CFNumberType type, const void
      type == kCFNumberDoubleType ? [[NSNumber alloc] initWithDouble:*(const double *)value]
                                  : [[NSNumber alloc] initWithLongLong:*(const int64_t *)value])
 CALL(Boolean, CFNumberIsFloatType, (CFNumberRef number), strchr("df", *[object(number) objCType]) != nullptr)
+typedef enum : CFIndex { kCFCompareLessThan = -1, kCFCompareEqualTo, kCFCompareGreaterThan } CFComparisonResult;
+CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef other, void *context);
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void *value);
 // Constants there; here no object can be made before the program runs.
 #define kCFBooleanTrue CFBooleanDouble(true)
@@ -109,6 +111,8 @@ CFBundleRef CFBundleCreate(CFAllocatorRef, CFURLRef url);
 CFBundleRef CFBundleGetMainBundle(void);
 CALL(CFURLRef, CFBundleCopyBundleURL, (CFBundleRef bundle), newURL([object(bundle) objectForKey:@"path"]))
 CALL(CFDictionaryRef, CFBundleGetInfoDictionary, (CFBundleRef bundle), [object(bundle) objectForKey:@"information"])
+CALL(CFTypeRef, CFBundleGetValueForInfoDictionaryKey, (CFBundleRef bundle, CFStringRef key),
+     [[object(bundle) objectForKey:@"information"] objectForKey:object(key)])
 CALL(CFURLRef, CFBundleCopyResourcesDirectoryURL, (CFBundleRef bundle), newURL(resources(bundle)))
 CALL(CFURLRef, CFBundleCopyResourceURL, (CFBundleRef bundle, CFStringRef name, CFStringRef type, CFStringRef),
      newURL(pathForResource(bundle, type != nullptr ? [object(name) stringByAppendingPathExtension:object(type)]
