@@ -73,6 +73,9 @@ inline constexpr std::int64_t usualSizeLimit = std::int64_t{1} << 30;
 /// The user's folder for files of this program or application that can be obtained again. It may not exist.
 [[nodiscard]] std::string cacheDirectory();
 
+/// The same of every application of the user's.
+[[nodiscard]] std::vector<std::string> cacheDirectories();
+
 /// The user's home directory.
 [[nodiscard]] std::string homeDirectory();
 

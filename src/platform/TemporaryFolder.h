@@ -1,14 +1,34 @@
 #pragma once
 
+#include "platform/Exception.h"
 #include "platform/FileLock.h"
 
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace kestrav::platform {
+
+/// Thrown where nothing but room was lacking in at least one folder for temporary files.
+class NoRoom final : public Exception {
+public:
+    NoRoom(const std::string &reason, std::string folder, std::int64_t needed, std::int64_t available)
+        : Exception("TemporaryDirectoryException", reason), folder_(std::move(folder)), needed_(needed),
+          available_(available) {}
+
+    /// The folder that has the most room.
+    [[nodiscard]] const std::string &folder() const { return folder_; }
+    [[nodiscard]] std::int64_t needed() const { return needed_; }       ///< bytes
+    [[nodiscard]] std::int64_t available() const { return available_; } ///< bytes, in that folder
+
+private:
+    std::string folder_;
+    std::int64_t needed_;
+    std::int64_t available_;
+};
 
 /// A folder for what one run extracts or downloads, in one of the user's folders for temporary files. Only the user can
 /// read it. A lock in it tells other runs that it is in use, until this process and each child that was given the lock
@@ -17,8 +37,11 @@ class TemporaryFolder {
 public:
     /// Creates a folder in the first suitable place: one where nobody else can change files, from which programs can be
     /// started, and which has room for `room` bytes or, if no place has, for `least` bytes. Removes what killed runs
-    /// have left. Throws an `Exception` that says why each place is unsuitable.
+    /// have left. Throws an `Exception` that says why each place is unsuitable: a `NoRoom` if one is only too full.
     [[nodiscard]] static TemporaryFolder create(std::int64_t room, std::int64_t least);
+
+    /// Removes what killed runs have left.
+    static void removeAbandoned();
 
     [[nodiscard]] const std::string &path() const { return path_; }
 
@@ -41,6 +64,8 @@ private:
 
     std::string path_;
     std::string passedOver_;
+    std::string roomiest_; ///< of the places that have too little room the one that has most
+    std::int64_t mostRoom_ = 0;
     std::optional<FileLock> lock_;
 };
 

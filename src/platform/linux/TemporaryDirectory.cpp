@@ -24,4 +24,8 @@ std::string cacheDirectory() {
     return appendingPathComponent(absolutePathIn("XDG_CACHE_HOME").value_or(usual), "kestrav");
 }
 
+std::vector<std::string> cacheDirectories() {
+    return {cacheDirectory()}; // all applications have the same
+}
+
 } // namespace kestrav::platform

@@ -1,6 +1,8 @@
 #include "platform/posix/system.h"
 
+#include "platform/FileDescriptor.h"
 #include "platform/FileManager.h"
+#include "platform/PrivateFolder.h"
 #include "platform/ProcessInfo.h"
 #include "platform/testing.h"
 #include "platform/uninterrupted.h"
@@ -8,6 +10,7 @@
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
@@ -52,6 +55,12 @@ std::optional<std::int32_t> systemControlInteger(const std::string &name) {
     // The program asks only for settings that this system does not have.
     const auto &replacement = testing::replacements().systemControl;
     return replacement ? replacement(name) : std::nullopt;
+}
+
+std::error_code syncFolder(const std::string &path) {
+    // One call for the whole file system: a call for each of hundreds of files takes seconds on most storage.
+    const FileDescriptor folder = FileDescriptor::open(path.c_str(), O_RDONLY | O_DIRECTORY);
+    return folder.valid() && ::syncfs(folder.get()) == 0 ? std::error_code() : lastError();
 }
 
 } // namespace kestrav::platform

@@ -16,6 +16,15 @@ std::vector<std::string> temporaryDirectories() {
     return {path, cacheDirectory(), systemPath("/var/tmp")};
 }
 
+std::vector<std::string> cacheDirectories() {
+    const std::string caches = appendingPathComponent(homeDirectory(), "Library/Caches");
+    std::vector<std::string> directories = contentsOfDirectoryAtPath(caches).value_or(std::vector<std::string>());
+    for (std::string &directory : directories) {
+        directory = appendingPathComponent(caches, directory);
+    }
+    return directories;
+}
+
 std::string cacheDirectory() {
     const auto identifier = Bundle::mainBundle().bundleIdentifier();
     const std::string name =

@@ -2,6 +2,7 @@
 
 #include "platform/FileDescriptor.h"
 #include "platform/FileManager.h"
+#include "platform/PrivateFolder.h"
 #include "platform/ProcessInfo.h"
 #include "platform/testing.h"
 #include "platform/uninterrupted.h"
@@ -13,6 +14,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <initializer_list>
 
 namespace kestrav::platform {
@@ -65,6 +67,31 @@ std::optional<std::int32_t> systemControlInteger(const std::string &name) {
     std::size_t size = sizeof value;
     const bool known = sysctlbyname(name.c_str(), &value, &size, nullptr, 0) == 0 && size == sizeof value;
     return known ? std::optional(value) : std::nullopt;
+}
+
+namespace {
+
+std::error_code sync(const std::string &path) {
+    const FileDescriptor item = FileDescriptor::open(path.c_str(), O_RDONLY | O_NOFOLLOW);
+    const bool synced = item.valid() && uninterrupted([&] { return ::fsync(item.get()); }) == 0;
+    return synced ? std::error_code() : lastError();
+}
+
+} // namespace
+
+std::error_code syncFolder(const std::string &path) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    for (fs::recursive_directory_iterator entry(path, error), end; !error && entry != end; entry.increment(error)) {
+        const fs::file_type type = entry->symlink_status(error).type();
+        if (!error && (type == fs::file_type::regular || type == fs::file_type::directory)) {
+            error = sync(entry->path().string());
+        }
+        if (error) {
+            return error;
+        }
+    }
+    return error ? error : sync(path);
 }
 
 } // namespace kestrav::platform

@@ -2,6 +2,7 @@
 
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
+#include "platform/PrivateFolder.h"
 #include "platform/ProcessInfo.h"
 #include "platform/format.h"
 #include "platform/path.h"
@@ -10,7 +11,6 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -46,20 +46,6 @@ std::string objectionToOwner(const FileDescriptor &directory) {
     const mode_t others = ownGroup ? S_IWOTH : S_IWOTH | S_IWGRP;
     return (found.st_mode & others) != 0 && (found.st_mode & S_ISVTX) == 0 ? "other users can change what lies there"
                                                                            : "";
-}
-
-/// Why so many bytes do not fit; empty if they do, or if the file system does not say.
-std::string objectionToRoom(const FileDescriptor &directory, std::int64_t room) {
-    struct statvfs space {};
-    if (::fstatvfs(directory.get(), &space) != 0 || space.f_blocks == 0) {
-        return {};
-    }
-    constexpr double megabyte = 1024 * 1024;
-    const double available = static_cast<double>(space.f_bavail) * static_cast<double>(space.f_frsize);
-    const auto needed = static_cast<double>(room);
-    return available < needed
-               ? format("it has room for %.0f MB, but %.0f MB are needed", available / megabyte, needed / megabyte)
-               : "";
 }
 
 /// True for names like those that runs give to their folders.
@@ -112,19 +98,28 @@ void removeAbandonedFolders(const std::string &place) {
 } // namespace
 
 TemporaryFolder TemporaryFolder::create(std::int64_t room, std::int64_t least) {
+    removeAbandoned();
     const std::vector<std::string> places = temporaryDirectories();
-    std::for_each(places.begin(), places.end(), removeAbandonedFolders);
     TemporaryFolder folder;
     if (!folder.makeInAny(places, room) && (least >= room || !folder.makeInAny(places, least))) {
-        throw Exception("TemporaryDirectoryException",
-                        "no folder for temporary files will do, neither that of TMPDIR nor another: " +
-                            folder.passedOver_);
+        const std::string reason =
+            "no folder for temporary files will do, neither that of TMPDIR nor another: " + folder.passedOver_;
+        if (!folder.roomiest_.empty()) {
+            throw NoRoom(reason, folder.roomiest_, std::min(room, least), folder.mostRoom_);
+        }
+        throw Exception("TemporaryDirectoryException", reason);
     }
     return folder;
 }
 
+void TemporaryFolder::removeAbandoned() {
+    const std::vector<std::string> places = temporaryDirectories();
+    std::for_each(places.begin(), places.end(), removeAbandonedFolders);
+}
+
 bool TemporaryFolder::makeInAny(const std::vector<std::string> &places, std::int64_t room) {
     passedOver_.clear();
+    roomiest_.clear();
     return std::any_of(places.begin(), places.end(), [&](const std::string &place) {
         const std::string reason = makeIn(place, room);
         passedOver_ += reason.empty() ? "" : (passedOver_.empty() ? "" : "; ") + place + ": " + reason;
@@ -144,7 +139,14 @@ std::string TemporaryFolder::makeIn(const std::string &place, std::int64_t room)
         return lastError().message();
     }
     std::string objection = objectionToOwner(directory);
-    objection = objection.empty() ? objectionToRoom(directory, room) : objection;
+    const std::int64_t available = availableBytes(directory).value_or(room);
+    if (objection.empty() && available < room) {
+        objection = lackOfRoom(available, room);
+        if (roomiest_.empty() || available > mostRoom_) {
+            roomiest_ = place;
+            mostRoom_ = available;
+        }
+    }
     if (!objection.empty()) {
         return objection;
     }

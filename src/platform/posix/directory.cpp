@@ -6,8 +6,10 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <memory>
@@ -219,6 +221,16 @@ std::error_code removeTree(int parent, const char *name) {
         }
     }
     return error;
+}
+
+std::optional<std::int64_t> availableBytes(const FileDescriptor &directory) {
+    struct statvfs space {};
+    if (::fstatvfs(directory.get(), &space) != 0 || space.f_blocks == 0) {
+        return std::nullopt;
+    }
+    constexpr double largest = 1e18;
+    const double bytes = static_cast<double>(space.f_bavail) * static_cast<double>(space.f_frsize);
+    return static_cast<std::int64_t>(std::min(bytes, largest));
 }
 
 } // namespace kestrav::platform

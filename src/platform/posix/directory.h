@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -37,5 +38,8 @@ struct FileIdentity {
 /// outside is touched even if another process changes the tree meanwhile. Only few descriptors are open at any depth.
 /// What cannot be removed does not stop the rest from being removed; the first error is returned.
 std::error_code removeTree(int parent, const char *name);
+
+/// The bytes that the user can still write to the file system of an open directory; empty if that is not told.
+[[nodiscard]] std::optional<std::int64_t> availableBytes(const FileDescriptor &directory);
 
 } // namespace kestrav::platform
