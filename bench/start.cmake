@@ -34,3 +34,11 @@ target_compile_definitions(start_bench PRIVATE
   KESTRAV_TEMPLATE="${CMAKE_BINARY_DIR}/Launcher.app")
 kestrav_use_test_jli(start_bench)
 add_dependencies(start_bench launcher launcher_bundle start_image)
+
+# The same program with a runtime that is kept.
+add_executable(kept_bench kept_bench.cpp)
+target_link_libraries(kept_bench PRIVATE bench_harness)
+target_compile_definitions(kept_bench PRIVATE
+  KESTRAV_START_WORK="${start_work}"
+  KESTRAV_TOOL="$<TARGET_FILE:kestrav-bundle>")
+add_dependencies(kept_bench kestrav-bundle start_image)

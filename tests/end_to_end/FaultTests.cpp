@@ -28,6 +28,9 @@ TEST(Faults, AreOvercomeOrTold) {
     const AppBundle installed;
     AppBundle shipping;
     shipping.folder().write("Test.app/Contents/Resources/app/jre.tar.gz", archive);
+    AppBundle keeping;
+    keeping.folder().write("Test.app/Contents/Resources/app/jre.tar.gz", archive);
+    keeping.info["ksv.keepRuntime"] = true;
     AppBundle downloading;
     downloading.info["ksv.minVersion"] = "99";
     downloading.info["ksv.jreLocation"] = server.url("/jre");
@@ -53,6 +56,9 @@ TEST(Faults, AreOvercomeOrTold) {
         {shipping, "write", {2, 3, 4}, ENOSPC},
         {shipping, "link", {1}, ENOSPC},
         {shipping, "chmod", {1, 2, 3}, EIO},
+        {keeping, "mkdir", {1, 2, 3, 4, 5, 6, 7, 8, -1}, ENOSPC},
+        {keeping, "open", {5, 7, 9, 11, 13, 15, 17, 19, 21}, EROFS},
+        {keeping, "write", {1, 2, 3, 4, 5, 6}, ENOSPC},
         {downloading, "open", {5, 6, 7, 8, 9}, EMFILE},
         {downloading, "write", {1, 2, 3, 4, 5, 6, 7}, EIO},
         {downloading, "thread", {1, 2, 3, 4, 5}, EAGAIN},
@@ -70,6 +76,7 @@ TEST(Faults, AreOvercomeOrTold) {
             const Start start{.environment = {{"LD_PRELOAD", KESTRAV_FAULTS}, {"KESTRAV_FAULT", fault}}};
             const char *scenario = &bundle == &installed  ? "installed "
                                    : &bundle == &shipping ? "shipped "
+                                   : &bundle == &keeping  ? "kept "
                                                           : "download ";
             runs.emplace_back(scenario + fault, std::make_unique<Launch>(bundle, start));
         }

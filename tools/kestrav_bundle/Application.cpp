@@ -2,6 +2,7 @@
 
 #include "Configuration.h"
 #include "FileTree.h"
+#include "Interruption.h"
 #include "Program.h"
 #include "Resources.h"
 #include "Runtime.h"
@@ -12,6 +13,7 @@
 #include "checks.h"
 #include "mac_installer/launcher/LaunchLibrary.h"
 #include "platform/FileManager.h"
+#include "platform/SHA256.h"
 #include "platform/path.h"
 #include "platform/posix/downloadRules.h"
 
@@ -104,16 +106,16 @@ void append(std::vector<std::string> &notes, const std::vector<std::string> &mor
     notes.insert(notes.end(), more.begin(), more.end());
 }
 
-/// Puts the runtime into the application; the size of its archive before compression, 0 for a folder.
-std::uint64_t placeRuntime(const Runtime &runtime, RuntimeForm form, const std::string &application,
-                           std::vector<std::string> &notes) {
+/// Puts the runtime into the application; what its archive is like, if it is one.
+RuntimeArchive placeRuntime(const Runtime &runtime, RuntimeForm form, const std::string &application,
+                            std::vector<std::string> &notes) {
     const FileTree tree = runtimeTree(runtime);
     append(notes, tree.notes);
     const std::string what = "runtime: Java " + runtime.version + ", ";
     if (form == RuntimeForm::folder) {
         copyTree(tree, appendingPathComponent(application, "Contents/PlugIns/jre.bundle"));
         notes.push_back(what + "in Contents/PlugIns/jre.bundle");
-        return 0;
+        return {};
     }
     const std::string archive = appendingPathComponent(application, "Contents/Resources/app/jre.tar.gz");
     const std::uint64_t size = writeRuntimeArchive(tree, archive);
@@ -121,7 +123,7 @@ std::uint64_t placeRuntime(const Runtime &runtime, RuntimeForm form, const std::
     notes.push_back(what + "in Contents/Resources/app/jre.tar.gz (" +
                     std::to_string((fs::file_size(archive) + million / 2) / million) + " MB, " +
                     std::to_string((size + million / 2) / million) + " MB extracted)");
-    return size;
+    return {size, platform::sha256OfFile(application, archive, raiseIfInterrupted)};
 }
 
 /// What the application without a runtime of its own will look for.
@@ -197,7 +199,7 @@ Plan plan(const Request &asked, const std::string &ownFolder) {
 
 std::vector<std::string> makeApplication(const Request &asked, const std::string &ownFolder) {
     auto [request, bundleTemplate, templateInfo, program, bounds, runtime] = plan(asked, ownFolder);
-    const auto draft = configuration(templateInfo, request, program, 0);
+    const auto draft = configuration(templateInfo, request, program, {});
     const FileTree tree = applicationTree(bundleTemplate, program, request.output);
     std::vector<std::string> notes = unheededKeys(request);
     append(notes, program.notes);
@@ -214,12 +216,12 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
         placeIcon(*request.icon, resources);
     }
     placeLanguages(request.languages, resources);
-    std::uint64_t size = 0;
+    RuntimeArchive archive;
     if (runtime) {
         append(notes, tryRuntime({*runtime, draft, application, workshop.pathOf("trial")}, program.lacksMainClass));
-        size = placeRuntime(*runtime, *request.runtimeForm, application, notes);
+        archive = placeRuntime(*runtime, *request.runtimeForm, application, notes);
     }
-    const auto info = configuration(templateInfo, request, program, size);
+    const auto info = configuration(templateInfo, request, program, archive);
     if (const auto error = platform::writeFileAtomically(appendingPathComponent(application, "Contents/Info.plist"),
                                                          info.serialize())) {
         throw Refusal("Info.plist could not be written: " + error.message());

@@ -89,6 +89,8 @@ const std::vector<Option> &options() {
         {"runtime", true, fieldSetter(&Request::runtime)},
         {"runtime-form", true, setRuntimeForm},
         {"runtime-url", true, fieldSetter(&Request::runtimeURL)},
+        {"runtime-sha256", true, fieldSetter(&Request::runtimeSHA256)},
+        {"keep-runtime", false, [](Request &request, const std::string &) { request.keepRuntime = true; }},
         {"min-version", true, fieldSetter(&RuntimeBounds::minVersion)},
         {"max-version", true, fieldSetter(&RuntimeBounds::maxVersion)},
         {"vm-id-prefix", true, fieldSetter(&RuntimeBounds::requiredVmIdPrefix)},
@@ -98,6 +100,7 @@ const std::vector<Option> &options() {
         {"installer", false, [](Request &request, const std::string &) { request.installer = true; }},
         {"template", true, fieldSetter(&Request::bundleTemplate)},
         {"replace", false, [](Request &request, const std::string &) { request.replace = true; }},
+        {"clean", false, [](Request &request, const std::string &) { request.clean = true; }},
     };
     return all;
 }
@@ -130,6 +133,18 @@ std::string applicationName(std::string_view path) {
     return name.substr(0, name.size() - suffix.size());
 }
 
+/// The request to remove kept runtimes, which needs nothing else but may name their folder.
+Request cleaning(int argc, char **argv) {
+    constexpr int withFolder = 3; // the program, --clean, the folder
+    if (argc > withFolder || (argc == withFolder && optind != argc - 1)) {
+        throw Refusal("Beside --clean there is a folder at most: kestrav-bundle --clean [FOLDER]");
+    }
+    Request request;
+    request.clean = true;
+    request.output = argc == withFolder ? argv[optind] : "";
+    return request;
+}
+
 } // namespace
 
 std::optional<Request> parseCommandLine(int argc, char **argv) {
@@ -153,6 +168,9 @@ std::optional<Request> parseCommandLine(int argc, char **argv) {
         }
         const Option &option = options().at(static_cast<std::size_t>(found - firstOption));
         option.apply(request, option.hasValue ? optarg : "");
+    }
+    if (request.clean) {
+        return cleaning(argc, argv);
     }
     if (optind + 1 != argc) {
         throw Refusal(optind == argc ? "Which application is to be made? Try --help"

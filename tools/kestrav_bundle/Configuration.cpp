@@ -105,8 +105,9 @@ void readVersionSpecificOptions(const PropertyList &javaVM) {
 // The keys that the launcher knows, by the types of their values.
 constexpr std::array ownTexts{"ksv.minVersion", "ksv.maxVersion", "ksv.vmIdPrefix",
                               "ksv.appId",      "ksv.baseDir",    "ksv.jreLocation"};
-constexpr std::array ownBooleans{"ksv.allowBeta", "ksv.allowPassthrough", "ksv.initialProgress"};
-constexpr std::array ownIntegers{"ksv.jreUncompressedSize"};
+constexpr std::array checkedTexts{"ksv.jreSha256", "ksv.runtimeCache"};
+constexpr std::array ownBooleans{"ksv.allowBeta", "ksv.allowPassthrough", "ksv.initialProgress", "ksv.keepRuntime"};
+constexpr std::array ownIntegers{"ksv.jreUncompressedSize", "ksv.keepDays"};
 constexpr std::array javaTexts{"MainClass", "ClassPath", "ModulePath", "WorkingDirectory", "OptionsFile", "SplashFile"};
 constexpr std::array javaArrays{"VMOptionArray", "ArgumentArray", "SearchSequence"};
 constexpr std::array javaOthers{"StartOnMainThread", versionSpecificOptions};
@@ -129,6 +130,8 @@ void readAll(const PropertyList &info) {
     for (const char *key : ownIntegers) {
         static_cast<void>(integerValue(info, key));
     }
+    static_cast<void>(digestValue(info));
+    static_cast<void>(runtimeCacheValue(info));
     const PropertyList &javaVM = *info.find("JavaVM");
     if (javaVM.as<Dictionary>() == nullptr) {
         throw Refusal("\"JavaVM\" in Info.plist is not a dictionary");
@@ -161,7 +164,7 @@ std::string versionText(int javaVersion) {
 } // namespace
 
 PropertyList configuration(const PropertyList &templateInfo, const Request &request, const Program &program,
-                           std::uint64_t archiveSize) {
+                           const RuntimeArchive &archive) {
     const auto *general = templateInfo.as<Dictionary>();
     Dictionary info = general == nullptr ? Dictionary() : *general;
     std::erase_if(info, [](const auto &entry) { return entry.first.starts_with("ksv."); });
@@ -181,9 +184,14 @@ PropertyList configuration(const PropertyList &templateInfo, const Request &requ
     }
     addIfAny(info, "ksv.jreLocation", request.runtimeURL);
     allowPlainTransport(info, request.runtimeURL.value_or(""));
-    if (archiveSize > 0) {
+    addIfAny(info, "ksv.jreSha256", request.runtimeSHA256);
+    if (archive.size > 0) {
         constexpr std::uint64_t largest = std::numeric_limits<std::int32_t>::max();
-        info["ksv.jreUncompressedSize"] = static_cast<std::int64_t>(std::min(archiveSize, largest));
+        info["ksv.jreUncompressedSize"] = static_cast<std::int64_t>(std::min(archive.size, largest));
+        info["ksv.jreSha256"] = archive.sha256;
+    }
+    if (request.keepRuntime) {
+        info["ksv.keepRuntime"] = true;
     }
     if (!request.installer) {
         info["ksv.inProcess"] = true;
@@ -195,6 +203,10 @@ PropertyList configuration(const PropertyList &templateInfo, const Request &requ
     merge(info, userInfo(request));
     PropertyList result(std::move(info));
     readAll(result);
+    if (archive.size > 0 && digestValue(result) != archive.sha256) {
+        throw Refusal("The archive of the runtime has the SHA-256 " + archive.sha256 +
+                      ", unlike \"ksv.jreSha256\" in " + *request.info);
+    }
     return result;
 }
 
@@ -235,7 +247,7 @@ std::vector<std::string> unheededKeys(const Request &request) {
     for (const auto &[key, value] : *info.as<Dictionary>()) {
         if (isAmong(key, javaTexts, javaArrays, javaOthers)) {
             note(key, "it belongs in the dictionary \"JavaVM\"");
-        } else if (key.starts_with("ksv.") && !isAmong(key, ownTexts, ownBooleans, ownIntegers)) {
+        } else if (key.starts_with("ksv.") && !isAmong(key, ownTexts, checkedTexts, ownBooleans, ownIntegers)) {
             note(key, "the launcher knows no such key");
         }
     }

@@ -7,15 +7,20 @@
 
 namespace kestrav::tools {
 
+/// The archive of a runtime that travels with the application, if it does so as an archive.
+struct RuntimeArchive {
+    std::uint64_t size = 0; ///< bytes before compression; 0: there is none
+    std::string sha256;
+};
+
 /// The request with the bounds, address, main class and other entries that the user's property list sets. Refuses a
 /// list that cannot be read.
 [[nodiscard]] Request withInfo(Request request);
 
 /// The application's Info.plist: the template's general entries, what the request, the program and the runtime's
-/// archive (of `archiveSize` bytes before compression; 0: none) say, and above all the user's own property list.
-/// Refuses what the launcher could not read.
+/// archive say, and above all the user's own property list. Refuses what the launcher could not read.
 [[nodiscard]] platform::PropertyList configuration(const platform::PropertyList &templateInfo, const Request &request,
-                                                   const Program &program, std::uint64_t archiveSize);
+                                                   const Program &program, const RuntimeArchive &archive);
 
 /// Tells what the user's property list has that the launcher will not heed, a line each.
 [[nodiscard]] std::vector<std::string> unheededKeys(const Request &request);

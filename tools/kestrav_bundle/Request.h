@@ -50,6 +50,8 @@ struct Request {
     std::optional<std::string> runtime;
     std::optional<RuntimeForm> runtimeForm; ///< as asked for, else the usual one: there is one once it is parsed
     std::optional<std::string> runtimeURL;
+    std::optional<std::string> runtimeSHA256; ///< of the archive at that address
+    bool keepRuntime = false;                 ///< what was extracted or downloaded stays for later starts
     RuntimeBounds bounds;
     std::optional<std::vector<std::string>> search; ///< none: the standard locations; empty: nowhere
 
@@ -57,6 +59,8 @@ struct Request {
 
     std::optional<std::string> bundleTemplate; ///< none: the one that was built or installed with this program
     bool replace = false;                      ///< an application of that name may be there
+
+    bool clean = false; ///< no application: kept runtimes are removed, from the folder `output` if it is not empty
 };
 
 } // namespace kestrav::tools

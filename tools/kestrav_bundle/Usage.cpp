@@ -4,9 +4,10 @@ namespace kestrav::tools {
 
 const char *const usage =
     R"(Usage: kestrav-bundle --identifier ID [--jar FILE | --main-class CLASS] [OPTION...] NAME.app
+       kestrav-bundle --clean [FOLDER]
 
 Makes an application bundle that starts a Java program, which is then one process with the launcher; with --installer
-it is a child, behind the launcher's window.
+it is a child, behind the launcher's window. With --clean removes the runtimes that applications have kept.
 
 The application
   --identifier ID       its identifier, such as com.example.tool
@@ -39,6 +40,10 @@ Its runtime: one that it carries, one that it downloads, or one that is installe
                         one as runtimes are published, or the jre.tar.gz of an application made with
                         --runtime-form archive. For the percentage while it is extracted --info can give its size
                         before compression, ksv.jreUncompressedSize
+  --runtime-sha256 HEX  the SHA-256 of that archive; any other is not extracted. For an archive of --runtime it is
+                        written without being asked for
+  --keep-runtime        what was extracted or downloaded stays in the user's cache folder, for later starts and for other
+                        applications with the same archive
   --min-version V       the oldest and the newest version that suits, such as 11 or 17.0.2; 1.8 is Java 8
   --max-version V       (default: the oldest that can read the main class)
   --allow-beta          pre-releases suit as well
@@ -53,6 +58,8 @@ More
   --info FILE           a property list whose entries go into Info.plist, above those made by the options
   --template FOLDER     the bare Launcher.app to start from (default: the one that belongs to this program)
   --replace             replaces an application of that name, in one step, once the new one is complete
+  --clean [FOLDER]      tells of each runtime that applications of yours have kept (size, last use) and removes those that
+                        are not in use; FOLDER is one of ksv.runtimeCache (default: the usual one)
   --help, --version
 
 Exit status: 0 made; 1 refused or failed, with the reason on standard error; nothing is left behind then, nor after

@@ -1,6 +1,7 @@
 #include "checks.h"
 
 #include "mac_installer/launcher/Launcher.h"
+#include "platform/SHA256.h"
 #include "platform/posix/downloadRules.h"
 #include "platform/text.h"
 
@@ -95,6 +96,16 @@ void checkRuntime(const Request &request) {
     }
     if (request.runtimeURL) {
         checkURL(*request.runtimeURL);
+    }
+    if (request.runtimeSHA256 && !request.runtimeURL) {
+        throw Refusal("--runtime-sha256 is that of the archive at --runtime-url");
+    }
+    if (request.runtimeSHA256 && platform::normalizedSHA256(*request.runtimeSHA256).empty()) {
+        throw Refusal("\"" + *request.runtimeSHA256 + "\" is not a SHA-256, which has 64 hexadecimal digits");
+    }
+    const bool hasArchive = request.runtime && request.runtimeForm == RuntimeForm::archive;
+    if (request.keepRuntime && !hasArchive && !request.runtimeURL) {
+        throw Refusal("--keep-runtime is for a runtime that travels as an archive or is downloaded");
     }
     if (request.search && request.search->empty() && !request.runtimeURL && !request.earlierInstallation) {
         throw Refusal("With --no-search the application would find no runtime: give --runtime-url as well");

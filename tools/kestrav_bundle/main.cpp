@@ -2,6 +2,7 @@
 // a runtime.
 
 #include "Application.h"
+#include "Cleaning.h"
 #include "CommandLine.h"
 #include "Interruption.h"
 #include "platform/Bundle.h"
@@ -35,6 +36,11 @@ bool flushed() {
 
 int makeAsAsked(int argc, char **argv) {
     const auto request = kestrav::tools::parseCommandLine(argc, argv);
+    if (request && request->clean) {
+        const bool whole = kestrav::tools::cleanRuntimes(
+            request->output, [](const std::string &line) { std::printf("%s\n", shown(line).c_str()); });
+        return flushed() && whole ? 0 : failed;
+    }
     if (request) {
         const auto notes =
             kestrav::tools::makeApplication(*request, kestrav::platform::Bundle::mainBundle().bundlePath());

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "mac_installer/bootstrap/JavaProcess.h"
+#include "mac_installer/bootstrap/OtherDestination.h"
 #include "mac_installer/launcher/Launcher.h"
+#include "mac_installer/launcher/RuntimeKeeping.h"
 #include "platform/Application.h"
 #include "platform/ConditionLock.h"
 #include "platform/Signals.h"
@@ -43,23 +45,25 @@ public:
     /// The worker: obtains a runtime, runs the program, ends the process. Its own thread.
     [[noreturn]] void worker();
 
-    /// Makes a fresh directory below one for temporary files that only the user can read, where there is room for so
-    /// many bytes, or for a runtime if that is not known. Raises if there is no usable one.
-    [[nodiscard]] static platform::TemporaryFolder createTemporaryDirectory(std::optional<std::int64_t> room);
-
 private:
     // Obtaining a runtime; worker thread.
     [[nodiscard]] std::optional<JavaRuntime> obtainRuntime(Launcher &launcher);
-    [[nodiscard]] JavaRuntime extractRuntime(const std::string &archive);
-    [[nodiscard]] OptionalText downloadRuntime();
+    /// The runtime of a shipped archive, or of one at an address: one that is kept, or a new one, kept if it can be.
+    [[nodiscard]] JavaRuntime obtainFromArchive(const std::string &origin, bool isShipped);
+    [[nodiscard]] std::optional<NewRuntime> seekKept(const RuntimePlace &place);
+    [[nodiscard]] bool keep(const NewRuntime &making, const std::string &archive);
+    void requireDigest(const std::string &archive, const std::string &where);
+    [[nodiscard]] JavaRuntime extractTemporarily(const std::string &archive);
+    /// Downloads an archive into a file, which may be continued by a later run, or elsewhere if there is no room.
+    [[nodiscard]] std::string download(const std::string &url, const std::string &destination, bool keepsPart);
     void awaitDownload();
-    [[nodiscard]] std::string handleTar(const std::string &tarFile);
+    void handleTar(const std::string &tarFile, const std::string &destination);
     void postProgress(double percentage);
     void removeTemporaryDirectory();
     void raiseIfCancelled() const;
 
     /// Starts the download of an archive into a file; main thread.
-    void startDownload(const OptionalText &applicationName, const std::string &url, const std::string &destination);
+    void startDownload(const std::string &url, const std::string &destination, bool keepsPart);
 
     /// Has the worker end the run, unless the child is there; the mutex of the child is held.
     void requestCancel();
@@ -80,12 +84,14 @@ private:
     std::atomic<bool> cancelled = false; // set by a cancel or a signal, for good; polled by the worker
 
     std::optional<platform::TemporaryFolder> tempDir; // the run's temporary directory, if one was made; the worker's
+    std::optional<KeptRuntime> kept;                  // the runtime, if it is kept; the worker's
 
     // The download. The worker sets these up before it posts the start. From then on they are the main thread's, which
     // takes the lock and gives it back with condition 1 in the end. A cancelled worker does not wait for a main thread
     // that is held up; it uses none of them afterwards.
     std::unique_ptr<platform::URLDownload> downloader;
     std::unique_ptr<platform::ConditionLock> downloadConditionLock;
+    std::shared_ptr<OtherDestination> otherDestination;
     bool downloadFailed = false;         // the worker's again once it has the lock
     std::int64_t expectedLength = -1;    // bytes; below 1: unknown
     std::int64_t bytesReceived = 0;      // bytes

@@ -40,20 +40,20 @@ std::string localized(std::string_view key) {
 
 } // namespace
 
-void AppDelegate::startDownload(const OptionalText &applicationName, const std::string &url,
-                                const std::string &destination) {
+void AppDelegate::startDownload(const std::string &url, const std::string &destination, bool keepsPart) {
     downloadConditionLock->lockWhenCondition(0); // the main thread's until the download has ended
     if (cancelled) {
         endDownload(false);
         return;
     }
-    controls->label.setStringValue(platform::format(localized("DownloadingJre"), applicationName));
+    controls->label.setStringValue(platform::format(localized("DownloadingJre"), bundleName()));
     downloader = platform::URLDownload::create({url, timeoutSeconds}, *this);
     if (!downloader) {
         endDownload(true);
         return;
     }
-    downloader->setDeletesFileUponFailure(true);
+    downloader->setDeletesFileUponFailure(!keepsPart);
+    downloader->setOtherDestination([other = otherDestination](std::int64_t bytes) { return other->make(bytes); });
     downloader->setDestination(destination, true);
 }
 

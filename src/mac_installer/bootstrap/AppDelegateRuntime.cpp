@@ -1,7 +1,7 @@
 #include "mac_installer/bootstrap/AppDelegate.h"
+#include "mac_installer/bootstrap/archiveSize.h"
 
 #include "mac_installer/archive/Cancellation.h"
-#include "mac_installer/archive/GzipTrailer.h"
 #include "mac_installer/archive/UnTar.h"
 #include "mac_installer/archive/Unpacker.h"
 #include "mac_installer/launcher/InfoPlist.h"
@@ -17,9 +17,7 @@
 #include "platform/path.h"
 #include "platform/text.h"
 
-#include <algorithm>
 #include <filesystem>
-#include <limits>
 
 namespace kestrav {
 
@@ -35,22 +33,6 @@ constexpr const char *signature = "-[AppDelegate worker:]";
 constexpr double extractionShare = 0.7;
 constexpr double unpackingShare = 0.3;
 constexpr double unpackingStart = 70.0;
-
-/// What an archive holds, in bytes, if nothing tells.
-constexpr std::int32_t usualSize = 6'000'000;
-
-/// What the archive is configured to hold, in bytes.
-std::optional<std::int32_t> configuredSize() {
-    constexpr std::int64_t largest = std::numeric_limits<std::int32_t>::max();
-    const auto size = integerValue(infoDictionary(), "ksv.jreUncompressedSize");
-    return size ? std::optional(static_cast<std::int32_t>(std::clamp<std::int64_t>(*size, 0, largest))) : std::nullopt;
-}
-
-/// The same, or what the archive itself says.
-std::optional<std::int32_t> expectedSize(const std::string &archive) {
-    const auto size = configuredSize();
-    return size ? size : uncompressedSizeOf(archive);
-}
 
 [[noreturn]] void raiseNotExtracted(const std::string &reason) {
     throw platform::Exception("ExtractionException", "could not extract the runtime: " + reason);
@@ -71,19 +53,10 @@ void requireInside(const std::string &destination, const std::string &home) {
 
 } // namespace
 
-platform::TemporaryFolder AppDelegate::createTemporaryDirectory(std::optional<std::int64_t> room) {
-    constexpr std::int64_t roomForMostRuntimes = 512'000'000;
-    auto folder = platform::TemporaryFolder::create(room.value_or(roomForMostRuntimes), room.value_or(usualSize));
-    if (!folder.passedOver().empty()) {
-        _DLog("%s [Line %d] temporary files go to %@ (%@)", signature, __LINE__, folder.path(), folder.passedOver());
-    }
-    return folder;
-}
-
 std::optional<JavaRuntime> AppDelegate::obtainRuntime(Launcher &launcher) {
     const std::string shipped = appendingPathComponent(Bundle::mainBundle().resourcePath(), "app/jre.tar.gz");
     if (platform::fileExistsAtPath(shipped)) {
-        return extractRuntime(shipped);
+        return obtainFromArchive(shipped, true);
     }
     _DLog("%s [Line %d] searching for public JREs", signature, __LINE__);
     if (auto runtime = launcher.findJavaBundle(false)) {
@@ -95,51 +68,42 @@ std::optional<JavaRuntime> AppDelegate::obtainRuntime(Launcher &launcher) {
         return runtime;
     }
     raiseIfCancelled();
-    const OptionalText downloaded = downloadRuntime();
-    return downloaded ? std::optional(extractRuntime(*downloaded)) : std::nullopt;
-}
-
-JavaRuntime AppDelegate::extractRuntime(const std::string &archive) {
-    const std::string path = handleTar(archive);
-    JavaRuntime runtime = Launcher::chosenRuntime(path, openRuntime(path).get());
-    runtime.tarFile = archive;
-    return runtime;
-}
-
-OptionalText AppDelegate::downloadRuntime() {
     const std::string location = stringValue(infoDictionary(), "ksv.jreLocation").value_or("");
     const std::string url(platform::trimmingWhitespaceAndNewlines(location));
-    if (url.empty()) {
-        return std::nullopt;
-    }
-    const OptionalText applicationName = bundleName();
+    return url.empty() ? std::nullopt : std::optional(obtainFromArchive(url, false));
+}
+
+std::string AppDelegate::download(const std::string &url, const std::string &destination, bool keepsPart) {
     downloadConditionLock = std::make_unique<platform::ConditionLock>(0);
+    otherDestination = std::make_shared<OtherDestination>();
     expectedLength = -1;
     bytesReceived = 0;
-    const auto size = configuredSize();
-    // The archive lies beside what is extracted from it, and rarely has more than half of its size.
-    tempDir = createTemporaryDirectory(size ? std::optional(std::int64_t{*size} + *size / 2) : std::nullopt);
-    const std::string destination = appendingPathComponent(tempDir->path(), "jre.tar.gz");
     OperationQueue &mainQueue = OperationQueue::mainQueue();
-    mainQueue.addOperation([=, this] { startDownload(applicationName, url, destination); });
+    mainQueue.addOperation([=, this] { startDownload(url, destination, keepsPart); });
 
     _DLog("%s [Line %d] waiting for download to finish", signature, __LINE__);
     awaitDownload();
     _DLog("%s [Line %d] download returned", signature, __LINE__);
 
     raiseIfCancelled();
-    if (downloadFailed || !platform::fileExistsAtPath(destination)) {
+    if (auto folder = otherDestination->takeFolder()) {
+        removeTemporaryDirectory(); // the first one, which was too small
+        tempDir = std::move(folder);
+    }
+    const std::string file = otherDestination->path().value_or(destination);
+    if (downloadFailed || !platform::fileExistsAtPath(file)) {
         removeTemporaryDirectory();
+        otherDestination->raiseIfNoRoom();
         Launcher::displayError("DownloadJreError");
         platform::endProcess(1);
     }
-    mainQueue.addOperation([=, this] {
+    mainQueue.addOperation([this] {
         controls->progressBar.setIndeterminate(false);
         controls->progressBar.setDoubleValue(0.0);
         controls->label.setStringValue(
-            platform::format(Bundle::mainBundle().localizedStringForKey("PrepareInstaller", ""), applicationName));
+            platform::format(Bundle::mainBundle().localizedStringForKey("PrepareInstaller", ""), bundleName()));
     });
-    return destination;
+    return file;
 }
 
 void AppDelegate::awaitDownload() {
@@ -154,20 +118,11 @@ void AppDelegate::awaitDownload() {
     downloadConditionLock->unlockWithCondition(0);
 }
 
-std::string AppDelegate::handleTar(const std::string &tarFile) {
+void AppDelegate::handleTar(const std::string &tarFile, const std::string &destination) {
     static constexpr const char *tarSignature = "-[AppDelegate handleTar:fileManager:]";
-    const auto size = expectedSize(tarFile);
-    if (!tempDir) {
-        tempDir = createTemporaryDirectory(size);
-    }
-    std::string destination = appendingPathComponent(tempDir->path(), "jre.bundle");
-    if (const auto error = platform::createDirectoryAtPath(destination, false)) {
-        throw platform::Exception("ExtractionException", platform::format("could not create the directory %@: %@",
-                                                                          destination, error.message()));
-    }
     const auto checkpoint = [this] { raiseIfCancelled(); };
     const auto extracted = UnTar::untar(
-        tarFile, destination, size.value_or(usualSize),
+        tarFile, destination, expectedSize(tarFile).value_or(usualSize),
         [this](double percentage) {
             raiseIfCancelled();
             postProgress(percentage * extractionShare);
@@ -178,8 +133,7 @@ std::string AppDelegate::handleTar(const std::string &tarFile) {
     }
     _DLog("%s [Line %d] jre destination %@", tarSignature, __LINE__, destination);
 
-    std::string runtimePath = extractedRuntime(destination);
-    const std::string home = getJreLocation(runtimePath);
+    const std::string home = getJreLocation(extractedRuntime(destination));
     const std::string inner = appendingPathComponent(home, "jre");
     raiseIfCancelled();
     requireInside(destination, home);
@@ -192,7 +146,6 @@ std::string AppDelegate::handleTar(const std::string &tarFile) {
         Launcher::displayError("dorvik.InternalError", "could not run unpack200");
         platform::endProcess(1);
     }
-    return runtimePath;
 }
 
 void AppDelegate::postProgress(double percentage) {

@@ -23,6 +23,15 @@ constexpr const char *signature = "-[AppDelegate worker:]";
 /// own window is likely there.
 constexpr std::int64_t windowPause = 5'000'000;
 
+/// Removes what killed runs have left, so far as that can be done at once.
+void removeAbandonedFolders() {
+    try {
+        platform::TemporaryFolder::removeAbandoned();
+    } catch (const std::exception &) {
+        return; // without memory: the next run does it
+    }
+}
+
 } // namespace
 
 void AppDelegate::worker() {
@@ -65,9 +74,12 @@ int AppDelegate::runProgram(const Launcher &launcher) {
 
     const std::string home = getJreLocation(launcher.runtime->javaBundlePath);
     const auto process = std::make_shared<JavaProcess>(platform::appendingPathComponent(home, "bin/java"), arguments);
-    process->keepOpen(tempDir ? tempDir->lock() : -1); // the folder stays in use if the child survives us
-    closeWindowLater();                                // first: a failure must not leave a child behind
+    process->keepOpen(kept ? kept->lock() : tempDir ? tempDir->lock() : -1); // it stays in use if the child survives us
+    closeWindowLater(); // first: a failure must not leave a child behind
     startChild(process);
+    if (kept) {
+        removeAbandonedFolders(); // else it happened where a folder was made
+    }
     const int status = process->waitForExit();
     mayEndWithChild.lockWhenCondition(1);
     return status;

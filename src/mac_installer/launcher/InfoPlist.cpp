@@ -3,6 +3,7 @@
 #include "platform/Bundle.h"
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
+#include "platform/SHA256.h"
 #include "platform/format.h"
 #include "platform/path.h"
 #include "platform/text.h"
@@ -126,6 +127,34 @@ std::optional<std::int64_t> integerValue(const PropertyList &dictionary, std::st
         return platform::longLongValue(*text);
     }
     raiseWrongType(key, *value, "a number");
+}
+
+std::optional<std::string> digestValue(const PropertyList &dictionary) {
+    constexpr const char *key = "ksv.jreSha256";
+    auto digest = stringValue(dictionary, key);
+    if (digest) {
+        *digest = platform::normalizedSHA256(*digest);
+        if (digest->empty()) {
+            throw platform::Exception(
+                platform::InvalidArgumentException,
+                platform::format("\"%@\" in Info.plist is not a SHA-256, which has 64 hexadecimal digits", key));
+        }
+    }
+    return digest;
+}
+
+std::optional<std::string> runtimeCacheValue(const PropertyList &dictionary) {
+    constexpr const char *key = "ksv.runtimeCache";
+    auto path = stringValue(dictionary, key);
+    const auto begins = [&](std::string_view start) {
+        return (*path + "/").starts_with(start) && path->find('\0') == std::string::npos;
+    };
+    if (path && !begins("/") && !begins("~/") && !begins("$APP_PACKAGE/")) {
+        throw platform::Exception(
+            platform::InvalidArgumentException,
+            platform::format("\"%@\" in Info.plist is %@, which is not an absolute path", key, *path));
+    }
+    return path;
 }
 
 const PropertyList &infoDictionary() {

@@ -30,6 +30,13 @@ namespace kestrav {
 /// A number (a string is read as one), rounded toward zero; empty if there is none.
 [[nodiscard]] std::optional<std::int64_t> integerValue(const platform::PropertyList &dictionary, std::string_view key);
 
+/// The SHA-256 under "ksv.jreSha256" in lower case, empty if there is none; raises for anything else.
+[[nodiscard]] std::optional<std::string> digestValue(const platform::PropertyList &dictionary);
+
+/// The folder under "ksv.runtimeCache", empty if there is none; raises if it begins neither with "/" nor with "~" or
+/// "$APP_PACKAGE".
+[[nodiscard]] std::optional<std::string> runtimeCacheValue(const platform::PropertyList &dictionary);
+
 /// An entry of the array under `key`; raises if it is not a string.
 [[nodiscard]] std::string stringEntry(const platform::PropertyList &entry, std::string_view key);
 

@@ -93,6 +93,17 @@ void Launcher::displayError(std::string_view key, const OptionalText &info1, con
     show(info1 ? platform::format(*text, platform::loggable(info1), platform::loggable(info2)) : *text);
 }
 
+bool Launcher::displayMessage(std::string_view key, std::vector<std::string> infos) {
+    const OptionalText text = localizedMessage(key);
+    const bool isKnown = text && *text != key;
+    if (isKnown) {
+        infos.resize(3);
+        show(platform::format(*text, platform::loggable(infos[0]), platform::loggable(infos[1]),
+                              platform::loggable(infos[2])));
+    }
+    return isKnown;
+}
+
 void Launcher::displayMissingRuntime() const {
     const auto minimum = nonEmpty(getJavaMinVersion());
     const auto maximum = nonEmpty(stringValue(infoDictionary(), "ksv.maxVersion"));

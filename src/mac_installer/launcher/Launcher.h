@@ -130,6 +130,9 @@ public:
     static void displayError(std::string_view key, const OptionalText &info1 = std::nullopt,
                              const OptionalText &info2 = std::nullopt);
 
+    /// The same for up to three texts; false if the table lacks the message, as one that is older than it does.
+    [[nodiscard]] static bool displayMessage(std::string_view key, std::vector<std::string> infos);
+
     /// Shows the notice that no suitable runtime was found: the version that is asked for and, in a line of its own,
     /// the refused runtime of the highest version and why it was refused.
     void displayMissingRuntime() const;

@@ -58,7 +58,10 @@ void logFailure(const char *signature, int line, const std::exception &exception
 
 void reportFailure(const char *signature, int line, const std::exception &exception) noexcept {
     try {
-        Launcher::displayError("dorvik.InternalError", std::string(reasonOf(exception)));
+        const auto *known = dynamic_cast<const NoticeException *>(&exception);
+        if (known == nullptr || !Launcher::displayMessage(known->key(), known->infos())) {
+            Launcher::displayError("dorvik.InternalError", std::string(reasonOf(exception)));
+        }
     } catch (const std::exception &) {
         writeLastWords(reasonOf(exception));
     }

@@ -1,0 +1,134 @@
+#include "mac_installer/archive/Cancellation.h"
+#include "mac_installer/bootstrap/AppDelegate.h"
+#include "mac_installer/bootstrap/archiveSize.h"
+#include "mac_installer/launcher/RuntimeBundle.h"
+#include "mac_installer/launcher/RuntimeHome.h"
+#include "mac_installer/launcher/failure.h"
+#include "platform/DebugLog.h"
+#include "platform/Exception.h"
+#include "platform/FileManager.h"
+#include "platform/format.h"
+#include "platform/path.h"
+#include "platform/posix/downloadRules.h"
+
+#include <variant>
+
+// From an archive to a runtime. All of this runs on the worker's thread.
+
+namespace kestrav {
+
+using platform::appendingPathComponent;
+
+namespace {
+
+constexpr const char *signature = "-[AppDelegate worker:]";
+
+void logNotKept(const platform::Exception &exception) {
+    _DLog("%s [Line %d] the runtime is not kept: %@", signature, __LINE__, exception.reason());
+}
+
+JavaRuntime runtimeAt(const std::string &path) {
+    return Launcher::chosenRuntime(path, openRuntime(path).get());
+}
+
+} // namespace
+
+JavaRuntime AppDelegate::obtainFromArchive(const std::string &origin, bool isShipped) {
+    const auto place = placeOfRuntime(origin, isShipped);
+    const std::string where = isShipped ? origin : platform::withoutSecrets(origin);
+    constexpr int attempts = 3; // somebody may remove the runtime just after it was made
+    for (int attempt = 0; place && attempt < attempts; ++attempt) {
+        const auto making = seekKept(*place);
+        if (kept) {
+            JavaRuntime runtime = runtimeAt(kept->path());
+            runtime.tarFile = isShipped ? OptionalText(origin) : std::nullopt;
+            return runtime;
+        }
+        if (!making) {
+            break;
+        }
+        const std::string archive = isShipped ? origin : download(origin, making->archivePath(), true);
+        try {
+            requireDigest(archive, where);
+            if (!keep(*making, archive)) {
+                JavaRuntime runtime = extractTemporarily(archive);
+                making->removeArchive();
+                runtime.tarFile = platform::fileExistsAtPath(archive) ? runtime.tarFile : std::nullopt;
+                return runtime;
+            }
+        } catch (const std::exception &) {
+            making->removeArchive(); // it will not do the next time either
+            throw;
+        }
+    }
+    std::string archive = origin;
+    if (!isShipped) {
+        const auto size = configuredSize();
+        // The archive lies beside what is extracted from it; it is hardly ever larger than half of that.
+        tempDir = createTemporaryDirectory(size ? std::optional(std::int64_t{*size} + *size / 2) : std::nullopt);
+        archive = download(origin, appendingPathComponent(tempDir->path(), "jre.tar.gz"), false);
+    }
+    requireDigest(archive, where);
+    return extractTemporarily(archive);
+}
+
+/// The right to make the runtime, unless it is kept already or cannot be.
+std::optional<NewRuntime> AppDelegate::seekKept(const RuntimePlace &place) {
+    try {
+        auto found = place.store.obtain(place.name, [this] { raiseIfCancelled(); });
+        if (auto *runtime = std::get_if<KeptRuntime>(&found)) {
+            _DLog("%s [Line %d] the runtime is kept: %@", signature, __LINE__, runtime->path());
+            kept = std::move(*runtime);
+            return std::nullopt;
+        }
+        place.store.removeUnused(keepingTime());
+        return std::get<NewRuntime>(std::move(found));
+    } catch (const platform::Exception &exception) {
+        if (exception.name() != NotKeptException) {
+            throw;
+        }
+        logNotKept(exception);
+        return std::nullopt;
+    }
+}
+
+/// True if the runtime is in its place now. Where that fails a folder for temporary files may do.
+bool AppDelegate::keep(const NewRuntime &making, const std::string &archive) {
+    try {
+        handleTar(archive, making.makeFolder(expectedSize(archive)));
+        making.finish();
+        return true;
+    } catch (const platform::Exception &exception) {
+        if (exception.name() == CancelledException) {
+            throw;
+        }
+        logNotKept(exception);
+        making.removeFolder();
+        return false;
+    }
+}
+
+void AppDelegate::requireDigest(const std::string &archive, const std::string &where) {
+    if (const auto difference = differenceOfDigest(archive, [this] { raiseIfCancelled(); })) {
+        throw NoticeException(
+            "JreDigestError", {difference->expected, difference->found, where},
+            platform::format("the SHA-256 of %@ is %@, not %@", where, difference->found, difference->expected));
+    }
+}
+
+JavaRuntime AppDelegate::extractTemporarily(const std::string &archive) {
+    if (!tempDir) {
+        tempDir = createTemporaryDirectory(expectedSize(archive));
+    }
+    const std::string destination = appendingPathComponent(tempDir->path(), "jre.bundle");
+    if (const auto error = platform::createDirectoryAtPath(destination, false)) {
+        throw platform::Exception("ExtractionException", platform::format("could not create the directory %@: %@",
+                                                                          destination, error.message()));
+    }
+    handleTar(archive, destination);
+    JavaRuntime runtime = runtimeAt(extractedRuntime(destination));
+    runtime.tarFile = archive;
+    return runtime;
+}
+
+} // namespace kestrav

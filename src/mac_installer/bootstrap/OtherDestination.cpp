@@ -1,0 +1,69 @@
+#include "mac_installer/bootstrap/OtherDestination.h"
+
+#include "mac_installer/bootstrap/archiveSize.h"
+#include "platform/DebugLog.h"
+#include "platform/format.h"
+#include "platform/path.h"
+
+#include <utility>
+
+namespace kestrav {
+
+namespace {
+
+constexpr const char *signature = "-[AppDelegate worker:]";
+
+NoticeException noticeOf(const platform::NoRoom &lack) {
+    constexpr std::int64_t megabyte = 1024 * 1024;
+    const auto rounded = [](std::int64_t bytes, std::int64_t up) { return std::to_string((bytes + up) / megabyte); };
+    return {"DiskSpaceError",
+            {rounded(lack.needed(), megabyte - 1), rounded(lack.available(), 0), lack.folder()},
+            lack.reason()};
+}
+
+} // namespace
+
+platform::TemporaryFolder createTemporaryDirectory(std::optional<std::int64_t> room) {
+    constexpr std::int64_t roomForMostRuntimes = 512'000'000;
+    try {
+        auto folder = platform::TemporaryFolder::create(room.value_or(roomForMostRuntimes), room.value_or(usualSize));
+        if (!folder.passedOver().empty()) {
+            _DLog("%s [Line %d] temporary files go to %@ (%@)", signature, __LINE__, folder.path(),
+                  folder.passedOver());
+        }
+        return folder;
+    } catch (const platform::NoRoom &lack) {
+        throw noticeOf(lack);
+    }
+}
+
+std::string OtherDestination::make(std::int64_t bytes) {
+    const std::lock_guard lock(mutex_);
+    try {
+        folder_ = createTemporaryDirectory(bytes + configuredSize().value_or(0));
+        path_ = platform::appendingPathComponent(folder_->path(), "jre.tar.gz");
+        return *path_;
+    } catch (const NoticeException &lack) {
+        noRoom_ = lack;
+        throw;
+    }
+}
+
+std::optional<platform::TemporaryFolder> OtherDestination::takeFolder() {
+    const std::lock_guard lock(mutex_);
+    return std::exchange(folder_, std::nullopt);
+}
+
+std::optional<std::string> OtherDestination::path() const {
+    const std::lock_guard lock(mutex_);
+    return path_;
+}
+
+void OtherDestination::raiseIfNoRoom() const {
+    const std::lock_guard lock(mutex_);
+    if (noRoom_) {
+        throw *noRoom_;
+    }
+}
+
+} // namespace kestrav
