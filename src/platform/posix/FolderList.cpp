@@ -84,7 +84,8 @@ std::optional<std::string> stateOfFile(const std::string &path) {
     if (unknown || ::stat(path.c_str(), &found) != 0) {
         return std::nullopt;
     }
-    return std::to_string(found.st_size) + " " + std::to_string(time) + " " + std::to_string(found.st_ino);
+    return std::to_string(found.st_size) + " " + std::to_string(static_cast<long long>(time)) + " " +
+           std::to_string(static_cast<unsigned long long>(found.st_ino));
 }
 
 } // namespace kestrav::platform
