@@ -43,7 +43,8 @@ private:
 };
 
 std::string makeBundle(const std::string &path, const std::vector<std::string> &options) {
-    std::vector<std::string> command{KESTRAV_TOOL, "--identifier", "org.example.bench", "--main-class", "Started"};
+    std::vector<std::string> command{KESTRAV_TOOL,        "--installer",  "--identifier",
+                                     "org.example.bench", "--main-class", "Started"};
     command.insert(command.end(), {"--jar", KESTRAV_START_WORK "/image/lib/app/started.jar"});
     command.insert(command.end(), {"--runtime", KESTRAV_START_WORK "/image/lib/runtime"});
     command.insert(command.end(), options.begin(), options.end());

@@ -42,8 +42,8 @@ Its runtime: one that it carries, one that it downloads, or one that is installe
                         before compression, ksv.jreUncompressedSize
   --runtime-sha256 HEX  the SHA-256 of that archive; any other is not extracted. For an archive of --runtime it is
                         written without being asked for
-  --keep-runtime        what was extracted or downloaded stays in the user's cache folder, for later starts and for other
-                        applications with the same archive
+  --keep-runtime        with --installer, too, what was extracted or downloaded stays in the user's cache folder, for
+                        later starts and for other applications with the same archive
   --min-version V       the oldest and the newest version that suits, such as 11 or 17.0.2; 1.8 is Java 8
   --max-version V       (default: the oldest that can read the main class)
   --allow-beta          pre-releases suit as well
