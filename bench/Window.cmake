@@ -7,7 +7,7 @@ find_program(KESTRAV_Xvfb Xvfb REQUIRED)
 add_executable(window_bare window_bare.cpp)
 target_link_libraries(window_bare PRIVATE kestrav_settings PkgConfig::BENCH_GTK)
 
-# What stands in for Java behind the window; bench and tests share it.
+# The stand-in for Java behind the window, shared with the tests.
 configure_file(${PROJECT_SOURCE_DIR}/tests/end_to_end/programs/fake_java . COPYONLY)
 add_executable(window_bench window_bench.cpp)
 target_include_directories(window_bench PRIVATE ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/tests/end_to_end)

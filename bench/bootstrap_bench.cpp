@@ -1,10 +1,10 @@
-// How much later the child runs if the launcher starts it: from just before the start of the process until the child
-// has written a byte, by turns for the child alone, the launcher with a configured runtime, and the launcher that looks
-// through the standard locations. Without a window.
+// Measures how much later the child runs if the launcher starts it: from just before the process is started until the
+// child has written a byte. In turns: the child alone, the launcher with a configured runtime, and the launcher
+// searching the standard locations. Without a window.
 //
 //   bootstrap_bench [ROUNDS]
 //
-// Ends with status 1 if the launcher takes longer than it may.
+// Ends with status 1 if the launcher takes too long.
 
 #include "harness.h"
 #include "support/TemporaryDirectory.h"
@@ -18,9 +18,9 @@ namespace {
 namespace fs = std::filesystem;
 using namespace kestrav::bench;
 
-constexpr double mayAdd = 3.0; // milliseconds
+constexpr double mostAddedTime = 3.0; // milliseconds
 
-/// A runtime whose bin/java is the child.
+/// Makes a runtime whose bin/java is the child.
 void makeRuntime(const kestrav::tests::TemporaryDirectory &folder, const std::string &name) {
     folder.write(name + "/Contents/Info.plist", "<plist version=\"1.0\"><dict><key>JavaVM</key><dict>"
                                                 "<key>JVMVersion</key><string>17.0.9</string></dict></dict></plist>");
@@ -28,7 +28,7 @@ void makeRuntime(const kestrav::tests::TemporaryDirectory &folder, const std::st
     fs::copy_file(KESTRAV_STARTED_CHILD, folder / (name + "/Contents/Home/bin/java"));
 }
 
-/// A bundle made from the template, with an executable and one entry of the search sequence; returns the executable.
+/// Makes a bundle from the template, with an executable and one entry in the search sequence; returns the executable.
 std::string makeBundle(const kestrav::tests::TemporaryDirectory &folder, const std::string &name,
                        const std::string &executable, const std::string &entry) {
     fs::copy(KESTRAV_TEMPLATE, folder / name, fs::copy_options::recursive);
@@ -69,7 +69,7 @@ bool compare(int rounds) {
     bool quick = true;
     for (const Contender &contender : {contenders[1], contenders[2]}) {
         const double added = contender.median() - contenders[0].median();
-        quick = within(contender.name + ", milliseconds more than the child alone", added, mayAdd) && quick;
+        quick = within(contender.name + ", milliseconds more than the child alone", added, mostAddedTime) && quick;
     }
     return quick;
 }

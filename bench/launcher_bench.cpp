@@ -1,5 +1,6 @@
-// The operations of a start whose work grows with what is configured or installed. Each is measured for several sizes,
-// so that the run itself shows the slope. Takes Google Benchmark's options; ends with status 1 if an aim was missed.
+// Measures the operations of a start whose work grows with what is configured or installed. Each is measured for
+// several sizes, so that the run itself shows the growth. Accepts Google Benchmark's options; ends with status 1 if an
+// aim was missed.
 
 #include "mac_installer/launcher/Launcher.h"
 #include "platform/testing.h"
@@ -69,7 +70,7 @@ void classPath(benchmark::State &state) {
     state.SetComplexityN(state.range(0));
 }
 
-/// Looks at every runtime of a folder and refuses them all.
+/// Looks at every runtime in a folder and refuses them all.
 void runtimes(benchmark::State &state) {
     const TemporaryDirectory folder;
     useBundle(folder);
@@ -101,8 +102,7 @@ BENCHMARK_CAPTURE(optionsFile, variables, true)->Arg(1'000)->Arg(10'000)->Arg(10
 BENCHMARK(classPath)->Arg(200)->Arg(2'000)->Arg(20'000)->Complexity(benchmark::oN);
 BENCHMARK(runtimes)->Arg(10)->Arg(100)->Arg(1'000)->Complexity(benchmark::oN);
 
-/// Prints the table, and keeps the times of single sizes: of the processor, since other work on the machine is nobody's
-/// business here.
+/// Prints the table and keeps the time of each size; processor time, so that other work on the machine does not count.
 class Table : public benchmark::ConsoleReporter {
 public:
     Table() : ConsoleReporter(OO_Tabular) {}
@@ -119,17 +119,17 @@ public:
     bool failed = false;
 };
 
-bool meets(const Table &table, const std::string &name, double limit) {
+bool reachesAim(const Table &table, const std::string &name, double limit) {
     const auto found = table.seconds.find(name);
     if (found == table.seconds.end()) {
-        return true; // filtered out
+        return true; // left out by a filter
     }
     const bool met = found->second < limit;
     std::printf("%s: %s under %g s (%.3f s)\n", met ? "met" : "MISSED", name.c_str(), limit, found->second);
     return met;
 }
 
-/// Ten times the work takes ten times the time; the rest is what a busy machine adds.
+/// Ten times the work takes ten times as long; the rest allows for a busy machine.
 bool growsEvenly(const Table &table, const std::string &name, int smaller, int larger) {
     constexpr double tolerance = 2.0;
     const auto small = table.seconds.find(name + "/" + std::to_string(smaller));
@@ -157,7 +157,7 @@ int main(int argc, char **argv) {
     bool met = !table.failed;
     constexpr double optionsLimit = 0.1;
     for (const std::string kind : {"optionsFile/plain", "optionsFile/variables"}) {
-        met = meets(table, kind + "/100000", optionsLimit) && met;
+        met = reachesAim(table, kind + "/100000", optionsLimit) && met;
         met = growsEvenly(table, kind, 1'000, 100'000) && met;
     }
     met = growsEvenly(table, "classPath", 200, 20'000) && met;

@@ -1,4 +1,4 @@
-// Goes into a launcher that looks for the system's standard locations below BENCH_ROOT.
+// Linked into a launcher so that it looks for the system's standard locations below BENCH_ROOT.
 
 #include "platform/testing.h"
 
@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Done before the program's own `main`.
+/// Runs before the program's own `main`.
 [[maybe_unused]] const bool rooted = [] {
     if (const char *root = std::getenv("BENCH_ROOT")) {
         kestrav::platform::testing::replacements().systemRoot = root;

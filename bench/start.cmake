@@ -1,4 +1,4 @@
-# What start_bench compares: an application image made by the JDK's own tool, whose runtime everybody starts, and a
+# What start_bench needs: an application image made by the JDK's own tool, whose runtime all contenders start, and a
 # launch library that does nothing.
 include(${PROJECT_SOURCE_DIR}/tests/support/test_libjli.cmake)
 
@@ -20,7 +20,7 @@ add_custom_command(
   COMMAND ${jdk_bin}/jlink --add-modules java.base --output ${start_work}/runtime
   COMMAND ${jpackage} --type app-image --runtime-image ${start_work}/runtime --dest ${start_work} --name image
           --input ${input} --main-jar started.jar --main-class Started
-  # The archive of loaded classes belongs to the very files it was made from.
+  # The archive of loaded classes is valid only for the very files that it was made from.
   COMMAND ${start_work}/image/lib/runtime/bin/java -Xshare:dump -Xlog:disable
   COMMAND ${CMAKE_COMMAND} -E touch ${start_work}/made
   DEPENDS Started.java

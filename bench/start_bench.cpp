@@ -1,10 +1,10 @@
-// From the start of a process to the program's `main`: the runtime's own `java`, this launcher in both modes, and the
-// launcher of an application image made by the JDK, all with the same runtime, by turns. Then the launcher's own part,
-// from its start to JLI_Launch, with a launch library that does nothing.
+// Measures the time from the start of a process to the program's `main`: the runtime's own `java`, this launcher in
+// both modes, and the launcher of an application image made by the JDK, all with the same runtime, in turns. Then the
+// launcher's own part, from its start to JLI_Launch, with a launch library that does nothing.
 //
 //   start_bench [ROUNDS]
 //
-// Ends with status 1 if the launcher is slower or larger than it may be.
+// Ends with status 1 if the launcher is too slow or too large.
 
 #include "harness.h"
 
@@ -20,8 +20,8 @@ using namespace kestrav::bench;
 const std::string work = KESTRAV_START_WORK; // holds image/, the application image
 
 constexpr double mayTakeOfJava = 1.03;
-constexpr double mayTakeItself = 2.0; // milliseconds
-constexpr double mayHold = 8;         // MiB
+constexpr double mostOwnTime = 2.0; // milliseconds
+constexpr double mostMemory = 8;    // MiB
 
 Contender starting(const char *name, const std::vector<std::string> &command) {
     return {name, [=] { return Process(command).untilFirstByte(); }};
@@ -30,7 +30,7 @@ Contender starting(const char *name, const std::vector<std::string> &command) {
 Contender inProcess(const std::string &executable, const std::string &lines) {
     return {"in process", [=] {
                 const std::string file = work + "/arguments";
-                std::ofstream(file) << lines; // the launcher deletes it
+                std::ofstream(file) << lines; // written for each run, because the launcher deletes it
                 return Process({executable, "__ksv_invoke_other", file}).untilFirstByte();
             }};
 }
@@ -73,9 +73,9 @@ bool measureOwnPart(int rounds) {
     std::vector<Contender> alone{inProcess(makeBundle(runtime, ""), runtime + "\nMain")};
     takeTurns(alone, rounds * 10);
     printTable("start to JLI_Launch", alone);
-    // The least time: what the machine does besides only ever adds.
-    const bool quick = within("own part, ms", alone[0].quantile(0), mayTakeItself);
-    return within("own part, MiB", alone[0].quantile(1, &Sample::peak), mayHold) && quick;
+    // The shortest time, because other work on the machine can only add to it.
+    const bool quick = within("own part, ms", alone[0].quantile(0), mostOwnTime);
+    return within("own part, MiB", alone[0].quantile(1, &Sample::peak), mostMemory) && quick;
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-// Stands in for bin/java: writes a byte as soon as it runs, and waits for its end.
+// Stands in for bin/java: writes a byte as soon as it runs, and waits to be ended.
 
 #include <unistd.h>
 

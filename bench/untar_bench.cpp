@@ -1,4 +1,5 @@
-// Compares the extraction of an archive with what else there is: bsdtar, GNU tar, and zlib inflating it to nowhere.
+// Compares the extraction of an archive with other programs: bsdtar, GNU tar, and zlib alone, which discards what it
+// inflates.
 //
 //   untar_bench ARCHIVE [ROUNDS]
 //

@@ -1,5 +1,5 @@
-// What the progress window is measured against: a bare GTK 4 program that shows an equal window, everything as the
-// library has it by itself.
+// What the progress window is compared with: a bare GTK 4 program that shows an equal window with the library's own
+// defaults.
 //
 // window_bare INTERFACE_FILE
 

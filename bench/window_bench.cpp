@@ -1,9 +1,9 @@
-// From the start of a process to the first frame of its window, seen from outside: the launcher's progress window, and
-// the same window shown by a bare GTK 4 program; by turns, on a display of their own.
+// Measures the time from the start of a process to the first frame of its window, seen from outside: the launcher's
+// progress window, and the same window shown by a bare GTK 4 program, in turns, on a separate display.
 //
 //   window_bench [ROUNDS]
 //
-// Ends with status 1 if the launcher takes longer than it may.
+// Ends with status 1 if the launcher takes too long.
 
 #include "end_to_end/AppBundle.h"
 #include "harness.h"
@@ -28,7 +28,7 @@ constexpr double mayTakeOfBare = 1.2;
 constexpr int usualRounds = 15;
 constexpr unsigned deadlineSeconds = 300;
 
-/// What happens on a display.
+/// The events on a display.
 class Watcher {
 public:
     explicit Watcher(const std::string &display) : display_(XOpenDisplay(display.c_str())) {
@@ -39,7 +39,7 @@ public:
         const Window root = DefaultRootWindow(display_.get());
         XSelectInput(display_.get(), root, SubstructureNotifyMask);
         XDamageCreate(display_.get(), root, XDamageReportRawRectangles);
-        XSync(display_.get(), True); // what was before does not count
+        XSync(display_.get(), True); // earlier events do not count
     }
 
     /// Waits until something is drawn after a window has appeared.
@@ -67,7 +67,7 @@ private:
     Window window_ = None;
 };
 
-/// A command until its first frame. Then the command, and what it has started, ends.
+/// Measures a command until its first frame, then ends the command and everything that it has started.
 Contender showing(const char *name, const std::vector<std::string> &command, const std::string &display) {
     return {name, [=] {
                 Watcher watcher(display);
@@ -83,7 +83,7 @@ bool compare(int rounds) {
     bundle.writeInfo();
     setenv("DISPLAY", display.name().c_str(), 1);
     setenv("GDK_BACKEND", "x11", 1);
-    setenv("GTK_A11Y", "none", 1); // looking for a session bus, which is not there, would count for the bare one alone
+    setenv("GTK_A11Y", "none", 1); // only the bare program would look for a session bus, which is not there
     setenv("FAKE_PAUSE", "1", 1);  // the program behind the window does nothing
     std::vector<Contender> contenders{
         showing("bare GTK 4 program", {KESTRAV_WINDOW_BARE, bundle.path() + "/Contents/Resources/MainWindow.ui"},

@@ -19,7 +19,7 @@ separate_arguments(flags UNIX_COMMAND "${flags}")
 list(FILTER flags INCLUDE REGEX "^-(D|fexceptions|fobjc|fconstant)")
 target_compile_options(kestrav_cocoa INTERFACE "$<$<COMPILE_LANGUAGE:OBJCXX>:${flags};-fobjc-runtime=gcc;-fblocks>")
 
-# The headers of the Objective-C runtime lie among the compiler's own, which are another compiler's.
+# The headers of the Objective-C runtime are in the folder of g++'s own headers.
 file(GLOB runtime_headers /usr/lib/gcc/*/*/include/objc)
 if(NOT runtime_headers)
   message(FATAL_ERROR "The headers of the Objective-C runtime are missing (Debian: gobjc)")

@@ -3,7 +3,8 @@ add_library(kestrav_settings INTERFACE)
 target_compile_options(kestrav_settings INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
                                                   -Woverloaded-virtual -Werror)
 # g++ 12 sees an overlap in every "text" + std::string that it inlines (its bug 105651), and uninitialized members in
-# every alternative of a std::variant that is not the current one (its bug 80635). Clang and the sanitizers stay on watch.
+# every alternative of a std::variant that is not the current one (its bug 80635). Clang and the sanitizers still check
+# for both.
 target_compile_options(kestrav_settings INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict -Wno-maybe-uninitialized>)
 target_include_directories(kestrav_settings INTERFACE ${PROJECT_SOURCE_DIR}/src)

@@ -34,8 +34,8 @@ class Breakage:
     replacement: str
     kind: str
     function: str
-    text: str  # its line
-    nth: int  # among those that are alike in all of this but the place
+    text: str  # the line of the place
+    nth: int  # its number among breakages that are otherwise equal
 
     def identity(self):
         """Stays the same when the file moves to another folder or changes elsewhere."""
@@ -155,7 +155,7 @@ def constants(code):
     logs = [(match.end(), closing(code, match.end() - 1)) for match in LOG.finditer(code)]
     for match in NUMBER.finditer(code):
         if any(start <= match.start() <= end for start, end in logs):
-            continue  # the line numbers of log lines
+            continue  # a line number in a log message
         digits = match[1].replace("'", "")
         if digits.lower().startswith("0x"):
             digits = hex(int(digits, 16) + 1)
@@ -178,6 +178,6 @@ def breakages(file, text):
         line = " ".join(text[line_start:text.find("\n", start)].split())
         function = walk.function(start)
         nth = alike[kind, function, line] = alike.get((kind, function, line), 0) + 1
-        replacement += "\n" * text.count("\n", start, end)  # the lines behind it keep their numbers
+        replacement += "\n" * text.count("\n", start, end)  # later lines keep their numbers
         yield Breakage(file, text.count("\n", 0, start) + 1, start, end, text[start:end], replacement, kind, function,
                        line, nth)
