@@ -1,5 +1,5 @@
-# Makes the build description for a Mac as the preset "macos" does, with stand-ins for the tools that only a Mac has, and
-# looks at the commands. cmake -DSOURCE=… -DFOLDER=… -DCLANG=… -P mac_build.cmake
+# Generates the build description for a Mac as the preset "macos" does, with stand-ins for the tools that only a Mac
+# has, and checks the commands. cmake -DSOURCE=… -DFOLDER=… -DCLANG=… -P mac_build.cmake
 file(REMOVE_RECURSE ${FOLDER})
 foreach(tool ibtool plutil codesign install_name_tool)
   file(WRITE ${FOLDER}/bin/${tool} "#!/bin/sh\n")

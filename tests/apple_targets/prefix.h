@@ -1,11 +1,11 @@
-// Included before every source: what Apple's headers have that musl's and Debian's libc++ do not, and the other way
-// round. Declarations only: nothing is ever linked.
+// Included before every source: adds what Apple's headers have and musl's and Debian's libc++ lack, and hides what only
+// those have. Declarations only, because nothing is ever linked.
 
-// Without _GNU_SOURCE most of Linux's own names are gone.
+// Without _GNU_SOURCE most names that only Linux has are hidden.
 #define _XOPEN_SOURCE 700
 #define _DEFAULT_SOURCE
 
-// Apple's widths and kinds of integers, by which overloads and deduction differ from Linux.
+// Apple's integer types, with which overloads and deduction differ from Linux.
 typedef long long int64_t, off_t;
 typedef unsigned long long uint64_t, ino_t;
 typedef unsigned short mode_t, nlink_t;
@@ -30,7 +30,7 @@ typedef int dev_t, suseconds_t;
 #include <time.h>
 #include <unistd.h>
 
-// Those of Linux's names that remain must not be used.
+// The remaining names that only Linux has must not be used.
 #undef MSG_NOSIGNAL
 #undef SOCK_CLOEXEC
 #undef SOCK_NONBLOCK
@@ -38,7 +38,7 @@ typedef int dev_t, suseconds_t;
 #pragma GCC poison accept4 clearenv clock_nanosleep close_range dup3 execvpe pipe2 sigtimedwait sigwaitinfo statx
 #pragma GCC poison epoll_create epoll_create1 eventfd inotify_init inotify_init1 prctl renameat2 signalfd timerfd_create
 
-// What each macOS version offers is left out by Debian's libc++; here that is the point.
+// Debian's libc++ does not check which macOS version offers what; here that is the point.
 #include <__config_site>
 #undef _LIBCPP_HAS_NO_VENDOR_AVAILABILITY_ANNOTATIONS
 
@@ -56,7 +56,7 @@ long double strtold_l(const char *, char **, locale_t);
 long long strtoll_l(const char *, char **, int, locale_t);
 unsigned long long strtoull_l(const char *, char **, int, locale_t);
 
-// Apple's own.
+// Names that only Apple has.
 #define POSIX_SPAWN_CLOEXEC_DEFAULT 0x4000
 #define RENAME_SWAP 0x2
 bool dlopen_preflight(const char *path);

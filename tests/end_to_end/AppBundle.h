@@ -22,12 +22,12 @@ inline std::string runtimeInfo() {
     return PropertyList(Dictionary{{"JavaVM", Dictionary{{"JVMVersion", "17.0.9"}}}}).serialize();
 }
 
-/// What `fake_unpack200` unpacks.
+/// An archive that `fake_unpack200` unpacks.
 inline std::string pack(const std::string &content) {
     return "PACKED FOR TESTS\n" + content;
 }
 
-/// A hard link, or a copy where the file system changes.
+/// Makes a hard link, or a copy on another file system.
 inline void linkFile(const std::string &from, const std::string &to) {
     fs::create_directories(fs::path(to).parent_path());
     std::error_code error;
@@ -68,13 +68,13 @@ public:
 
     [[nodiscard]] const std::string &path() const { return path_; }
     [[nodiscard]] std::string executable() const { return path_ + "/Contents/MacOS/launcher"; }
-    /// The folder that holds the bundle, and whatever a test puts beside it.
+    /// The folder that holds the bundle and everything that a test puts beside it.
     [[nodiscard]] const TemporaryDirectory &folder() const { return folder_; }
 
     /// Info.plist: the top level and the `JavaVM` dictionary. Written by each `Launch`.
     Dictionary info;
     Dictionary javaVM;
-    /// The file's content instead.
+    /// Used as the file's content instead.
     std::optional<std::string> rawInfo;
     void writeInfo() const {
         auto complete = info;
@@ -101,7 +101,7 @@ public:
         std::ofstream(home / "lib/rt.jar.pack") << pack("content");
         return home.string();
     }
-    /// The runtime that the configuration names as it is made.
+    /// The runtime that the configuration names at first.
     [[nodiscard]] std::string runtime() const { return folder_ / "installed.jdk"; }
 
 private:

@@ -22,7 +22,7 @@ ArchiveWriter packedRuntime() {
         .file("Contents/Home/lib/rt.jar.pack", pack("content"));
 }
 
-/// A bundle that ships an archive, with no other runtime in reach.
+/// A bundle that ships an archive and can find no other runtime.
 struct ShippingBundle : AppBundle {
     explicit ShippingBundle(const std::string &archive) {
         javaVM["SearchSequence"] = Array{};
@@ -33,7 +33,7 @@ struct ShippingBundle : AppBundle {
 };
 
 TEST(Archive, RuntimeRunsAndLeavesNothing) {
-    const ShippingBundle bundle(packedRuntime().closed()); // something on its way has undone the compression
+    const ShippingBundle bundle(packedRuntime().closed()); // something has undone the compression on the way
     Launch launch(bundle, {.environment = {{"FAKE_PAUSE", "1"}}});
     const fs::path home = fs::path(launch.report().arguments.front()).parent_path().parent_path();
     const fs::path folder = home.parent_path().parent_path().parent_path();
@@ -121,7 +121,7 @@ TEST(Archive, WhatAKilledLauncherLeavesIsRemovedOnceItsProgramHasEnded) {
 }
 
 TEST(Archive, CancelEndsTheExtraction) {
-    // Data that are passed over, without end for all this test can tell, once the first file is there.
+    // After the first file, data that are skipped, far more than this test waits for.
     std::string archive = gzip(runtimeBundle().unclosed());
     const std::string zeros = gzip(std::string(1U << 24, '\0'));
     for (int entry = 0; entry < 4; ++entry) {
@@ -168,7 +168,7 @@ struct DownloadBundle : AppBundle {
 
 TEST(Download, RuntimeIsExtractedAndRuns) {
     const std::string archive = gzip(runtimeBundle().closed());
-    const LoopbackServer server([&](Connection &connection) { // it breaks after 100 bytes
+    const LoopbackServer server([&](Connection &connection) { // the connection breaks after 100 bytes
         std::string request;
         const bool moved = connection.readRequest(&request) == "/moved";
         const bool again = request.find("\r\nRange: bytes=100-\r\n") != std::string::npos;
@@ -196,7 +196,7 @@ TEST(Download, CancelEndsItQuietly) {
         }
     });
     const DownloadBundle endless(server.url("/endless"));
-    for (int run = 0; run < 4; ++run) { // half of them at any moment
+    for (int run = 0; run < 4; ++run) { // two of them at an arbitrary moment
         const int before = requests;
         Launch launch(endless, {.environment = {{"KESTRAV_LOG", "yes"}}});
         waitUntil([&] { return launch.errors().find("worker started") != std::string::npos; }, "the worker");
@@ -224,13 +224,13 @@ TEST(Download, CancelWorksWhileTheDisplayDoesNotAnswer) {
 }
 
 TEST(Download, GoesOnWithoutItsWindow) {
-    const VirtualDisplay display(false); // nobody tells the window's library before it draws
+    const VirtualDisplay display(false); // the window's library learns this only when it draws
     const std::string search = "xdotool search --onlyvisible --name '^WizardCaption$' ";
     std::atomic<bool> goOn = false;
     const std::string archive = gzip(runtimeBundle().closed());
     const LoopbackServer server([&](Connection &connection) {
         static_cast<void>(connection.readRequest());
-        connection.send("HTTP/1.0 200 OK\r\n\r\n" + archive.substr(0, 1)); // the bar moves all the time
+        connection.send("HTTP/1.0 200 OK\r\n\r\n" + archive.substr(0, 1)); // the bar keeps moving
         waitUntil([&] { return goOn.load(); }, "the window's end");
         connection.send(archive.substr(1));
     });

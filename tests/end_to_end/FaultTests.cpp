@@ -1,4 +1,4 @@
-// Calls of the system that fail: each run is whole or ends with a notice, and leaves nothing.
+// System calls that fail: each run either succeeds or ends with a notice, and leaves nothing behind.
 
 #include "Launch.h"
 #include "support/LoopbackServer.h"
@@ -11,7 +11,7 @@
 namespace kestrav::tests {
 namespace {
 
-/// Expects the program's own end, or a notice and nothing else.
+/// Expects either the Java program's own exit status, or a notice and nothing else.
 void expectWholeOrNothing(Launch &run) {
     const int status = run.wait();
     const std::string errors = run.errors();
@@ -37,7 +37,7 @@ TEST(Faults, AreOvercomeOrTold) {
     struct Case {
         const AppBundle &bundle;
         const char *kind;
-        std::initializer_list<int> calls; // each in a run of its own; below zero: that one and all later ones
+        std::initializer_list<int> calls; // each fails in its own run; below zero: that one and all later ones
         int error;
     };
     const Case cases[] = {

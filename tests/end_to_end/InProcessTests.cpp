@@ -1,5 +1,5 @@
-// In-process mode: a real runtime runs a real Java program, and a launch library of the tests shows what that one does
-// not tell.
+// In-process mode: a real runtime runs a real Java program, and a launch library of the tests shows what the real one
+// does not reveal.
 
 #include "Launch.h"
 #include "mac_installer/launcher_main.h"
@@ -60,7 +60,7 @@ TEST_F(InProcess, JavaProgramRunsAsUnderTheRuntimesOwnCommand) {
     struct Case {
         std::vector<std::string> lines;
         int status;
-        std::string output; // its beginning
+        std::string output; // how it begins
     };
     const Case cases[] = {
         {{KESTRAV_JDK, "-Dprogram.property=a b", "-cp", jar, mainClass, "@@a", "", "two words", "täxt", "a\r", "-cp",
@@ -128,7 +128,7 @@ TEST_F(InProcess, LibraryMayEnterMainAgainOrExecuteTheFileAgain) {
         EXPECT_EQ(run.wait(), 9) << run.errors();
         const std::string once = bundle.executable() + "\n" + invokeOtherMarker + "\n" + other +
                                  "\na-1\na-2\n\ntwo words\nnull; 0 0 0 0; 17.0.9 17.0.9 java java; 0 0 0 0; ";
-        // The last number is of no matter here.
+        // The last number does not matter here.
         EXPECT_EQ(std::regex_replace(run.output(), std::regex("; [0-9]+\n"), "; "),
                   "init 1 0\n" + once + once + (value == "11"s ? once : ""))
             << variable;

@@ -16,7 +16,7 @@ namespace kestrav::tests {
 namespace {
 
 constexpr std::chrono::seconds patience{60};
-constexpr std::chrono::seconds patienceAfterFailure{1}; // the rest of a failed test need not take minutes
+constexpr std::chrono::seconds patienceAfterFailure{1}; // so that the rest of a failed test does not take minutes
 constexpr std::chrono::milliseconds pollInterval{5};
 constexpr uid_t nobody = 65534;
 constexpr int failedToStart = 126;
@@ -79,7 +79,8 @@ Launch::Launch(const AppBundle &bundle, const Start &start) {
         {"XDG_CONFIG_HOME", folder_.makeDirectory("configuration")},
         {"TMPDIR", folder_.makeDirectory("temporary")},
         {"FAKE_REPORT", folder_ / "report"},
-        // A sanitizer's complaint is a crash, not status 1. The program may end with threads and memory in use.
+        // A sanitizer's report counts as a crash, not as status 1. The program may end with threads running and memory
+        // in use.
         {"ASAN_OPTIONS", "abort_on_error=1:detect_leaks=0:disable_coredump=1"},
         {"UBSAN_OPTIONS", "abort_on_error=1:print_stacktrace=1"},
         {"TSAN_OPTIONS", "abort_on_error=1:halt_on_error=1:suppressions=" KESTRAV_TSAN_SUPPRESSIONS},
@@ -135,7 +136,7 @@ int Launch::wait() {
         ADD_FAILURE() << errors();
         return -1;
     }
-    kill(-pid_, SIGKILL); // what it has left behind, while the number is still ours
+    kill(-pid_, SIGKILL); // ends what it has left behind, while the number is still ours
     waitpid(pid_, &status, 0);
     ended_ = true;
     if (!WIFEXITED(status) || WEXITSTATUS(status) == failedToStart) {
@@ -208,7 +209,7 @@ void Terminal::type(std::string_view keys) const {
 
 ArchiveWriter runtimeBundle() {
     return ArchiveWriter()
-        .file("size", contentOf(KESTRAV_TOOL).substr(0, 200'000)) // of several chunks
+        .file("size", contentOf(KESTRAV_TOOL).substr(0, 200'000)) // takes several chunks
         .directory("Contents/Home/bin/")
         .file("Contents/Info.plist", runtimeInfo())
         .file("Contents/Home/bin/java", contentOf(KESTRAV_FAKE_JAVA), 0755);

@@ -17,11 +17,11 @@ namespace kestrav::tests {
 
 /// What `fake_java` saw.
 struct Report {
-    std::vector<std::string> arguments; // argv[0] included
+    std::vector<std::string> arguments; // including argv[0]
     std::map<std::string, std::string> environment;
     std::string directory;
     std::set<std::string> descriptors;
-    std::set<std::string> signals; // the sets of those that are blocked and ignored, by their names in /proc
+    std::set<std::string> signals; // the sets of blocked and ignored signals, by their names in /proc
 
     [[nodiscard]] bool has(std::string_view argument) const;
 };
@@ -30,15 +30,15 @@ struct Report {
 struct Start {
     std::vector<std::string> arguments = {};
     std::string program = {};                            // instead of the bundle's executable
-    std::map<std::string, std::string> environment = {}; // on top of the run's own
-    int standardInput = -1;                              // without one it is empty
-    std::vector<std::string> by = {};                    // a command that becomes or starts the program
-    std::string terminal = {}; // the slave side of a pseudo-terminal: its session's leader, in the foreground
+    std::map<std::string, std::string> environment = {}; // added to the run's own variables
+    int standardInput = -1;                              // empty input if below zero
+    std::vector<std::string> by = {};                    // a command that starts the program or is replaced by it
+    std::string terminal = {}; // the slave side of a pseudo-terminal; the program leads its session, in the foreground
     bool asNobody = false;     // as a user without rights, if the tests run as root
 };
 
 /// One start of a bundle's executable, with a home, a configuration and a temporary directory of its own, and neither
-/// display nor desktop. A run that does not end within a minute fails its test; whatever is left of it ends with this
+/// display nor desktop. A run that does not end within a minute fails its test; anything left of it is ended with this
 /// object.
 class Launch {
 public:
@@ -58,7 +58,7 @@ public:
     /// Standard output and standard error up to now.
     [[nodiscard]] std::string output() const { return contentOf(folder_ / "output"); }
     [[nodiscard]] std::string errors() const { return contentOf(folder_ / "errors"); }
-    /// The run's own folder: home/, configuration/, temporary/ and what the test wants.
+    /// The run's own folder: home/, configuration/, temporary/ and anything that the test adds.
     [[nodiscard]] const TemporaryDirectory &folder() const { return folder_; }
     [[nodiscard]] bool leftNothing() const;
 
@@ -78,7 +78,7 @@ void expectRefusal(Launch &run, std::string_view message, std::string_view title
 /// Ends a run that logs and has no child yet with a signal, and expects neither a notice nor anything left.
 void expectCancelled(Launch &run);
 
-/// A pseudo-terminal, hung up with this object.
+/// A pseudo-terminal, which is hung up when this object is destroyed.
 class Terminal {
 public:
     Terminal();
@@ -91,7 +91,7 @@ private:
     std::string slave_;
 };
 
-/// A runtime as a bundle.
+/// Makes a runtime in the form of a bundle.
 ArchiveWriter runtimeBundle();
 
 } // namespace kestrav::tests

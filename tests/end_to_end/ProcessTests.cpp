@@ -1,4 +1,4 @@
-// What a child is given, which signals reach it, and what becomes of its end.
+// What a child is given, which signals reach it, and what happens when it ends.
 
 #include "Launch.h"
 
@@ -75,7 +75,7 @@ TEST(Configuration, NamesNoFileOfTheSystem) {
 
 TEST(Signals, EndTheChildAndAtOnceTheRun) {
     const AppBundle bundle;
-    bool atOnce = false; // for which a busy machine may need another try
+    bool atOnce = false; // a busy machine may need another try for this
     for (int tries = 0; tries < 5 && !atOnce; ++tries) {
         const auto begin = std::chrono::steady_clock::now();
         std::vector<std::unique_ptr<Launch>> runs;
@@ -107,8 +107,9 @@ TEST(Signals, ReachAChildThatHandlesThemOnceAndInOrder) {
     EXPECT_TRUE(run.report().has("org.example.Main"));
     run.sendSignal(SIGINT);
     expectReceived("INT ");
-    // The terminal sends to the whole group: the child has it already. The launcher stands still until the child has
-    // taken it, since two that wait at once become one; a second one would come before what follows.
+    // The terminal sends the signal to the whole group, so the child gets it directly. The launcher is stopped until
+    // the child has handled it, because two pending signals become one; if the launcher sent a second one, it would
+    // arrive before what follows.
     run.sendSignal(SIGSTOP);
     terminal.type("\x03");
     expectReceived("INT INT ");
@@ -124,7 +125,7 @@ TEST(Signals, ReachAChildThatHandlesThemOnceAndInOrder) {
 
 TEST(Signals, CancelARunThatIsAboutToStartItsChild) {
     const AppBundle bundle;
-    std::string comments; // whose reading takes a while, with all that is logged
+    std::string comments; // take a while to read, with everything that is logged
     for (int line = 0; line < 100'000; ++line) {
         comments += "#\n";
     }
@@ -134,14 +135,14 @@ TEST(Signals, CancelARunThatIsAboutToStartItsChild) {
     expectCancelled(run);
 }
 
-/// Its two ends.
+/// The two ends of a pipe.
 std::pair<FileDescriptor, FileDescriptor> makePipe() {
     int ends[2] = {-1, -1};
     EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
     return {FileDescriptor(ends[0]), FileDescriptor(ends[1])};
 }
 
-/// Every byte value, in no order that a lost or doubled block would keep.
+/// Every byte value, in an order that a lost or repeated block would break.
 std::string noise(std::size_t size) {
     std::string bytes(size, '\0');
     std::generate(bytes.begin(), bytes.end(), std::mt19937_64(size)); // NOLINT: the same every time
@@ -161,7 +162,7 @@ TEST(StandardInput, ReachesTheChildWholeAndInOrder) {
     const auto writeOnly = FileDescriptor::open("/dev/null", O_WRONLY);
     auto [burst, burstEnd] = makePipe();
     auto [slow, slowEnd] = makePipe();
-    fcntl(slow.get(), F_SETFL, O_NONBLOCK); // as a parent may leave it
+    fcntl(slow.get(), F_SETFL, O_NONBLOCK); // as a parent process may leave it
     const auto closed =
         copyingRun(bundle, {.by = {"/bin/sh", "-c", R"(exec "$@" <&- >&- 2>&-)", "sh"}}, folder, "closed");
     const auto unreadable = copyingRun(bundle, {.standardInput = writeOnly.get()}, folder, "unreadable");
@@ -172,7 +173,7 @@ TEST(StandardInput, ReachesTheChildWholeAndInOrder) {
     EXPECT_TRUE(writeAll(burstEnd.get(), content));
     burstEnd.reset();
     std::string expected;
-    for (const std::string piece : {"a", "line\n", "\xFF", "last"}) { // the next only when the child has all before it
+    for (const std::string piece : {"a", "line\n", "\xFF", "last"}) { // sent once the child has the previous one
         EXPECT_TRUE(writeAll(slowEnd.get(), piece));
         expected += piece;
         waitUntil([&] { return contentOf(folder / "slow") == expected; }, "a piece of the input");
@@ -190,9 +191,9 @@ TEST(StandardInput, KeepsWhatTheChildDoesNotRead) {
     const TemporaryDirectory folder;
     const std::string content = noise(60'000); // a pipe holds it
     struct Case {
-        std::size_t size; // that the child reads
+        std::size_t size; // how much the child reads
         bool isFile;
-        bool hasEnd; // of the input is there
+        bool hasEnd; // the input ends
     };
     for (const auto &[size, isFile, hasEnd] :
          {Case{70, true, true}, Case{0, false, true}, Case{59'000, false, true}, Case{60'000, false, false}}) {
@@ -226,7 +227,7 @@ TEST(StandardInput, TerminalIsReadOnlyInItsForeground) {
     const auto background = copyingRun(
         bundle, {.by = {"/usr/bin/perl", "-MPOSIX", "-e", session}, .terminal = back.slave()}, folder, "background");
     for (const Terminal *terminal : {&front, &back}) {
-        terminal->type("a line\nand another\n\x04"); // ends with the end-of-file key
+        terminal->type("a line\nand another\n\x04"); // the last is the end-of-file key
     }
     EXPECT_EQ(foreground->wait(), 0) << foreground->errors();
     EXPECT_EQ(contentOf(folder / "foreground"), "a line\nand another\n");

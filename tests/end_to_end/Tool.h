@@ -16,10 +16,10 @@ namespace kestrav::tests {
 
 struct Outcome {
     int status = -1;
-    std::string output; // and errors
+    std::string output; // including errors
 };
 
-/// Runs a program; no argument has a single quote.
+/// Runs a program; arguments must not contain a single quote.
 inline Outcome run(std::string command, const std::vector<std::string> &arguments) {
     for (const std::string &argument : arguments) {
         command += " '" + argument + "'";
@@ -35,7 +35,7 @@ inline Outcome run(std::string command, const std::vector<std::string> &argument
     return outcome;
 }
 
-/// The names of what is in a folder, in no order.
+/// The names in a folder, in any order.
 inline std::vector<std::string> namesIn(const std::string &folder) {
     std::vector<std::string> names;
     for (const auto &entry : fs::directory_iterator(folder)) {
@@ -55,21 +55,21 @@ inline std::string makeHome(const TemporaryDirectory &folder, const std::string 
     fs::create_symlink(folder / (name + "/release"), folder / (name + "/lib/absolute"));
     fs::create_symlink("nowhere", folder / (name + "/lib/dangling"));
     fs::create_hard_link(folder / (name + "/release"), folder / (name + "/hard"));
-    using Clock = fs::file_time_type::clock; // a time that the archive cannot hold
+    using Clock = fs::file_time_type::clock; // for a time that the archive cannot hold
     fs::last_write_time(folder / (name + "/release"),
                         Clock::from_sys(std::chrono::sys_seconds(std::chrono::hours(-24))));
     return folder / name;
 }
 
-/// A class of Java 8 that has nothing else.
+/// An empty class for Java 8.
 inline const std::string java8Class("\xCA\xFE\xBA\xBE\0\0\0\x34", 8);
 
-/// A Java archive with this manifest and, if it is to have one, a class whose name is not ASCII.
+/// Makes a Java archive with this manifest and, if one is given, a class whose name is not ASCII.
 inline std::string makeJar(const TemporaryDirectory &folder, const std::string &name, const std::string &manifest,
                            bool hasClass = true) {
     folder.write("content/META-INF/MANIFEST.MF", manifest);
     folder.write("content/a/Größe.class", java8Class);
-    folder.write(name, ""); // makes its folder
+    folder.write(name, ""); // creates the folder
     std::vector<std::string> arguments{"--format", "zip", "-cf", folder / name, "-C", folder / "content"};
     arguments.insert(arguments.end(), {"META-INF/MANIFEST.MF", "a/Größe.class"});
     arguments.resize(arguments.size() - (hasClass ? 0 : 1));
@@ -82,7 +82,7 @@ inline Outcome makeTool(const TemporaryDirectory &folder, std::vector<std::strin
                         const std::string &words = "--installer") {
     options.insert(options.begin(), {"--identifier", "org.example.tool"});
     options.push_back(folder / "Test.app");
-    // What it makes is for others all the same.
+    // Other users can read what it makes all the same.
     return run("cd " + folder.path() + "; umask 077; " KESTRAV_TOOL " " + words, options);
 }
 

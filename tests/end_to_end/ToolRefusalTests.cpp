@@ -1,4 +1,4 @@
-// What kestrav-bundle refuses to make, and what is there after it has failed.
+// What kestrav-bundle refuses to make, and what is left after a failure.
 
 #include "AppBundle.h"
 #include "Tool.h"
@@ -22,7 +22,7 @@ TEST(Tool, NothingIsLeftBehindByAnEndOnTheWay) {
     const TemporaryDirectory folder;
     const std::string home = makeHome(folder);
     folder.write("home/lib/modules", "");
-    fs::resize_file(home + "/lib/modules", (std::uintmax_t{1} << 31U) - 1); // some work
+    fs::resize_file(home + "/lib/modules", (std::uintmax_t{1} << 31U) - 1); // takes some time
     const std::string command = std::string(KESTRAV_TOOL) + " --installer --identifier org.example.tool --jar " +
                                 KESTRAV_PROGRAM_JAR + " --runtime " + home + " Test.app";
     fs::create_directory(folder / "made");
@@ -156,7 +156,7 @@ TEST(Tool, AnExistingApplicationStaysUntilTheNewOneIsComplete) {
     EXPECT_THAT(makeTool(folder, {}, words).output, HasSubstr("is already there"));
     EXPECT_THAT(makeTool(folder, {"--replace", "--icon", "none"}, words).output, HasSubstr("cannot be read"));
     EXPECT_EQ(contentOf(folder / "Test.app/precious"), "kept");
-    // Several at once, and a killed run before them.
+    // Several runs at once, after one that was killed.
     folder.write(".kestrav-bundle-killed/old/Other.app/Contents/Info.plist", "other");
     folder.write(".kestrav-bundle-killed/old/Test.app/Contents/Info.plist", "older");
     std::vector<std::future<Outcome>> runs(4);

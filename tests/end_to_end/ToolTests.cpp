@@ -13,7 +13,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
 
-/// A bundle of the tests in whose place the tool has put its own.
+/// A test bundle that the tool has replaced with its own.
 struct MadeBundle : AppBundle {
     explicit MadeBundle(std::vector<std::string> options) {
         writeInfo();
@@ -63,7 +63,7 @@ TEST(Tool, ArchiveHoldsTheRuntimeWhole) {
     ASSERT_EQ(outcome.status, 0) << outcome.output;
     EXPECT_THAT(outcome.output, HasSubstr("home/lib/dangling, a link to nowhere, which is not there"));
     const std::string archive = folder / "Test.app/Contents/Resources/app/jre.tar.gz";
-    EXPECT_EQ(contentOf(archive).substr(4, 4), std::string(4, '\0')); // no time: the same archive every time
+    EXPECT_EQ(contentOf(archive).substr(4, 4), std::string(4, '\0')); // no time, so the archive is always the same
     EXPECT_EQ(run("tar", {"tzf", archive}).output,
               "Contents/\nContents/Home/\nContents/Home/bin/\nContents/Home/bin/java\nContents/Home/bin/java-link\n"
               "Contents/Home/hard\nContents/Home/lib/\nContents/Home/lib/absolute\nContents/Home/lib/conf/\n"
@@ -217,7 +217,7 @@ TEST(Tool, SaysWhereTheRuntimeWillComeFrom) {
         const Outcome outcome = makeTool(folder, {}, "--main-class a.B --class-path '$NAME' " + options);
         EXPECT_EQ(outcome.status, 0) << outcome.output;
         EXPECT_THAT(outcome.output, HasSubstr(std::string("runtime: ") + runtime));
-        // No class tells here which version the program needs.
+        // No class here shows which version the program needs.
         const bool isBounded = options.starts_with("--min-version");
         EXPECT_EQ(outcome.output.find("give --min-version") == std::string::npos, isBounded) << outcome.output;
     }

@@ -12,7 +12,7 @@
 namespace kestrav::tests {
 namespace {
 
-/// The visible progress windows, one number a line. The bundles' string table has no title: its key stands for it.
+/// The visible progress windows, one number per line. The bundles' string table has no title, so the key is shown.
 std::string windows(const VirtualDisplay &display) {
     return display.run("xdotool search --onlyvisible --name '^WizardCaption$'");
 }
@@ -68,14 +68,14 @@ TEST(ProgressWindow, OnlyClosesWhileTheProgramRuns) {
         EXPECT_EQ(run.errors(), "");
     };
 
-    // Before it would go by itself, for which a busy machine may need another try.
+    // Before it would close by itself; a busy machine may need another try.
     bool atOnce = false;
     for (int tries = 0; tries < 5 && !atOnce; ++tries) {
         const auto begin = std::chrono::steady_clock::now();
         Launch closed(bundle, start);
         const Report report = closed.report();
         EXPECT_EQ(report.descriptors, (std::set<std::string>{"0", "1", "2"}));
-        EXPECT_EQ(report.environment.count("GSK_RENDERER"), 0U); // ours
+        EXPECT_EQ(report.environment.count("GSK_RENDERER"), 0U); // the launcher's own
         waitForWindows(display, 1);
         static_cast<void>(display.run("xdotool key alt+F4"));
         waitForWindows(display, 0);
@@ -86,7 +86,7 @@ TEST(ProgressWindow, OnlyClosesWhileTheProgramRuns) {
 
     Launch forgotten(bundle, start);
     waitForWindows(display, 1);
-    waitForWindows(display, 0); // once the program had time to show its own
+    waitForWindows(display, 0); // once the program has had time to show its own
     endsWithItsChild(forgotten);
 
     Launch bereft(bundle, start);
@@ -118,7 +118,7 @@ TEST(ProgressWindow, IsDoneWithoutInSilence) {
           std::pair(interfaceFile, "<interface><object"),
           std::pair(interfaceFile, "<interface><object class='GtkLabel' id='window'/></interface>")}) {
         const AppBundle bundle;
-        fs::remove(bundle.folder() / file); // the template's own must not change with it
+        fs::remove(bundle.folder() / file); // so that the template's file does not change with it
         bundle.folder().write(file, content);
         Launch run(bundle, {.environment = {{"DISPLAY", display.name()}, {"FAKE_EXIT", "5"}}});
         EXPECT_EQ(run.wait(), 5) << file;

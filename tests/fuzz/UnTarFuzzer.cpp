@@ -13,7 +13,7 @@ namespace fs = std::filesystem;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size) {
     static const kestrav::tests::TemporaryDirectory directory;
-    static const std::string canary = [] { // which names and links in an archive reach as "../canary/file"
+    static const std::string canary = [] { // names and links in an archive reach it as "../canary/file"
         kestrav::platform::testing::replacements().logSink = [](std::string_view) {};
         return directory.write("canary/file", "alive");
     }();
@@ -26,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const std::string content(std::istreambuf_iterator<char>(file), {});
     if (content != "alive" || !fs::is_regular_file(fs::symlink_status(canary)) ||
         std::distance(fs::directory_iterator(directory / "canary"), {}) != 1 ||
-        std::distance(fs::directory_iterator(directory.path()), {}) != 2) { // the archive and this
+        std::distance(fs::directory_iterator(directory.path()), {}) != 2) { // the archive and the canary
         std::abort();
     }
     return 0;

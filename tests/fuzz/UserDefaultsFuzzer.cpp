@@ -1,6 +1,6 @@
-// A fuzzer for string tables, whose reading ends, and for the user's defaults, and with them for every property list:
-// setting a key keeps what else the file holds, or leaves a damaged file alone; what was read can be printed, written
-// and read again.
+// A fuzzer for string tables and for the user's defaults, and thereby for all property lists. Reading a string table
+// ends; setting a key keeps everything else in the file, or leaves a damaged file alone; what was read can be printed,
+// written and read again.
 
 #include "platform/FileManager.h"
 #include "platform/PropertyList.h"

@@ -27,7 +27,7 @@ protected:
 TEST_F(DownloadProgress, OfAKnownLength) {
     constexpr std::int64_t mebibyte = 1 << 20;
     struct Piece {
-        std::int64_t microseconds; // since the one before
+        std::int64_t microseconds; // since the previous one
         std::int64_t bytes;
         double bar;
         std::string line;
@@ -50,7 +50,7 @@ TEST_F(DownloadProgress, OfAKnownLength) {
     };
     for (const auto &test : cases) {
         line.setStringValue("");
-        delegate.didReceiveResponse(test.length); // starts anew each time
+        delegate.didReceiveResponse(test.length); // starts over each time
         for (const Piece &piece : test.pieces) {
             now += piece.microseconds;
             delegate.didReceiveDataOfLength(piece.bytes);
@@ -93,7 +93,7 @@ TEST(JavaProcess, GetsWhatTheTerminalSentBeforeItWasThere) {
     JavaProcess process("/bin/sleep", {"60"});
     const auto before = platform::monotonicNanoseconds();
     process.start();
-    process.passOn({SIGINT, true, platform::monotonicNanoseconds()}); // the terminal has sent it to the child as well
+    process.passOn({SIGINT, true, platform::monotonicNanoseconds()}); // the child has it from the terminal already
     process.passOn({SIGTERM, true, before});
     EXPECT_EQ(process.waitForExit(), 128 + SIGTERM);
 }

@@ -91,7 +91,7 @@ TEST_F(Options, AFileThatIncludesItselfIsReadOnce) {
     directory.write("a.txt", "-a1\n-include-options b.txt\n-a2");
     directory.write("b.txt", "-b\n-include-options ./a.txt\n-include-options link.txt\n-include-options c.txt");
     directory.write("c.txt", "-c");
-    directory.write("\"half", "-half\n-classpath/p x.jar"); // no pair of quotes
+    directory.write("\"half", "-half\n-classpath/p x.jar"); // an unpaired quote
     std::filesystem::create_symlink("a.txt", directory / "link.txt");
     EXPECT_EQ(read("-include-options a.txt\n-include-options c.txt\n-include-options c.txt\n-include-options \"half"),
               "x.jar:(null)");
@@ -110,7 +110,7 @@ TEST_F(Variables, AreReplacedWhereTheyAreKnown) {
         {"${NO_SUCH_VAR}${EMPTY}", "${NO_SUCH_VAR}"},
         {"${WITH SPACE}", "x y"},
         {"${Z}}", "brace"},
-        {"${A}", "${A}!"}, // B's turn comes after A's, A's does not come again
+        {"${A}", "${A}!"}, // B is replaced after A, and A is not looked at again
         {"${B}", "${A}!"},
         {"${${A}", "${${A}!"},
         {"${", "${"},
@@ -118,7 +118,7 @@ TEST_F(Variables, AreReplacedWhereTheyAreKnown) {
     for (const auto &[text, expected] : cases) {
         EXPECT_EQ(launcher.replaceVariables(text), expected) << text;
     }
-    // Many names without an end take no longer than their number asks for: the square of it is half an hour.
+    // The time for many unfinished names grows with their number, not with its square, which would take half an hour.
     std::string many;
     for (int count = 0; count < 1'000'000; ++count) {
         many += "${";

@@ -91,8 +91,8 @@ TEST_F(LauncherStart, LibraryIsGivenTheVectorAndTheVersion) {
     const auto defaults = platform::contentsOfFile(directory / "home/.config/kestrav/Tool.plist");
     EXPECT_THAT(defaults.value_or(""), AllOf(HasSubstr("AppleWindowTabbingMode"), HasSubstr("<string>manual<")));
 
-    // A runtime without a version, its path a relative one: not searched for, and kept for another execution, which
-    // need not have this working directory.
+    // A runtime without a version, with a relative path: it is not searched for, and it is kept for another execution,
+    // which may have another working directory.
     addLibrary(directory.makeDirectory("bare"));
     const fs::path before = fs::current_path();
     fs::current_path(directory.path());
@@ -107,7 +107,7 @@ TEST_F(LauncherStart, LibraryIsGivenTheVectorAndTheVersion) {
 TEST_F(LauncherStart, TheProgramsLanguageIsExported) {
     const std::string runtime = makeRuntime("rt", "17");
     configure({{"JavaVM", Dictionary{{"MainClass", "Main"}, {"SearchSequence", Array{"R" + runtime}}}}});
-    setEnvironment({{"LANG", "xx_YY.UTF-8"}}); // the process's own copy, which the runtime does not read
+    setEnvironment({{"LANG", "xx_YY.UTF-8"}}); // changes only the process's own copy, which the runtime does not read
     unsetenv("LANG");
     launcher.load("program");
     EXPECT_STREQ(std::getenv("LANG"), "xx_YY.UTF-8");
@@ -118,7 +118,7 @@ TEST_F(LauncherStart, TheProgramsLanguageIsExported) {
 TEST_F(LauncherStart, LibraryIsTheFirstOfItsPlaces) {
     const std::string runtime = makeRuntime("rt", "17");
     load(runtime + "\nMain");
-    // From the last place to the first.
+    // The places from the last to the first.
     Strings folders{"lib", "lib/jli", "Contents/Home/lib", "Contents/Home/lib/jli", "Contents/Home/jre/lib/jli"};
     if (const std::string processor(platform::processorFolder()); !processor.empty()) {
         for (const std::string above : {"Contents/Home/jre/", "Contents/Home/", "jre/", ""}) {
@@ -149,7 +149,7 @@ TEST_F(LauncherStart, LibraryExpandsArgumentFiles) {
         const char *program;
         const char *lines;
         const char *output;
-        int allocations; // the list, its elements and one for each entry: what was expanded is freed
+        int allocations; // the list, its elements and one per entry: everything that was expanded is freed
     };
     const Case cases[] = {
         {"program", "-cp\n@a\nMain\n@", "init 1 0\nprogram\n-cp\na-1\na-2\nMain\n", 7},

@@ -39,7 +39,7 @@ TEST_F(Search, TheSequenceIsTriedInOrder) {
         OptionalText found;
     };
     const Case cases[] = {
-        {{"R" + eight, "R" + eleven, 7}, {}, eight}, // the turn of the wrong type never comes
+        {{"R" + eight, "R" + eleven, 7}, {}, eight}, // the entry of the wrong type is never reached
         {{"ENO_SUCH", "EJDK", "Y"}, {}, eleven},
         {{"R" + (directory / "${NAME}")}, {}, eight},
         {{"R" + (directory / "missing"), "y", "", "x" + eight, "r" + eight, "Y"}, {}, installed},
@@ -52,7 +52,7 @@ TEST_F(Search, TheSequenceIsTriedInOrder) {
     std::filesystem::current_path(directory.path());
     EXPECT_EQ(findBySequence({"Rr8"}), eight); // stays valid in another working directory
     std::filesystem::current_path("/");
-    EXPECT_EQ(find({}), installed); // no sequence is a single "Y"
+    EXPECT_EQ(find({}), installed); // no sequence counts as a single "Y"
     EXPECT_THAT(logged("search sequence"), ElementsAre("search sequence (null)"));
     EXPECT_EQ(launcher.runtime->launchJavaVersion, "17");
 }
@@ -162,7 +162,7 @@ protected:
 
 TEST_F(OwnRuntime, IsPreferredInThisOrder) {
     configure({{"ksv.baseDir", "$APP_PACKAGE/../base"},
-               {"ksv.minVersion", "99"}, // bounds are for others' runtimes
+               {"ksv.minVersion", "99"}, // bounds do not apply to the application's own runtime
                {"JavaVM", Dictionary{{"SearchSequence", Array{}}}}});
     const std::string base = bundlePath + "/../base/";
     directory.makeDirectory("base/.kestrav/jre");

@@ -89,7 +89,7 @@ TEST_F(UnTarSafetyTest, EveryDamagedArchiveEnds) {
     }
     constexpr std::size_t fieldsRead = 262;
     for (std::size_t at = 0; at < tar.size(); at += at % 512 < fieldsRead ? 1 : 512 - fieldsRead) {
-        refresh();                                   // hard links want an empty folder
+        refresh();                                   // hard links need an empty folder
         (void)untar(gzip(changed(tar, at, '\x4f'))); // among others, "." for "a"
     }
     EXPECT_TRUE(outsideIsUntouched());

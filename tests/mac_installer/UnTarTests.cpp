@@ -55,7 +55,7 @@ TEST(TarHeader, TextFields) {
     EXPECT_EQ(header(archive).name(), hundred);
     archive.patch(345, std::string(155, 'p'));
     EXPECT_EQ(header(archive).name(), std::string(155, 'p') + "/" + hundred);
-    archive.patch(257, "ustar  \0"sv); // the older GNU form, which has times there
+    archive.patch(257, "ustar  \0"sv); // the older GNU form, which has times in that place
     EXPECT_EQ(header(archive).name(), hundred);
     EXPECT_TRUE(header(archive).hasMagic());
     archive.patch(0, std::string(500, 'x'));
@@ -102,7 +102,7 @@ TEST_F(UnTarTest, WhatIsExtractedAndWhatIsLogged) {
     const auto f = [] { return archiveOf("f=data"); };
     const std::string large(300000, 'x');
     const std::string packed = gzip(f().closed());
-    constexpr std::size_t longerThanAChunk = 800'000; // which is inflated as one, ahead of what is extracted
+    constexpr std::size_t longerThanAChunk = 800'000; // a chunk is inflated as a whole, ahead of what is extracted
     const std::string packedWithTail = gzip(f().closed() + std::string(longerThanAChunk, '\0'));
     const auto damaged = [](std::string bytes, std::size_t fromEnd) {
         bytes[bytes.size() - fromEnd] = static_cast<char>(bytes[bytes.size() - fromEnd] ^ 1);

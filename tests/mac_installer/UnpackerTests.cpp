@@ -33,11 +33,11 @@ TEST_F(Unpacking, EveryArchiveGoesThroughTheTool) {
     for (const char *other : {"jre/lib/x.JAR.PACK", "jre/lib/security/deep.jar.pack"}) {
         directory.write(other, "");
     }
-    EXPECT_TRUE(unpack()); // nothing to do, and no tool that could
+    EXPECT_TRUE(unpack()); // there is nothing to do, and no tool
     directory.write("jre/lib/a b.jar.pack", "1");
     directory.write("jre/lib/ext/c.jar.pack", "2");
     directory.write("jre/lib/ext/interrupted.jar.part", "3");
-    // Our standard input is the program's, the terminal's signals are ours.
+    // Our standard input belongs to the Java program, and the terminal's signals are for us.
     ASSERT_EQ(dup2(platform::FileDescriptor::open("/", O_RDONLY).get(), STDIN_FILENO), STDIN_FILENO);
     useTool(R"sh([ $# = 3 ] && [ "$1" = -r ] && [ "$(readlink /proc/$$/fd/0)" = /dev/null ] &&
                  [ "$(cut -d ' ' -f 5 /proc/$$/stat)" = $$ ] && mv "$2" "$3")sh");

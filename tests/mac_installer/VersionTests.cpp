@@ -22,7 +22,7 @@ TEST(Versions, AreOrderedByElements) {
         const char *b;
         int order;
     };
-    // Each also holds the other way round.
+    // Each is also compared the other way round.
     const Case cases[] = {
         {"", "", 0},
         {"", "1", -1},

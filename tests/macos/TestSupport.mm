@@ -6,7 +6,7 @@
 
 #import <Foundation/Foundation.h>
 
-/// The product's; here it does not pause.
+/// Replaces the product's function, without pausing.
 @interface DownloadReceiver : NSObject
 @end
 @implementation DownloadReceiver (WithoutPauses)
@@ -18,7 +18,7 @@
 namespace kestrav::tests {
 namespace {
 
-/// A home of its own, for the user's defaults, and the pool that Foundation wants.
+/// A separate home for the user's defaults, and the pool that Foundation needs.
 class Environment : public ::testing::Environment {
     void SetUp() override {
         setenv("HOME", home_.path().c_str(), 1);
@@ -38,7 +38,7 @@ void prepareDownloads() {
     unsetenv("http_proxy");
 }
 
-void finishDownloads(int /*others*/) {} // a connection that is over or cancelled leaves nothing that works on
+void finishDownloads(int /*others*/) {} // nothing keeps running once a connection has ended or is cancelled
 
 void runMainLoop(bool wait) {
     NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init];

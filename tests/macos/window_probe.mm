@@ -12,7 +12,7 @@
 #import "platform/macos/InterfaceDelegate.h"
 
 // Stands in for the program behind the real window: changes the controls, presses what can be pressed, and ends with
-// status 0 if everything has arrived.
+// status 0 if everything had its effect.
 
 namespace {
 
@@ -53,7 +53,7 @@ public:
 
     void applicationDidFinishLaunching() override {
         check([[real_ window] isVisible], "the window is shown");
-        // Only now: GNUstep has put a handler of its own in before.
+        // Not earlier, because GNUstep installs a handler of its own first.
         Signals::handleTermination([](TerminationSignal signal) {
             check(signal.number == SIGTERM, "quitting asks the process to end");
             OperationQueue::mainQueue().addOperation([] { throw std::runtime_error("for the loop"); });

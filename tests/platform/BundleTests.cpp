@@ -29,7 +29,7 @@ TEST(Bundle, FindsItsInformationAndResources) {
         {"Contents/Info.plist", "/Resources"},
         {"Contents/Resources/x.icns", "/Contents/Resources"},
     };
-    const TemporaryDirectory directory; // each case adds what counts more than what is there
+    const TemporaryDirectory directory; // each case adds a file that takes precedence over the earlier ones
     for (const auto &[file, resources] : cases) {
         directory.write(file, PropertyList(Dictionary{{"CFBundleIdentifier", file}}).serialize());
         const auto bundle = Bundle::create(directory.path());
@@ -48,7 +48,7 @@ TEST(Bundle, TextsOfKeysThatAreMissing) {
     const TemporaryDirectory directory;
     const PropertyList table(Dictionary{{"", "nothing"}, {"empty", ""}, {"list", PropertyList::Array{"a"}}});
     directory.write("Contents/Resources/en.lproj/Localizable.strings", table.serialize());
-    testing::setEnvironment({{"LANG", "en"}}); // as every user has it on GNUstep
+    testing::setEnvironment({{"LANG", "en"}}); // as for every user on GNUstep
     const auto bundle = Bundle::create(directory.path());
     EXPECT_EQ(bundle->localizedStringForKey("missing", ""), "missing");
     EXPECT_EQ(bundle->localizedStringForKey("missing", "value"), "value");
@@ -70,7 +70,7 @@ TEST(LinuxBundle, KeepsWhatIsWrongWithItsDescription) {
         directory.write("Contents/Info.plist", content);
         EXPECT_THAT(damage(), HasSubstr("Info.plist is damaged")) << content;
     }
-    EXPECT_TRUE(lines.empty()); // a runtime is somebody else's
+    EXPECT_TRUE(lines.empty()); // a runtime is not ours to report on
     testing::replacements().logSink = nullptr;
 }
 

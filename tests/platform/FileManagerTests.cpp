@@ -99,7 +99,7 @@ TEST(FileManager, RemovesWholeTreesAndNothingElse) {
     EXPECT_EQ(contentsOfFile(kept), "x");
     EXPECT_EQ(removeItemAtPath(directory / "tree"), std::errc::no_such_file_or_directory);
 
-    // What would surprise: the root, the working directory, the part before a NUL byte.
+    // Paths that must not be removed by surprise: the root, the working directory, the part before a NUL byte.
     for (const std::string &path : {std::string(), std::string("/"), directory / "outside/.", directory / "outside/..",
                                     directory / "outside" + std::string("\0", 1)}) {
         EXPECT_TRUE(removeItemAtPath(path)) << path;
@@ -174,7 +174,7 @@ TEST(TrustedPath, IsNobodyElsesToMake) {
     for (const auto &[path, itsBundle, reason] : cases) {
         EXPECT_EQ(reasonToDistrust(path, itsBundle), reason) << path;
     }
-    // A file that was exchanged since it was opened: what lies there now says nothing of it.
+    // A file that was exchanged since it was opened: what is there now says nothing about it.
     const FileDescriptor opened = FileDescriptor::openRegularFile(theirs);
     EXPECT_EQ(reasonToDistrust(opened, own, "/"), own + otherUsers);
     EXPECT_EQ(reasonToDistrust(opened, own, bundle), std::nullopt);

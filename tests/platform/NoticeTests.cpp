@@ -21,7 +21,7 @@ namespace {
 using ::testing::ExitedWithCode;
 using tests::TemporaryDirectory;
 
-/// A D-Bus daemon of the test's own with, for a mode that is not empty, a notification service on it.
+/// A D-Bus daemon of the test's own and, unless the mode is empty, a notification service on it.
 class NotificationBus {
 public:
     explicit NotificationBus(const std::string &mode) {
@@ -39,7 +39,7 @@ public:
 
     [[nodiscard]] std::string socket() const { return directory_ / "bus"; }
     [[nodiscard]] std::string address() const { return "unix:path=" + socket(); }
-    /// What the service was asked to show, one notice a line.
+    /// What the service was asked to show, one notice per line.
     [[nodiscard]] std::string shown() const {
         std::ifstream file(directory_ / "record");
         return {std::istreambuf_iterator<char>(file), {}};
@@ -51,7 +51,7 @@ private:
 };
 
 void prepare(const ProcessInfo::Environment &environment, const std::string &bundle = KESTRAV_TEST_BUNDLE) {
-    alarm(100); // rather than hang
+    alarm(100); // ends the test if it hangs
     testing::replacements().mainBundle = Bundle::create(bundle);
     testing::setArguments({"/x/demo"});
     testing::setEnvironment(environment);
@@ -98,9 +98,9 @@ TEST(DisplayNoticeDeathTest, WithoutDesktopAsLineOnStandardError) {
 
 TEST(DisplayNoticeDeathTest, OnTheDesktopAndNowhereElse) {
     const TemporaryDirectory directory;
-    const std::string folder = directory.makeDirectory("a, b;\xC3\xA9=%"); // what an address must escape
-    // A machine with much else to do may take longer than the second that a notice is given, and then the line on
-    // standard error is right; in the long run the notice must get through.
+    const std::string folder = directory.makeDirectory("a, b;\xC3\xA9=%"); // to be escaped in an address
+    // A busy machine may take longer than the second that a notice is allowed; then the line on standard error is
+    // right. Within some attempts the notice must be shown.
     const auto tryUntilShown = [&](const ProcessInfo::Environment &environment, const char *title,
                                    const char *message) {
         prepare(environment);

@@ -35,7 +35,7 @@ TEST(Exception, SaysWhatWasRaisedAndWhere) {
 
 TEST(WriteWithin, GivesUpOnAReceiverThatStoppedReading) {
     const Pipe pipe;
-    const std::string more(1 << 20, 'x'); // than a pipe holds
+    const std::string more(1 << 20, 'x'); // more than a pipe holds
     EXPECT_TRUE(writeWithin(pipe.writeEnd.get(), "line", 10));
     EXPECT_FALSE(writeWithin(pipe.writeEnd.get(), more, 10));
 }
@@ -69,7 +69,7 @@ TEST(TaskTests, FailuresToStartNamePathAndReason) {
             EXPECT_EQ(exception.name(), "TaskLaunchException");
             EXPECT_EQ(exception.reason(), "could not start " + test.path + ": " + test.reason);
         }
-        task.sendSignal(SIGKILL); // to nobody
+        task.sendSignal(SIGKILL); // has no effect
         EXPECT_THROW(task.waitUntilExit(), Exception);
     }
 }
@@ -91,7 +91,7 @@ TEST(TaskTests, ClosedStandardInput) {
         ensureStandardDescriptors();
         char byte = 0;
         const bool isEmpty = pipe.readEnd.get() > STDERR_FILENO && read(STDIN_FILENO, &byte, 1) == 0;
-        // The child's standard input may be ours already, and close-on-exec at that.
+        // The child's standard input may already be ours, and close-on-exec.
         dup2(pipe.readEnd.get(), STDIN_FILENO);
         fcntl(STDIN_FILENO, F_SETFD, FD_CLOEXEC);
         const bool written = writeAll(pipe.writeEnd.get(), "text");
@@ -154,8 +154,8 @@ TEST(ProcessInfoTests, EndIsFlushedAndFinal) {
     EXPECT_EXIT(end(), ::testing::ExitedWithCode(42), "flushed");
 }
 
-/// Of a process that it changes for good: tells on standard error "NUMBER/FROMTERMINAL " for each signal until `count`
-/// have come.
+/// Runs in a child process, which it changes for good: writes "NUMBER/FROMTERMINAL " to standard error for each signal
+/// until `count` have arrived.
 [[noreturn]] void tellSignals(int count, const std::function<void()> &cause) {
     Signals::handleTermination([count](TerminationSignal signal) mutable {
         static_cast<void>(
@@ -166,7 +166,7 @@ TEST(ProcessInfoTests, EndIsFlushedAndFinal) {
     });
     cause();
     for (;;) {
-        pause(); // a main thread that is held up
+        pause(); // a main thread that is blocked
     }
 }
 
@@ -174,12 +174,12 @@ TEST(SignalsTests, EachSignalArrivesInOrder) {
     sigset_t blocked;
     sigemptyset(&blocked);
     sigaddset(&blocked, SIGTERM);
-    sigprocmask(SIG_BLOCK, &blocked, nullptr); // as a careless parent leaves it
+    sigprocmask(SIG_BLOCK, &blocked, nullptr); // as a careless parent may leave it
     const auto kills = [] {
         for (const int number : {SIGTERM, SIGINT, SIGHUP, SIGQUIT, SIGTERM, SIGTERM}) {
             kill(getpid(), number);
         }
-        raise(SIGINT); // which the system marks differently
+        raise(SIGINT); // marked differently by the system
     };
     EXPECT_EXIT(tellSignals(7, kills), ::testing::ExitedWithCode(0), "^15/0 2/0 1/0 3/0 15/0 15/0 2/0 $");
 }
@@ -195,7 +195,7 @@ TEST(OperationQueueTests, OrderAndMerging) {
         std::string ran;
     } cases[] = {
         {{{"", "1"}, {"", "2"}, {"", "3"}}, "123"},
-        {{{"bar", "1"}, {"text", "2"}, {"bar", "3"}, {"bar", "4"}}, "124"}, // order towards others holds
+        {{{"bar", "1"}, {"text", "2"}, {"bar", "3"}, {"bar", "4"}}, "124"}, // the order relative to others is kept
         {{{"bar", "1"}, {"", "2"}, {"bar", "3"}}, "123"},
     };
     for (const auto &test : cases) {

@@ -1,4 +1,4 @@
-// What stands behind the progress window, and in its place: the icon's image and the line on the terminal.
+// The parts around the progress window: the icon's image, and the terminal's line in place of the window.
 
 #include "platform/Application.h"
 #include "platform/FileDescriptor.h"
@@ -19,7 +19,7 @@
 namespace kestrav::platform::tests {
 namespace {
 
-/// A member of an icon file: its type, its length with these eight bytes, and its content.
+/// A member of an icon file: its type, its length including these eight bytes, and its content.
 std::string member(const std::string &type, const std::string &content) {
     const std::size_t length = content.size() + 8;
     return type + std::string(2, '\0') + static_cast<char>(length >> 8U) + static_cast<char>(length & 0xFFU) + content;
@@ -60,7 +60,7 @@ TEST(IconImage, IsTheOneThatFillsTheSquare) {
     }
 }
 
-/// A terminal that standard error is from now on.
+/// A terminal to which standard error is redirected.
 class Terminal {
 public:
     Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
@@ -69,9 +69,9 @@ public:
         dup2(slave.get(), STDERR_FILENO);
     }
 
-    /// What has been written since the last call.
+    /// The output since the last call.
     [[nodiscard]] std::string written() const {
-        constexpr char mark = '\x01'; // the terminal hands on what it gets when it likes; this comes last
+        constexpr char mark = '\x01'; // the terminal delivers its input in its own time, so this marks the end
         EXPECT_EQ(write(STDERR_FILENO, &mark, 1), 1);
         std::string text;
         char byte = 0;

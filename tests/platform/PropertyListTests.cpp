@@ -75,7 +75,7 @@ TEST(PropertyList, WritesWhatItReads) {
     EXPECT_EQ(PropertyList::parse(PropertyList("\xFF").serialize()), "\uFFFD");
 }
 
-// The library that reads property lists on Linux follows whatever the bytes say.
+// The library used on Linux trusts its input, so damaged bytes must be refused before it sees them.
 
 TEST(LinuxPropertyList, ReadsMarkedSectionsEncodingsAndRareCharacters) {
     EXPECT_EQ(PropertyList::parse(xml("<string>a<![CDATA[<b>]]></string>")), "a<b>");
@@ -93,7 +93,7 @@ TEST(LinuxPropertyList, RefusesDamagedLists) {
     const std::string outer = binary({reference("\xD1", {1, 2}), text("a"), text("bcd")});
     for (std::size_t size = 0; size < outer.size(); ++size) {
         EXPECT_EQ(PropertyList::parse(std::string_view(outer).substr(0, size)), std::nullopt) << size;
-        for (unsigned value = 0; value < 256; ++value) { // any single wrong byte: no crash, whatever comes out
+        for (unsigned value = 0; value < 256; ++value) { // any single wrong byte: no crash, whatever the result
             std::string changed = outer;
             changed[size] = static_cast<char>(value);
             static_cast<void>(PropertyList::parse(changed));
@@ -114,7 +114,7 @@ TEST(LinuxPropertyList, RefusesDamagedLists) {
 
 TEST(LinuxPropertyList, RefusesWhatWouldUseUpTheMachine) {
     EXPECT_TRUE(PropertyList::parse(xml(repeated("<array>", 500) + repeated("</array>", 500))));
-    // What the library passes over ends no element.
+    // What the library skips must not end an element.
     for (const char *passedOver : {"", "<!--</array>-->", "<string><![CDATA[</array>]]></string>", "<?x </array>?>",
                                    "<?x \"?></array>\" ?>", "<string a=\"></array>\"/>"}) {
         for (const char *before : {"", "<array/>", "<plist><array/></plist>"}) {

@@ -52,7 +52,7 @@ TEST(Text, SplitsReplacesAndTrims) {
     EXPECT_EQ(trimming(" \ta b\t", " \t"), "a b");
     EXPECT_EQ(trimmingWhitespaceAndNewlines("\u3000\r\n a b \u00A0\u0085\u2029\t"), "a b");
     EXPECT_EQ(trimmingWhitespaceAndNewlines(" \u2003 "), "");
-    EXPECT_EQ(trimmingWhitespaceAndNewlines("\u200B\xA0"), "\u200B\xA0"); // no white space, and no character
+    EXPECT_EQ(trimmingWhitespaceAndNewlines("\u200B\xA0"), "\u200B\xA0"); // the second is not even a character
 }
 
 TEST(Text, MatchesWildcards) {

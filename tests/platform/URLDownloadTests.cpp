@@ -30,8 +30,8 @@ using tests::ok;
 using tests::redirectTo;
 using tests::runMainLoop;
 
-/// Writes down what it is told: "R" response, "C" continued, "D" data, "T" tried again, "E" error, "F" finish; "!" if
-/// not on the main thread. Pieces of data that follow each other are one.
+/// Records the calls: "R" response, "C" continued, "D" data, "T" tried again, "E" error, "F" finish; "!" if not on the
+/// main thread. Successive pieces of data count as one.
 struct Recorder : URLDownloadDelegate {
     bool shouldDecodeSourceDataOfMIMEType(std::string_view /*type*/) override { return false; }
     void didReceiveResponse(std::int64_t expectedContentLength) override {
@@ -97,14 +97,14 @@ protected:
             recorder.download->setDestination(file, overwrite);
         }
     }
-    /// Downloads to the end, whichever it is.
+    /// Downloads until the end or a failure.
     void fetch(const std::string &url, Recorder &recorder, double timeout = 60, bool overwrite = true) const {
         start(url, recorder, timeout, overwrite);
         while (recorder.download) {
             runMainLoop();
         }
     }
-    /// Expects a content, and its length to be announced or not (-1).
+    /// Expects this content, with its length announced or not (-1).
     void expectStored(const std::string &url, const std::string &content, std::int64_t expected) const {
         SCOPED_TRACE(url);
         Recorder recorder;
@@ -118,7 +118,7 @@ protected:
         SCOPED_TRACE(url);
         Recorder recorder;
         fetch(url, recorder, timeout);
-        if (!recorder.calls.empty() || url.find("://") != std::string::npos) { // else there never was a download
+        if (!recorder.calls.empty() || url.find("://") != std::string::npos) { // otherwise no download was created
             EXPECT_THAT(recorder.calls, MatchesRegex("(RD?T?)*E"));
             EXPECT_THAT(recorder.failure, HasSubstr(text));
             EXPECT_NE(recorder.failure, "");
@@ -250,7 +250,7 @@ TEST_F(URLDownloadTests, CancelEndsItAtAnyMoment) {
         while (std::chrono::steady_clock::now() < moment && recorder.download) {
             runMainLoop(false);
         }
-        if (!recorder.download) { // it was faster
+        if (!recorder.download) { // the download has ended already
             EXPECT_EQ(recorder.received, 2000) << recorder.failure;
             fs::remove(file);
             continue;
@@ -264,7 +264,7 @@ TEST_F(URLDownloadTests, CancelEndsItAtAnyMoment) {
     tests::finishDownloads(1); // while the server still accepts
 }
 
-/// A server that gives each request the next answer and ends the connection.
+/// A server that sends the next answer for each request and closes the connection.
 class BreakingServer {
 public:
     explicit BreakingServer(std::vector<std::string> answers) : answers_(std::move(answers)) {}
@@ -295,7 +295,7 @@ private:
 constexpr const char *digits = "0123456789";
 const std::string tagged = "ETag: \"a\"\r\n", changed = "Last-Modified: Sat, 21 Nov 2026 10:00:00 GMT\r\n";
 
-/// The first bytes of a file of ten; the connection breaks after them.
+/// The first bytes of a file of ten bytes; the connection breaks after them.
 std::string first(std::size_t length, const std::string &headers) {
     return "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n" + headers + "\r\n" + std::string(digits, length);
 }
@@ -318,7 +318,7 @@ TEST_F(URLDownloadTests, WhatBreaksGoesOn) {
         {{first(4, changed + same), whole}, "RDTRDF", "||"}, // it may have changed again
         {{first(4, "ETag: W/\"a\"\r\n"), whole}, "RDTRDF", "||"},
         {{got, whole}, "RDTRDF", "||4-\"a\""},
-        // The rest, but not right behind, not up to the end, or of another file: asked for anew without a pause.
+        // The rest, but with a gap, not up to the end, or of another file: the file is asked for again without a pause.
         {{got, part(3, 7, "3-9/10"), whole}, "RDTRDF", "||4-\"a\"|"},
         {{got, part(4, 5, "4-8/10"), whole}, "RDTRDF", "||4-\"a\"|"},
         {{got, part(4, 6, "4-10/11"), whole}, "RDTRDF", "||4-\"a\"|"},
@@ -385,7 +385,7 @@ TEST_F(URLDownloadTests, LaterDownloadsGoOnWithWhatIsKept) {
     EXPECT_FALSE(fs::exists(file));
 }
 
-// What follows is Linux's own.
+// The following is only for Linux.
 using LinuxDownloads = URLDownloadTests;
 
 TEST_F(LinuxDownloads, GoesWhereThereIsRoom) {
@@ -457,7 +457,7 @@ TEST_F(LinuxDownloads, RedirectsLeadToServersAndKeepTheEncryption) {
         {"/loop", redirectTo("/loop")},
     };
     const struct {
-        std::string trusted, url, failure; // empty: the content comes
+        std::string trusted, url, failure; // empty: the content is received
     } cases[] = {
         {certificate, plain.url("/secure"), ""},
         {certificate, secure.url("/secure", "https"), ""},
@@ -469,7 +469,7 @@ TEST_F(LinuxDownloads, RedirectsLeadToServersAndKeepTheEncryption) {
         {certificate, secure.url("/secure-plain", "https"), "not supported"},
         {certificate, plain.url("/secure-plain"), "not supported"},
         {certificate, stranger.url("/", "https"), "certificate"},
-        {other, stranger.url("/", "https"), "name"}, // trusted, but somebody else's
+        {other, stranger.url("/", "https"), "name"}, // trusted, but for another name
         {sources / "missing", secure.url("/", "https"), "certificate"},
         {sources / "fifo", secure.url("/", "https"), "fifo: Not a file"},
         {"", secure.url("/", "https"), "certificate"},
@@ -547,7 +547,7 @@ TEST_F(LinuxDownloads, SilenceEndsItHoweverLongItTook) {
     expectFailure(server.url("/"), "", 0.05);
     expectFailure(server.url("/begun"), "Timeout", 0.05);
 
-    // Longer than the time-out in all, but never silent for so long. A busy machine may add a silence of its own.
+    // Longer than the time-out in all, but never silent for that long. A busy machine may add a pause of its own.
     std::int64_t received = 0;
     for (double timeout = 0.5; timeout < 20 && received < 12; timeout *= 2) {
         pause = static_cast<int>(timeout * 1000 / 8);
@@ -571,7 +571,7 @@ TEST_F(LinuxDownloads, SmallPiecesAreReportedTogetherAndSoon) {
     const auto begin = std::chrono::steady_clock::now();
     Recorder recorder;
     start(server.url("/"), recorder);
-    while (recorder.received < Count) { // the last ones too, though no more follow
+    while (recorder.received < Count) { // including the last ones, although no more follow
         runMainLoop();
     }
     const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;

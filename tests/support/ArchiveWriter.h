@@ -12,7 +12,7 @@
 
 namespace kestrav::tests {
 
-/// One gzip member that holds the bytes.
+/// Compresses the bytes into one gzip member.
 inline std::string gzip(std::string_view bytes) {
     z_stream stream{};
     constexpr int gzipFormat = 15 + 16;
@@ -43,7 +43,7 @@ inline std::string gzipMembers(std::string_view bytes) {
     return result;
 }
 
-/// Puts tar archives together by hand, wrong ones too.
+/// Builds tar archives byte by byte, including damaged ones.
 class ArchiveWriter {
 public:
     ArchiveWriter &file(std::string_view name, std::string_view data = "", unsigned mode = 0644) {
@@ -52,7 +52,7 @@ public:
     ArchiveWriter &directory(std::string_view name) { return entry('5', name); }
     ArchiveWriter &link(std::string_view name, std::string_view to) { return entry('2', name).patch(157, to); }
 
-    /// An extended header of one record for the next entry; of type 'g' for all that follow.
+    /// An extended header with one record, for the next entry or, with type 'g', for all that follow.
     ArchiveWriter &record(const std::string &keyword, const std::string &value, char type = 'x') {
         std::size_t length = 0;
         for (std::string rest = " " + keyword + "=" + value + "\n";
@@ -70,9 +70,9 @@ public:
         tar_.append(data).append((512 - data.size() % 512) % 512, '\0');
         return *this;
     }
-    /// The size in the last header, whatever the data.
+    /// Sets the size in the last header, regardless of the data.
     ArchiveWriter &size(unsigned long size) { return patch(124, octal(size, 11)); }
-    /// Bytes of the last header.
+    /// Overwrites bytes of the last header.
     ArchiveWriter &patch(std::size_t offset, std::string_view bytes) {
         std::copy(bytes.begin(), bytes.end(), tar_.begin() + static_cast<std::ptrdiff_t>(header_ + offset));
         return *this;

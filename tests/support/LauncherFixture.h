@@ -38,7 +38,7 @@ protected:
     }
     ~LauncherFixture() override { platform::testing::replacements() = {}; }
 
-    /// Writes the application's Info.plist and opens the bundle anew.
+    /// Writes the application's Info.plist and opens the bundle again.
     void configure(Dictionary info) {
         directory.write("Tool.app/Contents/Info.plist", PropertyList(std::move(info)).serialize());
         platform::testing::replacements().mainBundle = platform::Bundle::create(bundlePath);
@@ -63,7 +63,7 @@ protected:
         return launcher.runtime ? OptionalText(launcher.runtime->javaBundlePath) : std::nullopt;
     }
 
-    /// The messages of the log whose text contains `part`, without signature and line.
+    /// The log messages that contain `part`, without signature and line.
     [[nodiscard]] std::vector<std::string> logged(std::string_view part) const {
         std::vector<std::string> found;
         for (const std::string &line : log) {

@@ -20,13 +20,13 @@ class Connection {
 public:
     explicit Connection(int socket) : socket_(socket) {}
 
-    /// False if the client has gone.
+    /// False if the client has closed the connection.
     bool send(std::string_view bytes) const;
-    /// Reads up to and with a text, or the client's end.
+    /// Reads up to and including a text, or until the client closes the connection.
     [[nodiscard]] std::string readTo(std::string_view end) const;
     /// Reads an HTTP request and returns its target.
     std::string readRequest(std::string *all = nullptr) const;
-    /// Says nothing until the client, or the server, has gone.
+    /// Sends nothing until the client or the server ends.
     void waitForEnd() const;
 
 private:
@@ -37,7 +37,7 @@ private:
     std::thread thread_;
 };
 
-/// A server on a port of its own of 127.0.0.1. Its end is every connection's end.
+/// A server on its own port of 127.0.0.1. Its connections end with it.
 class LoopbackServer {
 public:
     using Handler = std::function<void(Connection &)>;
@@ -67,7 +67,7 @@ private:
     std::thread thread_;
 };
 
-/// Serves whole answers, status line and all, by the request's target.
+/// Serves complete answers, including the status line, by the request's target.
 LoopbackServer::Handler answers(std::map<std::string, std::string> byTarget);
 
 /// An HTTP answer with its length.

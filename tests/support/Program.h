@@ -11,7 +11,7 @@
 
 namespace kestrav::tests {
 
-/// A program that runs beside the test until this object's end, or the test's.
+/// A program that runs beside the test until this object is destroyed or the test ends.
 class Program {
 public:
     /// Starts a shell command and returns once it has printed a line.

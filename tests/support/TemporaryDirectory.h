@@ -30,7 +30,7 @@ public:
     /// A path below the directory.
     [[nodiscard]] std::string operator/(std::string_view name) const { return path_ + "/" + std::string(name); }
 
-    /// Writes a file below the directory, its folders too, and returns its path.
+    /// Writes a file below the directory, creating its folders, and returns its path.
     std::string write(std::string_view name, std::string_view content) const {
         const std::string file = *this / name;
         std::filesystem::create_directories(std::filesystem::path(file).parent_path());

@@ -17,7 +17,7 @@
 namespace kestrav::tests {
 
 /// An archive in short: "jre/; jre/f=data; jre/l>target; h#target" is a directory, a file, a symbolic and a hard link.
-/// Long names are written as GNU tar does it, long targets as pax does.
+/// Long names are written in the way of GNU tar, long targets in that of pax.
 inline ArchiveWriter archiveOf(const std::string &entries) {
     ArchiveWriter archive;
     std::istringstream list(entries);
@@ -40,8 +40,8 @@ inline ArchiveWriter archiveOf(const std::string &entries) {
     return archive;
 }
 
-/// Everything below a directory, sorted, in the same form; of long files the length, and modes other than 644. A file's
-/// mode is the one it has once extracted: its owner may always read and write it.
+/// Everything below a directory, sorted, in the same form; long files by their length, with modes other than 644. The
+/// mode is that of the extracted file, whose owner may always read and write it.
 inline std::string treeOf(const std::string &root) {
     std::map<std::string, std::string> tree;
     for (const auto &entry : std::filesystem::recursive_directory_iterator(root)) {
@@ -68,7 +68,7 @@ inline std::string treeOf(const std::string &root) {
     return text;
 }
 
-/// A destination, and beside it a folder that no archive may touch.
+/// A destination, and beside it a folder that archives must not touch.
 class UnTarFixture : public testing::Test {
 protected:
     UnTarFixture() {
@@ -86,7 +86,7 @@ protected:
     }
     UntarResult untar(const std::string &packed, const ProgressCallback &progress = {},
                       const std::function<void()> &checkpoint = {}) {
-        std::filesystem::remove(archive); // some file systems flush a file that is written over
+        std::filesystem::remove(archive); // some file systems flush a file that is overwritten
         return UnTar::untar(directory.write("archive", packed), destination, 100000, progress, checkpoint);
     }
     [[nodiscard]] bool outsideIsUntouched() const {

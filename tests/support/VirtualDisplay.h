@@ -9,7 +9,7 @@
 
 namespace kestrav::tests {
 
-/// An X server without a screen, on a number of its own, with a window manager if wanted. Ends with this object.
+/// An X server without a screen, on its own display number, with a window manager if wanted. Ends with this object.
 class VirtualDisplay {
 public:
     explicit VirtualDisplay(bool windowManager) {
@@ -21,10 +21,10 @@ public:
         }
     }
 
-    /// What `DISPLAY` is set to.
+    /// The value for `DISPLAY`.
     [[nodiscard]] const std::string &name() const { return name_; }
 
-    /// Ends the server, as a crash would.
+    /// Ends the server like a crash.
     void stop() {
         manager_.reset();
         server_.reset();
@@ -39,7 +39,7 @@ public:
     }
 
 private:
-    TemporaryDirectory folder_; // the window manager's home, and what commands print
+    TemporaryDirectory folder_; // the window manager's home, and the output of commands
     std::string name_;
     std::optional<Program> server_;
     std::optional<Program> manager_;

@@ -25,7 +25,7 @@
 namespace {
 
 char kind[32];
-long wanted = 0; // 0: no fault
+long wanted = 0; // 0 means no fault
 bool andAllLater = false;
 int error = 0;
 std::atomic<long> count{0};
@@ -43,7 +43,7 @@ __attribute__((constructor)) void readFault() {
     error = std::atoi(std::strrchr(fault, ':') + 1);
 }
 
-/// True, with errno set, if this call is to fail.
+/// True, with errno set, if this call has to fail.
 bool fails(const char *name) {
     if (wanted == 0 || std::strcmp(kind, name) != 0) {
         return false;
@@ -64,7 +64,7 @@ template <class Function> Function *real(Function * /*type*/, const char *name) 
 
 // NOLINTBEGIN(readability-inconsistent-declaration-parameter-name)
 
-/// Defines a function that fails as asked for, and else does what it always did.
+/// Defines a function that fails as requested and otherwise calls the original.
 #define FAULTY(KIND, FAILURE, RESULT, NAME, PARAMETERS, ARGUMENTS, ...)                                                \
     extern "C" RESULT NAME PARAMETERS __VA_ARGS__ {                                                                    \
         static auto *const original = real(&NAME, #NAME);                                                              \
@@ -109,7 +109,7 @@ FAULTY("thread", errno, int, pthread_create,
        (pthread_t * thread, const pthread_attr_t *attributes, void *(*body)(void *), void *argument),
        (thread, attributes, body, argument), noexcept)
 
-// The loader may ask for memory on the way to the original functions: theirs have names of their own.
+// Looking up the original functions may allocate memory, so the allocator's originals are called by other names.
 extern "C" void *__libc_malloc(size_t size);                // NOLINT(bugprone-reserved-identifier): their names
 extern "C" void *__libc_calloc(size_t number, size_t size); // NOLINT(bugprone-reserved-identifier)
 extern "C" void *__libc_realloc(void *memory, size_t size); // NOLINT(bugprone-reserved-identifier)

@@ -1,5 +1,5 @@
-# Libraries that stand in for a runtime's launch library, never sanitized: they are other people's. Each lies in a folder
-# of its own, because its name has to be libjli.so.
+# Libraries that stand in for a runtime's launch library, never sanitized, because the real ones are not ours. Each is
+# in a folder of its own, because its name has to be libjli.so.
 include_guard(GLOBAL)
 
 foreach(variant COMPLETE WITHOUT_LAUNCH WITHOUT_MEM_FREE)

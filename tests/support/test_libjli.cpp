@@ -1,4 +1,4 @@
-// Stands in for a runtime's launch library: JLI_Launch tells on standard output what it was given, then does what its
+// Stands in for a runtime's launch library: JLI_Launch prints what it was given to standard output, then does what its
 // environment asks for.
 //   TEST_JLI_ENTER_MAIN=1  the first call enters the program's `main` again, on a new thread, with the same vector
 //   TEST_JLI_EXECUTE=1     the first call executes the program's file again, in the same process, with that vector
@@ -94,14 +94,14 @@ int JLI_Launch(int argc, char **argv, int jargc, const char **jargv, int appclas
     std::fflush(stdout);
 
     if (std::getenv("TEST_JLI_ENTER_MAIN") != nullptr && gettid() == getpid()) {
-        unsetenv("KESTRAV_REEXEC"); // where runtimes do this, there is no such variable
+        unsetenv("KESTRAV_REEXEC"); // where runtimes do this, the variable does not exist
         const auto main = reinterpret_cast<int (*)(int, char **)>(dlsym(RTLD_DEFAULT, "main"));
         int result = -1;
         std::thread([&] { result = main(argc, argv); }).join();
         return result;
     }
     const char *times = std::getenv("TEST_JLI_EXECUTE");
-    if (times != nullptr && *times != '\0') { // once for each character
+    if (times != nullptr && *times != '\0') { // one call for each character
         setenv("TEST_JLI_EXECUTE", times + 1, 1);
         execv("/proc/self/exe", argv);
     }

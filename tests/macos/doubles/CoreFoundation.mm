@@ -2,15 +2,15 @@
 #include <cstring>
 #include <initializer_list>
 
-#define COREFOUNDATION_DOUBLE // not yet, for GNUstep includes it too
+#define COREFOUNDATION_DOUBLE // not yet, because GNUstep includes it too
 #import <Foundation/Foundation.h>
 #undef COREFOUNDATION_DOUBLE
 
-typedef NSNull NSBoolean; // has a number that no other type has
+typedef NSNull NSBoolean; // a class that no other type uses
 
 namespace {
 
-/// What is autoreleased meanwhile goes with it: the product's threads have no pool.
+/// Frees what is autoreleased during a call, because the product's threads have no pool.
 struct Pool {
     NSAutoreleasePool *const pool = [[NSAutoreleasePool alloc] init];
     ~Pool() { [pool drain]; }
@@ -27,7 +27,7 @@ NSURL *newURL(NSString *path) {
 // Bundles, in the layouts of macOS, which GNUstep's own does not know: each is a dictionary of its path and its
 // information.
 
-/// The first of some places below a path where there is something.
+/// The first of these paths below a folder at which something exists.
 NSString *find(NSString *path, std::initializer_list<NSString *> places) {
     for (NSString *place : places) {
         NSString *file = [path stringByAppendingPathComponent:place];
@@ -42,7 +42,7 @@ NSString *resources(const void *bundle) {
     return find([object(bundle) objectForKey : @"path"], { @"Contents/Resources", @"Resources", @"" });
 }
 
-/// Every user's language is English here. What is in no language comes first.
+/// The user's language is always English here. A file outside the languages' folders comes first.
 NSString *pathForResource(const void *bundle, NSString *file) {
     return find(resources(bundle), {file, [@"en.lproj" stringByAppendingPathComponent:file]});
 }

@@ -3,7 +3,7 @@
 // A session of data tasks over NSURLConnection, with the errors of the real one.
 
 extern "C" void *_NSConcreteStackBlock[32];
-void *_NSConcreteStackBlock[32]; // what kind of object a block is; nobody asks
+void *_NSConcreteStackBlock[32]; // the class of blocks, which is never used
 
 @implementation NSURLSessionConfiguration
 + (NSURLSessionConfiguration *)ephemeralSessionConfiguration {
@@ -73,7 +73,7 @@ void *_NSConcreteStackBlock[32]; // what kind of object a block is; nobody asks
     NSMutableURLRequest *redirected = [[next mutableCopy] autorelease];
     [redirected setURL:[url absoluteURL]];
     NSURLRequest *chosen = nil;
-    NSURLRequest **const place = &chosen; // a block that holds no objects needs no runtime
+    NSURLRequest **const place = &chosen; // a block that holds no objects does not need the blocks' runtime
     [session->delegate URLSession:session
                               task:self
         willPerformHTTPRedirection:(NSHTTPURLResponse *)response
@@ -86,7 +86,7 @@ void *_NSConcreteStackBlock[32]; // what kind of object a block is; nobody asks
 
 - (void)connection:(NSURLConnection *)sender didReceiveResponse:(NSURLResponse *)response {
     if ([response isKindOfClass:[NSHTTPURLResponse class]] && [(NSHTTPURLResponse *)response statusCode] == 0) {
-        [self cancel]; // nothing came
+        [self cancel]; // nothing was received
         [self connection:nil didFailWithError:nil];
         return;
     }

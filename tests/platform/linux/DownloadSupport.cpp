@@ -20,7 +20,7 @@ std::ptrdiff_t threadCount() {
 
 std::ptrdiff_t idleThreadCount() {
     static const std::ptrdiff_t count = [] {
-        std::ptrdiff_t others = 0; // the thread sanitizer starts one of its own with the first
+        std::ptrdiff_t others = 0; // the thread sanitizer starts a thread of its own with the first one
         std::thread([&] { others = threadCount() - 1; }).join();
         return others;
     }();

@@ -25,7 +25,7 @@ TEST(StringTable, ReadsClassicTables) {
         {R"("a" = "\n\t\"\\\101\7\U00e9\u00FC\Ud83d\Ude00\q";)", {{"a", "\n\t\"\\A\aéü😀q"}}},
         {"\"a\" = \"two\nlines // no comment\";", {{"a", "two\nlines // no comment"}}},
         {"a = 1; a = 2;", {{"a", "2"}}},
-        // Damage: what stands before it counts.
+        // What comes before the damage counts.
         {R"(a = b; "c" = "d)", {{"a", "b"}}},
         {"a = b; c = ;", {{"a", "b"}}},
         {"a = b; /* no end", {{"a", "b"}}},

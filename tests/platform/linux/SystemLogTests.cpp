@@ -26,7 +26,7 @@ TEST(SystemLogTests, ShapeOfALine) {
         testing::replacements().clock = [time = std::int64_t{1'795'244'497'007'999}]() mutable {
             return std::exchange(time, time + 100'000);
         };
-        writeSystemLog("100%s\n of it"); // no format, and its line break stays
+        writeSystemLog("100%s\n of it"); // not a format, and the line break is kept
         Log("%@-%d", "text", 7);
         writeSystemLogOnly("not here");
         _exit(0);
@@ -39,7 +39,7 @@ TEST(SystemLogTests, ShapeOfALine) {
 TEST(SystemLogTests, DaemonIsToldAndNotWaitedFor) {
     const tests::TemporaryDirectory directory;
     const auto body = [&](bool reads) {
-        alarm(60); // rather than hang
+        alarm(60); // ends the test if it hangs
         const FileDescriptor daemon(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
         sockaddr_un name{};
         name.sun_family = AF_UNIX;

@@ -35,7 +35,7 @@ protected:
     }
     ~TemporaryFolderTest() override { testing::replacements() = {}; }
 
-    /// The place of a new folder.
+    /// The directory that holds the folder.
     static std::string placeOf(const TemporaryFolder &folder) { return fs::path(folder.path()).parent_path(); }
 
     tests::TemporaryDirectory directory;
@@ -43,7 +43,7 @@ protected:
     const std::string second = directory / "home/.cache/kestrav";
 };
 
-/// Makes this process the root of a world of its own, where it may mount, if the system lets it.
+/// Makes this process root in namespaces of its own, where it may mount, if the system allows that.
 bool mayMount() {
     const std::string user = "0 " + std::to_string(geteuid()) + " 1";
     const std::string group = "0 " + std::to_string(getegid()) + " 1";

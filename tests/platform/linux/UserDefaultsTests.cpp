@@ -46,7 +46,7 @@ TEST_F(UserDefaultsTest, SearchesOwnDomainSuitesAndGlobalDomain) {
     EXPECT_EQ(defaults_.dictionaryForKey("d"), Dictionary({{"k", Array{1, "x", true}}}));
     EXPECT_EQ(defaults_.stringForKey("d"), std::nullopt);
     EXPECT_EQ(defaults_.dictionaryForKey("a"), std::nullopt);
-    // A damaged one is passed over.
+    // A damaged one is ignored.
     directory_.write("config/kestrav/id.plist", "<plist><dict><key>a</key>");
     EXPECT_EQ(UserDefaults().stringForKey("a"), "global");
 }
@@ -60,7 +60,7 @@ TEST_F(UserDefaultsTest, NamesItsOwnDomain) {
         {Dictionary{{"CFBundleIdentifier", 5}, {"CFBundleName", "Name"}}, "Name"},
         {Dictionary{}, "launcher"},
     };
-    // A relative configuration directory counts as none.
+    // A relative configuration directory is ignored.
     testing::setEnvironment({{"XDG_CONFIG_HOME", "relative"}, {"HOME", directory_ / "home"}});
     for (const auto &[information, domain] : cases) {
         useBundle(information);

@@ -1,4 +1,4 @@
-// A desktop's notification service for the tests of the notices: owns the well-known name on a bus and writes down what
+// A desktop's notification service for the tests of the notices: owns the well-known name on a bus and records what
 // it is asked to show. Arguments: ADDRESS RECORD MODE, where MODE is
 //   markup   announces "body-markup"     plain   does not
 //   error    refuses every notice        silent  never answers one
@@ -13,7 +13,7 @@
 
 namespace {
 
-/// Answers the calls of the service's methods and passes other messages on.
+/// Answers calls of the service's methods; leaves other messages to the library.
 GDBusMessage *answer(GDBusConnection *connection, GDBusMessage *message, int incoming, void *arguments) {
     const auto *const argv = static_cast<char **>(arguments);
     const std::string mode = argv[3];

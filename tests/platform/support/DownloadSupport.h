@@ -4,14 +4,15 @@
 
 namespace kestrav::tests {
 
-/// Before the first download of a program.
+/// To be called before the first download of a program.
 void prepareDownloads();
 
-/// Waits until no transfer is at work any more, cancelled ones included: at the program's end one would still use the
-/// libraries that clean up then. `others` counts the threads begun since the first `prepareDownloads` that stay.
+/// Waits until no transfer is running any more, not even a cancelled one, because it would still use libraries that
+/// clean up when the program ends. `others` counts the threads started since the first `prepareDownloads` that keep
+/// running.
 void finishDownloads(int others = 0);
 
-/// Lets happen what is to happen on the main thread; may wait for it before.
+/// Runs what is waiting for the main thread; may first wait for something to run.
 void runMainLoop(bool wait = true);
 
 } // namespace kestrav::tests

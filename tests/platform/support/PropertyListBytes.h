@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-// Property lists and string tables as files hold them.
+// The bytes of property lists and string tables in files.
 
 namespace kestrav::tests {
 

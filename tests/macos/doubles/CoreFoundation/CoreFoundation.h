@@ -2,8 +2,8 @@
 #define COREFOUNDATION_DOUBLE
 
 // The part of CoreFoundation that the macOS platform calls, for checks on a machine without it. Signatures are those of
-// the real one. Each object is one of Foundation's, so that casts between the two hold here too; a call is a message to
-// it, which CoreFoundation.mm compiles.
+// the real one. Each object is one of Foundation's, so that casts between the two work here too; CoreFoundation.mm
+// implements each call as a message to the object.
 
 #include <stddef.h>
 #include <stdint.h>
@@ -33,7 +33,7 @@ inline CFRange CFRangeMake(CFIndex location, CFIndex length) {
     return {location, length};
 }
 
-/// The number of a type is its class.
+/// A type's number is its class.
 #define TYPE(NAME)                                                                                                     \
     typedef const struct __CF##NAME *CF##NAME##Ref;                                                                    \
     CALL(CFTypeID, CF##NAME##GetTypeID, (void), [NS##NAME class])
@@ -62,7 +62,7 @@ CALL(Boolean, CFNumberIsFloatType, (CFNumberRef number), strchr("df", *[object(n
 typedef enum : CFIndex { kCFCompareLessThan = -1, kCFCompareEqualTo, kCFCompareGreaterThan } CFComparisonResult;
 CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef other, void *context);
 Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void *value);
-// Constants there; here no object can be made before the program runs.
+// Constants in the real header; here an object cannot be made before the program runs.
 #define kCFBooleanTrue CFBooleanDouble(true)
 #define kCFBooleanFalse CFBooleanDouble(false)
 CALL(CFBooleanRef, CFBooleanDouble, (Boolean value), [NSNumber numberWithBool:value])

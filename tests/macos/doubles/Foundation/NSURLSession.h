@@ -1,7 +1,7 @@
 #pragma once
 
-// GNUstep has no NSURLSession on Debian. This is what the download uses of it, as the platform declares it; GNUstep's
-// Foundation.h finds it in the place of its own, which is empty. Apple's compiler has blocks switched on.
+// GNUstep has no NSURLSession on Debian. This declares the part that the download uses, as the platform does; GNUstep's
+// Foundation.h includes it instead of its own header, which is empty. Apple's compiler has blocks switched on.
 
 #import <Foundation/NSObject.h>
 
@@ -45,7 +45,7 @@ enum NSURLSessionResponseDisposition { NSURLSessionResponseCancel = 0, NSURLSess
 
 @interface NSURLSession : NSObject {
 @public
-    id<NSURLSessionDataDelegate> delegate; // nil once nothing more is told
+    id<NSURLSessionDataDelegate> delegate; // nil once it gets no more calls
 }
 + (NSURLSession *)sessionWithConfiguration:(NSURLSessionConfiguration *)configuration
                                   delegate:(id<NSURLSessionDataDelegate>)delegate

@@ -1,1 +1,1 @@
-// GNUstep's headers include this where the compiler has blocks; nothing of it is used.
+// GNUstep's headers include this where the compiler has blocks; nothing in it is used.

@@ -1,6 +1,6 @@
 #pragma once
 
-/// Of macOS alone: this machine has no such settings.
+/// Exists only on macOS; this machine has no such settings.
 inline int sysctlbyname(const char *, void *, unsigned long *, void *, unsigned long) {
     return -1;
 }
