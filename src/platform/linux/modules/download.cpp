@@ -1,6 +1,8 @@
 #include "platform/linux/DownloadModule.h"
-#include "platform/linux/modules/Freed.h"
+#include "platform/linux/modules/FreeWith.h"
+#include "platform/linux/modules/IdleRounds.h"
 #include "platform/linux/modules/Sockets.h"
+#include "platform/linux/modules/Url.h"
 #include "platform/posix/downloadRules.h"
 
 #include <curl/curl.h>
@@ -19,10 +21,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-using Url = std::unique_ptr<CURLU, Freed<curl_url_cleanup>>;
-using Headers = std::unique_ptr<curl_slist, Freed<curl_slist_free_all>>;
-using Easy = std::unique_ptr<CURL, Freed<curl_easy_cleanup>>;
-using Multi = std::unique_ptr<CURLM, Freed<curl_multi_cleanup>>;
+using Headers = std::unique_ptr<curl_slist, FreeWith<curl_slist_free_all>>;
+using Easy = std::unique_ptr<CURL, FreeWith<curl_easy_cleanup>>;
+using Multi = std::unique_ptr<CURLM, FreeWith<curl_multi_cleanup>>;
 
 constexpr long maximalRedirects = 20;
 constexpr long bufferSize = 256L * 1024;
@@ -43,49 +44,6 @@ struct End {
     int result; // as described at `KestravDownloadModule`
     std::string text = {};
 };
-
-/// Counts waits that end at once without a result. Too many in a row mean that the system interrupts every call.
-class IdleRounds {
-public:
-    [[nodiscard]] bool tooMany(Clock::time_point lastSign, Clock::duration waited) {
-        constexpr int patience = 10'000;
-        const bool idle = waited < std::chrono::milliseconds(1) && lastSign == lastSign_;
-        count_ = idle ? count_ + 1 : 0;
-        lastSign_ = lastSign;
-        return count_ > patience;
-    }
-
-private:
-    Clock::time_point lastSign_;
-    int count_ = 0;
-};
-
-/// Spaces and bytes beyond ASCII percent-encoded, as browsers do; host names have an encoding of their own.
-std::string encoded(std::string_view text) {
-    const std::size_t authority = text.find("://");
-    const std::size_t path =
-        authority == std::string_view::npos ? text.find(':') : text.find_first_of("/?#", authority + 3);
-    std::string result(text.substr(0, path));
-    for (const char character : text.substr(result.size())) {
-        const auto byte = static_cast<unsigned char>(character);
-        if (byte == ' ' || byte >= 0x80) {
-            char code[4];
-            std::snprintf(code, sizeof code, "%%%02X", byte);
-            result += code;
-        } else {
-            result += character;
-        }
-    }
-    return result;
-}
-
-/// A part of the URL, decoded; empty if it has none.
-std::string partOf(CURLU *url, CURLUPart part) {
-    char *text = nullptr;
-    const std::unique_ptr<char, Freed<curl_free>> owner(
-        curl_url_get(url, part, &text, CURLU_URLDECODE) == CURLUE_OK ? text : nullptr);
-    return owner ? owner.get() : "";
-}
 
 /// True if reading the certificates might never end, or never begin.
 bool certificatesAreNoPlainFile(const KestravTransfer &request) {
@@ -267,7 +225,7 @@ bool isBrokenConnection(CURLcode code) {
     }
 }
 
-End make(const KestravTransfer &request) {
+End makeTransfer(const KestravTransfer &request) {
     static const CURLcode ready = curl_global_init(CURL_GLOBAL_DEFAULT);
     const Url url(curl_url());
     const Headers headers = headersFor(request);
@@ -309,7 +267,7 @@ End make(const KestravTransfer &request) {
 
 int transfer(const KestravTransfer *request, char *error, std::size_t errorSize) noexcept {
     try {
-        const End end = make(*request);
+        const End end = makeTransfer(*request);
         std::snprintf(error, errorSize, "%s", end.text.c_str());
         return end.result;
     } catch (const std::exception &exception) {

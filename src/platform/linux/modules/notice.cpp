@@ -1,6 +1,6 @@
 #include "platform/linux/NoticeModule.h"
 
-#include "platform/linux/modules/Freed.h"
+#include "platform/linux/modules/FreeWith.h"
 
 #include <gio/gio.h>
 
@@ -9,9 +9,9 @@
 
 namespace {
 
-using Connection = std::unique_ptr<GDBusConnection, Freed<g_object_unref>>;
-using Value = std::unique_ptr<GVariant, Freed<g_variant_unref>>;
-using Text = std::unique_ptr<char, Freed<g_free>>;
+using Connection = std::unique_ptr<GDBusConnection, FreeWith<g_object_unref>>;
+using Value = std::unique_ptr<GVariant, FreeWith<g_variant_unref>>;
+using Text = std::unique_ptr<char, FreeWith<g_free>>;
 
 constexpr const char *Service = "org.freedesktop.Notifications";
 constexpr const char *ServicePath = "/org/freedesktop/Notifications";
@@ -41,7 +41,7 @@ Value call(const Connection &connection, const char *method, GVariant *arguments
 
 bool announcesMarkup(const Value &reply) {
     const Value list(g_variant_get_child_value(reply.get(), 0));
-    const std::unique_ptr<const char *, Freed<g_free>> names(g_variant_get_strv(list.get(), nullptr));
+    const std::unique_ptr<const char *, FreeWith<g_free>> names(g_variant_get_strv(list.get(), nullptr));
     return g_strv_contains(names.get(), "body-markup") != FALSE;
 }
 

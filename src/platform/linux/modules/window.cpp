@@ -1,8 +1,9 @@
 #include "platform/linux/WindowModule.h"
 
-#include "platform/linux/modules/Freed.h"
+#include "platform/linux/modules/DisplayLoss.h"
+#include "platform/linux/modules/FreeWith.h"
+#include "platform/linux/modules/ProgressWindow.h"
 
-#include <gdk/wayland/gdkwayland.h>
 #include <gdk/x11/gdkx.h>
 #include <gtk/gtk.h>
 
@@ -15,91 +16,13 @@
 
 namespace {
 
-template <class T> using Object = std::unique_ptr<T, Freed<g_object_unref>>;
+template <class T> using Object = std::unique_ptr<T, FreeWith<g_object_unref>>;
 
 constexpr unsigned PulseMilliseconds = 100;
 constexpr double PulseStep = 0.04;         // of the bar's length
 constexpr unsigned LookAtTasksSeconds = 1; // in case the tasks' descriptor could not be made readable
 /// Tasks run after drawing and input, so that the window stays responsive however many are posted.
 constexpr int TaskPriority = GDK_PRIORITY_REDRAW + 10;
-
-/// The one window of the process. The widgets belong to the library.
-struct ProgressWindow {
-    const KestravWindowSettings *settings = nullptr;
-    GThread *thread = nullptr; // the only one that uses it
-
-    GtkWindow *window = nullptr; // null: closed
-    GtkLabel *label = nullptr;
-    GtkLabel *progressLabel = nullptr;
-    GtkProgressBar *progressBar = nullptr;
-    GtkButton *cancelButton = nullptr;
-    GtkImage *iconView = nullptr;
-
-    // What is shown, so that only changes are drawn again.
-    std::optional<std::string> title;
-    std::optional<std::string> labelText;
-    std::optional<std::string> progressText;
-    std::optional<std::string> buttonTitle;
-    const char *icon = nullptr;
-    double value = -1;
-    unsigned pulse = 0; // the timer that moves an indeterminate bar
-};
-
-ProgressWindow &progressWindow() noexcept {
-    static ProgressWindow instance;
-    return instance;
-}
-
-// When the display is lost, the library would end the process at once, while the program that it has started keeps
-// running. The following functions prevent that.
-
-[[noreturn]] int endWithoutDisplay(Display * /*display*/) {
-    const KestravWindowSettings &settings = *progressWindow().settings;
-    settings.displayLost(settings.context);
-    std::abort();
-}
-
-/// Another client may destroy the window itself, which the library would treat as its own error.
-gboolean lookAtEvent(GdkDisplay * /*display*/, const XEvent *event, void * /*data*/) {
-    GtkWindow *const window = progressWindow().window;
-    GdkSurface *const surface = window != nullptr ? gtk_native_get_surface(GTK_NATIVE(window)) : nullptr;
-    if (event->type == DestroyNotify && surface != nullptr &&
-        event->xdestroywindow.window == gdk_x11_surface_get_xid(surface)) {
-        endWithoutDisplay(nullptr);
-    }
-    return FALSE; // the library handles the event as usual
-}
-
-/// True for the message that the library logs about an unexpected X error before it ends the process. An X error
-/// handler of ours would not be enough: the library installs its own wherever it expects errors, and late ones arrive
-/// there as well.
-bool tellsOfXError(const char *message) {
-    return g_strstr_len(message, -1, "received an X Window System error") != nullptr;
-}
-
-/// Wayland has no handler for this either, but the library logs a message before it ends the process.
-bool waylandIsLost() {
-    GdkDisplay *const display = gdk_display_get_default();
-    return GDK_IS_WAYLAND_DISPLAY(display) && g_thread_self() == progressWindow().thread &&
-           wl_display_get_error(gdk_wayland_display_get_wl_display(display)) != 0;
-}
-
-GLogWriterOutput writeMessage(GLogLevelFlags level, const GLogField *fields, gsize count, void * /*data*/) {
-    const KestravWindowSettings &settings = *progressWindow().settings;
-    const bool isComplaint = (level & G_LOG_LEVEL_MASK) <= G_LOG_LEVEL_WARNING;
-    bool isXError = false;
-    for (gsize i = 0; isComplaint && i < count; ++i) {
-        if (g_strcmp0(fields[i].key, "MESSAGE") == 0 && fields[i].length < 0) {
-            const auto *message = static_cast<const char *>(fields[i].value);
-            settings.message(settings.context, message);
-            isXError = tellsOfXError(message);
-        }
-    }
-    if (isXError || waylandIsLost()) {
-        endWithoutDisplay(nullptr);
-    }
-    return G_LOG_WRITER_HANDLED;
-}
 
 gboolean runTasks(int /*descriptor*/, GIOCondition /*condition*/, void *data) {
     const auto &settings = *static_cast<const KestravWindowSettings *>(data);
@@ -125,7 +48,7 @@ gboolean closeRequested(GtkWindow * /*window*/, void *data) {
 
 /// Sets `shown` to the text, made valid UTF-8 as the library requires; false if it is shown already.
 bool changed(std::optional<std::string> &shown, const char *text) {
-    const std::unique_ptr<char, Freed<g_free>> valid(g_utf8_make_valid(text, -1));
+    const std::unique_ptr<char, FreeWith<g_free>> valid(g_utf8_make_valid(text, -1));
     if (shown == valid.get()) {
         return false;
     }
@@ -170,7 +93,7 @@ void updateIcon(ProgressWindow &shown, const KestravWindowContent &content) {
     shown.icon = content.icon;
     Object<GdkTexture> texture;
     if (content.icon != nullptr) {
-        const std::unique_ptr<GBytes, Freed<g_bytes_unref>> bytes(g_bytes_new(content.icon, content.iconLength));
+        const std::unique_ptr<GBytes, FreeWith<g_bytes_unref>> bytes(g_bytes_new(content.icon, content.iconLength));
         texture.reset(gdk_texture_new_from_bytes(bytes.get(), nullptr));
     }
     gtk_image_set_from_paintable(shown.iconView, GDK_PAINTABLE(texture.get()));
