@@ -60,13 +60,14 @@ private:
     };
     [[nodiscard]] Place locate(const ConfinedPath &path, bool createParents);
     [[nodiscard]] Result enter(Components components, bool create);
-    [[nodiscard]] Result step(int directory, const std::string &component, bool create, FileDescriptor &next) const;
+    [[nodiscard]] Result openComponent(int directory, const std::string &component, bool create,
+                                       FileDescriptor &next) const;
     [[nodiscard]] Result requireInside(int directory) const;
     [[nodiscard]] Result linkFile(int directory, const std::string &name, const ConfinedPath &path);
     [[nodiscard]] Result copyFile(int directory, const std::string &name, const ConfinedPath &path);
     template <class Create>
     [[nodiscard]] Result createReplacing(const Place &place, Create create, bool replacesDirectories);
-    [[nodiscard]] Result replace(const Place &place);
+    [[nodiscard]] Result removeExisting(const Place &place);
 
     FileDescriptor root_;
     bool wasEmpty_ = false; ///< when it was opened

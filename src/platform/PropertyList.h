@@ -74,6 +74,6 @@ private:
 };
 
 /// The list of strings as the platform prints an array of strings.
-[[nodiscard]] std::string description(const std::vector<std::string> &texts);
+[[nodiscard]] std::string description(const std::vector<std::string> &strings);
 
 } // namespace kestrav::platform

@@ -22,8 +22,8 @@ public:
     FormatArgument(std::string_view text) : value_(text) {}
     FormatArgument(const std::string &text) : value_(std::string_view(text)) {}
     /// A null pointer prints as the platform's nil.
-    FormatArgument(const char *text);
-    FormatArgument(const std::optional<std::string> &text);
+    FormatArgument(const char *text) : value_(text != nullptr ? Value(std::string_view(text)) : Value()) {}
+    FormatArgument(const std::optional<std::string> &text) : value_(text ? Value(std::string_view(*text)) : Value()) {}
     FormatArgument(bool number) : value_(static_cast<std::int64_t>(number)) {}
     FormatArgument(int number) : value_(static_cast<std::int64_t>(number)) {}
     FormatArgument(long number) : value_(static_cast<std::int64_t>(number)) {}
@@ -35,8 +35,8 @@ public:
     FormatArgument(const void *address) : value_(address) {}
     FormatArgument(const PropertyList &list) : value_(&list) {}
     /// A null pointer prints as the platform's nil.
-    FormatArgument(const PropertyList *list);
-    FormatArgument(const std::vector<std::string> &texts) : value_(&texts) {}
+    FormatArgument(const PropertyList *list) : value_(list != nullptr ? Value(list) : Value()) {}
+    FormatArgument(const std::vector<std::string> &strings) : value_(&strings) {}
     // NOLINTEND(google-explicit-constructor)
 
     using Value = std::variant<std::monostate, std::string_view, std::int64_t, std::uint64_t, double, const void *,

@@ -61,34 +61,43 @@ UntarResult UnTar::untar(const std::string &archive, const std::string &to, std:
     return result;
 }
 
+/// What an archive has held up to some place.
+struct UnTar::Found {
+    bool anyEntry = false;
+    bool anyFile = false;
+};
+
+bool UnTar::endAtEndOfFile(Extraction &extraction, bool withinHeader, Found found) {
+    const bool whole = extraction.stream.failure().empty();
+    if (whole && !found.anyEntry) {
+        return withinHeader ? extraction.fail(203, "no magic number", notAnArchive)
+                            : extraction.fail(191, "unexpected eof", notAnArchive);
+    }
+    return (whole && !withinHeader && found.anyFile) || extraction.fail(191, "unexpected eof");
+}
+
+bool UnTar::endAtBlock(Extraction &extraction, bool closing, Found found) {
+    if (!closing || !found.anyFile) {
+        found.anyEntry ? extraction.fail(203, "no magic number")
+                       : extraction.fail(203, "no magic number", notAnArchive);
+    }
+    return closing && found.anyEntry && (extraction.stream.finish() || extraction.fail(197, "gzread failed"));
+}
+
 bool UnTar::extractEntries(Extraction &extraction, std::optional<std::string> &topDirectory) {
     GzipStream &stream = extraction.stream;
     std::array<char, TarHeader::blockSize> block;
     const auto fields = std::span(block).first<TarHeader::size>();
     const TarHeader header(fields);
     TarExtensions extensions;
-    bool anyEntry = false;
-    bool anyFile = false;
-    for (;; anyEntry = true) {
+    Found found;
+    for (;; found.anyEntry = true) {
         const int count = stream.read(fields);
-        if (count < 0) {
-            return extraction.fail(197, "gzread failed");
-        }
         if (count < static_cast<int>(fields.size())) {
-            const bool whole = stream.failure().empty();
-            if (whole && !anyEntry) {
-                return count > 0 ? extraction.fail(203, "no magic number", notAnArchive)
-                                 : extraction.fail(191, "unexpected eof", notAnArchive);
-            }
-            return (whole && count == 0 && anyFile) || extraction.fail(191, "unexpected eof");
+            return count < 0 ? extraction.fail(197, "gzread failed") : endAtEndOfFile(extraction, count > 0, found);
         }
         if (!header.hasMagic()) {
-            const bool closing = isClosingBlock(stream, block);
-            if (!closing || !anyFile) {
-                anyEntry ? extraction.fail(203, "no magic number")
-                         : extraction.fail(203, "no magic number", notAnArchive);
-            }
-            return closing && anyEntry && (stream.finish() || extraction.fail(197, "gzread failed"));
+            return endAtBlock(extraction, isClosingBlock(stream, block), found);
         }
         if (!stream.skip(TarHeader::blockSize - TarHeader::size)) {
             return extraction.fail(209, "gzseek 1 failed");
@@ -105,7 +114,7 @@ bool UnTar::extractEntries(Extraction &extraction, std::optional<std::string> &t
             topDirectory = std::move(components.front());
         }
         _DLog("%s [Line %d] extracting %@", untarSignature, 221, entry.name);
-        anyFile = anyFile || entry.type == TarHeader::Type::file;
+        found.anyFile = found.anyFile || entry.type == TarHeader::Type::file;
         if (!extractEntry(extraction, entry)) {
             return false;
         }

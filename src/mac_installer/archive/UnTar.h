@@ -44,10 +44,15 @@ public:
 
 private:
     struct Extraction;
+    struct Found;
 
     /// False if the run ended because of an error, which has then been logged and stored; the same holds for the
     /// operations below.
     static bool extractEntries(Extraction &extraction, std::optional<std::string> &topDirectory);
+    /// Ends the extraction where the file ends without a closing block, perhaps within a header.
+    static bool endAtEndOfFile(Extraction &extraction, bool withinHeader, Found found);
+    /// Ends the extraction at a block that is not a header.
+    static bool endAtBlock(Extraction &extraction, bool closing, Found found);
     static bool readExtension(Extraction &extraction, const TarHeader &header, TarExtensions &extensions);
     static bool extractEntry(Extraction &extraction, const TarEntry &entry);
     /// Extracts a file; one whose path is at fault is logged and skipped.

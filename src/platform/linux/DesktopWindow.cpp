@@ -65,10 +65,10 @@ bool DesktopWindow::open() {
     settings_.taskDescriptor = OperationQueue::mainQueue().descriptor();
     settings_.context = this;
     settings_.runTasks = [](void *context) noexcept {
-        of(context).act([] { OperationQueue::mainQueue().runPending(); });
+        fromContext(context).act([] { OperationQueue::mainQueue().runPending(); });
     };
     settings_.cancelPressed = [](void *context) noexcept {
-        DesktopWindow &self = of(context);
+        DesktopWindow &self = fromContext(context);
         self.act([&self] {
             if (self.controls_.cancelButton.isEnabled()) {
                 self.delegate_.cancel();
@@ -76,18 +76,18 @@ bool DesktopWindow::open() {
         });
     };
     settings_.closeRequested = [](void *context) noexcept {
-        DesktopWindow &self = of(context);
+        DesktopWindow &self = fromContext(context);
         self.act([&self] { self.requestClose(); });
     };
     settings_.displayLost = [](void *context) noexcept {
-        DesktopWindow &self = of(context);
+        DesktopWindow &self = fromContext(context);
         callProgram(self.delegate_, [&self] {
             self.note("it is gone");
             self.closed_ = true;
             self.withoutWindow_();
         });
     };
-    settings_.message = [](void *context, const char *text) noexcept { of(context).note(text); };
+    settings_.message = [](void *context, const char *text) noexcept { fromContext(context).note(text); };
 
     if (module_.open(&settings_, &content()) == 0) {
         return false;

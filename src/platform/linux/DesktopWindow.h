@@ -25,7 +25,7 @@ public:
     void run();
 
 private:
-    static DesktopWindow &of(void *context) { return *static_cast<DesktopWindow *>(context); }
+    static DesktopWindow &fromContext(void *context) { return *static_cast<DesktopWindow *>(context); }
 
     void note(std::string_view text) const;
     bool loadModule();

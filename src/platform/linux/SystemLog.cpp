@@ -86,7 +86,7 @@ bool waitFor(Daemon &daemon) {
 }
 
 /// "<13>Nov 21 07:41:37 launcher[123]: message", with the date in the daemon's own form, which is never translated.
-std::string lineOf(std::string_view message) {
+std::string syslogLine(std::string_view message) {
     constexpr const char *months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                       "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
     const std::time_t now = std::time(nullptr);
@@ -125,7 +125,7 @@ bool sendLine(Daemon &daemon, const std::string &line) {
 /// all; from then on only its lines are lost.
 void sendToLogDaemon(std::string_view message) {
     Daemon &log = daemon();
-    std::string line = lineOf(message);
+    std::string line = syslogLine(message);
     const std::lock_guard lock(log.mutex);
     // The daemon may have been restarted since the last line.
     for (int attempt = 0; attempt < 2; ++attempt) {

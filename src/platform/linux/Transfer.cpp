@@ -126,16 +126,18 @@ KestravTransfer Transfer::describeTransfer() {
     transfer.wakeDescriptor = wake_.get();
     transfer.host = this;
     transfer.response = [](void *host, const KestravAnswer *answer) noexcept {
-        return of(host).guarded(0, [&](Transfer &self) {
+        return fromHost(host).guarded(0, [&](Transfer &self) {
             return static_cast<int>(self.receiveAnswer({answer->status, answer->length, answer->entityTag,
                                                         answer->lastModified, answer->date, answer->contentRange}));
         });
     };
     transfer.data = [](void *host, const char *bytes, std::size_t count) noexcept {
-        return of(host).guarded(0, [&](Transfer &self) { return static_cast<int>(self.receiveData({bytes, count})); });
+        return fromHost(host).guarded(0, [&](Transfer &self) {
+            return static_cast<int>(self.receiveData({bytes, count}));
+        });
     };
     transfer.step = [](void *host) noexcept {
-        return of(host).guarded(-1, [](Transfer &self) { return self.step(); });
+        return fromHost(host).guarded(-1, [](Transfer &self) { return self.step(); });
     };
     return transfer;
 }

@@ -46,7 +46,7 @@ private:
     [[nodiscard]] URLError error() const;
     [[nodiscard]] bool isCancelled();
 
-    static Transfer &of(void *host) { return *static_cast<Transfer *>(host); }
+    static Transfer &fromHost(void *host) { return *static_cast<Transfer *>(host); }
     /// The result of a call from the module; `otherwise` after an exception, which must not reach the module.
     template <class Action> int guarded(int otherwise, Action action) noexcept {
         try {

@@ -100,8 +100,8 @@ Result ConfinedDirectory::createReplacing(const Place &place, Create create, boo
     if (!replacesDirectories && entryType(place.parent, place.name) == S_IFDIR) {
         return failure(std::errc::is_a_directory);
     }
-    const Result replaced = replace(place);
-    return replaced.succeeded() ? create() : replaced;
+    const Result removed = removeExisting(place);
+    return removed.succeeded() ? create() : removed;
 }
 
 Result ConfinedDirectory::createFile(const ConfinedPath &path, mode_t permissions, FileDescriptor &file) {
@@ -238,7 +238,7 @@ Result ConfinedDirectory::enter(Components components, bool create) {
     FileDescriptor current;
     for (const std::string &component : components) {
         FileDescriptor next;
-        const Result result = step(current.valid() ? current.get() : root_.get(), component, create, next);
+        const Result result = openComponent(current.valid() ? current.get() : root_.get(), component, create, next);
         if (!result.succeeded()) {
             return result;
         }
@@ -251,7 +251,8 @@ Result ConfinedDirectory::enter(Components components, bool create) {
     return {};
 }
 
-Result ConfinedDirectory::step(int directory, const std::string &component, bool create, FileDescriptor &next) const {
+Result ConfinedDirectory::openComponent(int directory, const std::string &component, bool create,
+                                        FileDescriptor &next) const {
     next = openDirectory(directory, component);
     if (!next.valid() && errno == ENOENT && create && ::mkdirat(directory, component.c_str(), directoryMode) == 0) {
         next = openDirectory(directory, component);
@@ -289,7 +290,7 @@ Result ConfinedDirectory::requireInside(int directory) const {
 }
 
 /// Removes what is in a place.
-Result ConfinedDirectory::replace(const Place &place) {
+Result ConfinedDirectory::removeExisting(const Place &place) {
     enteredPath_.clear();
     return {.error = removeTree(place.parent, place.name.c_str())};
 }

@@ -59,7 +59,7 @@ std::optional<DownloadAttempts::Range> DownloadAttempts::begin() {
     return Range{format("bytes=%ld-", part_.length), part_.validator};
 }
 
-AnswerUse DownloadAttempts::judge(const DownloadAnswer &answer) {
+AnswerUse DownloadAttempts::classify(const DownloadAnswer &answer) {
     const bool askedForRest = part_.length > 0;
     if (answer.status == 502 || answer.status == 503 || answer.status == 504) {
         use_ = AnswerUse::TryLater;

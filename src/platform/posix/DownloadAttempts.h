@@ -47,7 +47,7 @@ public:
     /// Begins the next attempt. Empty if the whole file is to be asked for.
     [[nodiscard]] std::optional<Range> begin();
     /// Judges the answer to it.
-    AnswerUse judge(const DownloadAnswer &answer);
+    AnswerUse classify(const DownloadAnswer &answer);
     /// The rest of the file cannot be used after all.
     void refuseRest() { use_ = AnswerUse::AskForWhole; }
 

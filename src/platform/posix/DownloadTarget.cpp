@@ -20,7 +20,7 @@ std::optional<DownloadAttempts::Range> DownloadTarget::beginAttempt() {
 }
 
 bool DownloadTarget::receiveAnswer(const DownloadAnswer &answer) {
-    switch (attempts_.judge(answer)) {
+    switch (attempts_.classify(answer)) {
     case AnswerUse::WholeFile:
         return beginFile();
     case AnswerUse::RestOfFile:

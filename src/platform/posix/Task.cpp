@@ -119,7 +119,7 @@ std::vector<std::string> environmentEntries() {
 }
 
 /// The null-terminated vector of pointers that the system takes. Refers to `strings`.
-std::vector<char *> pointers(std::vector<std::string> &strings) {
+std::vector<char *> nullTerminated(std::vector<std::string> &strings) {
     std::vector<char *> result(strings.size() + 1);
     std::transform(strings.begin(), strings.end(), result.begin(), [](std::string &each) { return each.data(); });
     return result;
@@ -128,8 +128,8 @@ std::vector<char *> pointers(std::vector<std::string> &strings) {
 /// Names the most likely cause: the system limits each string and all of them together.
 std::string describeTooLong(const std::vector<std::string> &arguments, const std::vector<std::string> &environment) {
     const std::string *longest = &arguments.front();
-    for (const auto *texts : {&arguments, &environment}) {
-        for (const std::string &text : *texts) {
+    for (const auto *strings : {&arguments, &environment}) {
+        for (const std::string &text : *strings) {
             longest = text.size() > longest->size() ? &text : longest;
         }
     }
@@ -140,7 +140,7 @@ std::string describeTooLong(const std::vector<std::string> &arguments, const std
 
 /// Waits with `call`, and tries again if that fails without a reason, because a child must not outlive its launcher.
 /// Returns 0 or an error number.
-template <class Call> int waitStubbornly(Call call) {
+template <class Call> int waitWithRetries(Call call) {
     constexpr int attempts = 100;
     constexpr std::int64_t pause = 1'000; // microseconds
     int error = 0;
@@ -158,12 +158,12 @@ template <class Call> int waitStubbornly(Call call) {
 /// error number.
 int awaitExit(pid_t pid) {
     siginfo_t info{};
-    return waitStubbornly([&] { return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT); });
+    return waitWithRetries([&] { return waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT); });
 }
 
 /// Takes the status of a child that has exited; its number is free afterwards. Returns 0 or an error number.
 int reap(pid_t pid, int &status) {
-    return waitStubbornly([&] { return waitpid(pid, &status, 0); });
+    return waitWithRetries([&] { return waitpid(pid, &status, 0); });
 }
 
 } // namespace
@@ -231,7 +231,7 @@ void Task::launch() {
     if (settings.error == 0) {
         const std::lock_guard lock(spawnMutex);
         settings.error = posix_spawn(&pid, launchPath_.c_str(), &settings.actions, &settings.attributes,
-                                     pointers(vector).data(), pointers(environment).data());
+                                     nullTerminated(vector).data(), nullTerminated(environment).data());
     }
     if (settings.error != 0) {
         throw Exception("TaskLaunchException",

@@ -30,7 +30,7 @@ constexpr const char *lockName = ".kestrav-lock";
 constexpr const char *newLockName = ".kestrav-lock-new";
 constexpr mode_t ownerOnly = 0700;
 /// After this many seconds a folder without a lock is abandoned, because a run creates the lock at once.
-constexpr std::time_t longestMaking = 600;
+constexpr std::time_t secondsUntilAbandoned = 600;
 
 /// Why other users could replace files in a directory; empty if they cannot.
 std::string objectionToOwner(const FileDescriptor &directory) {
@@ -49,7 +49,7 @@ std::string objectionToOwner(const FileDescriptor &directory) {
 }
 
 /// True for names like those that runs give to their folders.
-bool isRunsName(std::string_view name) {
+bool isNameOfRunFolder(std::string_view name) {
     constexpr std::size_t dashes[] = {8, 13, 18, 23, 36};
     return std::all_of(std::begin(dashes), std::end(dashes),
                        [&](std::size_t at) { return at < name.size() && name[at] == '-'; });
@@ -79,12 +79,12 @@ void removeAbandonedFolders(const std::string &place) {
         return;
     }
     for (const std::string &name : directoryNames(directory).value_or(std::vector<std::string>())) {
-        const FileDescriptor folder = isRunsName(name) ? openDirectory(directory.get(), name) : FileDescriptor();
+        const FileDescriptor folder = isNameOfRunFolder(name) ? openDirectory(directory.get(), name) : FileDescriptor();
         struct stat found {};
         if (!folder.valid() || ::fstat(folder.get(), &found) != 0 || found.st_uid != ::geteuid()) {
             continue;
         }
-        const bool isNew = ::time(nullptr) - found.st_mtime < longestMaking;
+        const bool isNew = ::time(nullptr) - found.st_mtime < secondsUntilAbandoned;
         auto lock = takeLock(folder, lockName);
         lock = lock || isNew ? std::move(lock) : takeLock(folder, newLockName);
         if (lock && !removeContents(folder)) {

@@ -22,7 +22,7 @@ public:
     explicit Reader(std::string_view xml) : xml_(xml) {}
 
     [[nodiscard]] XMLReading run() {
-        const bool whole = prologue() && value() && end();
+        const bool whole = readPrologue() && readOutermostValue() && readEnd();
         return {std::move(root_), whole ? std::nullopt : std::optional(std::min(position_, xml_.size()))};
     }
 
@@ -81,7 +81,7 @@ private:
         }
     }
 
-    bool prologue() {
+    bool readPrologue() {
         if (!skipBetween()) {
             return false;
         }
@@ -110,32 +110,32 @@ private:
     }
 
     /// Reads the outermost value with everything in it.
-    bool value() {
+    bool readOutermostValue() {
         do {
             if (!skipBetween()) {
                 return false;
             }
             const std::string_view tag = nextTag();
-            if (!(tag.starts_with('/') ? closingTag(tag) : element(tag))) {
+            if (!(tag.starts_with('/') ? readClosingTag(tag) : readElement(tag))) {
                 return false;
             }
         } while (!open_.empty());
         return true;
     }
 
-    bool closingTag(std::string_view tag) {
+    bool readClosingTag(std::string_view tag) {
         if (open_.empty() || nameOf(tag).substr(1) != open_.back().name) {
             return false;
         }
         PropertyList list = std::move(open_.back().list);
         open_.pop_back();
-        add(std::move(list));
+        addValue(std::move(list));
         position_ += tag.size() + 2;
         return true;
     }
 
     /// Adds a value to the innermost open container, or makes it the outermost value.
-    void add(PropertyList value) {
+    void addValue(PropertyList value) {
         if (open_.empty()) {
             root_ = std::move(value);
         } else if (auto *array = open_.back().list.as<PropertyList::Array>()) {
@@ -146,13 +146,13 @@ private:
         }
     }
 
-    bool element(std::string_view tag) {
-        static constexpr std::array<std::string_view, 8> texts = {"string", "key",  "integer", "real",
-                                                                  "date",   "data", "true",    "false"};
+    bool readElement(std::string_view tag) {
+        static constexpr std::array<std::string_view, 8> simpleElements = {"string", "key",  "integer", "real",
+                                                                           "date",   "data", "true",    "false"};
         const std::string_view name = nameOf(tag);
         const bool empty = tag.ends_with('/');
         const bool isContainer = name == "array" || name == "dict";
-        if (!isContainer && std::find(texts.begin(), texts.end(), name) == texts.end()) {
+        if (!isContainer && std::find(simpleElements.begin(), simpleElements.end(), name) == simpleElements.end()) {
             return false;
         }
         if (!open_.empty() && open_.back().name == "dict") {
@@ -163,16 +163,16 @@ private:
         }
         emptyRoot_ = open_.empty() && empty;
         position_ += tag.size() + 2;
-        return isContainer ? container(name, empty) : simpleElement(name, empty);
+        return isContainer ? readContainer(name, empty) : readSimpleElement(name, empty);
     }
 
     /// Reads an array or a dictionary. Called after its opening tag.
-    bool container(std::string_view name, bool empty) {
+    bool readContainer(std::string_view name, bool empty) {
         const bool isDictionary = name == "dict";
         PropertyList list =
             isDictionary ? PropertyList(PropertyList::Dictionary()) : PropertyList(PropertyList::Array());
         if (empty) {
-            add(std::move(list));
+            addValue(std::move(list));
         } else if (open_.size() < deepestNesting) {
             open_.push_back({name, isDictionary, std::move(list)});
         } else {
@@ -182,23 +182,23 @@ private:
     }
 
     /// Reads a key or a value that is not a container. Called after its opening tag.
-    bool simpleElement(std::string_view name, bool empty) {
+    bool readSimpleElement(std::string_view name, bool empty) {
         std::string content;
-        if (!empty && !text(name, content)) {
+        if (!empty && !readText(name, content)) {
             return false;
         }
         if (name == "key" && !open_.empty() && open_.back().name == "dict") {
             open_.back().key = std::move(content);
         } else {
-            add(valueOfElement(name, std::move(content)));
+            addValue(valueOfElement(name, std::move(content)));
         }
         return true;
     }
 
     /// Reads the text of an element, which may have comments and marked sections, and its closing tag.
-    bool text(std::string_view name, std::string &content) {
+    bool readText(std::string_view name, std::string &content) {
         for (;;) {
-            if (!characters(std::min(xml_.find('<', position_), xml_.size()), content)) {
+            if (!readCharacters(std::min(xml_.find('<', position_), xml_.size()), content)) {
                 return false;
             }
             if (rest().starts_with("<!--")) {
@@ -223,7 +223,7 @@ private:
     }
 
     /// Appends the text up to `end`; stops at an unknown entity.
-    bool characters(std::size_t end, std::string &content) {
+    bool readCharacters(std::size_t end, std::string &content) {
         const std::string_view before = xml_.substr(0, end);
         for (;;) {
             const auto ampersand = std::min(before.find('&', position_), end);
@@ -245,7 +245,7 @@ private:
     }
 
     /// Reads what follows the outermost value. It has to be well-formed only after an empty element.
-    bool end() {
+    bool readEnd() {
         if (!emptyRoot_) {
             const bool ended = !wrapped_ || xml_.find("</plist>", position_) != std::string_view::npos;
             position_ = ended ? position_ : xml_.size();
@@ -267,25 +267,12 @@ private:
     bool emptyRoot_ = false; // the outermost value is <array/> or the like
 };
 
-/// The beginning of the first line that is not UTF-8 or holds a NUL.
-std::optional<std::size_t> faultOfText(std::string_view text) {
-    for (std::size_t begin = 0; begin < text.size();) {
-        const auto end = std::min(text.find('\n', begin), text.size());
-        const std::string_view line = text.substr(begin, end - begin);
-        if (!isValidUTF8(line) || line.find('\0') != std::string_view::npos) {
-            return begin;
-        }
-        begin = end + 1;
-    }
-    return std::nullopt;
-}
-
 } // namespace
 
 XMLReading readXMLPropertyList(std::string_view xml) {
     XMLReading reading = Reader(xml).run();
-    const auto ofText = faultOfText(xml.substr(0, reading.fault.value_or(xml.size())));
-    reading.fault = ofText ? ofText : reading.fault;
+    const auto textFault = offsetOfInvalidText(xml.substr(0, reading.fault.value_or(xml.size())));
+    reading.fault = textFault ? textFault : reading.fault;
     return reading;
 }
 

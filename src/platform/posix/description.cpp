@@ -206,12 +206,12 @@ std::optional<std::string> PropertyList::stringForKey(std::string_view key) cons
     return text == nullptr ? std::nullopt : std::optional(*text);
 }
 
-std::string description(const std::vector<std::string> &texts) {
+std::string description(const std::vector<std::string> &strings) {
     std::string result = "(\n";
-    for (const std::string &text : texts) {
+    for (const std::string &text : strings) {
         result += "    ";
         appendElement(result, text);
-        result += &text == &texts.back() ? "\n" : ",\n";
+        result += &text == &strings.back() ? "\n" : ",\n";
     }
     return result + ")";
 }

@@ -285,24 +285,6 @@ private:
 
 } // namespace
 
-FormatArgument::FormatArgument(const char *text) {
-    if (text != nullptr) {
-        value_ = std::string_view(text);
-    }
-}
-
-FormatArgument::FormatArgument(const std::optional<std::string> &text) {
-    if (text) {
-        value_ = std::string_view(*text);
-    }
-}
-
-FormatArgument::FormatArgument(const PropertyList *list) {
-    if (list != nullptr) {
-        value_ = list;
-    }
-}
-
 std::string formatArguments(std::string_view format, std::span<const FormatArgument> arguments) {
     return Formatter(format, arguments).run();
 }

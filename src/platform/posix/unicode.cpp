@@ -180,4 +180,16 @@ std::string onOneLine(std::string text) {
     return escapingControlCharacters(text);
 }
 
+std::optional<std::size_t> offsetOfInvalidText(std::string_view text) {
+    for (std::size_t begin = 0; begin < text.size();) {
+        const auto end = std::min(text.find('\n', begin), text.size());
+        const std::string_view line = text.substr(begin, end - begin);
+        if (!isValidUTF8(line) || line.find('\0') != std::string_view::npos) {
+            return begin;
+        }
+        begin = end + 1;
+    }
+    return std::nullopt;
+}
+
 } // namespace kestrav::platform

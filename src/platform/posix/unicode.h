@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -19,5 +20,8 @@ struct DecodedCharacter {
 
 /// Appends a character as UTF-8; surrogates and values beyond U+10FFFF become U+FFFD.
 void appendCharacter(std::string &text, char32_t character);
+
+/// Where the first line begins that is not UTF-8 or holds a NUL; empty if there is none.
+[[nodiscard]] std::optional<std::size_t> offsetOfInvalidText(std::string_view text);
 
 } // namespace kestrav::platform
