@@ -73,7 +73,7 @@ inline constexpr std::int64_t usualSizeLimit = std::int64_t{1} << 30;
 /// The user's folder for files of this program or application that can be obtained again. It may not exist.
 [[nodiscard]] std::string cacheDirectory();
 
-/// The same of every application of the user's.
+/// The same folder for all of the user's applications.
 [[nodiscard]] std::vector<std::string> cacheDirectories();
 
 /// The user's home directory.

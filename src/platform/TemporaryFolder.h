@@ -12,14 +12,14 @@
 
 namespace kestrav::platform {
 
-/// Thrown where nothing but room was lacking in at least one folder for temporary files.
+/// Thrown if at least one folder for temporary files is suitable but too full.
 class NoRoom final : public Exception {
 public:
     NoRoom(const std::string &reason, std::string folder, std::int64_t needed, std::int64_t available)
         : Exception("TemporaryDirectoryException", reason), folder_(std::move(folder)), needed_(needed),
           available_(available) {}
 
-    /// The folder that has the most room.
+    /// The one of these folders that has the most room.
     [[nodiscard]] const std::string &folder() const { return folder_; }
     [[nodiscard]] std::int64_t needed() const { return needed_; }       ///< bytes
     [[nodiscard]] std::int64_t available() const { return available_; } ///< bytes, in that folder
@@ -64,7 +64,7 @@ private:
 
     std::string path_;
     std::string passedOver_;
-    std::string roomiest_; ///< of the places that have too little room the one that has most
+    std::string roomiest_; ///< of the places with too little room, the one that has the most
     std::int64_t mostRoom_ = 0;
     std::optional<FileLock> lock_;
 };

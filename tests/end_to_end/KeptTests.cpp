@@ -15,7 +15,7 @@ namespace {
 
 using testing::HasSubstr;
 
-/// A bundle that ships an archive, keeps its runtime, and has a cache folder to itself.
+/// A bundle that ships an archive, keeps its runtime, and has its own cache folder.
 struct KeepingBundle : AppBundle {
     explicit KeepingBundle(const std::string &archive = gzip(runtimeBundle().closed())) {
         javaVM["SearchSequence"] = Array{};
@@ -30,7 +30,7 @@ struct KeepingBundle : AppBundle {
     }
 };
 
-/// What a store holds besides locks.
+/// The suffixes of the names in a store, except locks.
 std::set<std::string> kept(const fs::path &cache) {
     std::set<std::string> suffixes;
     for (const std::string &name : namesIn(cache / "kestrav/runtimes")) {
@@ -48,8 +48,8 @@ TEST(Kept, WhateverTheCacheIsLikeTheProgramRuns) {
     const fs::path java = fs::path(name) / "jre.bundle/Contents/Home/bin/java";
     struct Case {
         const char *what;
-        std::function<void(const fs::path &)> arrange; // of a copy of the whole one
-        const char *obstacle;                          // to keeping it
+        std::function<void(const fs::path &)> arrange; // changes a copy of the complete store
+        const char *obstacle;                          // why it is not kept
     };
     const Case cases[] = {
         {"whole", [](const fs::path &) {}, ""},

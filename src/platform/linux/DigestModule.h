@@ -2,8 +2,8 @@
 
 #include <cstddef>
 
-// What the launcher and its module of digests agree on. Only plain C data crosses, and no exception: the two are linked
-// to C++ libraries of their own.
+// The interface between the launcher and its module for digests. Only plain C data crosses it, and no exceptions,
+// because each side is linked to its own C++ library.
 
 extern "C" {
 
@@ -12,8 +12,7 @@ struct KestravDigestModule {
     static constexpr const char *file = "digest.so";
     static constexpr const char *entry = "kestravDigestModule";
 
-    /// Writes the 32 bytes of the SHA-256 of all pieces that `next` hands out; a piece of no bytes is the end. Any
-    /// thread.
+    /// Writes the 32 bytes of the SHA-256 of all pieces that `next` returns; an empty piece is the end. Any thread.
     void (*sha256)(std::size_t (*next)(void *host, const unsigned char **piece) noexcept, void *host,
                    unsigned char *digest) noexcept;
 };

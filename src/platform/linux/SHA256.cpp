@@ -12,7 +12,7 @@ namespace kestrav::platform {
 
 namespace {
 
-/// The pieces on their way to the module, through which no exception passes.
+/// Passes pieces to the module, and keeps exceptions from passing through the module.
 struct Pieces {
     const std::function<std::string_view()> &next;
     std::exception_ptr failure = nullptr;

@@ -25,7 +25,7 @@ std::string cacheDirectory() {
 }
 
 std::vector<std::string> cacheDirectories() {
-    return {cacheDirectory()}; // all applications have the same
+    return {cacheDirectory()}; // all applications share it
 }
 
 } // namespace kestrav::platform

@@ -60,7 +60,7 @@ std::string Bundle::localizedStringForKey(std::string_view key, std::string_view
     const BundleHandle bundle = openBundle(path_);
     const CFHandle text(
         bundle ? CFBundleCopyLocalizedString(bundle.get(), cfText(key).get(), cfText(value).get(), nullptr) : nullptr);
-    if (text && CFGetTypeID(text.get()) == CFStringGetTypeID()) { // it may be whatever the table holds
+    if (text && CFGetTypeID(text.get()) == CFStringGetTypeID()) { // the table may hold a value of any type
         return textOf(text.get());
     }
     return std::string(value.empty() ? key : value);

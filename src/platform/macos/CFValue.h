@@ -51,9 +51,9 @@ private:
 /// The path of a file URL.
 [[nodiscard]] std::string pathOf(CFURLRef url);
 
-/// A copy of the platform's value, which was read from so many bytes if that is known; empty for null, for what cannot
-/// stand in a property list, and for what would take up far too much memory. Entries of arrays and dictionaries that
-/// cannot stand there, or are nested too deeply, are left out.
+/// A copy of the platform's value, which was read from `bytes` bytes if that is known; empty for null, for what a
+/// property list cannot hold, and for what would take up far too much memory. Entries of arrays and dictionaries that a
+/// property list cannot hold, or that are nested too deeply, are left out.
 [[nodiscard]] std::optional<PropertyList> propertyListOf(CFTypeRef value, std::size_t bytes = 0);
 
 /// The value as an object of the platform, never null.

@@ -19,7 +19,7 @@ CFComparisonResult compare(CFNumberRef number, std::int64_t integer) {
     return CFNumberCompare(number, other.get(), nullptr);
 }
 
-/// An integer beyond the range becomes the nearest one: asked for its value, the platform would cut off its upper bits.
+/// An integer out of range becomes the nearest one in it, because the platform would cut off its upper bits.
 PropertyList numberValue(CFNumberRef number) {
     if (CFNumberIsFloatType(number) != 0) {
         double real = 0;
@@ -43,12 +43,12 @@ PropertyList dataValue(CFDataRef data) {
     return PropertyList::Data{std::vector<std::uint8_t>(bytes, bytes + CFDataGetLength(data))};
 }
 
-/// Copies a value with all that it holds. The same object may stand in many places, and is copied to each.
+/// Copies a value with everything in it. The same object may be in many places, and is copied to each.
 class Copying {
 public:
     explicit Copying(std::uint64_t bytes) : budget_(bytes) {}
 
-    /// Empty if the value is not one of a property list, or if there is too much.
+    /// Empty if a property list cannot hold the value, or if it is too large.
     [[nodiscard]] std::optional<PropertyList> run(CFTypeRef value) {
         auto copy = copyOf(value);
         return budget_.isSpent() ? std::nullopt : std::move(copy);

@@ -21,7 +21,7 @@ namespace {
 
 constexpr mode_t ownerOnly = 0700;
 
-/// True if everybody can move what lies in the folder at this path, or in one above it.
+/// True if everybody can rename files in the folder at this path, or in one above it.
 bool canBeMovedByOthers(const std::string &path) {
     std::error_code unknown;
     for (std::filesystem::path folder = std::filesystem::canonical(path, unknown); folder.has_relative_path();) {
@@ -34,8 +34,8 @@ bool canBeMovedByOthers(const std::string &path) {
     return static_cast<bool>(unknown);
 }
 
-/// False if the folder in which the first new one would lie is another user's: with root's rights it could be made
-/// there, and would be in that user's way from then on.
+/// False if the folder in which the first new one would be created belongs to another user: root could create it there,
+/// but it would then get in that user's way.
 bool liesAmongOwnFolders(const std::string &path) {
     struct stat found {};
     std::string folder = path;
@@ -77,7 +77,7 @@ std::error_code makePrivateFolder(const std::string &path) {
     if (const auto error = createDirectoryAtPath(path, true, ownerOnly)) {
         return error;
     }
-    // Whatever the umask. Two runs may do this at once.
+    // Set again, whatever the umask is. Two runs may do this at once.
     return ::chmod(path.c_str(), ownerOnly) == 0 ? std::error_code() : lastError();
 }
 
@@ -109,7 +109,7 @@ std::error_code moveWithin(const std::string &folder, const std::string &name, c
     if (!opened.valid() || ::renameat(opened.get(), name.c_str(), opened.get(), newName.c_str()) != 0) {
         return lastError();
     }
-    // Some file systems cannot sync a directory, and need not.
+    // Some file systems cannot sync a directory, and do not need that.
     const bool synced = uninterrupted([&] { return ::fsync(opened.get()); }) == 0 || errno == EINVAL;
     return synced ? std::error_code() : lastError();
 }

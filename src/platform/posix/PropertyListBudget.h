@@ -8,10 +8,10 @@ namespace kestrav::platform {
 /// same large value many times.
 class PropertyListBudget {
 public:
-    /// What a value takes up besides its bytes.
+    /// The bytes that a value takes up in addition to its content.
     static constexpr std::uint64_t valueSize = 128;
 
-    /// For a list that was read from so many bytes.
+    /// For a list that was read from this many bytes.
     explicit PropertyListBudget(std::uint64_t bytes) : left_(sizeLimit + sizePerByte * bytes) {}
 
     /// False if the values grow beyond the limit; nothing is left then.

@@ -39,7 +39,7 @@ struct FileIdentity {
 /// What cannot be removed does not stop the rest from being removed; the first error is returned.
 std::error_code removeTree(int parent, const char *name);
 
-/// The bytes that the user can still write to the file system of an open directory; empty if that is not told.
+/// The bytes that the user can still write to the file system of an open directory; empty if the system does not say.
 [[nodiscard]] std::optional<std::int64_t> availableBytes(const FileDescriptor &directory);
 
 } // namespace kestrav::platform
