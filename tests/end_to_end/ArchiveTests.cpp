@@ -158,7 +158,7 @@ TEST(Archive, RuntimeThatCannotBeWrittenIsNotUnpacked) {
     fs::permissions(home, fs::perms::all);
 }
 
-/// A bundle for which no installed runtime will do.
+/// A bundle that no installed runtime suits.
 struct DownloadBundle : AppBundle {
     explicit DownloadBundle(const std::string &location) {
         info["ksv.minVersion"] = "99";

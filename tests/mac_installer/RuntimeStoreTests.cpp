@@ -1,4 +1,4 @@
-// Runtimes that outlive a run: what is there before, and what comes of it.
+// Runtimes that outlive a run: what a run finds, and what it makes of that.
 
 #include "mac_installer/launcher/RuntimeStore.h"
 
@@ -129,7 +129,7 @@ TEST_F(RuntimeStoreTest, WhatIsNotUsedIsRemovedInTime) {
     directory.write("cache/runtimes/" + other + ".new/half", "");
     age(25);
     {
-        const auto user = store.find(name); // which makes it young
+        const auto user = store.find(name); // marks it as recently used
         age(25);
         store.removeUnused(std::chrono::hours(24));
         EXPECT_TRUE(fs::exists(place));

@@ -84,7 +84,7 @@ std::vector<std::string> preferredLanguages(const ProcessInfo::Environment &envi
             break;
         }
     }
-    // With the plain locale the list of languages does not count, as everywhere on this system.
+    // In the plain locale the list of languages is ignored, as everywhere on this system.
     const bool plain = locale == "C" || locale == "POSIX";
     if (const auto list = environment.find("LANGUAGE"); list != environment.end() && !plain) {
         for (const std::string &language : componentsSeparatedBy(list->second, ":")) {

@@ -76,7 +76,7 @@ Boolean CFNumberGetValue(CFNumberRef number, CFNumberType type, void *value) {
     }
     const int64_t integer = [object(number) longLongValue];
     memcpy(value, &integer, type == kCFNumberSInt32Type ? sizeof(int32_t) : sizeof integer);
-    return true; // also where its upper bits are lost
+    return true; // even if its upper bits are lost
 }
 
 CFComparisonResult CFNumberCompare(CFNumberRef number, CFNumberRef other, void *) {

@@ -34,7 +34,7 @@ void *_NSConcreteStackBlock[32]; // the class of blocks, which is never used
 }
 
 - (void)invalidateAndCancel {
-    [delegate autorelease]; // this may be a call of its
+    [delegate autorelease]; // it may be the caller
     delegate = nil;
 }
 
@@ -59,7 +59,7 @@ void *_NSConcreteStackBlock[32]; // the class of blocks, which is never used
 
 - (void)cancel {
     [connection cancel];
-    [connection autorelease]; // this may be a call of its
+    [connection autorelease]; // it may be the caller
     connection = nil;
 }
 
