@@ -1,4 +1,5 @@
 #include "mac_installer/bootstrap/AppDelegate.h"
+#include "mac_installer/bootstrap/obtaining.h"
 #include "mac_installer/launcher/failure.h"
 #include "mac_installer/launcher/global.h"
 #include "mac_installer/launcher_main.h"
@@ -22,11 +23,11 @@ namespace platform = kestrav::platform;
 
 namespace {
 
-/// Runs the Java program as a child of this process, behind the progress window.
-int bootstrap(int argc, char **argv) {
+/// Runs the Java program as a child of this process, behind the progress window; or only obtains its runtime there.
+int bootstrap(int argc, char **argv, bool obtainsOnly) {
     int status = 1;
     kestrav::endOnFailure(kestrav::bootstrapSignature, [&] {
-        static AppDelegate delegate;
+        static AppDelegate delegate(obtainsOnly);
         platform::Signals::handleTermination([](platform::TerminationSignal signal) { delegate.terminate(signal); });
         status = platform::Application::main(argc, argv, delegate);
     });
@@ -56,8 +57,9 @@ int start(int argc, char **argv) {
               reinterpret_cast<const void *>(&launcher_main));
         return launcher_main(argc, argv);
     }
-    const auto status = kestrav::wantsOneProcess() ? kestrav::becomeJavaProgram() : std::nullopt;
-    return status ? *status : bootstrap(argc, argv);
+    const bool obtainsOnly = argc == 2 && std::string_view(argv[1]) == kestrav::obtainRuntimeMarker;
+    const auto status = !obtainsOnly && kestrav::wantsOneProcess() ? kestrav::becomeJavaProgram() : std::nullopt;
+    return status ? *status : bootstrap(argc, argv, obtainsOnly);
 }
 
 } // namespace

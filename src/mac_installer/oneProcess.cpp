@@ -1,7 +1,10 @@
 #include "mac_installer/oneProcess.h"
 
+#include "mac_installer/bootstrap/obtaining.h"
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/Launcher.h"
+#include "mac_installer/launcher/RuntimeBundle.h"
+#include "mac_installer/launcher/RuntimeKeeping.h"
 #include "mac_installer/launcher/global.h"
 #include "platform/Bundle.h"
 #include "platform/DebugLog.h"
@@ -9,20 +12,54 @@
 #include "platform/path.h"
 #include "platform/text.h"
 
+#include <forward_list>
+#include <utility>
+
 namespace kestrav {
 
 namespace {
 
 constexpr const char *signature = "std::optional<int> becomeJavaProgram()";
 
-bool shipsArchive() {
-    return platform::fileExistsAtPath(
-        platform::appendingPathComponent(platform::Bundle::mainBundle().resourcePath(), "app/jre.tar.gz"));
+/// An archive with the application's runtime: one that it ships, or one at an address.
+struct Archive {
+    std::string origin;
+    bool isShipped = false;
+};
+
+std::optional<Archive> shippedArchive() {
+    const std::string path =
+        platform::appendingPathComponent(platform::Bundle::mainBundle().resourcePath(), "app/jre.tar.gz");
+    return platform::fileExistsAtPath(path) ? std::optional(Archive{path, true}) : std::nullopt;
 }
 
-bool hasAddress() {
-    return !platform::trimmingWhitespaceAndNewlines(stringValue(infoDictionary(), "ksv.jreLocation").value_or(""))
-                .empty();
+std::optional<Archive> archiveAtAddress() {
+    const std::string location = stringValue(infoDictionary(), "ksv.jreLocation").value_or("");
+    const std::string url(platform::trimmingWhitespaceAndNewlines(location));
+    return url.empty() ? std::nullopt : std::optional(Archive{url, false});
+}
+
+std::optional<JavaRuntime> searchRuntime(Launcher &launcher) {
+    _DLog("%s [Line %d] searching for public JREs", signature, __LINE__);
+    if (auto runtime = launcher.findJavaBundle(false)) {
+        return runtime;
+    }
+    _DLog("%s [Line %d] searching for other JREs", signature, __LINE__);
+    return launcher.findJavaBundle(true);
+}
+
+/// The runtime of the archive if it is kept; it is in use until the process ends.
+std::optional<JavaRuntime> keptRuntime(const Archive &archive) {
+    auto found = findKeptRuntime(archive.origin, archive.isShipped);
+    if (!found) {
+        return std::nullopt;
+    }
+    static auto &used = *new std::forward_list<KeptRuntime>; // NOLINT(cppcoreguidelines-owning-memory)
+    const std::string &path = used.emplace_front(std::move(*found)).path();
+    _DLog("%s [Line %d] the runtime is kept: %@", signature, __LINE__, path);
+    JavaRuntime runtime = Launcher::chosenRuntime(path, openRuntime(path).get());
+    runtime.tarFile = archive.isShipped ? OptionalText(archive.origin) : std::nullopt;
+    return runtime;
 }
 
 } // namespace
@@ -35,19 +72,23 @@ bool wantsOneProcess() {
 std::optional<int> becomeJavaProgram() {
     Launcher launcher;
     launcher.needsLaunchLibrary = true;
-    bool mayObtain = shipsArchive();
-    if (!mayObtain) {
-        _DLog("%s [Line %d] searching for public JREs", signature, __LINE__);
-        launcher.runtime = launcher.findJavaBundle(false);
-        if (!launcher.runtime) {
-            _DLog("%s [Line %d] searching for other JREs", signature, __LINE__);
-            launcher.runtime = launcher.findJavaBundle(true);
-        }
-        mayObtain = hasAddress();
+    auto archive = shippedArchive();
+    if (!archive) {
+        launcher.runtime = searchRuntime(launcher);
+        archive = launcher.runtime ? std::nullopt : archiveAtAddress();
     }
-    if (!launcher.runtime && mayObtain) {
-        _DLog("%s [Line %d] a runtime has to be obtained first; the program will be a child", signature, __LINE__);
-        return std::nullopt;
+    if (archive) {
+        launcher.runtime = keptRuntime(*archive);
+        if (!launcher.runtime && placeOfRuntime(archive->origin, archive->isShipped)) {
+            if (obtainInSecondProcess() == Obtained::no) {
+                return 1;
+            }
+            launcher.runtime = keptRuntime(*archive);
+        }
+        if (!launcher.runtime) {
+            _DLog("%s [Line %d] the runtime cannot be kept, so the program will be a child", signature, __LINE__);
+            return std::nullopt;
+        }
     }
     if (launcher.runtime) {
         launcher.load(launchGlobals.programPath != nullptr ? launchGlobals.programPath : "");

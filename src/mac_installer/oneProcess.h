@@ -10,8 +10,9 @@ namespace kestrav {
 /// True if the application's configuration asks for one process ("ksv.inProcess").
 [[nodiscard]] bool wantsOneProcess();
 
-/// Finds a runtime and runs the Java program inside this process; returns its exit status, or 1 after a notice. Empty
-/// if a runtime has to be obtained first, which needs the window. Only while the process has one thread.
+/// Finds a runtime, or has a second process obtain one that is kept, and runs the Java program inside this process;
+/// returns its exit status, or 1 after a cancel or a notice. Empty if the runtime cannot be kept, so that the program
+/// has to be a child. Only while the process has one thread.
 [[nodiscard]] std::optional<int> becomeJavaProgram();
 
 } // namespace kestrav

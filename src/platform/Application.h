@@ -44,6 +44,9 @@ public:
     /// `endProcess`; this returns only if the platform's loop does. Main thread.
     static int main(int argc, char **argv, ApplicationDelegate &delegate);
 
+    /// Keeps the application out of the Dock and the list of running ones; its windows show. Before the first window.
+    static void hideFromDock();
+
     /// Brings the application to the front, ignoring other applications.
     static void activateIgnoringOtherApps();
 };

@@ -31,4 +31,8 @@ private:
     std::shared_ptr<State> state_; // the thread's too, which may outlive this object
 };
 
+/// Blocks until the other end of this process's standard input, a pipe, is closed everywhere; what comes from it
+/// meanwhile is thrown away.
+void awaitEndOfStandardInput();
+
 } // namespace kestrav::platform

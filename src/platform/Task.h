@@ -44,6 +44,9 @@ public:
     /// Starts the child. Throws an `Exception` that names the path and the system's reason when it cannot be started.
     void launch();
 
+    /// True once the child has exited, so that `waitUntilExit` returns at once. After `launch`.
+    [[nodiscard]] bool hasExited() const;
+
     /// Blocks until the child has exited. Called once, after `launch`.
     void waitUntilExit();
 

@@ -2,10 +2,13 @@
 // does not reveal.
 
 #include "Launch.h"
+#include "mac_installer/bootstrap/obtaining.h"
 #include "mac_installer/launcher_main.h"
+#include "support/LoopbackServer.h"
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <csignal>
 #include <regex>
 #include <utility>
@@ -116,6 +119,59 @@ TEST_F(InProcess, AnApplicationThatWantsToBeOneProcessIsTheJavaProgram) {
     bundle.folder().write("Test.app/Contents/Resources/app/jre.tar.gz", runtimeBundle().closed());
     Launch child(bundle);
     EXPECT_TRUE(child.report().has(mainClass));
+}
+
+/// True while a process of the bundle obtains a runtime for another one.
+bool isObtaining(const std::string &executable) {
+    for (const auto &entry : fs::directory_iterator("/proc")) {
+        if (contentOf(entry.path() / "cmdline") == executable + '\0' + obtainRuntimeMarker + '\0') {
+            return true;
+        }
+    }
+    return false;
+}
+
+TEST_F(InProcess, ASecondProcessObtainsTheRuntimeThatIsKept) {
+    const std::string archive =
+        gzip(runtimeBundle()
+                 .directory("Contents/Home/lib/")
+                 .file("Contents/Home/lib/libjli.so", contentOf(KESTRAV_TEST_JLI "/COMPLETE/libjli.so"))
+                 .closed());
+    std::atomic<bool> complete = false;
+    const LoopbackServer server([&](Connection &connection) {
+        static_cast<void>(connection.readRequest());
+        const std::string answer = ok(archive);
+        connection.send(complete ? answer : answer.substr(0, answer.size() / 2));
+        connection.waitForEnd();
+    });
+    bundle.javaVM["SearchSequence"] = Array{"R" + bundle.runtime()}; // which has no launch library
+    bundle.info["ksv.inProcess"] = true;
+    bundle.info["ksv.keepRuntime"] = true;
+    bundle.info["ksv.jreLocation"] = server.url("/jre");
+    const std::string cache = bundle.folder() / "cache";
+    const Start start{.environment = {{"XDG_CACHE_HOME", cache}, {"KESTRAV_LOG", "yes"}, {"TEST_JLI_STATUS", "9"}}};
+    for (const int number : {SIGTERM, SIGKILL}) {
+        Launch ended(bundle, start);
+        waitUntil([&] { return ended.errors().find("waiting for download") != std::string::npos; }, "the download");
+        EXPECT_TRUE(isObtaining(bundle.executable()));
+        ended.sendSignal(number);
+        if (number == SIGTERM) {
+            EXPECT_EQ(ended.wait(), 1) << ended.errors();
+            EXPECT_EQ(ended.output(), "");
+        }
+        waitUntil([&] { return !isObtaining(bundle.executable()); }, "the end of the second process");
+        EXPECT_TRUE(ended.leftNothing());
+    }
+    complete = true;
+    for (const bool obtains : {true, false}) {
+        Launch run(bundle, start);
+        EXPECT_EQ(run.wait(), 9) << run.errors();
+        EXPECT_THAT(run.output(), HasSubstr("\n-Dksv.jreBundle=" + cache + "/kestrav/runtimes/"));
+        EXPECT_EQ(run.errors().find("arg __ksv_obtain_runtime") != std::string::npos, obtains) << run.errors();
+    }
+    bundle.info["ksv.runtimeCache"] = "/proc/none"; // the program is a child, which has a launch library as well
+    Launch child(bundle, start);
+    EXPECT_TRUE(child.report().has("org.example.Main"));
 }
 
 TEST_F(InProcess, LibraryMayEnterMainAgainOrExecuteTheFileAgain) {

@@ -106,7 +106,8 @@ void readVersionSpecificOptions(const PropertyList &javaVM) {
 constexpr std::array ownTexts{"ksv.minVersion", "ksv.maxVersion", "ksv.vmIdPrefix",
                               "ksv.appId",      "ksv.baseDir",    "ksv.jreLocation"};
 constexpr std::array checkedTexts{"ksv.jreSha256", "ksv.runtimeCache"};
-constexpr std::array ownBooleans{"ksv.allowBeta", "ksv.allowPassthrough", "ksv.initialProgress", "ksv.keepRuntime"};
+constexpr std::array ownBooleans{"ksv.allowBeta", "ksv.allowPassthrough", "ksv.inProcess", "ksv.initialProgress",
+                                 "ksv.keepRuntime"};
 constexpr std::array ownIntegers{"ksv.jreUncompressedSize", "ksv.keepDays"};
 constexpr std::array javaTexts{"MainClass", "ClassPath", "ModulePath", "WorkingDirectory", "OptionsFile", "SplashFile"};
 constexpr std::array javaArrays{"VMOptionArray", "ArgumentArray", "SearchSequence"};

@@ -7,6 +7,7 @@
 #include "platform/DebugLog.h"
 #include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
+#include "platform/StandardInput.h"
 #include "platform/Thread.h"
 #include "platform/format.h"
 
@@ -36,6 +37,13 @@ void AppDelegate::applicationWillFinishLaunching() {
     static constexpr const char *signature = "-[AppDelegate applicationWillFinishLaunching:]";
     endOnFailure(signature, [this] {
         _DLog("%s [Line %d] app will finish launching", signature, __LINE__);
+        if (obtainsOnly) {
+            platform::Application::hideFromDock();
+            platform::Thread([this] {
+                platform::awaitEndOfStandardInput();
+                terminate({.number = SIGTERM});
+            }).detach();
+        }
         if (windowIsUnwanted()) {
             _DLog("%s [Line %d] hiding progress window", signature, __LINE__);
             controls->window.close();

@@ -23,6 +23,10 @@ namespace kestrav {
 /// thread, and ends the process with the child's exit status. One instance, which lives until the process ends.
 class AppDelegate final : public platform::ApplicationDelegate, public platform::URLDownloadDelegate {
 public:
+    /// `onlyObtain`: no program is run. The process puts the runtime into the place where it is kept, and ends with an
+    /// `Obtained`, or when its standard input, a pipe, has ended: the one that waits for the runtime is gone then.
+    explicit AppDelegate(bool onlyObtain = false) : obtainsOnly(onlyObtain) {}
+
     // The application's callbacks; main thread.
     void setControls(platform::WindowControls &windowControls) override { controls = &windowControls; }
     void applicationWillFinishLaunching() override;
@@ -78,6 +82,8 @@ private:
     [[nodiscard]] int runProgram(const Launcher &launcher);
     void startChild(const std::shared_ptr<JavaProcess> &process);
     void closeWindowLater();
+
+    const bool obtainsOnly;
 
     platform::WindowControls *controls = nullptr;
 

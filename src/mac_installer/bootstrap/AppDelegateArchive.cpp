@@ -51,6 +51,10 @@ JavaRuntime AppDelegate::obtainFromArchive(const std::string &origin, bool isShi
         try {
             requireDigest(archive, where);
             if (!keep(*making, archive)) {
+                if (obtainsOnly) {
+                    making->removeArchive();
+                    return {}; // a temporary one would not outlive this process
+                }
                 JavaRuntime runtime = extractTemporarily(archive);
                 making->removeArchive();
                 runtime.tarFile = platform::fileExistsAtPath(archive) ? runtime.tarFile : std::nullopt;
@@ -60,6 +64,9 @@ JavaRuntime AppDelegate::obtainFromArchive(const std::string &origin, bool isShi
             making->removeArchive(); // it will not do the next time either
             throw;
         }
+    }
+    if (obtainsOnly) {
+        return {};
     }
     std::string archive = origin;
     if (!isShipped) {

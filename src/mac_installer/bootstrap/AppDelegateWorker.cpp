@@ -1,4 +1,5 @@
 #include "mac_installer/bootstrap/AppDelegate.h"
+#include "mac_installer/bootstrap/obtaining.h"
 
 #include "mac_installer/archive/Cancellation.h"
 #include "mac_installer/launcher/RuntimeHome.h"
@@ -40,13 +41,14 @@ void AppDelegate::worker() {
         _DLog("%s [Line %d] worker started", signature, __LINE__);
         const auto launcher = Launcher::launcher();
         launcher->checkpoint = [this] { raiseIfCancelled(); };
+        launcher->needsLaunchLibrary = obtainsOnly;
         launcher->runtime = obtainRuntime(*launcher);
         raiseIfCancelled();
         if (!launcher->runtime) {
             launcher->displayMissingRuntime();
             platform::endProcess(1);
         }
-        status = runProgram(*launcher);
+        status = obtainsOnly ? static_cast<int>(kept ? Obtained::yes : Obtained::notKept) : runProgram(*launcher);
     } catch (const std::exception &exception) {
         const auto *raised = dynamic_cast<const platform::Exception *>(&exception);
         if (raised != nullptr && raised->name() == CancelledException) {

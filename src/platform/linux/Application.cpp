@@ -87,6 +87,10 @@ int Application::main(int /*argc*/, char ** /*argv*/, ApplicationDelegate &deleg
     std::rethrow_exception(failure); // the loop ends in no other way
 }
 
+void Application::hideFromDock() {
+    // Whatever lists applications here, lists windows.
+}
+
 void Application::activateIgnoringOtherApps() {
     // Nothing to do: a window comes to the front when it is shown.
 }

@@ -1,5 +1,6 @@
 #include "platform/posix/system.h"
 
+#include "platform/Executable.h"
 #include "platform/FileDescriptor.h"
 #include "platform/FileManager.h"
 #include "platform/PrivateFolder.h"
@@ -15,6 +16,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
+#include <filesystem>
 
 namespace kestrav::platform {
 
@@ -49,6 +51,11 @@ std::uint64_t mountOf(int directory) {
 std::error_code exchangeItems(const std::string &path, const std::string &other) {
     const bool done = ::renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) == 0;
     return done ? std::error_code() : lastError();
+}
+
+std::string executablePath() {
+    std::error_code unknown;
+    return std::filesystem::read_symlink("/proc/self/exe", unknown).string();
 }
 
 std::optional<std::int32_t> systemControlInteger(const std::string &name) {

@@ -80,6 +80,11 @@ void observe(TextField &field, NSTextField *shown) {
 
 } // namespace kestrav::platform
 
+/// AppKit's own method; not every kit like it has one.
+@interface NSApplication (ActivationPolicy)
+- (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)policy;
+@end
+
 using kestrav::platform::observe;
 using kestrav::platform::OperationQueue;
 using kestrav::platform::program;
@@ -209,6 +214,12 @@ int Application::main(int argc, char **argv, ApplicationDelegate &delegate) {
         return 1;
     }
     return NSApplicationMain(argc, const_cast<const char **>(argv));
+}
+
+void Application::hideFromDock() {
+    if ([NSApp respondsToSelector:@selector(setActivationPolicy:)]) {
+        [NSApp setActivationPolicy:NSApplicationActivationPolicyAccessory];
+    }
 }
 
 void Application::activateIgnoringOtherApps() {

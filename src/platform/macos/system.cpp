@@ -1,5 +1,6 @@
 #include "platform/posix/system.h"
 
+#include "platform/Executable.h"
 #include "platform/FileDescriptor.h"
 #include "platform/FileManager.h"
 #include "platform/PrivateFolder.h"
@@ -8,6 +9,7 @@
 #include "platform/uninterrupted.h"
 
 #include <fcntl.h>
+#include <mach-o/dyld.h>
 #include <stdio.h> // NOLINT(modernize-deprecated-headers): <cstdio> need not declare renamex_np
 #include <sys/stat.h>
 #include <sys/sysctl.h>
@@ -57,6 +59,17 @@ std::uint64_t mountOf(int directory) {
 std::error_code exchangeItems(const std::string &path, const std::string &other) {
     const bool done = ::renamex_np(path.c_str(), other.c_str(), RENAME_SWAP) == 0;
     return done ? std::error_code() : lastError();
+}
+
+std::string executablePath() {
+    std::uint32_t size = 0;
+    _NSGetExecutablePath(nullptr, &size); // tells the size that it needs, the final zero counted
+    std::string path(size, '\0');
+    if (size == 0 || _NSGetExecutablePath(path.data(), &size) != 0) {
+        return "";
+    }
+    path.resize(path.find('\0'));
+    return path;
 }
 
 std::optional<std::int32_t> systemControlInteger(const std::string &name) {

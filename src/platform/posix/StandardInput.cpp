@@ -260,4 +260,11 @@ void InputForwarding::end() {
     state_->end();
 }
 
+void awaitEndOfStandardInput() {
+    constexpr std::size_t pieceSize = 512;
+    std::array<char, pieceSize> ignored{};
+    while (uninterrupted([&] { return ::read(STDIN_FILENO, ignored.data(), ignored.size()); }) > 0) {
+    }
+}
+
 } // namespace kestrav::platform

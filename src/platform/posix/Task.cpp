@@ -242,6 +242,13 @@ void Task::launch() {
     pid_ = pid;
 }
 
+bool Task::hasExited() const {
+    siginfo_t info{};
+    const int result =
+        uninterrupted([&] { return waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT | WNOHANG); });
+    return result != 0 || info.si_pid == pid_; // of what cannot be waited for, the wait tells why
+}
+
 void Task::waitUntilExit() {
     int error = pid_ > 0 ? awaitExit(pid_) : ECHILD;
     const std::lock_guard lock(mutex_);
