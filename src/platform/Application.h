@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <functional>
+#include <string>
 
 namespace kestrav::platform {
 
@@ -22,6 +23,9 @@ public:
     virtual void applicationDidFinishLaunching() = 0;
     /// Called when the Cancel button is pressed or the window is closed.
     virtual void cancel() = 0;
+
+    /// Called when the system wants a document opened, which is a path or a URL. False if it comes too late.
+    virtual bool open(const std::string & /*document*/) { return false; }
 
     /// Reports the exception that is being handled, which cannot pass through the platform's event loop to `main`, and
     /// ends the run. The loop keeps running until the rest of the program has come to its end.

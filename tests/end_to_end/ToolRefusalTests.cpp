@@ -106,6 +106,8 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--icon", files.write("old.icns", std::string("icns\0\0\0\x14it32\0\0\0\x0C....", 20))}, "has no PNG image"},
         {{"--language", "fr=" + files.write("fr", english)}, "has no text for \"dorvik.InternalError\""},
         {{"--language", "xx"}, "no messages in xx"},
+        {{"--file-type", ".txt"}, "\".txt\" is not a file's extension"},
+        {{"--url-scheme", "1tool:"}, "\"1tool:\" is not the scheme"},
         {{"--max-version", "16"}, "needs Java 17 or newer, but the newest to be taken is 16"},
         {{"--min-version", "8"}, "calls itself 1.8"},
         {{"--min-version", "21", "--max-version", "17"}, "No version is at least 21 and at most 17"},

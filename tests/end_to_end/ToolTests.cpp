@@ -133,7 +133,8 @@ TEST(Tool, OtherFilesAndKeysAreThere) {
         "--main-class org.example.Own --class-path classes/ --class-path '$APP_PACKAGE/../plugins/*' --file "
         "licence.txt "
         "--file link.txt --class-path 'lib/*' --class-path lib/../lib/a.jar --name 'A Tool' --app-version 2.1 "
-        "--icon x.icns --language de --info more.plist --language fr=";
+        "--file-type 'tl=A \"tool\" file' --url-scheme tool --icon x.icns --language de --info more.plist --language "
+        "fr=";
     const Outcome outcome = makeTool(folder, {}, words + messages);
     ASSERT_EQ(outcome.status, 0) << outcome.output;
     EXPECT_THAT(outcome.output, testing::AllOf(HasSubstr("Java 1.8 or newer"), HasSubstr("knows no such key"),
@@ -159,7 +160,13 @@ TEST(Tool, OtherFilesAndKeysAreThere) {
                               {"CFBundleShortVersionString", "2.1"},
                               {"CFBundleDevelopmentRegion", "de"},
                               {"ksv.minVersion", "1.8"},
-                              {"ksv.allowBeta", true}};
+                              {"ksv.allowBeta", true},
+                              {"CFBundleDocumentTypes", Array{Dictionary{{"CFBundleTypeExtensions", Array{"tl"}},
+                                                                         {"CFBundleTypeName", "A \"tool\" file"},
+                                                                         {"CFBundleTypeRole", "Editor"}}}},
+                              {"CFBundleURLTypes", Array{Dictionary{{"CFBundleURLName", "org.example.tool"},
+                                                                    {"CFBundleURLSchemes", Array{"tool"}},
+                                                                    {"CFBundleTypeRole", "Viewer"}}}}};
     for (const auto &[key, value] : expected) {
         EXPECT_EQ(*info->find(key), value) << key;
     }

@@ -89,6 +89,19 @@ TEST_F(DownloadProgress, GoesOnWhereABrokenDownloadStopped) {
     EXPECT_EQ(line.stringValue(), "0.0 of 0.0 MB, 75 %, 1 KB/s");
 }
 
+TEST(AppDelegateDocuments, AreArgumentsUntilTheProgramIsStarted) {
+    std::string logged;
+    platform::testing::replacements().logSink = [&](std::string_view line) { logged = line; };
+    AppDelegate delegate;
+    EXPECT_TRUE(delegate.open("/a b") && delegate.open("tool:x"));
+    EXPECT_EQ(delegate.takeDocuments(), (std::vector<std::string>{"/a b", "tool:x"}));
+    EXPECT_FALSE(delegate.open("tool:secret"));
+    EXPECT_NE(logged.find("a document was not opened"), std::string::npos);
+    EXPECT_EQ(logged.find("secret"), std::string::npos);
+    EXPECT_TRUE(delegate.takeDocuments().empty());
+    platform::testing::replacements().logSink = nullptr;
+}
+
 TEST(JavaProcess, GetsWhatTheTerminalSentBeforeItWasThere) {
     JavaProcess process("/bin/sleep", {"60"});
     const auto before = platform::monotonicNanoseconds();

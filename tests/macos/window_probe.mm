@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdio>
 #include <stdexcept>
+#include <string>
 #include <thread>
 
 #import "platform/macos/InterfaceDelegate.h"
@@ -62,6 +63,10 @@ public:
     }
 
     void cancel() override { ++cancels_; }
+    bool open(const std::string &document) override {
+        documents_ += document + ";";
+        return true;
+    }
     void endAfterFailure() override { std::_Exit(failures == 0 ? 0 : 1); }
 
 private:
@@ -76,12 +81,17 @@ private:
         [[real_ window] performClose:nil];
         check(cancels_ == 2 && ![[real_ window] isVisible], "a disabled button does nothing, closing only closes");
         controls_->window.close();
+        NSArray *urls =
+            [NSArray arrayWithObjects:[NSURL fileURLWithPath:@"/a b"], [NSURL URLWithString:@"tool:x?y=%20"], nil];
+        [real_ application:NSApp openURLs:urls];
+        check(documents_ == "/a b;tool:x?y=%20;", "documents are paths, addresses as they are");
         check([real_ applicationShouldTerminate:NSApp] == NSTerminateLater, "quitting waits");
     }
 
     WindowControls *controls_ = nullptr;
     AppDelegate *real_ = nil;
     int cancels_ = 0;
+    std::string documents_;
 };
 
 } // namespace

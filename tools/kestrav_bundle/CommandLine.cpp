@@ -85,6 +85,8 @@ const std::vector<Option> &options() {
         {"argument", true, fieldSetter(&Request::arguments)},
         {"icon", true, fieldSetter(&Request::icon)},
         {"language", true, addLanguage},
+        {"file-type", true, fieldSetter(&Request::fileTypes)},
+        {"url-scheme", true, fieldSetter(&Request::urlSchemes)},
         {"info", true, fieldSetter(&Request::info)},
         {"runtime", true, fieldSetter(&Request::runtime)},
         {"runtime-form", true, setRuntimeForm},

@@ -1,5 +1,6 @@
 #include "Configuration.h"
 
+#include "DocumentTypes.h"
 #include "mac_installer/launcher/InfoPlist.h"
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
@@ -200,6 +201,7 @@ PropertyList configuration(const PropertyList &templateInfo, const Request &requ
             info["ksv.keepRuntime"] = true;
         }
     }
+    addDocumentTypes(info, request);
     info["JavaVM"] = javaVM(request, program);
     merge(info, userInfo(request));
     PropertyList result(std::move(info));

@@ -47,6 +47,9 @@ struct Request {
     bool classesElsewhere = false;    ///< that list has a class path of its own, or what can change it
     bool earlierInstallation = false; ///< that list names one, whose runtime may be used
 
+    std::vector<std::string> fileTypes;  ///< "EXTENSION" or "EXTENSION=DESCRIPTION", opened with it on macOS
+    std::vector<std::string> urlSchemes; ///< of the addresses that are opened with it there
+
     std::optional<std::string> runtime;
     std::optional<RuntimeForm> runtimeForm; ///< as asked for, else the usual one: there is one once it is parsed
     std::optional<std::string> runtimeURL;

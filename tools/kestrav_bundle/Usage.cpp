@@ -17,6 +17,9 @@ The application
   --language LANG       a language of the launcher's messages: en, de, ja or ar; LANG=FILE adds one of your own with its
                         Localizable.strings, which has all messages. May be given several times; the first is used
                         where none suits the user (default: all four, en first)
+  --file-type EXT       files that macOS opens with the application, by their extension; EXT=DESCRIPTION names their
+                        kind for people. May be given several times, as may
+  --url-scheme SCHEME   addresses that macOS opens with it, by what stands before their ":"
 
 The program
   --jar FILE            its archive, which names the main class, unless --main-class does. The archives that its

@@ -8,10 +8,12 @@
 #include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
 #include "platform/StandardInput.h"
+#include "platform/SystemLog.h"
 #include "platform/Thread.h"
 #include "platform/format.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kestrav {
 
@@ -75,6 +77,23 @@ void AppDelegate::cancel() {
         downloader->cancel();
         endDownload(false);
     }
+}
+
+bool AppDelegate::open(const std::string &document) {
+    static constexpr const char *signature = "-[AppDelegate application:openURLs:]";
+    const std::lock_guard lock(documentsMutex);
+    if (!documents) {
+        // Its name stays out of the log: an address may hold a secret.
+        platform::Log("%s [Line %d] a document was not opened: the program is already running", signature, __LINE__);
+        return false;
+    }
+    documents->push_back(document);
+    return true;
+}
+
+std::vector<std::string> AppDelegate::takeDocuments() {
+    const std::lock_guard lock(documentsMutex);
+    return std::exchange(documents, std::nullopt).value_or(std::vector<std::string>());
 }
 
 void AppDelegate::endAfterFailure() {

@@ -16,6 +16,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace kestrav {
 
@@ -32,6 +33,7 @@ public:
     void applicationWillFinishLaunching() override;
     void applicationDidFinishLaunching() override;
     void cancel() override;
+    bool open(const std::string &document) override;
     void endAfterFailure() override;
 
     // The download's callbacks; main thread.
@@ -45,6 +47,10 @@ public:
 
     /// A signal from outside: passed on to the child while it runs, else a cancel. Any thread.
     void terminate(platform::TerminationSignal signal);
+
+    /// What the system wanted opened until now, as arguments for the program; it takes no more from then on. Any
+    /// thread.
+    [[nodiscard]] std::vector<std::string> takeDocuments();
 
     /// The worker: obtains a runtime, runs the program, ends the process. Its own thread.
     [[noreturn]] void worker();
@@ -105,6 +111,9 @@ private:
     bool waitsToRetry = false;           // the caption says so
     std::int64_t downloadStartTime = 0;  // microseconds since the epoch
     std::int64_t lastProgressUpdate = 0; // microseconds since the epoch
+
+    std::mutex documentsMutex;
+    std::optional<std::vector<std::string>> documents{std::in_place}; // empty once the program has taken them
 
     std::mutex childMutex; // a signal either cancels before the child is started or reaches the child
     std::shared_ptr<JavaProcess> child;

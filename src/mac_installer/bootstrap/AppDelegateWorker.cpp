@@ -12,6 +12,8 @@
 #include "platform/Thread.h"
 #include "platform/path.h"
 
+#include <utility>
+
 namespace kestrav {
 
 using platform::OperationQueue;
@@ -70,7 +72,10 @@ int AppDelegate::runProgram(const Launcher &launcher) {
     });
 
     prepareProcess();
-    const JavaParameters parameters = launcher.readJavaParameters();
+    JavaParameters parameters = launcher.readJavaParameters();
+    for (std::string &document : takeDocuments()) {
+        parameters.args.push_back(std::move(document));
+    }
     const auto arguments = launcher.commandLine(parameters);
     _DLog("%s [Line %d] args: %@", signature, __LINE__, arguments);
 

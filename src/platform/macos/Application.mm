@@ -188,10 +188,23 @@ using kestrav::platform::program;
     return YES;
 }
 
-/// The arguments belong to the Java program. The platform treats those without a "-" as files to open and would report
-/// an error.
-- (BOOL)application:(NSApplication *)sender openFile:(NSString *)file {
-    return YES;
+/// What cannot be opened any more is answered as failed.
+- (void)application:(NSApplication *)sender openURLs:(NSArray *)urls {
+    NSMutableArray *documents = [NSMutableArray array];
+    for (NSURL *url in urls) {
+        [documents addObject:[url isFileURL] ? [url path] : [url absoluteString]];
+    }
+    [self application:sender openFiles:documents];
+}
+
+- (void)application:(NSApplication *)sender openFiles:(NSArray *)documents {
+    bool opened = true;
+    for (NSString *document in documents) {
+        callProgram(*program().delegate, [&opened, document] {
+            opened = program().delegate->open(kestrav::platform::textOf((CFStringRef)document)) && opened;
+        });
+    }
+    [sender replyToOpenOrPrint:opened ? NSApplicationDelegateReplySuccess : NSApplicationDelegateReplyFailure];
 }
 
 /// Quitting, from the Dock or when the system shuts down, asks the process to end: it cancels the run, or is passed on
@@ -208,6 +221,9 @@ int Application::main(int argc, char **argv, ApplicationDelegate &delegate) {
     NSAutoreleasePool *pool = [[NSAutoreleasePool alloc] init];
     const bool hasInterface = Bundle::mainBundle().objectForInfoDictionaryKey("NSMainNibFile") != nullptr;
     [AppDelegate setProgram:&delegate];
+    // The arguments belong to the Java program. The platform would also open those without a "-" as files.
+    [[NSUserDefaults standardUserDefaults]
+        registerDefaults:[NSDictionary dictionaryWithObject:@"NO" forKey:@"NSTreatUnknownArgumentsAsOpen"]];
     [pool drain];
     if (!hasInterface) {
         Log("Info.plist names no NSMainNibFile"); // otherwise nothing would ever happen

@@ -25,6 +25,9 @@
 /// The program's delegate, to be set before the interface file is loaded. It lives until the process ends.
 + (void)setProgram:(kestrav::platform::ApplicationDelegate *)delegate;
 
+/// Files are delivered here as well.
+- (void)application:(NSApplication *)sender openURLs:(NSArray *)urls;
+
 - (IBAction)cancel:(id)sender;
 
 @end

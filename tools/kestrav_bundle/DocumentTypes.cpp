@@ -1,0 +1,60 @@
+#include "DocumentTypes.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace kestrav::tools {
+
+namespace {
+
+using platform::PropertyList;
+using Dictionary = PropertyList::Dictionary;
+
+constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
+
+Dictionary fileType(const std::string &option) {
+    const std::size_t equals = option.find('=');
+    const std::string extension = option.substr(0, equals);
+    const std::string description = equals == std::string::npos ? "" : option.substr(equals + 1);
+    const bool hasControlCharacter =
+        std::any_of(option.begin(), option.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; });
+    if (extension.empty() || extension.front() == '.' || extension.find('/') != std::string::npos ||
+        hasControlCharacter) {
+        throw Refusal("\"" + extension + "\" is not a file's extension: write txt or txt=DESCRIPTION");
+    }
+    return {{"CFBundleTypeExtensions", PropertyList::Array{extension}},
+            {"CFBundleTypeName", description.empty() ? extension : description},
+            {"CFBundleTypeRole", "Editor"}};
+}
+
+Dictionary addressType(const std::string &scheme, const std::string &identifier) {
+    const std::string allowed = std::string(letters) + "0123456789+-.";
+    if (scheme.empty() || letters.find(scheme.front()) == std::string_view::npos ||
+        scheme.find_first_not_of(allowed) != std::string::npos) {
+        throw Refusal("\"" + scheme + "\" is not the scheme of an address, which is what stands before the \":\"");
+    }
+    return {{"CFBundleURLName", identifier},
+            {"CFBundleURLSchemes", PropertyList::Array{scheme}},
+            {"CFBundleTypeRole", "Viewer"}};
+}
+
+} // namespace
+
+void addDocumentTypes(Dictionary &info, const Request &request) {
+    PropertyList::Array files;
+    for (const std::string &option : request.fileTypes) {
+        files.emplace_back(fileType(option));
+    }
+    PropertyList::Array addresses;
+    for (const std::string &scheme : request.urlSchemes) {
+        addresses.emplace_back(addressType(scheme, request.identifier));
+    }
+    if (!files.empty()) {
+        info["CFBundleDocumentTypes"] = std::move(files);
+    }
+    if (!addresses.empty()) {
+        info["CFBundleURLTypes"] = std::move(addresses);
+    }
+}
+
+} // namespace kestrav::tools
