@@ -9,19 +9,23 @@ set(ENV{PATH} ${FOLDER}/bin:$ENV{PATH})
 
 file(READ ${SOURCE}/CMakePresets.json presets)
 string(REGEX MATCH "\"name\": \"macos\"[^{]*{[^}]*}[^{]*{[^}]*}" preset "${presets}")
+string(REPLACE ";" "@" preset "${preset}") # a value may be a list
 string(REGEX MATCHALL "\"[A-Z_]+\": \"[^\"]*\"" variables "${preset}")
 list(TRANSFORM variables REPLACE "\"([A-Z_]+)\": \"(.*)\"" "-D\\1=\\2")
+string(REPLACE "@" "\\;" variables "${variables}")
 
 file(WRITE ${FOLDER}/libz.tbd "")
+file(MAKE_DIRECTORY ${FOLDER}/MacOSX.sdk)
 execute_process(
   COMMAND ${CMAKE_COMMAND} -S ${SOURCE} -B ${FOLDER}/build -G Ninja ${variables} -DCMAKE_SYSTEM_NAME=Darwin
           -DCMAKE_C_COMPILER=${CLANG} -DCMAKE_C_COMPILER_FORCED=ON -DCMAKE_CXX_COMPILER=${CLANG}
           -DCMAKE_CXX_COMPILER_FORCED=ON -DCMAKE_OBJCXX_COMPILER_FORCED=ON -DCMAKE_HAVE_LIBC_PTHREAD=ON
+          -DCMAKE_OSX_SYSROOT=${FOLDER}/MacOSX.sdk
           -DZLIB_LIBRARY=${FOLDER}/libz.tbd -DZLIB_INCLUDE_DIR=/usr/include
   OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND ninja -C ${FOLDER}/build -n -v OUTPUT_VARIABLE commands COMMAND_ERROR_IS_FATAL ANY)
 foreach(expected
-    "-arch x86_64 -mmacosx-version-min=10.15 [^\n]*src/mac_installer/main.cpp"
+    "-arch x86_64 -arch arm64 [^\n]*-mmacosx-version-min=10.15 [^\n]*src/mac_installer/main.cpp"
     "-exported_symbol -Xlinker _main [^\n]*launcher.app/Contents/MacOS/launcher [^\n]*-framework AppKit"
     "ibtool [^\n]*--minimum-deployment-target 10.15 --compile [^\n]*MainWindow.xib"
     "launcher.app/Contents/Resources/MainWindow.nib"

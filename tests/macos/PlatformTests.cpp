@@ -1,7 +1,10 @@
+#include "platform/Machine.h"
 #include "platform/SystemLog.h"
 #include "platform/UserNotification.h"
 #include "platform/macos/CFValue.h"
 #include "platform/macos/RequestRules.h"
+#include "platform/testing.h"
+#include "support/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -35,6 +38,25 @@ TEST(MacPlatform, ValuesThatShareObjectsAreNotCopiedWithoutEnd) {
         list = CFHandle<CFTypeRef>(pair.release());
     }
     EXPECT_EQ(propertyListOf(list.get()), std::nullopt);
+}
+
+TEST(MacPlatform, ProgramsOfOtherProcessorsDoNotRunUnlessTheyAreTranslated) {
+    const tests::TemporaryDirectory directory;
+    const auto runs = [&](const std::string &content, std::int32_t translated) {
+        testing::replacements().systemControl = [translated](const std::string & /*name*/) { return translated; };
+        return runsOnThisProcessor(directory.write("java", content));
+    };
+    std::string own("\xCF\xFA\xED\xFE\x07\0\0\x01", 8);
+    std::string other("\xCF\xFA\xED\xFE\x0C\0\0\x01", 8);
+#if defined(__aarch64__)
+    std::swap(own, other);
+#endif
+    EXPECT_TRUE(runs(own, 0) && runs("#!/bin/sh\n", 0));
+    EXPECT_TRUE(runs(other, 1)); // this process is a translated one: the machine's own programs run as well
+    testing::replacements().systemRoot = directory.path();
+    EXPECT_FALSE(runs(other, 0));
+    testing::replacements().systemRoot.clear();
+    testing::replacements().systemControl = nullptr;
 }
 
 TEST(MacPlatform, DownloadsAreRedirectedToServersAndKeepTheEncryption) {

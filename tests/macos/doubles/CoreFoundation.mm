@@ -128,6 +128,16 @@ CFBundleRef CFBundleGetMainBundle() {
     return bundle;
 }
 
+CFArrayRef CFBundleCopyExecutableArchitecturesForURL(CFURLRef url) {
+    const Pool pool;
+    NSData *content = [NSData dataWithContentsOfFile:[object(url) path]];
+    uint32_t header[2] = {}; // mark and processor
+    [content getBytes:header length:sizeof header];
+    return header[0] == 0xFEEDFACF
+               ? (CFArrayRef)[[NSArray alloc] initWithObjects:[NSNumber numberWithUnsignedInt:header[1]], nil]
+               : nullptr;
+}
+
 CFStringRef CFBundleCopyLocalizedString(CFBundleRef bundle, CFStringRef key, CFStringRef value, CFStringRef) {
     const Pool pool;
     NSString *path = pathForResource(bundle, @"Localizable.strings");

@@ -119,6 +119,7 @@ CALL(CFURLRef, CFBundleCopyResourceURL, (CFBundleRef bundle, CFStringRef name, C
                                                     : object(name))))
 CFStringRef CFBundleCopyLocalizedString(CFBundleRef bundle, CFStringRef key, CFStringRef value, CFStringRef table);
 CALL(CFArrayRef, CFBundleCopyExecutableArchitectures, (CFBundleRef), nullptr)
+CFArrayRef CFBundleCopyExecutableArchitecturesForURL(CFURLRef url); // of Mach-O files for one processor
 const CFStringRef kCFPreferencesCurrentApplication = nullptr;
 CALL(CFPropertyListRef, CFPreferencesCopyAppValue, (CFStringRef key, CFStringRef),
      [[[NSUserDefaults standardUserDefaults] objectForKey:object(key)] retain])
