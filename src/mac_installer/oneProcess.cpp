@@ -55,7 +55,12 @@ std::optional<JavaRuntime> keptRuntime(const Archive &archive) {
         return std::nullopt;
     }
     static auto &used = *new std::forward_list<KeptRuntime>; // NOLINT(cppcoreguidelines-owning-memory)
-    const std::string &path = used.emplace_front(std::move(*found)).path();
+    const KeptRuntime &kept = used.emplace_front(std::move(*found));
+    const std::string &path = kept.path();
+    // The launch library may execute the launcher's file once more.
+    if (const auto error = kept.keepThroughExecution()) {
+        _DLog("%s [Line %d] %@: %@", signature, __LINE__, path, error.message());
+    }
     _DLog("%s [Line %d] the runtime is kept: %@", signature, __LINE__, path);
     JavaRuntime runtime = Launcher::chosenRuntime(path, openRuntime(path).get());
     runtime.tarFile = archive.isShipped ? OptionalText(archive.origin) : std::nullopt;
@@ -71,7 +76,7 @@ bool wantsOneProcess() {
 
 std::optional<int> becomeJavaProgram() {
     Launcher launcher;
-    launcher.needsLaunchLibrary = true;
+    launcher.isOneProcess = true;
     auto archive = shippedArchive();
     if (!archive) {
         launcher.runtime = searchRuntime(launcher);

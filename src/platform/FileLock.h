@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <utility>
 
 namespace kestrav::platform {
@@ -28,6 +29,9 @@ public:
     [[nodiscard]] static std::optional<FileLock> take(FileDescriptor file, Mode mode);
 
     [[nodiscard]] int descriptor() const { return file_.get(); }
+
+    /// Holds the lock also when this process executes another file, and in children that leave descriptors open.
+    [[nodiscard]] std::error_code keepThroughExecution() const;
 
     /// False if the file was removed or replaced, so that others would lock a different one.
     [[nodiscard]] bool isAt(const std::string &path) const;

@@ -43,7 +43,7 @@ void AppDelegate::worker() {
         _DLog("%s [Line %d] worker started", signature, __LINE__);
         const auto launcher = Launcher::launcher();
         launcher->checkpoint = [this] { raiseIfCancelled(); };
-        launcher->needsLaunchLibrary = obtainsOnly;
+        launcher->isOneProcess = obtainsOnly;
         launcher->runtime = obtainRuntime(*launcher);
         raiseIfCancelled();
         if (!launcher->runtime) {

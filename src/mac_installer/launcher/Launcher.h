@@ -34,8 +34,9 @@ public:
     std::optional<JavaRuntime> runtime;
     /// Called before each candidate of a search, which it may end by raising an exception.
     std::function<void()> checkpoint = [] {};
-    /// The program is to run inside this process: a search refuses candidates without a launch library that fits it.
-    bool needsLaunchLibrary = false;
+    /// The application is one process: a search refuses candidates without a launch library that fits it, and the
+    /// configuration may ask for the first thread.
+    bool isOneProcess = false;
 
     // Configuration ---------------------------------------------------------------------------------------------------
 

@@ -107,7 +107,7 @@ std::string Launcher::otherProcessorReason(const std::string &path) {
 
 CandidateVerdict Launcher::requiringLaunchLibrary(CandidateVerdict verdict, const std::string &path,
                                                   bool plugin) const {
-    if (!needsLaunchLibrary || !verdict.launchVersion) {
+    if (!isOneProcess || !verdict.launchVersion) {
         return verdict;
     }
     const std::string library = plugin ? pluginLibraryPath() : launchLibraryPath(path);

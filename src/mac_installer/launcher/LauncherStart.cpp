@@ -35,7 +35,7 @@ Launcher &Launcher::load(const char *programPath) {
     }
     prepareProcess();
     JavaParameters parameters = readJavaParameters();
-    if (parameters.firstThread) {
+    if (isOneProcess && parameters.firstThread) {
         parameters.options.emplace_back("-XstartOnFirstThread");
     }
     exportLanguage();

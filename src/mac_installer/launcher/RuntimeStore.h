@@ -27,6 +27,8 @@ public:
     [[nodiscard]] const std::string &path() const { return path_; }
     /// What a child that uses the runtime keeps open.
     [[nodiscard]] int lock() const { return lock_.descriptor(); }
+    /// Keeps the runtime in use also when this process executes another file. An error code if that fails.
+    [[nodiscard]] std::error_code keepThroughExecution() const { return lock_.keepThroughExecution(); }
 
 private:
     friend class RuntimeStore;

@@ -55,4 +55,8 @@ std::optional<FileLock> FileLock::take(FileDescriptor file, Mode mode) {
     return taken ? std::optional(FileLock(std::move(file))) : std::nullopt;
 }
 
+std::error_code FileLock::keepThroughExecution() const {
+    return ::fcntl(file_.get(), F_SETFD, 0) == 0 ? std::error_code() : lastError();
+}
+
 } // namespace kestrav::platform
