@@ -2,7 +2,6 @@
 
 #include "platform/Controls.h"
 
-#include <exception>
 #include <functional>
 #include <string>
 
@@ -33,13 +32,7 @@ public:
 };
 
 /// Calls into the program from the platform's event loop, which exceptions must not pass through.
-inline void callProgram(ApplicationDelegate &delegate, const std::function<void()> &action) noexcept {
-    try {
-        action();
-    } catch (const std::exception &) {
-        delegate.endAfterFailure();
-    }
-}
+void callProgram(ApplicationDelegate &delegate, const std::function<void()> &action) noexcept;
 
 /// The platform's application object.
 class Application {

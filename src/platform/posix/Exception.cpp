@@ -1,5 +1,6 @@
 #include "platform/Exception.h"
 
+#include "platform/Application.h"
 #include "platform/format.h"
 #include "platform/path.h"
 
@@ -73,6 +74,15 @@ Exception::Exception(std::string name, std::string reason)
 
 const char *Exception::what() const noexcept {
     return reason_.empty() ? name_.c_str() : reason_.c_str();
+}
+
+// Defined here, because the runtime of Objective-C++ sources does not find the handler on every platform.
+void callProgram(ApplicationDelegate &delegate, const std::function<void()> &action) noexcept {
+    try {
+        action();
+    } catch (const std::exception &) {
+        delegate.endAfterFailure();
+    }
 }
 
 } // namespace kestrav::platform
