@@ -5,8 +5,8 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -38,8 +38,9 @@ inline void linkFile(const std::string &from, const std::string &to) {
 }
 
 [[nodiscard]] inline std::string contentOf(const std::string &path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream content; // much faster than iterators under the sanitizers
+    content << std::ifstream(path, std::ios::binary).rdbuf();
+    return content.str();
 }
 
 /// An application bundle made from the built template, in a folder of its own. Its configuration names a test runtime

@@ -31,7 +31,7 @@ Dictionary addressType(const std::string &scheme, const std::string &identifier)
     const std::string allowed = std::string(letters) + "0123456789+-.";
     if (scheme.empty() || letters.find(scheme.front()) == std::string_view::npos ||
         scheme.find_first_not_of(allowed) != std::string::npos) {
-        throw Refusal("\"" + scheme + "\" is not the scheme of an address, which is what stands before the \":\"");
+        throw Refusal("\"" + scheme + R"(" is not the scheme of an address, which is what stands before the ":")");
     }
     return {{"CFBundleURLName", identifier},
             {"CFBundleURLSchemes", PropertyList::Array{scheme}},

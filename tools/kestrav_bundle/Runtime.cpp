@@ -18,7 +18,6 @@ namespace kestrav::tools {
 namespace {
 
 using platform::appendingPathComponent;
-using platform::Bundle;
 
 /// What kind of machine a program is for: the system's executable format and, where it is one number, the processor.
 /// Empty for anything else, such as a script.

@@ -24,6 +24,8 @@ class InflateAhead : public Inflater {
 public:
     /// Reads from the descriptor's position. Null if the stream cannot be set up.
     [[nodiscard]] static std::unique_ptr<InflateAhead> open(platform::FileDescriptor archive);
+    InflateAhead(const InflateAhead &) = delete;
+    InflateAhead &operator=(const InflateAhead &) = delete;
     ~InflateAhead() override;
 
     [[nodiscard]] std::span<const char> nextChunk() override;

@@ -47,7 +47,8 @@ std::unique_ptr<Inflater> InflateMembers::open(platform::FileDescriptor &archive
 
 InflateMembers::InflateMembers(platform::FileDescriptor archive, std::size_t threadCount) : file_(std::move(archive)) {
     for (std::size_t count = 0; count < threadCount * slotsPerThread; ++count) {
-        slots_.push_back(std::unique_ptr<Slot>(new Slot)); // the bytes are not touched until they are needed
+        // Unlike `make_unique` this leaves the bytes untouched until they are needed.
+        slots_.push_back(std::unique_ptr<Slot>(new Slot)); // NOLINT(modernize-make-unique)
     }
 }
 

@@ -29,6 +29,8 @@ public:
     /// Null, with the descriptor unchanged, if the file is of another kind or too small to be worth threads, or if
     /// there is only one processor.
     [[nodiscard]] static std::unique_ptr<Inflater> open(platform::FileDescriptor &archive);
+    InflateMembers(const InflateMembers &) = delete;
+    InflateMembers &operator=(const InflateMembers &) = delete;
     ~InflateMembers() override;
 
     [[nodiscard]] std::span<const char> nextChunk() override;

@@ -95,8 +95,9 @@ private:
 
     std::atomic<bool> cancelled = false; // set by a cancel or a signal, for good; polled by the worker
 
-    std::optional<platform::TemporaryFolder> tempDir; // the run's temporary directory, if one was made; the worker's
-    std::optional<KeptRuntime> kept;                  // the runtime, if it is kept; the worker's
+    std::optional<platform::TemporaryFolder> tempDir;    // the run's temporary directory, if one was made; the worker's
+    std::optional<platform::TemporaryFolder> archiveDir; // where its archive lies, if that is another; the worker's
+    std::optional<KeptRuntime> kept;                     // the runtime, if it is kept; the worker's
 
     // The download. The worker sets these up before it posts the start. From then on they are the main thread's, which
     // takes the lock and gives it back with condition 1 in the end. A cancelled worker does not wait for a main thread

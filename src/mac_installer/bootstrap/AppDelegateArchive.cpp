@@ -7,10 +7,12 @@
 #include "platform/DebugLog.h"
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
+#include "platform/PrivateFolder.h"
 #include "platform/format.h"
 #include "platform/path.h"
 #include "platform/posix/downloadRules.h"
 
+#include <utility>
 #include <variant>
 
 // From an archive to a runtime. All of this runs on the worker's thread.
@@ -124,8 +126,11 @@ void AppDelegate::requireDigest(const std::string &archive, const std::string &w
 }
 
 JavaRuntime AppDelegate::extractTemporarily(const std::string &archive) {
-    if (!tempDir) {
-        tempDir = createTemporaryDirectory(expectedSize(archive));
+    const auto size = expectedSize(archive);
+    // The folder of a download was chosen before this size was known.
+    if (!tempDir || !platform::objectionToRoom(tempDir->path(), size.value_or(0)).empty()) {
+        auto folder = createTemporaryDirectory(size);
+        archiveDir = std::exchange(tempDir, std::move(folder));
     }
     const std::string destination = appendingPathComponent(tempDir->path(), "jre.bundle");
     if (const auto error = platform::createDirectoryAtPath(destination, false)) {

@@ -90,7 +90,7 @@ std::string AppDelegate::download(const std::string &url, const std::string &des
         removeTemporaryDirectory(); // the first one, which was too small
         tempDir = std::move(folder);
     }
-    const std::string file = otherDestination->path().value_or(destination);
+    std::string file = otherDestination->path().value_or(destination);
     if (downloadFailed || !platform::fileExistsAtPath(file)) {
         removeTemporaryDirectory();
         otherDestination->raiseIfNoRoom();
@@ -154,18 +154,18 @@ void AppDelegate::postProgress(double percentage) {
 }
 
 void AppDelegate::removeTemporaryDirectory() {
-    if (!tempDir) {
-        return;
-    }
-    if (const auto error = tempDir->remove()) {
-        try {
-            platform::Log("%s [Line %d] could not remove %@: %@", signature, __LINE__, tempDir->path(),
-                          error.message());
-        } catch (const std::exception &) {
-            tellOfRemainder(tempDir->path());
+    for (auto *const folder : {&tempDir, &archiveDir}) {
+        const auto error = *folder ? (*folder)->remove() : std::error_code();
+        if (error) {
+            try {
+                platform::Log("%s [Line %d] could not remove %@: %@", signature, __LINE__, (*folder)->path(),
+                              error.message());
+            } catch (const std::exception &) {
+                tellOfRemainder((*folder)->path());
+            }
         }
+        folder->reset();
     }
-    tempDir.reset();
 }
 
 void AppDelegate::raiseIfCancelled() const {

@@ -50,6 +50,9 @@ void AppDelegate::worker() {
             launcher->displayMissingRuntime();
             platform::endProcess(1);
         }
+        if (obtainsOnly && kept) {
+            removeAbandonedFolders(); // else it happened where a folder was made
+        }
         status = obtainsOnly ? static_cast<int>(kept ? Obtained::yes : Obtained::notKept) : runProgram(*launcher);
     } catch (const std::exception &exception) {
         const auto *raised = dynamic_cast<const platform::Exception *>(&exception);

@@ -14,7 +14,7 @@ namespace {
 constexpr const char *signature = "-[AppDelegate worker:]";
 
 NoticeException noticeOf(const platform::NoRoom &lack) {
-    constexpr std::int64_t megabyte = 1024 * 1024;
+    constexpr std::int64_t megabyte = std::int64_t{1024} * 1024;
     const auto rounded = [](std::int64_t bytes, std::int64_t up) { return std::to_string((bytes + up) / megabyte); };
     return {"DiskSpaceError",
             {rounded(lack.needed(), megabyte - 1), rounded(lack.available(), 0), lack.folder()},
@@ -62,7 +62,7 @@ std::optional<std::string> OtherDestination::path() const {
 void OtherDestination::raiseIfNoRoom() const {
     const std::lock_guard lock(mutex_);
     if (noRoom_) {
-        throw *noRoom_;
+        throw NoticeException(*noRoom_);
     }
 }
 

@@ -27,6 +27,9 @@ Obtained obtainInSecondProcess() {
     }
     task.waitUntilExit();
     const int status = task.terminationStatus();
+    while (status == static_cast<int>(Obtained::no) && signals.take()) {
+        // A terminal sends its signals to both processes; this one has had its effect.
+    }
     _DLog("%s [Line %d] the process that obtains the runtime has ended with status %d", signature, __LINE__, status);
     if (status < static_cast<int>(Obtained::yes) || status > static_cast<int>(Obtained::notKept)) {
         throw platform::Exception(

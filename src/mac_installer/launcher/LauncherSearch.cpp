@@ -15,7 +15,6 @@
 namespace kestrav {
 
 using platform::appendingPathComponent;
-using platform::Bundle;
 
 namespace {
 

@@ -45,7 +45,7 @@ std::optional<std::string> listOfFolder(const std::string &path) {
             return std::nullopt;
         }
         for (const std::string &name : *names) {
-            std::string entry = folder == "." ? name : folder + "/" + name;
+            std::string entry = folder == "." ? name : std::string(folder).append("/").append(name);
             const std::string kind = kindAndSize(root, entry);
             if (kind.empty()) {
                 return std::nullopt;

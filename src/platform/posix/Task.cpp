@@ -101,7 +101,7 @@ std::vector<std::string> argumentVector(const std::string &path, const std::vect
     for (const std::string &argument : arguments) {
         if (argument.find('\0') != std::string::npos) {
             throw Exception("TaskLaunchException",
-                            "could not start " + path + ": an argument holds a NUL character: " + argument);
+                            format("could not start %@: an argument holds a NUL character: %@", path, argument));
         }
     }
     std::vector<std::string> vector{path};
@@ -113,7 +113,7 @@ std::vector<std::string> argumentVector(const std::string &path, const std::vect
 std::vector<std::string> environmentEntries() {
     std::vector<std::string> entries;
     for (const auto &[name, value] : ProcessInfo::processInfo().environment()) {
-        entries.push_back(name + "=" + value);
+        entries.push_back(format("%@=%@", name, value));
     }
     return entries;
 }
