@@ -14,8 +14,8 @@
 #include "mac_installer/launcher/LaunchLibrary.h"
 #include "platform/FileManager.h"
 #include "platform/SHA256.h"
+#include "platform/downloadRules.h"
 #include "platform/path.h"
-#include "platform/posix/downloadRules.h"
 
 #include <unistd.h>
 

@@ -2,7 +2,7 @@
 
 #include "mac_installer/launcher/Launcher.h"
 #include "platform/SHA256.h"
-#include "platform/posix/downloadRules.h"
+#include "platform/downloadRules.h"
 #include "platform/text.h"
 
 #include <algorithm>

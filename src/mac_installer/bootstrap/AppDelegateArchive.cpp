@@ -8,9 +8,9 @@
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
 #include "platform/PrivateFolder.h"
+#include "platform/downloadRules.h"
 #include "platform/format.h"
 #include "platform/path.h"
-#include "platform/posix/downloadRules.h"
 
 #include <utility>
 #include <variant>

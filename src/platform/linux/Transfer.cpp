@@ -5,8 +5,8 @@
 #include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
 #include "platform/Thread.h"
+#include "platform/downloadRules.h"
 #include "platform/linux/Module.h"
-#include "platform/posix/downloadRules.h"
 
 #include <sys/eventfd.h>
 

@@ -1,10 +1,10 @@
 #include "platform/URLDownload.h"
 
 #include "platform/SystemLog.h"
+#include "platform/downloadRules.h"
 #include "platform/macos/CFValue.h"
 #include "platform/macos/RequestRules.h"
 #include "platform/posix/DownloadTarget.h"
-#include "platform/posix/downloadRules.h"
 
 #import <Foundation/Foundation.h>
 

@@ -1,7 +1,7 @@
 #include "platform/posix/DownloadAttempts.h"
 
+#include "platform/downloadRules.h"
 #include "platform/format.h"
-#include "platform/posix/downloadRules.h"
 
 #include <charconv>
 #include <utility>

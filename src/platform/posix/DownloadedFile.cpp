@@ -1,13 +1,12 @@
 #include "platform/posix/DownloadedFile.h"
 
+#include "platform/PrivateFolder.h"
 #include "platform/URLDownload.h"
-#include "platform/format.h"
 #include "platform/path.h"
 #include "platform/uninterrupted.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -53,17 +52,9 @@ std::string usableValidator(std::string_view text) {
 }
 
 std::string DownloadedFile::lackOfRoom(std::int64_t bytes) const {
-    struct statvfs space {};
     const std::string folder = deletingLastPathComponent(path_);
-    if (::statvfs(folder.c_str(), &space) != 0 || space.f_blocks == 0) {
-        return {};
-    }
-    constexpr double megabyte = 1024 * 1024;
-    const double available = static_cast<double>(space.f_bavail) * static_cast<double>(space.f_frsize);
-    const auto needed = static_cast<double>(bytes);
-    return available < needed ? format("%@ has room for %.1f MB, but %.1f MB are needed", folder, available / megabyte,
-                                       needed / megabyte)
-                              : "";
+    const std::string objection = objectionToRoom(folder, bytes);
+    return objection.empty() ? "" : folder + ": " + objection;
 }
 
 std::optional<DownloadPart> DownloadedFile::openPart() {

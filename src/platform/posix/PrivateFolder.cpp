@@ -100,7 +100,7 @@ std::string objectionToRoom(const std::string &folder, std::int64_t needed) {
 
 std::string lackOfRoom(std::int64_t available, std::int64_t needed) {
     constexpr double megabyte = 1024 * 1024;
-    return format("it has room for %.0f MB, but %.0f MB are needed", static_cast<double>(available) / megabyte,
+    return format("it has room for %.1f MB, but %.1f MB are needed", static_cast<double>(available) / megabyte,
                   static_cast<double>(needed) / megabyte);
 }
 

@@ -1,9 +1,9 @@
+#include "platform/downloadRules.h"
 #include "platform/linux/DownloadModule.h"
 #include "platform/linux/modules/FreeWith.h"
 #include "platform/linux/modules/IdleRounds.h"
 #include "platform/linux/modules/Sockets.h"
 #include "platform/linux/modules/Url.h"
-#include "platform/posix/downloadRules.h"
 
 #include <curl/curl.h>
 
