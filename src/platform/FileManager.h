@@ -76,6 +76,10 @@ inline constexpr std::int64_t usualSizeLimit = std::int64_t{1} << 30;
 /// The same folder for all of the user's applications.
 [[nodiscard]] std::vector<std::string> cacheDirectories();
 
+/// The file that records why starts of the application of this name have failed. It may not exist; the name may be any
+/// text that a file name can hold.
+[[nodiscard]] std::string failureLogFile(const std::string &application);
+
 /// The user's home directory.
 [[nodiscard]] std::string homeDirectory();
 

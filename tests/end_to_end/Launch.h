@@ -71,8 +71,8 @@ private:
 /// Waits until a condition holds; false, and a failed test, if it does not within a minute.
 bool waitUntil(const std::function<bool()> &condition, std::string_view what);
 
-/// Expects a run that ends with status 1 and a notice, one line on standard error that contains `message`, without
-/// having started a child.
+/// Expects a run that ends with status 1 and a notice on standard error that contains `message`, without having started
+/// a child.
 void expectRefusal(Launch &run, std::string_view message, std::string_view title = "Test");
 
 /// Ends a run that logs and has no child yet with a signal, and expects neither a notice nor anything left.

@@ -47,7 +47,7 @@ TEST_F(Configuration, AValueOfTheWrongTypeIsNamed) {
 TEST_F(Configuration, OfTheWrongTypeDoesNotHideANotice) {
     configure({{"CFBundleName", 7}, {"ksv.baseDir", Array{}}});
     Launcher::displayError("key");
-    EXPECT_EQ(notices, Strings{": key"});
+    EXPECT_EQ(notices, Strings{": key\n" + directory / "home/.local/state/kestrav/Tool.log"});
 }
 
 class Options : public LauncherFixture {

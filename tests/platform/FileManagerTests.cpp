@@ -1,4 +1,5 @@
 #include "platform/FileManager.h"
+#include "platform/PrivateLog.h"
 #include "platform/TrustedPath.h"
 #include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
@@ -179,6 +180,24 @@ TEST(TrustedPath, IsNobodyElsesToMake) {
     EXPECT_EQ(reasonToDistrust(opened, own, "/"), own + otherUsers);
     EXPECT_EQ(reasonToDistrust(opened, own, bundle), std::nullopt);
     EXPECT_EQ(reasonToDistrust(FileDescriptor::openRegularFile(open), own, bundle), "everybody can write to it");
+}
+
+TEST(PrivateLog, IsPutAsideOnceItIsFull) {
+    const TemporaryDirectory directory;
+    const std::string log = directory / "new/state/log";
+    const std::string third(privateLogLimit / 3, 'x');
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_FALSE(appendToPrivateLog(log, third)) << i;
+    }
+    EXPECT_EQ(contentsOfFile(log), third);
+    EXPECT_EQ(contentsOfFile(log + ".1"), third + third + third);
+    EXPECT_EQ(modeOf(log), 0600U);
+    EXPECT_EQ(modeOf(directory / "new/state"), 0700U);
+    ASSERT_EQ(::mkfifo((directory / "new/state/fifo").c_str(), 0600), 0);
+    EXPECT_TRUE(appendToPrivateLog(directory / "new/state/fifo", third));
+    fs::permissions(directory / "new/state", fs::perms::all);
+    EXPECT_TRUE(appendToPrivateLog(log, third));
+    EXPECT_EQ(contentsOfFile(log), third);
 }
 
 TEST(FileManager, FindsTheUsersDirectories) {

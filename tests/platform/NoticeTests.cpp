@@ -91,7 +91,7 @@ TEST(DisplayNoticeDeathTest, WithoutDesktopAsLineOnStandardError) {
     for (const auto &[situation, address, bundle] : cases) {
         SCOPED_TRACE(situation);
         EXPECT_EXIT(display(address, bundle, "Title", "one\ntwo\x1B[31m\tcaf\xC3\xA9"), ExitedWithCode(0),
-                    "^Title: one two\\\\u001B\\[31m caf\xC3\xA9\n$");
+                    "^Title: one\ntwo\\\\u001B\\[31m caf\xC3\xA9\n$");
     }
     EXPECT_EXIT(display("", KESTRAV_TEST_BUNDLE, "", "text"), ExitedWithCode(0), "^demo: text\n$");
 }

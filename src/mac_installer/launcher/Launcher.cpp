@@ -1,10 +1,10 @@
 #include "mac_installer/launcher/Launcher.h"
 
 #include "mac_installer/launcher/InfoPlist.h"
+#include "mac_installer/launcher/failedStart.h"
 #include "mac_installer/launcher/trust.h"
 #include "platform/FileManager.h"
 #include "platform/SystemLog.h"
-#include "platform/UserNotification.h"
 #include "platform/path.h"
 
 #include <algorithm>
@@ -54,12 +54,17 @@ OptionalText localizedMessage(std::string_view key) {
     return messages != nullptr ? std::optional(messages->localizedStringForKey(key, key)) : std::nullopt;
 }
 
-void logNotFound(std::string_view key) {
+void logNotFound(std::string_view key, std::vector<std::string> details) {
     platform::Log("%s [Line %d] message %@ not found", errorSignature, __LINE__, key);
+    details.insert(details.begin(), platform::format("message %@ not found", key));
+    recordFailedStart(details);
 }
 
-void show(std::string_view message) {
-    platform::displayNotice(bundleName().value_or(""), message);
+/// Shows a notice and records it with the details in the log of failed starts.
+void show(const std::string &message, const std::vector<std::string> &details = {}) {
+    constexpr const char *key = "FailureLog";
+    const std::string record = localizedMessage(key).value_or("");
+    tellOfFailedStart(message, details, record == key ? "" : record);
 }
 
 /// Of the messages about a missing runtime the one that says what is asked for, if the table has it: the versions are
@@ -83,23 +88,26 @@ std::unique_ptr<Launcher> Launcher::launcher() {
     return std::make_unique<Launcher>();
 }
 
-void Launcher::displayError(std::string_view key, const OptionalText &info1, const OptionalText &info2) {
+void Launcher::displayError(std::string_view key, const OptionalText &info1, const OptionalText &info2,
+                            const std::vector<std::string> &details) {
     const OptionalText text = localizedMessage(key);
     if (!text) {
-        logNotFound(key);
+        logNotFound(key, details);
         return;
     }
     // Without an argument the text is not a format: a "%" in it stands for itself.
-    show(info1 ? platform::format(*text, platform::loggable(info1), platform::loggable(info2)) : *text);
+    show(info1 ? platform::format(*text, platform::loggable(info1), platform::loggable(info2)) : *text, details);
 }
 
-bool Launcher::displayMessage(std::string_view key, std::vector<std::string> infos) {
+bool Launcher::displayMessage(std::string_view key, std::vector<std::string> infos,
+                              const std::vector<std::string> &details) {
     const OptionalText text = localizedMessage(key);
     const bool isKnown = text && *text != key;
     if (isKnown) {
         infos.resize(3);
         show(platform::format(*text, platform::loggable(infos[0]), platform::loggable(infos[1]),
-                              platform::loggable(infos[2])));
+                              platform::loggable(infos[2])),
+             details);
     }
     return isKnown;
 }
@@ -111,7 +119,7 @@ void Launcher::displayMissingRuntime() const {
     constexpr const char *usual = "AppleJavaMinVersionError";
     const auto text = special ? special : localizedMessage(usual);
     if (!text) {
-        logNotFound(usual);
+        logNotFound(usual, {});
         return;
     }
     const bool isFormat = special || minimum;

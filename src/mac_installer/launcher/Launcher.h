@@ -126,13 +126,16 @@ public:
 
     // Notices ---------------------------------------------------------------------------------------------------------
 
+    // Each notice is also recorded in the log of failed starts, with details, whose path ends it.
+
     /// Shows the notice of a message key, filled with up to two strings. Does not wait and does not end
     /// anything.
     static void displayError(std::string_view key, const OptionalText &info1 = std::nullopt,
-                             const OptionalText &info2 = std::nullopt);
+                             const OptionalText &info2 = std::nullopt, const std::vector<std::string> &details = {});
 
     /// The same for up to three texts; false if the table lacks the message, as one that is older than it does.
-    [[nodiscard]] static bool displayMessage(std::string_view key, std::vector<std::string> infos);
+    [[nodiscard]] static bool displayMessage(std::string_view key, std::vector<std::string> infos,
+                                             const std::vector<std::string> &details = {});
 
     /// Shows the notice that no suitable runtime was found: the version that is asked for and, in a line of its own,
     /// the refused runtime of the highest version and why it was refused.

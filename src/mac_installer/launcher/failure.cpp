@@ -46,9 +46,22 @@ void writeLastWords(std::string_view reason) {
     writeLine(": An internal error kept this application from starting: ", reason, ".\n");
 }
 
+std::string failureLine(const char *signature, int line, const std::exception &exception) {
+    return platform::logText("%s [Line %d] %@", signature, line, exception.what());
+}
+
+/// What the log of failed starts says more than the notice does.
+std::vector<std::string> detailsOf(const char *signature, int line, const std::exception &exception) {
+    std::vector<std::string> details = {failureLine(signature, line, exception)};
+    if (const auto *raised = dynamic_cast<const Exception *>(&exception)) {
+        details.insert(details.end(), raised->callStackSymbols().begin(), raised->callStackSymbols().end());
+    }
+    return details;
+}
+
 void logFailure(const char *signature, int line, const std::exception &exception) {
     const auto *raised = dynamic_cast<const Exception *>(&exception);
-    const std::string shortLine = platform::logText("%s [Line %d] %@", signature, line, exception.what());
+    const std::string shortLine = failureLine(signature, line, exception);
     const std::string whole =
         raised != nullptr ? platform::logText("%@: %@", shortLine, raised->callStackSymbols()) : shortLine;
     platform::writeSystemLog(whole, platform::debugLogEnabled() ? whole : shortLine);
@@ -59,8 +72,9 @@ void logFailure(const char *signature, int line, const std::exception &exception
 void reportFailure(const char *signature, int line, const std::exception &exception) noexcept {
     try {
         const auto *known = dynamic_cast<const NoticeException *>(&exception);
-        if (known == nullptr || !Launcher::displayMessage(known->key(), known->infos())) {
-            Launcher::displayError("dorvik.InternalError", std::string(reasonOf(exception)));
+        const auto details = detailsOf(signature, line, exception);
+        if (known == nullptr || !Launcher::displayMessage(known->key(), known->infos(), details)) {
+            Launcher::displayError("dorvik.InternalError", std::string(reasonOf(exception)), std::nullopt, details);
         }
     } catch (const std::exception &) {
         writeLastWords(reasonOf(exception));

@@ -20,8 +20,6 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <cstdint>
-#include <cstdio>
 #include <ctime>
 #include <mutex>
 #include <string>
@@ -138,18 +136,6 @@ void sendToLogDaemon(std::string_view message) {
         }
         log.socket.reset();
     }
-}
-
-/// "2026-11-21 07:41:37.123", local time.
-std::string timestamp() {
-    const std::int64_t milliseconds = currentMicroseconds() / 1000;
-    const auto seconds = static_cast<std::time_t>(milliseconds / 1000);
-    std::tm local{};
-    localtime_r(&seconds, &local);
-    std::array<char, 64> text{};
-    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &local);
-    std::snprintf(text.data() + length, text.size() - length, ".%03d", static_cast<int>(milliseconds % 1000));
-    return text.data();
 }
 
 } // namespace

@@ -28,4 +28,10 @@ std::vector<std::string> cacheDirectories() {
     return {cacheDirectory()}; // all applications share it
 }
 
+std::string failureLogFile(const std::string &application) {
+    const std::string usual = appendingPathComponent(homeDirectory(), ".local/state");
+    const std::string folder = appendingPathComponent(absolutePathIn("XDG_STATE_HOME").value_or(usual), "kestrav");
+    return appendingPathComponent(folder, application + ".log");
+}
+
 } // namespace kestrav::platform

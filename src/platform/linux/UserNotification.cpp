@@ -75,9 +75,12 @@ bool showOnDesktop(const std::shared_ptr<Delivery> &delivery) {
 }
 
 void showOnStandardError(const std::string &title, std::string_view message) {
-    const std::string line = onOneLine(title + ": " + std::string(message));
-    static_cast<void>(writeToStandardError(line + "\n")); // first, because the log may have to be waited for
-    writeSystemLogOnly(line);
+    std::string lines;
+    for (const std::string &line : componentsSeparatedBy(title + ": " + std::string(message), "\n")) {
+        lines += onOneLine(line) + "\n";
+    }
+    static_cast<void>(writeToStandardError(lines)); // first, because the log may have to be waited for
+    writeSystemLogOnly(onOneLine(title + ": " + std::string(message)));
 }
 
 } // namespace

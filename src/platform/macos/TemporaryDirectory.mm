@@ -32,4 +32,9 @@ std::string cacheDirectory() {
     return appendingPathComponent(appendingPathComponent(homeDirectory(), "Library/Caches"), name);
 }
 
+std::string failureLogFile(const std::string &application) {
+    const std::string logs = appendingPathComponent(homeDirectory(), "Library/Logs");
+    return appendingPathComponent(appendingPathComponent(logs, application), "launcher.log");
+}
+
 } // namespace kestrav::platform

@@ -5,6 +5,9 @@
 
 #include <sys/time.h>
 
+#include <array>
+#include <cstddef>
+#include <cstdio>
 #include <ctime>
 
 namespace kestrav::platform {
@@ -22,6 +25,17 @@ std::int64_t currentMicroseconds() {
     timeval now{};
     gettimeofday(&now, nullptr); // can fail only for a bad address
     return static_cast<std::int64_t>(now.tv_sec) * MicrosecondsPerSecond + static_cast<std::int64_t>(now.tv_usec);
+}
+
+std::string timestamp() {
+    const std::int64_t milliseconds = currentMicroseconds() / 1000;
+    const auto seconds = static_cast<std::time_t>(milliseconds / 1000);
+    std::tm local{};
+    localtime_r(&seconds, &local);
+    std::array<char, 64> text{};
+    const std::size_t length = std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M:%S", &local);
+    std::snprintf(text.data() + length, text.size() - length, ".%03d", static_cast<int>(milliseconds % 1000));
+    return text.data();
 }
 
 std::int64_t monotonicNanoseconds() {
