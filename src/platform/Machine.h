@@ -16,6 +16,10 @@ namespace kestrav::platform {
 /// True if this process can load the library: it has code for exactly this process's kind of processor.
 [[nodiscard]] bool loadsIntoThisProcess(const std::string &library);
 
+/// True if the library ends before what the system would map of it; loading it would end this process with a bus error.
+/// Always false on macOS, which checks that itself.
+[[nodiscard]] bool isCutOff(const std::string &library);
+
 /// The folder that Java runtimes before version 9 have below "lib" for this process's processor ("amd64"); empty where
 /// they have none.
 [[nodiscard]] std::string_view processorFolder();

@@ -53,6 +53,9 @@ void exportEnvironmentVariable(const std::string &name, const std::string &value
 /// A 32-bit integer of the system's own settings (sysctl), empty if the system has none of that name.
 [[nodiscard]] std::optional<std::int32_t> systemControlInteger(const std::string &name);
 
+/// Has `endProcess` call this first; it must not fail or wait. Any thread.
+void setLastStep(void (*step)());
+
 /// Ends the process with a status: output is flushed, but no destructors run. The first caller's status counts; later
 /// callers wait for the end. Any thread.
 [[noreturn]] void endProcess(int status);

@@ -3,6 +3,7 @@
 #include <csignal>
 #include <cstdint>
 #include <functional>
+#include <optional>
 
 namespace kestrav::platform {
 
@@ -27,6 +28,24 @@ public:
     ~SignalsBlocked();
 
 private:
+    sigset_t saved_{};
+};
+
+/// While it exists, the signals that a `TerminationSignal` stands for do nothing to this process but wait to be taken;
+/// those ignored when the process was started stay ignored. No handler is installed. One that was not taken has its
+/// effect when this object ends. Only while the process has one thread.
+class SignalsHeld {
+public:
+    SignalsHeld();
+    SignalsHeld(const SignalsHeld &) = delete;
+    SignalsHeld &operator=(const SignalsHeld &) = delete;
+    ~SignalsHeld();
+
+    /// The number of a signal that has come, if there is one; does not wait.
+    [[nodiscard]] std::optional<int> take() const;
+
+private:
+    sigset_t held_{};
     sigset_t saved_{};
 };
 

@@ -99,7 +99,9 @@ TEST_F(LauncherStart, LibraryIsGivenTheVectorAndTheVersion) {
     load("bare\nMain");
     EXPECT_THAT(launchOutput(), HasSubstr("; 1.7.0 1.7.0 java java;"));
     fs::current_path(before);
+    setenv("LD_LIBRARY_PATH", "/changed", 1);
     const auto kept = platform::takeReexecution();
+    unsetenv("LD_LIBRARY_PATH");
     ASSERT_TRUE(kept);
     EXPECT_EQ(kept->libraryPath, directory / "bare/lib/libjli.so");
 }

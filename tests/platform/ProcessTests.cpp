@@ -238,6 +238,8 @@ TEST(ReexecutionTests, OnlyThisProcessIsBelieved) {
     constexpr const char *variable = "KESTRAV_REEXEC";
     prepareReexecution("17 \n0", "/a b/12");
     const std::string own = std::getenv(variable);
+    setenv("LD_LIBRARY_PATH", "/changed", 1);
+    const std::string ofThisSearchPath = own + "/changed";
     const std::size_t start = own.find(' ') + 1;
     std::string ofAnotherTime = own;
     ofAnotherTime[start] = ofAnotherTime[start] == '1' ? '2' : '1';
@@ -246,6 +248,7 @@ TEST(ReexecutionTests, OnlyThisProcessIsBelieved) {
         bool isBelieved;
     } cases[] = {
         {own, true},
+        {ofThisSearchPath, false}, // the program itself has executed the file
         {ofAnotherTime, false},
         {std::to_string(getpid() + 1) + own.substr(start - 1), false},
         {std::to_string(getpid()) + " 6 17.0.9/a b", false}, // without a time
@@ -261,6 +264,7 @@ TEST(ReexecutionTests, OnlyThisProcessIsBelieved) {
         EXPECT_TRUE(!taken || (taken->version == "17 \n0" && taken->libraryPath == "/a b/12"));
         EXPECT_EQ(std::getenv(variable), nullptr);
     }
+    unsetenv("LD_LIBRARY_PATH");
 }
 
 } // namespace

@@ -4,7 +4,7 @@
 #include "platform/DebugLog.h"
 #include "platform/Exception.h"
 #include "platform/Executable.h"
-#include "platform/HeldSignals.h"
+#include "platform/Signals.h"
 #include "platform/Task.h"
 #include "platform/format.h"
 
@@ -14,7 +14,7 @@ Obtained obtainInSecondProcess() {
     static constexpr const char *signature = "Obtained obtainInSecondProcess()";
     constexpr std::int64_t pause = 20'000; // microseconds between two looks
 
-    const platform::HeldSignals signals;
+    const platform::SignalsHeld signals;
     platform::Pipe life; // its end tells the other process that this one is gone
     platform::Task task(platform::executablePath(), {obtainRuntimeMarker});
     task.setStandardInput(life.readEnd.get());

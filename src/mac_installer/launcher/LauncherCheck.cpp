@@ -113,6 +113,8 @@ CandidateVerdict Launcher::requiringLaunchLibrary(CandidateVerdict verdict, cons
     const std::string library = plugin ? pluginLibraryPath() : launchLibraryPath(path);
     if (!platform::fileExistsAtPath(library)) {
         verdict.refusal = "it has no launch library (libjli)";
+    } else if (platform::isCutOff(library)) {
+        verdict.refusal = "its launch library (libjli) is cut off";
     } else if (!platform::loadsIntoThisProcess(library)) {
         verdict.refusal = "its launch library has no code for this process's processor";
     }

@@ -1,5 +1,6 @@
 #include "platform/Bundle.h"
 
+#include "platform/Executable.h"
 #include "platform/FileManager.h"
 #include "platform/linux/Localization.h"
 #include "platform/linux/StringTable.h"
@@ -40,9 +41,8 @@ StringTable stringTableOf(const Bundle &bundle) {
 } // namespace
 
 std::string Bundle::ownPath() {
-    std::error_code error;
-    const std::string executable = std::filesystem::read_symlink("/proc/self/exe", error).string();
-    const std::string directory = deletingLastPathComponent(error ? "/" : executable);
+    const std::string executable = executablePath();
+    const std::string directory = deletingLastPathComponent(executable.empty() ? "/" : executable);
     const std::string contents = deletingLastPathComponent(directory);
     const bool isBundle = lastPathComponent(directory) == "MacOS" && lastPathComponent(contents) == "Contents";
     return isBundle ? deletingLastPathComponent(contents) : directory;

@@ -1,10 +1,17 @@
 #include "platform/Machine.h"
 
+#include "platform/FileDescriptor.h"
 #include "platform/linux/FileHeader.h"
+#include "platform/uninterrupted.h"
+
+#include <elf.h>
+#include <link.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <elf.h>
+#include <cstring>
 
 namespace kestrav::platform {
 
@@ -57,6 +64,32 @@ bool runsOnThisProcessor(const std::string &program) {
 
 bool loadsIntoThisProcess(const std::string &library) {
     return elfMachine(FileHeader(library)) == thisProcessor().machine;
+}
+
+bool isCutOff(const std::string &library) {
+    const FileDescriptor file = FileDescriptor::openRegularFile(library);
+    struct stat status {};
+    if (!file.valid() || ::fstat(file.get(), &status) != 0) {
+        return false;
+    }
+    const auto readAt = [&](ElfW(Off) offset, auto &record) {
+        const auto count =
+            uninterrupted([&] { return ::pread(file.get(), &record, sizeof record, static_cast<off_t>(offset)); });
+        return count == static_cast<ssize_t>(sizeof record);
+    };
+    ElfW(Ehdr) header{};
+    if (!readAt(0, header) || std::memcmp(&header.e_ident, ELFMAG, SELFMAG) != 0) {
+        return false; // the system says what is wrong
+    }
+    const auto size = static_cast<std::uint64_t>(status.st_size);
+    for (unsigned index = 0; index < header.e_phnum; ++index) {
+        ElfW(Phdr) segment{};
+        if (!readAt(header.e_phoff + index * sizeof segment, segment) ||
+            (segment.p_type == PT_LOAD && (segment.p_offset > size || segment.p_filesz > size - segment.p_offset))) {
+            return true;
+        }
+    }
+    return false;
 }
 
 std::string_view processorFolder() {

@@ -17,9 +17,17 @@ namespace kestrav::platform {
 
 namespace {
 
-// "PROCESS-ID START-TIME LENGTH VERSION-AND-LIBRARY", the length being the version's. The start time tells this process
-// from a later one with the same number; executing a file changes neither.
+// "PROCESS-ID START-TIME LENGTH LENGTH TEXTS": the texts are the version, the library and the library search path, the
+// lengths the first two's. The start time tells this process from a later one with the same number; executing a file
+// changes neither. A runtime's library executes the file again to change the search path; a Java program that executes
+// it itself, to start it from the beginning, leaves that as it is.
 constexpr const char *variable = "KESTRAV_REEXEC";
+
+/// Where the system looks for libraries. No other thread exists.
+std::string_view librarySearchPath() {
+    const char *path = std::getenv("LD_LIBRARY_PATH"); // NOLINT(concurrency-mt-unsafe)
+    return path == nullptr ? "" : path;
+}
 
 /// Takes a number and the blank after it from the beginning of the text.
 template <class Number> std::optional<Number> takeNumber(std::string_view &text) {
@@ -62,9 +70,9 @@ void prepareReexecution(std::string_view version, std::string_view libraryPath) 
     if (!startTime) {
         return; // if the file is executed again, the program starts from the beginning
     }
-    std::string value =
-        std::to_string(getpid()) + " " + std::to_string(*startTime) + " " + std::to_string(version.size()) + " ";
-    value.append(version).append(libraryPath);
+    std::string value = std::to_string(getpid()) + " " + std::to_string(*startTime) + " " +
+                        std::to_string(version.size()) + " " + std::to_string(libraryPath.size()) + " ";
+    value.append(version).append(libraryPath).append(librarySearchPath());
     // If there is no memory for it, an ordinary launch still works.
     static_cast<void>(setenv(variable, value.c_str(), 1));
 }
@@ -86,10 +94,16 @@ std::optional<Reexecution> takeReexecution() {
         return std::nullopt;
     }
     const auto versionLength = takeNumber<std::size_t>(rest);
-    if (!versionLength || *versionLength >= rest.size()) {
+    const auto libraryLength = takeNumber<std::size_t>(rest);
+    if (!versionLength || !libraryLength || *versionLength >= rest.size() ||
+        *libraryLength > rest.size() - *versionLength || *libraryLength == 0) {
         return std::nullopt;
     }
-    return Reexecution{std::string(rest.substr(0, *versionLength)), std::string(rest.substr(*versionLength))};
+    const std::string_view library = rest.substr(*versionLength, *libraryLength);
+    if (rest.substr(*versionLength + *libraryLength) == librarySearchPath()) {
+        return std::nullopt;
+    }
+    return Reexecution{std::string(rest.substr(0, *versionLength)), std::string(library)};
 }
 
 } // namespace kestrav::platform

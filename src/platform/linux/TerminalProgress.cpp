@@ -8,13 +8,16 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
+#include <mutex>
+#include <utility>
 
 namespace kestrav::platform {
 
 namespace {
 
-std::atomic<bool> lineIsThere = false;
+std::mutex lock; // for both
+bool lineIsThere = false;
+bool processEnds = false;
 
 // The automatic line break is switched off, so that a line that is too long is cut off at the terminal's edge.
 constexpr const char *Begin = "\r\033[K\033[?7l";
@@ -29,6 +32,11 @@ TerminalProgress::TerminalProgress(WindowControls &controls) : controls_(control
     if (usable_) {
         controls_.setObserver([this] { changed_ = true; });
         changed_ = false;
+        setLastStep([] {
+            erase();
+            const std::lock_guard guard(lock);
+            processEnds = true;
+        });
     }
 }
 
@@ -51,14 +59,15 @@ void TerminalProgress::update() {
     shown_ = std::move(line);
     if (shown_.empty()) {
         erase();
-    } else {
+    } else if (const std::lock_guard guard(lock); !processEnds) {
         lineIsThere = true;
         static_cast<void>(writeWithin(STDERR_FILENO, Begin + shown_ + End, 0)); // without waiting: output may be halted
     }
 }
 
 void TerminalProgress::erase() {
-    if (lineIsThere.exchange(false)) {
+    const std::lock_guard guard(lock);
+    if (std::exchange(lineIsThere, false)) {
         static_cast<void>(writeWithin(STDERR_FILENO, Erase, 0));
     }
 }

@@ -65,6 +65,10 @@ bool loadsIntoThisProcess(const std::string &library) {
     return dlopen_preflight(library.c_str());
 }
 
+bool isCutOff(const std::string & /*library*/) {
+    return false;
+}
+
 std::string_view processorFolder() {
     return "";
 }

@@ -1,5 +1,7 @@
 #include "platform/DynamicLibrary.h"
 
+#include "platform/Machine.h"
+
 #include <dlfcn.h>
 #include <sys/stat.h>
 
@@ -11,6 +13,10 @@ DynamicLibrary::DynamicLibrary(const std::string &path) {
     struct stat status {};
     if (::stat(file.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
         error_ = file + ": not a regular file"; // opening a FIFO would wait for ever
+        return;
+    }
+    if (isCutOff(file)) {
+        error_ = file + ": file too short";
         return;
     }
     handle_ = ::dlopen(file.c_str(), RTLD_LAZY);

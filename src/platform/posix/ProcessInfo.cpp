@@ -18,6 +18,10 @@ extern char **environ; // NOLINT(readability-redundant-declaration)
 
 namespace kestrav::platform {
 
+namespace {
+std::atomic<void (*)()> lastStep{nullptr};
+}
+
 ProcessInfo &ProcessInfo::processInfo() {
     static NeverDestroyed<ProcessInfo> info([] { return ProcessInfo(); });
     return info.get();
@@ -82,12 +86,19 @@ void exportEnvironmentVariable(const std::string &name, const std::string &value
     static_cast<void>(setenv(name.c_str(), value.c_str(), 0));
 }
 
+void setLastStep(void (*step)()) {
+    lastStep = step;
+}
+
 void endProcess(int status) {
     static std::atomic<bool> ending{false};
     if (ending.exchange(true)) {
         for (;;) {
             pause();
         }
+    }
+    if (const auto step = lastStep.load(); step != nullptr) {
+        step();
     }
     static_cast<void>(std::fflush(stdout));
     static_cast<void>(std::fflush(stderr));

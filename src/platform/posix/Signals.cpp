@@ -79,6 +79,37 @@ SignalsBlocked::~SignalsBlocked() {
     pthread_sigmask(SIG_SETMASK, &saved_, nullptr);
 }
 
+SignalsHeld::SignalsHeld() {
+    sigemptyset(&held_);
+    for (const int number : TerminationSignals) {
+        if (!Signals::wasIgnoredAtStart(number)) {
+            sigaddset(&held_, number);
+        }
+    }
+    pthread_sigmask(SIG_BLOCK, &held_, &saved_);
+}
+
+SignalsHeld::~SignalsHeld() {
+    pthread_sigmask(SIG_SETMASK, &saved_, nullptr);
+}
+
+std::optional<int> SignalsHeld::take() const {
+    sigset_t pending;
+    if (sigpending(&pending) != 0) {
+        return std::nullopt;
+    }
+    for (const int number : TerminationSignals) {
+        if (sigismember(&held_, number) == 1 && sigismember(&pending, number) == 1) {
+            sigset_t one;
+            sigemptyset(&one);
+            sigaddset(&one, number);
+            int taken = 0;
+            return sigwait(&one, &taken) == 0 ? std::optional(taken) : std::nullopt;
+        }
+    }
+    return std::nullopt;
+}
+
 bool Signals::wasIgnoredAtStart(int number) {
     static const sigset_t ignored = ignoredSignals();
     return sigismember(&ignored, number) == 1;
