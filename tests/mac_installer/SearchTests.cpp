@@ -44,6 +44,7 @@ TEST_F(Search, TheSequenceIsTriedInOrder) {
         {{"R" + (directory / "${NAME}")}, {}, eight},
         {{"R" + (directory / "missing"), "y", "", "x" + eight, "r" + eight, "Y"}, {}, installed},
         {{"Y", "R" + eight}, {{"ksv.maxVersion", "1.8"}}, eight},
+        {{"R" + eight + "/Contents/Home/"}, {}, eight}, // as JAVA_HOME has it on a Mac
         {{}, {}, std::nullopt},
     };
     for (const auto &[sequence, bounds, found] : cases) {

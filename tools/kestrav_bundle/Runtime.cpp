@@ -38,15 +38,6 @@ std::string machineOf(const std::string &path) {
     return mach ? "Mach-O" : "";
 }
 
-/// The bundle to which a home belongs, so that the user may name the home alone; else the folder itself.
-std::string wholeRuntime(const std::string &path) {
-    const std::filesystem::path real = std::filesystem::canonical(path);
-    const std::filesystem::path contents = real.parent_path();
-    const bool isHome = real.filename() == "Home" && contents.filename() == "Contents";
-    return isHome && platform::fileExistsAtPath((contents / "Info.plist").string()) ? contents.parent_path().string()
-                                                                                    : real.string();
-}
-
 } // namespace
 
 Runtime examineRuntime(const std::string &name, const std::string &folder, const RuntimeBounds &bounds,
@@ -55,7 +46,7 @@ Runtime examineRuntime(const std::string &name, const std::string &folder, const
         throw Refusal("The runtime " + name + " is neither a folder nor an archive");
     }
     Runtime runtime;
-    runtime.folder = wholeRuntime(folder);
+    runtime.folder = bundleOfHome(std::filesystem::canonical(folder).string()); // its user may name the home alone
     const std::string home = runtimeHome(runtime.folder);
     const std::string java = appendingPathComponent(getJreLocation(runtime.folder), "bin/java");
     if (!platform::fileExistsAtPath(java) || platform::directoryExistsAtPath(java) ||

@@ -2,6 +2,7 @@
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/Launcher.h"
 #include "mac_installer/launcher/RuntimeBundle.h"
+#include "mac_installer/launcher/RuntimeHome.h"
 #include "mac_installer/launcher/RuntimeSupport.h"
 #include "platform/DebugLog.h"
 #include "platform/FileManager.h"
@@ -151,7 +152,7 @@ std::optional<JavaRuntime> Launcher::findDirectoryJavaBundle(const OptionalText 
         _DLog("%s [Line %d] rejected %@: %@", directorySignature, __LINE__, path, "nothing exists there");
         return std::nullopt;
     }
-    return tryBundle(directorySignature, __LINE__, path, bounds);
+    return tryBundle(directorySignature, __LINE__, bundleOfHome(path), bounds);
 }
 
 std::optional<JavaRuntime> Launcher::findPlugin(const RuntimeBounds &bounds) {

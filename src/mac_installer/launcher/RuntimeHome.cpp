@@ -4,6 +4,7 @@
 #include "platform/path.h"
 
 #include <filesystem>
+#include <string_view>
 #include <vector>
 
 namespace kestrav {
@@ -32,6 +33,16 @@ std::string getJreLocation(const std::string &runtimePath) {
     const std::string home = runtimeHome(runtimePath);
     const std::string jre = appendingPathComponent(home, "jre");
     return platform::fileExistsAtPath(jre) ? jre : home;
+}
+
+std::string bundleOfHome(const std::string &path) {
+    constexpr std::string_view home = "/Contents/Home";
+    const std::string plain(platform::withoutTrailingSlashes(path));
+    if (!plain.ends_with(home)) {
+        return path;
+    }
+    const std::string bundle = plain.substr(0, plain.size() - home.size());
+    return platform::fileExistsAtPath(appendingPathComponent(bundle, "Contents/Info.plist")) ? bundle : path;
 }
 
 std::string extractedRuntime(const std::string &folder) {

@@ -14,6 +14,10 @@ namespace kestrav {
 /// `runtimeHome`, or the "jre" below it where that exists: the directory whose bin/java is started.
 [[nodiscard]] std::string getJreLocation(const std::string &runtimePath);
 
+/// The bundle that a home belongs to: JAVA_HOME names the Contents/Home of one on a Mac, which says nothing about
+/// itself there. Any other path is returned as it is.
+[[nodiscard]] std::string bundleOfHome(const std::string &path);
+
 /// The runtime in a folder that an archive was extracted to: the folder itself or, if that holds none, the only folder
 /// in it that does. Those who publish runtimes put such a folder around the whole.
 [[nodiscard]] std::string extractedRuntime(const std::string &folder);
