@@ -1,18 +1,25 @@
 # The template bundle on a Mac: ${CMAKE_BINARY_DIR}/Launcher.app, which an application vendor copies, fills and signs
 # anew.
 set(resources ${CMAKE_CURRENT_SOURCE_DIR}/resources)
-find_program(IBTOOL ibtool REQUIRED)
 find_program(PLUTIL plutil REQUIRED)
 find_program(CODESIGN codesign REQUIRED)
 set(KESTRAV_SIGNING_IDENTITY "-" CACHE STRING "Who signs the bundle (codesign --sign); - is nobody")
 
+set(KESTRAV_MAIN_NIB "" CACHE FILEPATH "The compiled interface file; empty: it is compiled by ibtool, of the whole Xcode")
+
 set(nib ${CMAKE_CURRENT_BINARY_DIR}/MainWindow.nib)
-add_custom_command(
-  OUTPUT ${nib}
-  COMMAND ${IBTOOL} --errors --warnings --notices --minimum-deployment-target ${CMAKE_OSX_DEPLOYMENT_TARGET}
-          --compile ${nib} ${resources}/MainWindow.xib
-  DEPENDS ${resources}/MainWindow.xib
-  VERBATIM)
+if(KESTRAV_MAIN_NIB)
+  add_custom_command(OUTPUT ${nib} COMMAND ${CMAKE_COMMAND} -E copy ${KESTRAV_MAIN_NIB} ${nib}
+                     DEPENDS ${KESTRAV_MAIN_NIB} VERBATIM)
+else()
+  find_program(IBTOOL ibtool REQUIRED)
+  add_custom_command(
+    OUTPUT ${nib}
+    COMMAND ${IBTOOL} --errors --warnings --notices --minimum-deployment-target ${CMAKE_OSX_DEPLOYMENT_TARGET}
+            --compile ${nib} ${resources}/MainWindow.xib
+    DEPENDS ${resources}/MainWindow.xib
+    VERBATIM)
+endif()
 set_source_files_properties(${nib} ${resources}/app.icns PROPERTIES MACOSX_PACKAGE_LOCATION Resources)
 set(tables)
 foreach(language ar de en ja)

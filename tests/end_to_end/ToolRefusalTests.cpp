@@ -133,6 +133,8 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--info", javaVM("VersionSpecificVMOptions", Array{"17", Array{}})},
          "\"17\", under \"VersionSpecificVMOptions\" in Info.plist, fits no version"},
         {{"--replace=yes"}, "takes no value"},
+        {{"--sign", "Me"}, "Signing needs macOS's codesign"},
+        {{"--entitlements", garbage}, "is for an application that is signed"},
         {{files / "a:b.app"}, "One application at a time"},
     };
     for (auto [options, message] : besideAGoodJar) {

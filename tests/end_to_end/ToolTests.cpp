@@ -207,6 +207,59 @@ TEST(Tool, WhatManifestsNameTravels) {
                                   "  runtime: an installed one, Java 1.8 or newer\n");
 }
 
+TEST(Tool, CodeIsSignedFromTheInsideOut) {
+    const TemporaryDirectory folder;
+    const auto code = [](char type) { // the beginning of a file with code: 2 is a program, 6 a library
+        return std::string("\xCF\xFA\xED\xFE\0\0\0\0\0\0\0\0", 12) + type + std::string(20, '\0');
+    };
+    makeHome(folder, "jdk/Contents/Home");
+    const std::string fat("\xCA\xFE\xBA\xBE\0\0\0\1\0\0\0\0\0\0\0\0\0\0\0\x28\0\0\0\0", 24);
+    folder.write("jdk/Contents/Home/bin/jcmd", fat + std::string(16, '\0') + code(2));
+    folder.write("jdk/Contents/Home/lib/jspawnhelper", code(2));
+    folder.write("jdk/Contents/Home/lib/server/libjvm.dylib", code(6));
+    folder.write("jdk/Contents/Home/lib/libjli.dylib", code(6));
+    fs::create_directory(folder / "jdk/Contents/MacOS");
+    fs::create_symlink("../Home/lib/libjli.dylib", folder / "jdk/Contents/MacOS/libjli.dylib");
+    folder.write("native/helper", code(2));
+    folder.write("bin/codesign", R"(#!/bin/sh
+echo "$*" | sed 's|[^ ]*/new.app|APP|g; s| [^ ]*/signing/| |' >>"${0%/bin/*}/log"
+case $* in *entitlements*) grep -q '<true/>' "${0%/bin/*}"/made/.kest*/signing/entitlements || exit 1;; esac
+case $* in --verify*) [ -z "$BAD" ] || { echo a sealed resource is missing >&2; exit 3; };; esac
+)");
+    fs::permissions(folder / "bin/codesign", fs::perms::owner_all);
+    fs::create_directory(folder / "made");
+    const std::string tool = "cd " + folder / "made; PATH=" + folder / "bin:$PATH " KESTRAV_TOOL;
+    const std::vector<std::string> options{"--installer",
+                                           "--identifier",
+                                           "org.example.tool",
+                                           "--jar",
+                                           KESTRAV_PROGRAM_JAR,
+                                           "--runtime",
+                                           folder / "jdk",
+                                           "--file",
+                                           "../native",
+                                           "--runtime-form",
+                                           "folder",
+                                           "--sign",
+                                           "Me",
+                                           "Test.app"};
+    const Outcome bad = run("export BAD=1; " + tool, options);
+    EXPECT_THAT(bad.output, HasSubstr("is not accepted: a sealed resource is missing"));
+    EXPECT_THAT(namesIn(folder / "made"), ElementsAre());
+    fs::remove(folder / "log");
+    const Outcome outcome = run(tool, options);
+    EXPECT_EQ(outcome.status, 0) << outcome.output;
+    const std::string sign = "--force --options runtime --sign Me --timestamp ";
+    const std::string entitled = sign + "--entitlements entitlements ";
+    const std::string runtime = "APP/Contents/PlugIns/jre.bundle";
+    EXPECT_EQ(contentOf(folder / "log"),
+              sign + runtime + "/Contents/Home/lib/server/libjvm.dylib " + runtime +
+                  "/Contents/Home/lib/libjli.dylib " + runtime + "/Contents/MacOS/libjli.dylib " +
+                  "APP/Contents/Resources/app/native/helper\n" + entitled + runtime + "/Contents/Home/bin/jcmd " +
+                  runtime + "/Contents/Home/lib/jspawnhelper\n" + sign + runtime + "\n" + entitled +
+                  "APP\n--verify --strict --deep APP\n");
+}
+
 TEST(Tool, SaysWhereTheRuntimeWillComeFrom) {
     const TemporaryDirectory files;
     const std::string earlier = files.write("earlier", PropertyList(Dictionary{{"ksv.appId", "1"}}).serialize());

@@ -8,6 +8,7 @@
 #include "Runtime.h"
 #include "RuntimeArchive.h"
 #include "RuntimeTree.h"
+#include "Signing.h"
 #include "Trial.h"
 #include "Workshop.h"
 #include "checks.h"
@@ -182,6 +183,7 @@ Plan plan(const Request &asked, const std::string &ownFolder) {
     plan.request = withInfo(asked);
     const Request &request = plan.request;
     checkRequest(request);
+    requireSigning(request);
     tidyUp(folderOf(request.output));
     refuseOccupiedPlace(request);
     plan.bundleTemplate = findTemplate(request, ownFolder);
@@ -195,41 +197,57 @@ Plan plan(const Request &asked, const std::string &ownFolder) {
     return plan;
 }
 
+/// The runtime that travels: one that was published as an archive is extracted now.
+std::optional<Runtime> runtimeOf(const Plan &plan, const Workshop &workshop) {
+    if (!plan.request.runtime || plan.runtime) {
+        return plan.runtime;
+    }
+    return suitableRuntime(plan.request, extractRuntimeArchive(*plan.request.runtime, workshop.pathOf("runtime")),
+                           plan.bounds, plan.bundleTemplate);
+}
+
+void placeResources(const Request &request, const std::string &application) {
+    const std::string resources = appendingPathComponent(application, "Contents/Resources");
+    if (request.icon) {
+        placeIcon(*request.icon, resources);
+    }
+    placeLanguages(request.languages, resources);
+}
+
+void writeInfo(const platform::PropertyList &info, const std::string &application) {
+    const std::string file = appendingPathComponent(application, "Contents/Info.plist");
+    if (const auto error = platform::writeFileAtomically(file, info.serialize())) {
+        throw Refusal("Info.plist could not be written: " + error.message());
+    }
+}
+
 } // namespace
 
 std::vector<std::string> makeApplication(const Request &asked, const std::string &ownFolder) {
-    auto [request, bundleTemplate, templateInfo, program, bounds, runtime] = plan(asked, ownFolder);
+    const Plan planned = plan(asked, ownFolder);
+    const auto &[request, bundleTemplate, templateInfo, program, bounds, _] = planned;
     const auto draft = configuration(templateInfo, request, program, {});
     const FileTree tree = applicationTree(bundleTemplate, program, request.output);
     std::vector<std::string> notes = unheededKeys(request);
     append(notes, program.notes);
     append(notes, tree.notes);
     Workshop workshop(request);
-    if (request.runtime && !runtime) {
-        runtime = suitableRuntime(request, extractRuntimeArchive(*request.runtime, workshop.pathOf("runtime")), bounds,
-                                  bundleTemplate);
-    }
+    const auto runtime = runtimeOf(planned, workshop);
     const std::string application = workshop.pathOf("new.app");
     copyTree(tree, application);
-    const std::string resources = appendingPathComponent(application, "Contents/Resources");
-    if (request.icon) {
-        placeIcon(*request.icon, resources);
-    }
-    placeLanguages(request.languages, resources);
+    placeResources(request, application);
     RuntimeArchive archive;
     if (runtime) {
         append(notes, tryRuntime({*runtime, draft, application, workshop.pathOf("trial")}, program.lacksMainClass));
         archive = placeRuntime(*runtime, *request.runtimeForm, application, notes);
-    }
-    const auto info = configuration(templateInfo, request, program, archive);
-    if (const auto error = platform::writeFileAtomically(appendingPathComponent(application, "Contents/Info.plist"),
-                                                         info.serialize())) {
-        throw Refusal("Info.plist could not be written: " + error.message());
-    }
-    workshop.deliver(application, notes);
-    if (!runtime) {
+    } else {
         append(notes, wantedRuntime(bounds, request));
     }
+    writeInfo(configuration(templateInfo, request, program, archive), application);
+    if (request.signingIdentity) {
+        append(notes, signApplication(request, application, workshop.pathOf("signing")));
+    }
+    workshop.deliver(application, notes);
     return notes;
 }
 

@@ -100,6 +100,8 @@ const std::vector<Option> &options() {
         {"search", true, addSearch},
         {"no-search", false, [](Request &request, const std::string &) { request.search.emplace(); }},
         {"installer", false, [](Request &request, const std::string &) { request.installer = true; }},
+        {"sign", true, fieldSetter(&Request::signingIdentity)},
+        {"entitlements", true, fieldSetter(&Request::entitlements)},
         {"template", true, fieldSetter(&Request::bundleTemplate)},
         {"replace", false, [](Request &request, const std::string &) { request.replace = true; }},
         {"clean", false, [](Request &request, const std::string &) { request.clean = true; }},

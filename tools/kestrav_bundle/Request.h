@@ -60,6 +60,9 @@ struct Request {
 
     bool installer = false; ///< the program is a child, behind the launcher's window, instead of the launcher's process
 
+    std::optional<std::string> signingIdentity; ///< whose signature the application gets; none: it is not signed
+    std::optional<std::string> entitlements;    ///< a property list; none: those that Java needs
+
     std::optional<std::string> bundleTemplate; ///< none: the one that was built or installed with this program
     bool replace = false;                      ///< an application of that name may be there
 

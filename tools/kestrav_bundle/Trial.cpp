@@ -1,6 +1,6 @@
 #include "Trial.h"
 
-#include "JavaRun.h"
+#include "ProgramRun.h"
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "mac_installer/launcher/RuntimeSupport.h"
@@ -131,14 +131,14 @@ private:
                                      const std::string &untried) {
         std::vector<std::string> line = options_;
         line.insert(line.end(), more.begin(), more.end());
-        const JavaRun run = runJava(java_, line, trial_.folder);
+        const ProgramRun run = runProgram(java_, line, trial_.folder);
         if (run.succeeded) {
             return warnings(run.output);
         }
-        if (run.end == JavaRun::End::timedOut) {
+        if (run.end == ProgramRun::End::timedOut) {
             return {untried + ": the runtime did not answer"};
         }
-        if (run.end == JavaRun::End::notStarted || !runJava(java_, {"-version"}, trial_.folder).succeeded) {
+        if (run.end == ProgramRun::End::notStarted || !runProgram(java_, {"-version"}, trial_.folder).succeeded) {
             return {untried + ": the runtime does not run on this machine"};
         }
         if (isShortOfMemory(run.output)) {

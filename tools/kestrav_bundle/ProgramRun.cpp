@@ -1,8 +1,9 @@
-#include "JavaRun.h"
+#include "ProgramRun.h"
 
 #include "Interruption.h"
 #include "platform/FileManager.h"
 #include "platform/path.h"
+#include "platform/text.h"
 #include "platform/uninterrupted.h"
 
 #include <fcntl.h>
@@ -14,7 +15,8 @@
 #include <array>
 #include <chrono>
 #include <csignal>
-#include <optional>
+#include <cstdlib>
+#include <filesystem>
 #include <string_view>
 #include <thread>
 
@@ -103,15 +105,15 @@ std::vector<std::string> plainEnvironment() {
 
 } // namespace
 
-JavaRun runJava(const std::string &java, const std::vector<std::string> &arguments, const std::string &folder) {
-    constexpr std::chrono::seconds patience(60);
+ProgramRun runProgram(const std::string &program, const std::vector<std::string> &arguments, const std::string &folder,
+                      std::chrono::seconds patience) {
     constexpr std::chrono::milliseconds pause(5);
     const std::string output = platform::appendingPathComponent(folder, ".output");
     std::vector<std::string> words = arguments;
-    words.insert(words.begin(), java);
+    words.insert(words.begin(), program);
     std::vector<std::string> environment = plainEnvironment();
-    Child child(java, pointers(words), pointers(environment), folder, output);
-    JavaRun run;
+    Child child(program, pointers(words), pointers(environment), folder, output);
+    ProgramRun run;
     if (!child.started()) {
         return run;
     }
@@ -121,10 +123,22 @@ JavaRun runJava(const std::string &java, const std::vector<std::string> &argumen
         raiseIfInterrupted();
         std::this_thread::sleep_for(pause);
     }
-    run.end = status ? JavaRun::End::exited : JavaRun::End::timedOut;
+    run.end = status ? ProgramRun::End::exited : ProgramRun::End::timedOut;
     run.succeeded = status && WIFEXITED(*status) && WEXITSTATUS(*status) == 0;
     run.output = platform::contentsOfFile(output).value_or("");
     return run;
+}
+
+std::optional<std::string> programInPath(const std::string &name) {
+    const char *path = std::getenv("PATH"); // NOLINT(concurrency-mt-unsafe): nothing changes the environment
+    for (const std::string &folder : platform::componentsSeparatedBy(path == nullptr ? "" : path, ":")) {
+        std::error_code unknown;
+        const auto program = std::filesystem::absolute(std::filesystem::path(folder) / name, unknown);
+        if (!unknown && std::filesystem::is_regular_file(program, unknown) && ::access(program.c_str(), X_OK) == 0) {
+            return program.string();
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace kestrav::tools
