@@ -103,6 +103,26 @@ TEST_F(Search, PlainRuntimeDirectoriesCountByTheirReleaseFile) {
     EXPECT_EQ(find({}), first); // the fixed locations come first
 }
 
+TEST_F(Search, WhatWasRefusedIsToldAndRecorded) {
+    for (const char *version : {"1.8.0", "17", "11.0.2", "16"}) {
+        makeRuntime(std::string(jdks) + "jdk-" + version + ".jdk", version);
+    }
+    findBySequence({"ENO_SUCH", "R/missing", "Y"}, {{"ksv.minVersion", "21"}});
+    launcher.displayMissingRuntime();
+    const auto line = [&](const std::string &version, const std::string &place) {
+        return directory / (std::string(jdks) + "jdk-" + version + ".jdk") + place + ": version " + version +
+               " is not within the bounds, minimum 21\n";
+    };
+    const std::string file = directory / "home/.local/state/kestrav/Tool.log";
+    EXPECT_THAT(notices, ElementsAre(HasSubstr("\n" + line("17", "") + line("16", "") + line("11.0.2", "") + file)));
+    const std::string place = " (search entry Y)";
+    EXPECT_THAT(platform::contentsOfFile(file).value_or(""),
+                HasSubstr("\n  NO_SUCH (search entry ENO_SUCH): the variable is not set\n"
+                          "  /missing (search entry R/missing): nothing exists there\n  " +
+                          line("17", place) + "  " + line("16", place) + "  " + line("11.0.2", place) + "  " +
+                          line("1.8.0", place)));
+}
+
 TEST_F(Search, RuntimesForAnotherProcessorAreRefused) {
     // Machines by their numbers in ELF headers: 62 and 3 are one processor with 64 and 32 bits, 183 and 40 another.
     const std::string own = platform::contentsOfFile("/proc/self/exe")->substr(0, 20);

@@ -25,6 +25,14 @@ struct CandidateVerdict {
     bool isDirectory = true;                    // false: it could not even be a runtime
 };
 
+/// Something that a search took for a runtime, and what became of it.
+struct Candidate {
+    std::string path;  // or the name of an environment variable that is not set
+    std::string place; // the entry of the search that led there
+    CandidateVerdict verdict;
+    bool isOwn = false; // the application's own, whose refusal ends a search
+};
+
 /// A runtime that the program can be started with.
 struct JavaRuntime {
     std::string javaBundlePath;

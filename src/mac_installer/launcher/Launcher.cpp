@@ -8,6 +8,7 @@
 #include "platform/path.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace kestrav {
 
@@ -78,6 +79,37 @@ OptionalText versionsMessage(const OptionalText &minimum, const OptionalText &ma
     return text == key ? std::nullopt : text;
 }
 
+/// Of the refused runtimes those that say most: the application's own, then those of the highest versions, each once.
+std::vector<std::string> mostTelling(const std::vector<Candidate> &candidates) {
+    constexpr std::size_t most = 3;
+    std::vector<Candidate> refused;
+    std::copy_if(candidates.begin(), candidates.end(), std::back_inserter(refused),
+                 [](const Candidate &each) { return !each.verdict.launchVersion && each.verdict.isDirectory; });
+    std::stable_sort(refused.begin(), refused.end(), [](const Candidate &a, const Candidate &b) {
+        const OptionalText &first = a.verdict.declaredVersion;
+        const OptionalText &second = b.verdict.declaredVersion;
+        const bool isHigher = first && (!second || Launcher::compareVersion(*first, *second) > 0);
+        return a.isOwn != b.isOwn ? a.isOwn : isHigher;
+    });
+    std::vector<std::string> lines;
+    for (const Candidate &each : refused) {
+        std::string line = platform::escapingControlCharacters(each.path + ": " + each.verdict.refusal);
+        if (lines.size() < most && std::find(lines.begin(), lines.end(), line) == lines.end()) {
+            lines.push_back(std::move(line));
+        }
+    }
+    return lines;
+}
+
+/// Everything that was looked at, for the log.
+std::vector<std::string> described(const std::vector<Candidate> &candidates) {
+    std::vector<std::string> lines;
+    for (const Candidate &each : candidates) {
+        lines.push_back(each.path + " (" + each.place + "): " + each.verdict.refusal);
+    }
+    return lines;
+}
+
 OptionalText nonEmpty(OptionalText text) {
     return text && text->empty() ? std::nullopt : std::move(text);
 }
@@ -119,16 +151,15 @@ void Launcher::displayMissingRuntime() const {
     constexpr const char *usual = "AppleJavaMinVersionError";
     const auto text = special ? special : localizedMessage(usual);
     if (!text) {
-        logNotFound(usual, {});
+        logNotFound(usual, described(judged));
         return;
     }
     const bool isFormat = special || minimum;
     std::string message = isFormat ? platform::format(*text, minimum, bundleName(), maximum) : *text;
-    if (highestRefused) {
-        message +=
-            "\n" + platform::escapingControlCharacters(highestRefused->path + ": " + highestRefused->verdict.refusal);
+    for (const std::string &line : mostTelling(judged)) {
+        message += "\n" + line;
     }
-    show(message);
+    show(message, described(judged));
 }
 
 } // namespace kestrav

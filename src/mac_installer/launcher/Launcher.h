@@ -32,6 +32,12 @@ public:
 
     /// The runtime to be started, on which options and variables depend. Set by the caller, who found or made it.
     std::optional<JavaRuntime> runtime;
+    /// What the searches of this launch attempt have judged, in their order.
+    std::vector<Candidate> judged;
+    /// Nothing is to be changed: an own runtime is not unpacked.
+    bool looksOnly = false;
+    /// A search judges all candidates, and so finds none.
+    bool judgesAll = false;
     /// Called before each candidate of a search, which it may end by raising an exception.
     std::function<void()> checkpoint = [] {};
     /// The application is one process: a search refuses candidates without a launch library that fits it, and the
@@ -137,18 +143,12 @@ public:
     [[nodiscard]] static bool displayMessage(std::string_view key, std::vector<std::string> infos,
                                              const std::vector<std::string> &details = {});
 
-    /// Shows the notice that no suitable runtime was found: the version that is asked for and, in a line of its own,
-    /// the refused runtime of the highest version and why it was refused.
+    /// Shows the notice that no suitable runtime was found: the version that is asked for and, in up to three lines of
+    /// their own, the refused runtimes of the highest versions and why they were refused. All are recorded.
     void displayMissingRuntime() const;
 
 private:
-    /// A runtime that the searches of this launch attempt refused.
-    struct RefusedRuntime {
-        std::string path;
-        CandidateVerdict verdict;
-        bool isOwn = false; // the application's own, whose refusal ends a search
-    };
-    std::optional<RefusedRuntime> highestRefused;
+    std::string place; // the entry of the search that is being looked into
 
     /// The application's own runtime.
     struct OwnRuntime {
@@ -168,9 +168,11 @@ private:
 
     [[nodiscard]] std::optional<JavaRuntime> tryBundle(const char *signature, int line, const std::string &path,
                                                        const RuntimeBounds &bounds, bool plugin = false);
-    /// The runtime if the checks accepted it. A refusal is logged, and kept for the notice.
+    /// The runtime if the checks accepted it. A refusal is logged.
     [[nodiscard]] std::optional<JavaRuntime> acceptOrRefuse(const char *signature, int line, const std::string &path,
                                                             const CandidateVerdict &verdict, bool isOwn = false);
+    /// Refuses what is not even a folder of a runtime's kind.
+    void refuse(const char *signature, int line, const std::string &path, const std::string &reason);
     [[nodiscard]] static JavaRuntime runtimeOf(const std::string &path, const CandidateVerdict &verdict);
     /// The verdict on the candidate at `path`, or a refusal if its launch library is needed and will not do.
     [[nodiscard]] CandidateVerdict requiringLaunchLibrary(CandidateVerdict verdict, const std::string &path,

@@ -46,6 +46,7 @@ std::optional<JavaRuntime> Launcher::findOtherInstallation(const RuntimeBounds &
         return std::nullopt;
     }
 
+    place = "earlier installation";
     bool bundleChecking = true;              // once a plain runtime was looked at, no later bundle is
     std::optional<JavaRuntime> plainRuntime; // its path follows the directories
     for (const std::string &directory : platform::componentsSeparatedBy(*directories, ";")) {
@@ -66,7 +67,7 @@ std::optional<JavaRuntime> Launcher::findOtherInstallation(const RuntimeBounds &
         if (plainRuntime) {
             plainRuntime->javaBundlePath = path;
         } else if (bundleChecking && !platform::fileExistsAtPath(path)) {
-            _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, path, "nothing exists there");
+            refuse(signature, __LINE__, path, "nothing exists there");
         } else if (bundleChecking) {
             if (auto found = tryBundle(signature, __LINE__, path, bounds)) {
                 return found;

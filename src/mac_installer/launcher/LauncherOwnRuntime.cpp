@@ -66,17 +66,16 @@ std::optional<JavaRuntime> Launcher::checkOwnRuntime(const OwnRuntime &own) {
     // The application's maker chose this runtime: the configured bounds are for others.
     const RuntimeBounds any{{}, {}, {}, true};
     const bool isForThisProcessor = otherProcessorReason(own.path).empty();
-    std::optional<JavaRuntime> found;
+    CandidateVerdict verdict;
     if (own.bundle || !isForThisProcessor) {
-        found = acceptOrRefuse(signature, __LINE__, own.path,
-                               own.bundle ? checkJavaVersion(own.bundle.get(), any, false)
-                                          : checkPlainRuntime(own.path, assumedVersion, any),
-                               true);
+        verdict = own.bundle ? checkJavaVersion(own.bundle.get(), any, false)
+                             : checkPlainRuntime(own.path, assumedVersion, any);
     } else {
-        found.emplace().javaBundlePath = own.path;
-        found->launchJavaVersion = assumedVersion;
+        verdict.launchVersion = assumedVersion;
     }
-    if (isForThisProcessor) { // else its unpack200 cannot be run either
+    place = "the application";
+    auto found = acceptOrRefuse(signature, __LINE__, own.path, verdict, true);
+    if (isForThisProcessor && !looksOnly) { // else its unpack200 cannot be run either
         unpackOwnRuntime(own);
     }
     return found;

@@ -102,6 +102,7 @@ std::optional<JavaRuntime> Launcher::searchConfiguredSequence(const RuntimeBound
     _DLog("%s [Line %d] search sequence %@", searchSignature, 633, javaVM.find("SearchSequence"));
     const auto *sequence = arrayValue(javaVM, "SearchSequence");
     if (sequence == nullptr) {
+        place = "standard locations";
         return findPublicJavaBundle(bounds);
     }
     for (const platform::PropertyList &element : *sequence) {
@@ -118,6 +119,7 @@ std::optional<JavaRuntime> Launcher::searchEntry(const std::string &entry, const
         return std::nullopt;
     }
     const std::string argument = entry.substr(1);
+    place = "search entry " + entry;
     switch (entry.front()) {
     case 'E':
         _DLog("%s [Line %d] checking environment variable %@", searchSignature, 650, argument);
@@ -136,7 +138,7 @@ std::optional<JavaRuntime> Launcher::searchEntry(const std::string &entry, const
 std::optional<JavaRuntime> Launcher::findVariablesJavaBundle(const std::string &name, const RuntimeBounds &bounds) {
     const auto value = platform::ProcessInfo::processInfo().environmentVariable(name);
     if (!value) {
-        _DLog("%s [Line %d] rejected %@: %@", searchSignature, __LINE__, name, "the variable is not set");
+        refuse(searchSignature, __LINE__, name, "the variable is not set");
     }
     return findDirectoryJavaBundle(value, bounds);
 }
@@ -149,7 +151,7 @@ std::optional<JavaRuntime> Launcher::findDirectoryJavaBundle(const OptionalText 
     checkpoint(); // also for one that does not exist: the question alone may take long
     const std::string path = replaceVariables(*directory);
     if (!platform::fileExistsAtPath(path)) {
-        _DLog("%s [Line %d] rejected %@: %@", directorySignature, __LINE__, path, "nothing exists there");
+        refuse(directorySignature, __LINE__, path, "nothing exists there");
         return std::nullopt;
     }
     return tryBundle(directorySignature, __LINE__, bundleOfHome(path), bounds);
@@ -166,7 +168,7 @@ std::optional<JavaRuntime> Launcher::findPlugin(const RuntimeBounds &bounds) {
     const OptionalText identifier = bundle->localizedInfoStringForKey("CFBundleIdentifier");
     _DLog("%s [Line %d] JRE %@ %@ %@", publicSignature, 694, path, infoString, identifier);
     if (!isOracles(identifier, infoString)) {
-        _DLog("%s [Line %d] rejected %@: %@", publicSignature, __LINE__, path, "it is another vendor's");
+        refuse(publicSignature, __LINE__, path, "it is another vendor's");
         return std::nullopt;
     }
     _DLog("%s [Line %d] Oracle JRE %@", publicSignature, 696, path);
@@ -210,18 +212,19 @@ std::optional<JavaRuntime> Launcher::tryBundle(const char *signature, int line, 
 
 std::optional<JavaRuntime> Launcher::acceptOrRefuse(const char *signature, int line, const std::string &path,
                                                     const CandidateVerdict &verdict, bool isOwn) {
+    judged.push_back({path, place, verdict, isOwn});
     if (verdict.launchVersion) {
-        return runtimeOf(path, verdict);
+        return judgesAll ? std::nullopt : std::optional(runtimeOf(path, verdict));
     }
     _DLog("%s [Line %d] rejected %@: %@", signature, line, path, verdict.refusal);
-    const auto isHigher = [&] {
-        const OptionalText &highest = highestRefused->verdict.declaredVersion;
-        return verdict.declaredVersion && (!highest || compareVersion(*verdict.declaredVersion, *highest) > 0);
-    };
-    if (verdict.isDirectory && (isOwn || !highestRefused || (!highestRefused->isOwn && isHigher()))) {
-        highestRefused = RefusedRuntime{path, verdict, isOwn};
-    }
     return std::nullopt;
+}
+
+void Launcher::refuse(const char *signature, int line, const std::string &path, const std::string &reason) {
+    CandidateVerdict verdict;
+    verdict.refusal = reason;
+    verdict.isDirectory = false;
+    static_cast<void>(acceptOrRefuse(signature, line, path, verdict));
 }
 
 } // namespace kestrav
