@@ -81,6 +81,26 @@ TEST(Tool, ArchiveHoldsTheRuntimeWhole) {
     EXPECT_EQ(info->find("ksv.jreUncompressedSize")->description() + "\n", size);
 }
 
+TEST(Tool, TheSameFilesMakeTheSameApplication) {
+    const TemporaryDirectory folder;
+    const std::string home = makeHome(folder);
+    folder.makeDirectory("other");
+    EXPECT_EQ(
+        run("cd " + folder.path() + "; TZ=Asia/Tokyo cp -r home outside other; umask 027; mkdir other/made", {}).output,
+        ""); // with other times
+    const std::string common = " --installer --identifier org.example.tool --jar " KESTRAV_PROGRAM_JAR " --runtime ";
+    const auto make = [&](const std::string &environment, const std::string &runtime, const std::string &place) {
+        return run(environment + " " KESTRAV_TOOL + common, {runtime, folder / place}).output;
+    };
+    EXPECT_THAT(make("", home, "Test.app"), HasSubstr("made "));
+    EXPECT_THAT(make("", folder / "other/home", "other/made/Test.app"), HasSubstr("made "));
+    EXPECT_EQ(run("diff -r", {folder / "Test.app", folder / "other/made/Test.app"}).output, "");
+    EXPECT_THAT(make("SOURCE_DATE_EPOCH=86400 TZ=UTC", home, "Dated.app"), HasSubstr("made "));
+    EXPECT_THAT(run("TZ=UTC tar tvzf", {folder / "Dated.app/Contents/Resources/app/jre.tar.gz"}).output,
+                HasSubstr("1970-01-02 00:00 Contents/Home/release"));
+    EXPECT_THAT(make("SOURCE_DATE_EPOCH=today", home, "No.app"), HasSubstr(R"(is "today", not a number)"));
+}
+
 TEST(Tool, OrdinaryApplicationsAreOneProcessAndKeepWhatTheyObtain) {
     const TemporaryDirectory folder;
     const std::string home = makeHome(folder);

@@ -63,7 +63,6 @@ public:
         TreeEntry entry;
         entry.source = source.string();
         entry.mode = (found.st_mode & S_IXUSR) != 0 ? programMode : fileMode;
-        entry.modified = found.st_mtime;
         if (S_ISDIR(found.st_mode)) {
             entry.kind = Kind::directory;
             entry.mode = directoryMode;

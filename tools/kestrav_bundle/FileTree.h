@@ -3,7 +3,6 @@
 #include <sys/types.h>
 
 #include <cstdint>
-#include <ctime>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -25,7 +24,6 @@ struct TreeEntry {
     std::string target;  ///< where a link leads
     mode_t mode = 0;     ///< the permission bits
     std::uint64_t size = 0;
-    std::time_t modified = 0;
 };
 
 /// What is to be copied, found before anything is written.

@@ -9,12 +9,14 @@
 #include <archive.h>
 #include <archive_entry.h>
 
-#include <algorithm>
 #include <cerrno>
+#include <charconv>
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <memory>
 #include <new>
+#include <string_view>
 #include <system_error>
 
 namespace kestrav::tools {
@@ -22,7 +24,23 @@ namespace kestrav::tools {
 namespace {
 
 constexpr std::uint64_t largestFile = std::numeric_limits<std::int32_t>::max();
-constexpr std::int64_t latestTime = 077777777777; // eleven octal digits of a header
+
+/// When all files of an archive are said to have changed, in seconds since 1970. The launcher takes no times from
+/// archives, and with their own ones no two archives of the same files would be alike. The variable is that of
+/// https://reproducible-builds.org/specs/source-date-epoch/.
+std::int64_t timeOfFiles() {
+    constexpr std::int64_t latest = 077777777777; // eleven octal digits of a header
+    std::int64_t time = 315'532'800;              // the beginning of 1980, which every kind of archive can hold
+    constexpr const char *variable = "SOURCE_DATE_EPOCH";
+    if (const char *asked = std::getenv(variable)) { // NOLINT(concurrency-mt-unsafe): nothing changes the environment
+        const std::string_view text(asked);
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), time);
+        if (error != std::errc() || end != text.data() + text.size() || time < 0 || time > latest) {
+            throw Refusal(std::string(variable) + " is \"" + asked + "\", not a number of seconds since 1970");
+        }
+    }
+    return time;
+}
 
 void requireExtractable(const TreeEntry &entry, const std::string &name) {
     if (entry.size > largestFile) {
@@ -52,7 +70,7 @@ public:
         archive_entry_set_pathname(header, name.c_str());
         archive_entry_set_filetype(header, isDirectory ? AE_IFDIR : isLink ? AE_IFLNK : AE_IFREG);
         archive_entry_set_perm(header, entry.mode);
-        archive_entry_set_mtime(header, std::clamp<std::int64_t>(entry.modified, 0, latestTime), 0);
+        archive_entry_set_mtime(header, time_, 0);
         archive_entry_set_size(header, static_cast<la_int64_t>(entry.size));
         if (isLink) {
             archive_entry_set_symlink(header, entry.target.c_str());
@@ -110,6 +128,7 @@ private:
     }
 
     std::string path_;
+    std::int64_t time_ = timeOfFiles();
     GzipMemberWriter file_;
     std::unique_ptr<archive, Free> archive_;
     std::unique_ptr<archive_entry, Free> entry_{archive_entry_new()};
