@@ -4,6 +4,7 @@
 #include "platform/FileLock.h"
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <system_error>
@@ -30,6 +31,9 @@ private:
     std::int64_t available_;
 };
 
+/// What proved to fit into folders for temporary files, in bytes, where the system promises more.
+using KnownRoom = std::map<std::string, std::int64_t>;
+
 /// A folder for what one run extracts or downloads, in one of the user's folders for temporary files. Only the user can
 /// read it. A lock in it tells other runs that it is in use, until this process and each child that was given the lock
 /// have ended. What a killed run leaves behind is removed by the same user's next run.
@@ -38,7 +42,7 @@ public:
     /// Creates a folder in the first suitable place: one where nobody else can change files, from which programs can be
     /// started, and which has room for `room` bytes or, if no place has, for `least` bytes. Removes what killed runs
     /// have left. Throws an `Exception` that says why each place is unsuitable: a `NoRoom` if one is only too full.
-    [[nodiscard]] static TemporaryFolder create(std::int64_t room, std::int64_t least);
+    [[nodiscard]] static TemporaryFolder create(std::int64_t room, std::int64_t least, const KnownRoom &knownRoom = {});
 
     /// Removes what killed runs have left.
     static void removeAbandoned();
@@ -57,8 +61,8 @@ public:
 private:
     TemporaryFolder() = default;
     /// Empty on success, else the reason why the place is unsuitable.
-    [[nodiscard]] std::string makeIn(const std::string &place, std::int64_t room);
-    [[nodiscard]] bool makeInAny(const std::vector<std::string> &places, std::int64_t room);
+    [[nodiscard]] std::string makeIn(const std::string &place, std::int64_t room, const KnownRoom &knownRoom);
+    [[nodiscard]] bool makeInAny(const std::vector<std::string> &places, std::int64_t room, const KnownRoom &knownRoom);
     [[nodiscard]] std::error_code lockAndProbe(int parent, const std::string &name);
     [[nodiscard]] std::error_code tryToRemove();
 

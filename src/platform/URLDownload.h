@@ -47,7 +47,8 @@ public:
 /// background.
 class URLDownload {
 public:
-    /// Returns the path of another file for so many bytes. May throw an `Exception` that says why there is none.
+    /// Returns the path of another file for at least so many bytes; the one it returned before, if any, has proved to
+    /// have no room for them. May throw an `Exception` that says why there is none.
     using OtherDestination = std::function<std::string(std::int64_t bytes)>;
 
     /// Null if the platform cannot download the URL. For a string that is not a URL the result may also be a download
@@ -56,14 +57,15 @@ public:
 
     virtual ~URLDownload() = default;
     /// Sets whether an incomplete file is removed when the transfer fails or is cancelled, which is the default. If it
-    /// is not removed, the transfer continues from the part that an earlier such download has left: a small file beside
-    /// it (`partNotePath`) says which version of the source the part belongs to. One download at a time may use such a
-    /// file. To be called before `setDestination`.
+    /// is not removed, it lies beside the destination (`partPath`) until it is complete and has reached the storage
+    /// device, and the transfer continues from the part that an earlier such download has left there: a small file
+    /// (`partNotePath`) says which version of the source the part belongs to. One download at a time may use such a
+    /// destination. To be called before `setDestination`.
     virtual void setDeletesFileUponFailure(bool deletes) = 0;
-    /// Sets a function that names another file if the destination's folder has no room for the announced length. It is
-    /// called at most once, before anything is written, on the transfer's thread, and never after `cancel`. The other
-    /// file is always removed upon failure. Without this function such a download fails. To be called before
-    /// `setDestination`.
+    /// Sets a function that names another file if the destination's folder has no room: for the announced length,
+    /// before anything is written, or for what has arrived, and then the download begins anew. It is called on the
+    /// transfer's thread until it throws, and never after `cancel`. The other file is always removed upon failure.
+    /// Without this function such a download fails. To be called before `setDestination`.
     virtual void setOtherDestination(OtherDestination otherDestination) = 0;
     /// Sets the file and starts the transfer.
     virtual void setDestination(const std::string &path, bool allowOverwrite) = 0;
@@ -73,9 +75,13 @@ public:
     virtual void cancel() = 0;
 };
 
-/// The path of the file beside an incomplete download that lets a later download continue it.
-[[nodiscard]] inline std::string partNotePath(const std::string &destination) {
+/// The path of an incomplete download that is kept.
+[[nodiscard]] inline std::string partPath(const std::string &destination) {
     return destination + ".part";
+}
+/// The path of the file that lets a later download continue it.
+[[nodiscard]] inline std::string partNotePath(const std::string &destination) {
+    return destination + ".note";
 }
 
 } // namespace kestrav::platform

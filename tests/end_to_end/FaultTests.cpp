@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cerrno>
 #include <regex>
 
@@ -88,6 +89,49 @@ TEST(Faults, AreOvercomeOrTold) {
     for (const auto &[fault, run] : runs) {
         SCOPED_TRACE(fault);
         expectWholeOrNothing(*run);
+    }
+}
+
+TEST(Faults, AnotherFolderIsTakenWhereOneIsFull) {
+    std::atomic<int> requests = 0;
+    const std::string archive = runtimeBundle().closed();
+    const LoopbackServer server([&](Connection &connection) { // the length is not announced
+        static_cast<void>(connection.readRequest());
+        ++requests;
+        connection.send("HTTP/1.0 200 OK\r\n\r\n" + archive);
+    });
+    AppBundle bundle;
+    bundle.info["ksv.minVersion"] = "99";
+    bundle.info["ksv.jreLocation"] = server.url("/jre");
+    bundle.info["ksv.jreUncompressedSize"] = 1'000'000;
+    const struct {
+        std::string fault;
+        bool keeps;
+        int requests;
+        bool fits;
+    } cases[] = {
+        {"write:6:" + std::to_string(ENOSPC), true, 2, true}, // while the archive arrives
+        {"write:6:" + std::to_string(EDQUOT), true, 2, true},
+        {"room:3:0", false, 1, true}, // once it is there
+        {"room:3+:0", false, 1, false},
+    };
+    for (const auto &[fault, keeps, expected, fits] : cases) {
+        SCOPED_TRACE(fault);
+        requests = 0;
+        bundle.info["ksv.keepRuntime"] = keeps;
+        Launch run(bundle, {.environment = {{"LD_PRELOAD", KESTRAV_FAULTS}, {"KESTRAV_FAULT", fault}}});
+        if (fits) {
+            EXPECT_EQ(run.wait(), 0) << run.errors();
+            const Report report = run.report();
+            const std::string program = report.arguments.front();
+            const std::string folder = program.substr(0, program.find("/jre.bundle"));
+            EXPECT_EQ(program.starts_with(run.folder() / "home/.cache/kestrav/runtimes/"), keeps) << program;
+            EXPECT_FALSE(report.has("-Dksv.tarFile=" + folder + "/jre.tar.gz"));
+        } else {
+            expectRefusal(run, "it has room for 0.0 MB, but 1.0 MB are needed");
+        }
+        EXPECT_EQ(requests, expected);
+        EXPECT_TRUE(run.leftNothing());
     }
 }
 

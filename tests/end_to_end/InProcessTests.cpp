@@ -149,7 +149,7 @@ TEST_F(InProcess, ASecondProcessObtainsTheRuntimeThatIsKept) {
     bundle.info["ksv.keepRuntime"] = true;
     bundle.info["ksv.jreLocation"] = server.url("/jre");
     const std::string cache = bundle.folder() / "cache";
-    const Start start{.environment = {{"XDG_CACHE_HOME", cache}, {"KESTRAV_LOG", "yes"}, {"TEST_JLI_STATUS", "9"}}};
+    Start start{.environment = {{"XDG_CACHE_HOME", cache}, {"KESTRAV_LOG", "yes"}, {"TEST_JLI_STATUS", "9"}}};
     for (const int number : {SIGTERM, SIGKILL}) {
         Launch ended(bundle, start);
         waitUntil([&] { return ended.errors().find("waiting for download") != std::string::npos; }, "the download");
@@ -163,9 +163,13 @@ TEST_F(InProcess, ASecondProcessObtainsTheRuntimeThatIsKept) {
         EXPECT_TRUE(ended.leftNothing());
     }
     complete = true;
+    const std::string dead = bundle.folder() / "temporary/01234567-0123-0123-0123-0123456789AB-1-2-3";
+    bundle.folder().write("temporary/" + fs::path(dead).filename().string() + "/.kestrav-lock", "");
     for (const bool obtains : {true, false}) {
+        start.environment["TMPDIR"] = bundle.folder() / "temporary";
         Launch run(bundle, start);
         EXPECT_EQ(run.wait(), 9) << run.errors();
+        EXPECT_FALSE(fs::exists(dead)); // what a killed run has left
         EXPECT_THAT(run.output(), HasSubstr("\n-Dksv.jreBundle=" + cache + "/kestrav/runtimes/"));
         EXPECT_EQ(run.errors().find("arg __ksv_obtain_runtime") != std::string::npos, obtains) << run.errors();
     }

@@ -58,7 +58,7 @@ TEST(Kept, WhateverTheCacheIsLikeTheProgramRuns) {
          [&](const fs::path &folder) {
              fs::rename(folder / name, folder / (name + ".new"));
              fs::create_directories(folder / (name + ".old/jre.bundle"));
-             std::ofstream(folder / (name + ".part")) << "half";
+             std::ofstream(folder / (name + ".archive.part")) << "half";
          },
          ""},
         {"link",
@@ -114,6 +114,52 @@ TEST(Kept, TwentyStartsDownloadItOnce) {
     }
     EXPECT_EQ(requests, 1);
     EXPECT_EQ(kept(bundle.cache()), std::set<std::string>{""});
+}
+
+TEST(Kept, AWholeDownloadOutlivesItsRunUnlessItIsBad) {
+    int requests = 0;
+    std::string archive = gzip(runtimeBundle()
+                                   .file("Contents/Home/bin/unpack200", contentOf(KESTRAV_FAKE_UNPACK200), 0755)
+                                   .directory("Contents/Home/lib/")
+                                   .file("Contents/Home/lib/rt.jar.pack", pack("content"))
+                                   .closed());
+    const LoopbackServer server([&](Connection &connection) {
+        static_cast<void>(connection.readRequest());
+        ++requests;
+        connection.send(ok(archive));
+    });
+    KeepingBundle bundle;
+    fs::remove_all(bundle.path() + "/Contents/Resources/app");
+    bundle.info["ksv.jreLocation"] = server.url("/jre");
+    for (const int number : {SIGTERM, SIGKILL}) {
+        const std::string unpacker = bundle.folder() / std::to_string(number);
+        Launch ended(bundle,
+                     {.environment = {
+                          {"XDG_CACHE_HOME", bundle.cache()}, {"FAKE_UNPACK", "hang"}, {"FAKE_UNPACK_PID", unpacker}}});
+        waitUntil([&] { return fs::exists(unpacker); }, "the last step of the extraction");
+        ended.sendSignal(number);
+        if (number == SIGTERM) {
+            EXPECT_EQ(ended.wait(), 1) << ended.errors();
+        }
+    }
+    EXPECT_EQ(kept(bundle.cache()), (std::set<std::string>{".archive", ".new"}));
+    EXPECT_EQ(bundle.start(bundle.cache())->wait(), 0);
+    EXPECT_EQ(requests, 1);
+    EXPECT_EQ(kept(bundle.cache()), std::set<std::string>{""});
+
+    const fs::path store = bundle.cache() + "/kestrav/runtimes";
+    const std::string name = namesIn(store).front().substr(0, 64);
+    fs::remove_all(store / name);
+    std::ofstream(store / (name + ".archive")) << archive.substr(0, archive.size() / 2);
+    EXPECT_EQ(bundle.start(bundle.cache())->wait(), 0);
+    EXPECT_EQ(requests, 2);
+    fs::remove_all(store / name);
+    archive.resize(archive.size() - 1);
+    const auto refused = bundle.start(bundle.cache());
+    expectRefusal(*refused, "could not extract the runtime: the archive is damaged");
+    const std::string log = refused->errors();
+    EXPECT_EQ(log.find("extracting size"), log.rfind("extracting size"));
+    EXPECT_EQ(kept(bundle.cache()), std::set<std::string>{});
 }
 
 TEST(Kept, AKilledStartLeavesNothingThatIsUsed) {

@@ -95,18 +95,18 @@ TEST_F(URLDownloadTests, WhatBreaksGoesOn) {
 }
 
 TEST_F(URLDownloadTests, LaterDownloadsGoOnWithWhatIsKept) {
-    const std::string note = partNotePath(file);
+    const std::string note = partNotePath(file), half = partPath(file);
     const struct {
         std::function<void()> between;
         const char *calls;
     } cases[] = {
         {[] {}, "CDF"},
-        {[&] { fs::create_hard_link(file, directory / "other"); }, "RDF"},
-        {[&] { fs::rename(file, file + "2"), fs::create_symlink(file + "2", file); }, "RDF"},
-        {[&] { fs::resize_file(file, 0); }, "RDF"},
+        {[&] { fs::create_hard_link(half, directory / "other"); }, "RDF"},
+        {[&] { fs::rename(half, half + "2"), fs::create_symlink(half + "2", half); }, "RDF"},
+        {[&] { fs::resize_file(half, 0); }, "RDF"},
         {[&] { fs::remove(note); }, "RDF"},
         {[&] { fs::resize_file(note, 3); }, "RDF"},
-        {[&] { directory.write("archive.part", "\"a\"\r\nX: y\n"); }, "RDF"},
+        {[&] { directory.write("archive.note", "\"a\"\r\nX: y\n"); }, "RDF"},
         {[&] { keepsPart = false; }, "RDF"},
     };
     for (const auto &[between, calls] : cases) {
@@ -115,19 +115,19 @@ TEST_F(URLDownloadTests, LaterDownloadsGoOnWithWhatIsKept) {
         const BreakingServer breaking({first(4, tagged)});
         cancelled.cancelsWhileWaiting = true;
         fetch(breaking.url(), cancelled);
-        EXPECT_EQ(contentsOfFile(file), "0123");
+        EXPECT_EQ(contentsOfFile(half), "0123");
         between();
         const BreakingServer server({*calls == 'C' ? part(4, 6, "4-9/10") : first(10, tagged)});
         fetch(server.url(), second);
         EXPECT_EQ(second.calls, calls) << second.failure;
         EXPECT_EQ(contentsOfFile(file), digits);
         EXPECT_EQ(fs::exists(note), !keepsPart);
-        fs::remove(note);
+        EXPECT_EQ(fs::exists(half), !keepsPart);
+        fs::remove(file), fs::remove(note), fs::remove(half);
         tests::finishDownloads(2); // the servers'
     }
     Recorder recorder;
     recorder.cancelsWhileWaiting = true;
-    fs::remove(file);
     const BreakingServer server({first(4, tagged), first(10, tagged)});
     fetch(server.url(), recorder);
     tests::finishDownloads(1);

@@ -12,6 +12,7 @@
 #include <spawn.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -54,6 +55,12 @@ bool fails(const char *name) {
     }
     errno = error;
     return true;
+}
+
+/// What the system answers for a full file system.
+int noRoom(int result, struct statvfs64 *space) {
+    space->f_bavail = 0;
+    return result;
 }
 
 template <class Function> Function *real(Function * /*type*/, const char *name) {
@@ -105,6 +112,8 @@ FAULTY("spawn", errno, int, posix_spawn,
        (pid_t * process, const char *path, const posix_spawn_file_actions_t *actions,
         const posix_spawnattr_t *attributes, char *const *arguments, char *const *environment),
        (process, path, actions, attributes, arguments, environment))
+FAULTY("room", noRoom(original(file, space), space), int, fstatvfs64, (int file, struct statvfs64 *space),
+       (file, space), noexcept)
 FAULTY("thread", errno, int, pthread_create,
        (pthread_t * thread, const pthread_attr_t *attributes, void *(*body)(void *), void *argument),
        (thread, attributes, body, argument), noexcept)

@@ -25,6 +25,7 @@ struct UnTar::Extraction {
     std::int32_t uncompressedLength;
     const ProgressCallback &progress;
     std::string reason = {}; ///< why the run ended early
+    bool isBad = false;      ///< the archive itself is to blame for that
 
     [[nodiscard]] std::string path(const std::string &name) const { return platform::appendingPathComponent(to, name); }
     /// In single precision, so that a tiny step in a large archive does not count as a change.
@@ -44,12 +45,18 @@ struct UnTar::Extraction {
     /// The same if the archive is too short or damaged.
     bool endWithDamage() {
         const std::string failure = stream.failure();
+        isBad = true;
         return endWith(failure.empty() ? damagedArchive : failure);
     }
     /// Logs the error and ends the run.
     bool fail(int line, std::string_view message, const std::string &why) {
         platform::Log("%s [Line %d] ERROR: %s", untarSignature, line, message);
         return endWith(why);
+    }
+    /// The same if the archive is to blame.
+    bool refuse(int line, std::string_view message, const std::string &why) {
+        isBad = true;
+        return fail(line, message, why);
     }
     bool fail(int line, std::string_view message) {
         static_cast<void>(fail(line, message, {}));

@@ -54,6 +54,7 @@ UntarResult UnTar::untar(const std::string &archive, const std::string &to, std:
                                                        : extraction.fail(227, "extract creating directory",
                                                                          std::generic_category().message(error));
         result.reason = result.complete ? "" : std::move(extraction.reason);
+        result.isBad = !result.complete && extraction.isBad;
     }
     if (progress) {
         progress(100.0);
@@ -70,8 +71,8 @@ struct UnTar::Found {
 bool UnTar::endAtEndOfFile(Extraction &extraction, bool withinHeader, Found found) {
     const bool whole = extraction.stream.failure().empty();
     if (whole && !found.anyEntry) {
-        return withinHeader ? extraction.fail(203, "no magic number", notAnArchive)
-                            : extraction.fail(191, "unexpected eof", notAnArchive);
+        return withinHeader ? extraction.refuse(203, "no magic number", notAnArchive)
+                            : extraction.refuse(191, "unexpected eof", notAnArchive);
     }
     return (whole && !withinHeader && found.anyFile) || extraction.fail(191, "unexpected eof");
 }
@@ -79,7 +80,7 @@ bool UnTar::endAtEndOfFile(Extraction &extraction, bool withinHeader, Found foun
 bool UnTar::endAtBlock(Extraction &extraction, bool closing, Found found) {
     if (!closing || !found.anyFile) {
         found.anyEntry ? extraction.fail(203, "no magic number")
-                       : extraction.fail(203, "no magic number", notAnArchive);
+                       : extraction.refuse(203, "no magic number", notAnArchive);
     }
     return closing && found.anyEntry && (extraction.stream.finish() || extraction.fail(197, "gzread failed"));
 }

@@ -25,6 +25,8 @@ struct UntarResult {
     bool complete = false;
     /// Why the extraction is incomplete, for the user.
     std::string reason;
+    /// True if that is the archive's own fault, so that it would fail anywhere.
+    bool isBad = false;
 };
 
 /// Extraction of tar archives, compressed with gzip or not, as tar programs write them: regular files with their

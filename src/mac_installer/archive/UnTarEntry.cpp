@@ -37,13 +37,13 @@ bool UnTar::extractEntry(Extraction &extraction, const TarEntry &entry) {
         return extraction.fail(236, "extract file failed");
     }
     if (entry.sparse) {
-        return extraction.fail(236, "extract file failed", "it holds the sparse file " + entry.name);
+        return extraction.refuse(236, "extract file failed", "it holds the sparse file " + entry.name);
     }
     switch (entry.type) {
     case TarHeader::Type::file:
         extraction.report();
         if (length > std::numeric_limits<std::int32_t>::max()) {
-            return extraction.fail(236, "extract file failed", "it holds a file of 2 GiB or more");
+            return extraction.refuse(236, "extract file failed", "it holds a file of 2 GiB or more");
         }
         if (!extractFile(extraction, entry, static_cast<std::int32_t>(length))) {
             return extraction.fail(236, "extract file failed", extraction.reason);

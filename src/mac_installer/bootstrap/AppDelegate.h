@@ -20,6 +20,9 @@
 
 namespace kestrav {
 
+/// Name of the exception that says why an archive is not extracted: it is damaged, or not the archive of a runtime.
+inline constexpr const char *BadArchiveException = "BadArchiveException";
+
 /// Bootstrap mode: fills the progress window, obtains a runtime and runs the Java program as a child on a worker
 /// thread, and ends the process with the child's exit status. One instance, which lives until the process ends.
 class AppDelegate final : public platform::ApplicationDelegate, public platform::URLDownloadDelegate {
@@ -61,8 +64,10 @@ private:
     /// The runtime of a shipped archive, or of one at an address: one that is kept, or a new one, kept if it can be.
     [[nodiscard]] JavaRuntime obtainFromArchive(const std::string &origin, bool isShipped);
     [[nodiscard]] std::optional<NewRuntime> seekKept(const RuntimePlace &place);
+    [[nodiscard]] std::optional<JavaRuntime> makeKept(const NewRuntime &making, const std::string &origin,
+                                                      bool isShipped);
     [[nodiscard]] bool keep(const NewRuntime &making, const std::string &archive);
-    void requireDigest(const std::string &archive, const std::string &where);
+    void requireDigest(const std::string &archive, const std::string &origin);
     [[nodiscard]] JavaRuntime extractTemporarily(const std::string &archive);
     /// Downloads an archive into a file, which may be continued by a later run, or elsewhere if there is no room.
     [[nodiscard]] std::string download(const std::string &url, const std::string &destination, bool keepsPart);

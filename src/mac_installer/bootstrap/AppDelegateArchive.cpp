@@ -25,6 +25,14 @@ namespace {
 
 constexpr const char *signature = "-[AppDelegate worker:]";
 
+constexpr const char *digestErrorKey = "JreDigestError";
+
+/// True if nothing but another archive would help.
+bool isBadArchive(const platform::Exception &exception) {
+    const auto *notice = dynamic_cast<const NoticeException *>(&exception);
+    return exception.name() == BadArchiveException || (notice != nullptr && notice->key() == digestErrorKey);
+}
+
 void logNotKept(const platform::Exception &exception) {
     _DLog("%s [Line %d] the runtime is not kept: %@", signature, __LINE__, exception.reason());
 }
@@ -37,7 +45,6 @@ JavaRuntime runtimeAt(const std::string &path) {
 
 JavaRuntime AppDelegate::obtainFromArchive(const std::string &origin, bool isShipped) {
     const auto place = placeOfRuntime(origin, isShipped);
-    const std::string where = isShipped ? origin : platform::withoutSecrets(origin);
     constexpr int attempts = 3; // somebody may remove the runtime just after it was made
     for (int attempt = 0; place && attempt < attempts; ++attempt) {
         const auto making = seekKept(*place);
@@ -49,22 +56,8 @@ JavaRuntime AppDelegate::obtainFromArchive(const std::string &origin, bool isShi
         if (!making) {
             break;
         }
-        const std::string archive = isShipped ? origin : download(origin, making->archivePath(), true);
-        try {
-            requireDigest(archive, where);
-            if (!keep(*making, archive)) {
-                if (obtainsOnly) {
-                    making->removeArchive();
-                    return {}; // a temporary one would not outlive this process
-                }
-                JavaRuntime runtime = extractTemporarily(archive);
-                making->removeArchive();
-                runtime.tarFile = platform::fileExistsAtPath(archive) ? runtime.tarFile : std::nullopt;
-                return runtime;
-            }
-        } catch (const std::exception &) {
-            making->removeArchive(); // it will not do the next time either
-            throw;
+        if (auto runtime = makeKept(*making, origin, isShipped)) {
+            return *runtime;
         }
     }
     if (obtainsOnly) {
@@ -77,8 +70,41 @@ JavaRuntime AppDelegate::obtainFromArchive(const std::string &origin, bool isShi
         tempDir = createTemporaryDirectory(size ? std::optional(std::int64_t{*size} + *size / 2) : std::nullopt);
         archive = download(origin, appendingPathComponent(tempDir->path(), "jre.tar.gz"), false);
     }
-    requireDigest(archive, where);
+    requireDigest(archive, origin);
     return extractTemporarily(archive);
+}
+
+/// Empty if the runtime is kept now, or if its archive, which an earlier run had downloaded, was bad and is removed. A
+/// good archive outlives a run that was cancelled or failed, so that the next one need not download it again.
+std::optional<JavaRuntime> AppDelegate::makeKept(const NewRuntime &making, const std::string &origin, bool isShipped) {
+    const bool isLeft = !isShipped && making.hasArchive();
+    const std::string archive = isShipped ? origin
+                                : isLeft  ? making.archivePath()
+                                          : download(origin, making.archivePath(), true);
+    try {
+        requireDigest(archive, origin);
+        if (keep(making, archive)) {
+            removeTemporaryDirectory(); // the archive is there if the cache had no room for it
+            return std::nullopt;
+        }
+        if (obtainsOnly) {
+            return JavaRuntime(); // a temporary one would not outlive this process
+        }
+        JavaRuntime runtime = extractTemporarily(archive);
+        making.removeArchive();
+        runtime.tarFile = platform::fileExistsAtPath(archive) ? runtime.tarFile : std::nullopt;
+        return runtime;
+    } catch (const platform::Exception &exception) {
+        if (!isBadArchive(exception)) {
+            throw;
+        }
+        making.removeArchive();
+        if (!isLeft) {
+            throw;
+        }
+        _DLog("%s [Line %d] %@: %@", signature, __LINE__, archive, exception.reason());
+        return std::nullopt;
+    }
 }
 
 /// The right to make the runtime, unless it is kept already or cannot be.
@@ -101,14 +127,15 @@ std::optional<NewRuntime> AppDelegate::seekKept(const RuntimePlace &place) {
     }
 }
 
-/// True if the runtime is in its place now. Where that fails a folder for temporary files may do.
+/// True if the runtime is in its place now. Where that fails a folder for temporary files may do, but not for an
+/// archive that is bad.
 bool AppDelegate::keep(const NewRuntime &making, const std::string &archive) {
     try {
         handleTar(archive, making.makeFolder(expectedSize(archive)));
         making.finish();
         return true;
     } catch (const platform::Exception &exception) {
-        if (exception.name() == CancelledException) {
+        if (exception.name() == CancelledException || isBadArchive(exception)) {
             throw;
         }
         logNotKept(exception);
@@ -117,10 +144,11 @@ bool AppDelegate::keep(const NewRuntime &making, const std::string &archive) {
     }
 }
 
-void AppDelegate::requireDigest(const std::string &archive, const std::string &where) {
+void AppDelegate::requireDigest(const std::string &archive, const std::string &origin) {
     if (const auto difference = differenceOfDigest(archive, [this] { raiseIfCancelled(); })) {
+        const std::string where = archive == origin ? origin : platform::withoutSecrets(origin);
         throw NoticeException(
-            "JreDigestError", {difference->expected, difference->found, where},
+            digestErrorKey, {difference->expected, difference->found, where},
             platform::format("the SHA-256 of %@ is %@, not %@", where, difference->found, difference->expected));
     }
 }

@@ -34,8 +34,9 @@ constexpr double extractionShare = 0.7;
 constexpr double unpackingShare = 0.3;
 constexpr double unpackingStart = 70.0;
 
-[[noreturn]] void raiseNotExtracted(const std::string &reason) {
-    throw platform::Exception("ExtractionException", "could not extract the runtime: " + reason);
+[[noreturn]] void raiseNotExtracted(const std::string &reason, bool isBad) {
+    throw platform::Exception(isBad ? BadArchiveException : "ExtractionException",
+                              "could not extract the runtime: " + reason);
 }
 
 /// Raises if one of the folders that are unpacked lies, through a link of the archive's, outside the extracted runtime.
@@ -46,7 +47,7 @@ void requireInside(const std::string &destination, const std::string &home) {
         const auto real = std::filesystem::canonical(appendingPathComponent(home, folder), error);
         const bool missing = error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory;
         if (error ? !missing : !(real.string() + "/").starts_with(inside)) {
-            raiseNotExtracted(error ? error.message() : "a link in it leads out of its folder");
+            raiseNotExtracted(error ? error.message() : "a link in it leads out of its folder", !error);
         }
     }
 }
@@ -93,7 +94,7 @@ std::string AppDelegate::download(const std::string &url, const std::string &des
     std::string file = otherDestination->path().value_or(destination);
     if (downloadFailed || !platform::fileExistsAtPath(file)) {
         removeTemporaryDirectory();
-        otherDestination->raiseIfNoRoom();
+        otherDestination->raiseFailure();
         Launcher::displayError("DownloadJreError");
         platform::endProcess(1);
     }
@@ -129,7 +130,7 @@ void AppDelegate::handleTar(const std::string &tarFile, const std::string &desti
         },
         checkpoint);
     if (!extracted.complete) {
-        raiseNotExtracted(extracted.reason);
+        raiseNotExtracted(extracted.reason, extracted.isBad);
     }
     _DLog("%s [Line %d] jre destination %@", tarSignature, __LINE__, destination);
 

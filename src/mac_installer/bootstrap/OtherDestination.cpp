@@ -1,6 +1,7 @@
 #include "mac_installer/bootstrap/OtherDestination.h"
 
 #include "mac_installer/bootstrap/archiveSize.h"
+#include "mac_installer/launcher/failure.h"
 #include "platform/DebugLog.h"
 #include "platform/format.h"
 #include "platform/path.h"
@@ -23,10 +24,12 @@ NoticeException noticeOf(const platform::NoRoom &lack) {
 
 } // namespace
 
-platform::TemporaryFolder createTemporaryDirectory(std::optional<std::int64_t> room) {
+platform::TemporaryFolder createTemporaryDirectory(std::optional<std::int64_t> room,
+                                                   const platform::KnownRoom &knownRoom) {
     constexpr std::int64_t roomForMostRuntimes = 512'000'000;
     try {
-        auto folder = platform::TemporaryFolder::create(room.value_or(roomForMostRuntimes), room.value_or(usualSize));
+        auto folder =
+            platform::TemporaryFolder::create(room.value_or(roomForMostRuntimes), room.value_or(usualSize), knownRoom);
         if (!folder.passedOver().empty()) {
             _DLog("%s [Line %d] temporary files go to %@ (%@)", signature, __LINE__, folder.path(),
                   folder.passedOver());
@@ -40,11 +43,16 @@ platform::TemporaryFolder createTemporaryDirectory(std::optional<std::int64_t> r
 std::string OtherDestination::make(std::int64_t bytes) {
     const std::lock_guard lock(mutex_);
     try {
-        folder_ = createTemporaryDirectory(bytes + configuredSize().value_or(0));
+        path_.reset();
+        if (folder_) {
+            knownRoom_[platform::deletingLastPathComponent(folder_->path())] = bytes - 1;
+            folder_->remove(); // what cannot be removed is left to the next run
+        }
+        folder_ = createTemporaryDirectory(bytes + configuredSize().value_or(0), knownRoom_);
         path_ = platform::appendingPathComponent(folder_->path(), "jre.tar.gz");
         return *path_;
-    } catch (const NoticeException &lack) {
-        noRoom_ = lack;
+    } catch (const std::exception &) {
+        failure_ = std::current_exception();
         throw;
     }
 }
@@ -59,10 +67,10 @@ std::optional<std::string> OtherDestination::path() const {
     return path_;
 }
 
-void OtherDestination::raiseIfNoRoom() const {
+void OtherDestination::raiseFailure() const {
     const std::lock_guard lock(mutex_);
-    if (noRoom_) {
-        throw NoticeException(*noRoom_);
+    if (failure_) {
+        std::rethrow_exception(failure_);
     }
 }
 

@@ -6,6 +6,7 @@
 #include "platform/FileManager.h"
 #include "platform/FolderList.h"
 #include "platform/PrivateFolder.h"
+#include "platform/URLDownload.h"
 #include "platform/path.h"
 
 #include <cerrno>
@@ -75,11 +76,19 @@ void NewRuntime::removeFolder() const {
 }
 
 void NewRuntime::removeArchive() const {
-    static_cast<void>(removeIfThere(archivePath()));
+    const std::string archive = archivePath();
+    for (const std::string &path : {platform::partNotePath(archive), platform::partPath(archive), archive}) {
+        static_cast<void>(removeIfThere(path));
+    }
 }
 
 std::string NewRuntime::archivePath() const {
-    return appendingPathComponent(folder_, name_ + RuntimeStore::partSuffix);
+    return appendingPathComponent(folder_, name_ + RuntimeStore::archiveSuffix);
+}
+
+bool NewRuntime::hasArchive() const {
+    std::error_code missing;
+    return fs::is_regular_file(fs::symlink_status(archivePath(), missing));
 }
 
 std::string NewRuntime::makeFolder(std::optional<std::int64_t> room) const {

@@ -49,6 +49,8 @@ public:
 
     /// Where the archive is downloaded to. It outlives this object, so that the next run can go on with it.
     [[nodiscard]] std::string archivePath() const;
+    /// True if an earlier run has downloaded all of it.
+    [[nodiscard]] bool hasArchive() const;
 
     void removeArchive() const;
 
@@ -110,9 +112,9 @@ private:
     friend class NewRuntime;
     // What lies in the folder, behind a runtime's name.
     static constexpr const char *lockSuffix = ".lock";
-    static constexpr const char *newSuffix = ".new";   ///< a runtime in the making
-    static constexpr const char *oldSuffix = ".old";   ///< one that is being removed
-    static constexpr const char *partSuffix = ".part"; ///< an archive on its way
+    static constexpr const char *newSuffix = ".new";         ///< a runtime in the making
+    static constexpr const char *oldSuffix = ".old";         ///< one that is being removed
+    static constexpr const char *archiveSuffix = ".archive"; ///< a downloaded archive; parts of one end with more
 
     [[nodiscard]] std::optional<KeptRuntime> use(const std::string &name) const;
     [[nodiscard]] NewRuntime prepare(const std::string &name, platform::FileLock lock) const;

@@ -64,7 +64,8 @@ void RuntimeStore::removeUnused(std::chrono::hours age) const {
         }
         bool gone = true;
         for (const std::string &suffix : suffixes) {
-            const bool isRest = suffix == newSuffix || suffix == oldSuffix;
+            const bool isArchive = suffix.starts_with(archiveSuffix);
+            const bool isRest = suffix == newSuffix || suffix == oldSuffix || (isArchive && suffixes.count("") > 0);
             if (suffix != lockSuffix) {
                 gone = (isRest || ageOf(place + suffix) > age) && !remove(place, suffix) && gone;
             }

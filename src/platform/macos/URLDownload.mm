@@ -189,7 +189,7 @@ void Download::didReceiveData(NSData *data) {
     if (target_.receive({static_cast<const char *>([data bytes]), [data length]})) {
         delegate_.didReceiveDataOfLength(static_cast<std::int64_t>([data length]));
     } else {
-        fail(target_.failure());
+        endAttempt(false, target_.failure(), [request_ URL]);
     }
 }
 

@@ -28,7 +28,7 @@ enum class AnswerUse {
     None,
     WholeFile,
     RestOfFile,
-    AskForWhole, // the part does not match: the whole file has to be asked for
+    AskForWhole, // the part does not match, or the file needs another place: the whole file has to be asked for
     TryLater,
 };
 
@@ -48,8 +48,8 @@ public:
     [[nodiscard]] std::optional<Range> begin();
     /// Judges the answer to it.
     AnswerUse classify(const DownloadAnswer &answer);
-    /// The rest of the file cannot be used after all.
-    void refuseRest() { use_ = AnswerUse::AskForWhole; }
+    /// What the answer brings cannot be used after all: the next attempt, without a pause, asks for the whole file.
+    void askForWhole() { use_ = AnswerUse::AskForWhole; }
 
     void received(std::size_t bytes) { part_.length += static_cast<std::int64_t>(bytes); }
 

@@ -3,6 +3,8 @@
 #include "platform/Exception.h"
 #include "platform/format.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <utility>
 
 namespace kestrav::platform {
@@ -33,10 +35,11 @@ bool DownloadTarget::receiveAnswer(const DownloadAnswer &answer) {
 
 bool DownloadTarget::beginFile() {
     file_.discard(); // an earlier part takes up room as well
-    failure_ = file_.lackOfRoom(expectedLength());
-    if (!failure_.empty() && other_) {
+    const std::int64_t needed = std::max(expectedLength(), outgrown_);
+    failure_ = file_.lackOfRoom(needed);
+    if (const bool isFull = std::exchange(wasFull_, false); (isFull || !failure_.empty()) && other_) {
         try {
-            file_ = DownloadedFile(std::exchange(other_, nullptr)(expectedLength()), true, false);
+            file_ = DownloadedFile(other_(needed), true, false);
             failure_.clear();
         } catch (const Exception &exception) {
             failure_ = exception.what();
@@ -48,7 +51,7 @@ bool DownloadTarget::beginFile() {
 bool DownloadTarget::resumeFile() {
     failure_ = file_.lackOfRoom(expectedLength() - length());
     if (!failure_.empty() && other_) {
-        attempts_.refuseRest();
+        attempts_.askForWhole();
     }
     return failure_.empty();
 }
@@ -69,6 +72,11 @@ bool DownloadTarget::finish() {
 bool DownloadTarget::succeeded(const std::error_code &error) {
     if (error) {
         failure_ = file_.path() + ": " + error.message();
+    }
+    if (other_ && (error.value() == ENOSPC || error.value() == EDQUOT)) {
+        wasFull_ = true;
+        outgrown_ = std::max(outgrown_, length());
+        attempts_.askForWhole();
     }
     return !error;
 }

@@ -44,6 +44,8 @@ private:
 
     bool keepsPart_ = false;
     URLDownload::OtherDestination other_;
+    bool wasFull_ = false;      // there was no room for all of the file, so it begins anew elsewhere
+    std::int64_t outgrown_ = 0; // the length for which there was no room, in bytes
     DownloadedFile file_;
     DownloadAttempts attempts_;
     std::string failure_;

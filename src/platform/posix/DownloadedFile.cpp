@@ -57,12 +57,16 @@ std::string DownloadedFile::lackOfRoom(std::int64_t bytes) const {
     return objection.empty() ? "" : folder + ": " + objection;
 }
 
+std::string DownloadedFile::writtenPath() const {
+    return keepsPart_ ? partPath(path_) : path_;
+}
+
 std::optional<DownloadPart> DownloadedFile::openPart() {
     DownloadPart part{0, keepsPart_ ? readNote(partNotePath(path_)) : std::string()};
     if (part.validator.empty()) {
         return std::nullopt;
     }
-    FileDescriptor file = FileDescriptor::open(path_.c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK);
+    FileDescriptor file = FileDescriptor::open(writtenPath().c_str(), O_WRONLY | O_APPEND | O_NOFOLLOW | O_NONBLOCK);
     struct stat status {};
     const bool isOurs = ::fstat(file.get(), &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid() &&
                         status.st_nlink == 1 && status.st_size > 0;
@@ -76,14 +80,14 @@ std::optional<DownloadPart> DownloadedFile::openPart() {
 }
 
 std::error_code DownloadedFile::create(const std::string &validator) {
-    const std::string note = partNotePath(path_);
+    const std::string note = partNotePath(path_), written = writtenPath();
     if (keepsPart_) {
         ::unlink(note.c_str()); // before the file that it describes
     }
-    if (allowOverwrite_ || opened_) {
-        ::unlink(path_.c_str()); // if that fails, opening the new file fails as well
+    if (allowOverwrite_ || keepsPart_ || opened_) {
+        ::unlink(written.c_str()); // if that fails, opening the new file fails as well
     }
-    descriptor_ = createFile(path_);
+    descriptor_ = createFile(written);
     opened_ = descriptor_.valid();
     const std::error_code error = lastErrorUnless(opened_);
     if (opened_ && keepsPart_ && !validator.empty()) {
@@ -97,10 +101,20 @@ std::error_code DownloadedFile::write(std::string_view bytes) {
 }
 
 std::error_code DownloadedFile::finish() {
-    if (keepsPart_) {
-        ::unlink(partNotePath(path_).c_str());
+    if (!keepsPart_) {
+        return lastErrorUnless(descriptor_.close());
     }
-    return lastErrorUnless(descriptor_.close());
+    // Synced, because after a loss of power the file counts as complete as soon as it has its name.
+    const bool isStored = uninterrupted([&] { return ::fsync(descriptor_.get()); }) == 0 && descriptor_.close();
+    const std::string part = partPath(path_);
+    const bool isNamed = isStored && (allowOverwrite_ ? ::rename(part.c_str(), path_.c_str()) == 0
+                                                      : ::link(part.c_str(), path_.c_str()) == 0);
+    const std::error_code error = lastErrorUnless(isNamed);
+    if (isNamed) {
+        ::unlink(partNotePath(path_).c_str());
+        ::unlink(part.c_str()); // it is gone already unless it was linked
+    }
+    return error;
 }
 
 void DownloadedFile::breakOff() {
@@ -119,7 +133,7 @@ void DownloadedFile::discard() {
     if (keepsPart_) {
         ::unlink(partNotePath(path_).c_str());
     }
-    ::unlink(path_.c_str());
+    ::unlink(writtenPath().c_str());
 }
 
 } // namespace kestrav::platform

@@ -22,7 +22,7 @@ inline constexpr std::size_t longestValidator = 500;
 /// `text` if it can be sent as the condition of a request for the rest of a file, else empty.
 [[nodiscard]] std::string usableValidator(std::string_view text);
 
-/// The file that a download fills. Only the user can read it.
+/// The file that a download fills. Only the user can read it. One whose part is kept gets its name when it is complete.
 class DownloadedFile {
 public:
     DownloadedFile() = default;
@@ -41,7 +41,7 @@ public:
     /// it is an error.
     [[nodiscard]] std::error_code create(const std::string &validator);
     [[nodiscard]] std::error_code write(std::string_view bytes);
-    /// Closes the complete file. Some file systems report errors only now.
+    /// Closes the complete file, which then has its name. Some file systems report errors only now.
     [[nodiscard]] std::error_code finish();
     /// Closes the incomplete file, and removes it unless it is kept.
     void breakOff();
@@ -49,6 +49,8 @@ public:
     void discard();
 
 private:
+    [[nodiscard]] std::string writtenPath() const; // where the file lies until it is complete
+
     std::string path_;
     bool allowOverwrite_ = false;
     bool keepsPart_ = false;

@@ -17,6 +17,7 @@
 #include <cerrno>
 #include <ctime>
 #include <iterator>
+#include <limits>
 #include <new>
 #include <string_view>
 #include <utility>
@@ -97,11 +98,11 @@ void removeAbandonedFolders(const std::string &place) {
 
 } // namespace
 
-TemporaryFolder TemporaryFolder::create(std::int64_t room, std::int64_t least) {
+TemporaryFolder TemporaryFolder::create(std::int64_t room, std::int64_t least, const KnownRoom &knownRoom) {
     removeAbandoned();
     const std::vector<std::string> places = temporaryDirectories();
     TemporaryFolder folder;
-    if (!folder.makeInAny(places, room) && (least >= room || !folder.makeInAny(places, least))) {
+    if (!folder.makeInAny(places, room, knownRoom) && (least >= room || !folder.makeInAny(places, least, knownRoom))) {
         const std::string reason =
             "no folder for temporary files will do, neither that of TMPDIR nor another: " + folder.passedOver_;
         if (!folder.roomiest_.empty()) {
@@ -117,17 +118,17 @@ void TemporaryFolder::removeAbandoned() {
     std::for_each(places.begin(), places.end(), removeAbandonedFolders);
 }
 
-bool TemporaryFolder::makeInAny(const std::vector<std::string> &places, std::int64_t room) {
+bool TemporaryFolder::makeInAny(const std::vector<std::string> &places, std::int64_t room, const KnownRoom &knownRoom) {
     passedOver_.clear();
     roomiest_.clear();
     return std::any_of(places.begin(), places.end(), [&](const std::string &place) {
-        const std::string reason = makeIn(place, room);
+        const std::string reason = makeIn(place, room, knownRoom);
         passedOver_ += reason.empty() ? "" : (passedOver_.empty() ? "" : "; ") + place + ": " + reason;
         return reason.empty();
     });
 }
 
-std::string TemporaryFolder::makeIn(const std::string &place, std::int64_t room) {
+std::string TemporaryFolder::makeIn(const std::string &place, std::int64_t room, const KnownRoom &knownRoom) {
     FileDescriptor directory = openDirectory(AT_FDCWD, place, true);
     if (!directory.valid() && errno == ENOENT && place == cacheDirectory()) {
         if (const auto error = createDirectoryAtPath(place, true, ownerOnly)) {
@@ -139,7 +140,9 @@ std::string TemporaryFolder::makeIn(const std::string &place, std::int64_t room)
         return lastError().message();
     }
     std::string objection = objectionToOwner(directory);
-    const std::int64_t available = availableBytes(directory).value_or(room);
+    const auto known = knownRoom.find(place);
+    const std::int64_t limit = known == knownRoom.end() ? std::numeric_limits<std::int64_t>::max() : known->second;
+    const std::int64_t available = std::min(availableBytes(directory).value_or(room), limit);
     if (objection.empty() && available < room) {
         objection = lackOfRoom(available, room);
         if (roomiest_.empty() || available > mostRoom_) {
