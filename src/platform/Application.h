@@ -26,6 +26,11 @@ public:
     /// Called when the system wants a document opened, which is a path or a URL. False if it comes too late.
     virtual bool open(const std::string & /*document*/) { return false; }
 
+    /// Called when the user quits the application, or the system does at the end of a session. If the system asks the
+    /// Java program as well, which may have documents to save, that is left to the system. The process ends through
+    /// `endProcess` when everything is done.
+    virtual void quit(bool /*systemAsksProgram*/) { cancel(); }
+
     /// Reports the exception that is being handled, which cannot pass through the platform's event loop to `main`, and
     /// ends the run. The loop keeps running until the rest of the program has come to its end.
     virtual void endAfterFailure() = 0;
@@ -43,6 +48,10 @@ public:
 
     /// Keeps the application out of the Dock and the list of running ones; its windows show. Before the first window.
     static void hideFromDock();
+
+    /// Has another process take this one's place for the user: as soon as it has a Dock icon, this process's own one is
+    /// removed, and if this application is the active one, that one becomes it. Main thread, once, without a window.
+    static void giveWayTo(int process);
 
     /// Brings the application to the front, ignoring other applications.
     static void activateIgnoringOtherApps();

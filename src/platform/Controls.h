@@ -106,6 +106,19 @@ private:
     bool animating_ = false;
 };
 
+/// An item of a menu.
+class MenuItem : public Control {
+public:
+    void setTitle(std::string title) {
+        title_ = std::move(title);
+        changed();
+    }
+    [[nodiscard]] const std::string &title() const { return title_; }
+
+private:
+    std::string title_;
+};
+
 class ImageView : public Control {
 public:
     /// The path of the image to show; empty shows none.
@@ -119,7 +132,7 @@ private:
     std::optional<std::string> image_;
 };
 
-/// The six controls of the window.
+/// The six controls of the window, and what the application's menu has where applications have one.
 struct WindowControls {
     ImageView iconView;
     Window window;
@@ -127,8 +140,9 @@ struct WindowControls {
     Button cancelButton;
     TextField label;
     TextField progressLabel;
+    MenuItem quitItem;
 
-    /// Sets one observer for all of the controls.
+    /// Sets one observer for all controls of the window.
     void setObserver(const std::function<void()> &observer) {
         for (Control *control : {static_cast<Control *>(&iconView), static_cast<Control *>(&window),
                                  static_cast<Control *>(&progressBar), static_cast<Control *>(&cancelButton),

@@ -53,6 +53,9 @@ public:
     /// The child's exit status, or 128 plus the signal's number where one ended it. After `waitUntilExit`.
     [[nodiscard]] int terminationStatus() const { return status_; }
 
+    /// The child's process id. After `launch`.
+    [[nodiscard]] int processIdentifier() const { return pid_; }
+
     /// Sends a signal to the child; does nothing before `launch` or once it has been waited for. Any thread.
     void sendSignal(int signal);
 

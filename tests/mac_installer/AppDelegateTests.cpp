@@ -1,6 +1,7 @@
 #include "mac_installer/bootstrap/AppDelegate.h"
 #include "mac_installer/bootstrap/JavaProcess.h"
 #include "platform/Clock.h"
+#include "platform/OperationQueue.h"
 #include "support/LauncherFixture.h"
 
 #include <csignal>
@@ -100,6 +101,17 @@ TEST(AppDelegateDocuments, AreArgumentsUntilTheProgramIsStarted) {
     EXPECT_EQ(logged.find("secret"), std::string::npos);
     EXPECT_TRUE(delegate.takeDocuments().empty());
     platform::testing::replacements().logSink = nullptr;
+}
+
+TEST(AppDelegateQuit, CancelsBeforeTheProgramIsThere) {
+    for (const bool systemAsksProgram : {false, true}) {
+        AppDelegate delegate;
+        platform::WindowControls controls;
+        delegate.setControls(controls);
+        delegate.quit(systemAsksProgram);
+        platform::OperationQueue::mainQueue().runPending();
+        EXPECT_FALSE(controls.cancelButton.isEnabled());
+    }
 }
 
 TEST(JavaProcess, GetsWhatTheTerminalSentBeforeItWasThere) {

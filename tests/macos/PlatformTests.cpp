@@ -2,6 +2,7 @@
 #include "platform/SystemLog.h"
 #include "platform/UserNotification.h"
 #include "platform/macos/CFValue.h"
+#include "platform/macos/QuitReason.h"
 #include "platform/macos/RequestRules.h"
 #include "platform/testing.h"
 #include "support/TemporaryDirectory.h"
@@ -57,6 +58,13 @@ TEST(MacPlatform, ProgramsOfOtherProcessorsDoNotRunUnlessTheyAreTranslated) {
     EXPECT_FALSE(runs(other, 0));
     testing::replacements().systemRoot.clear();
     testing::replacements().systemControl = nullptr;
+}
+
+TEST(MacPlatform, OnlyTheEndOfASessionQuitsEveryApplication) {
+    for (const std::uint32_t reason : {0x6C6F676FU, 0x726C676FU, 0x72727374U, 0x72657374U, 0x7273646EU, 0x73687574U}) {
+        EXPECT_TRUE(asksEveryApplication(reason)) << reason;
+    }
+    EXPECT_FALSE(asksEveryApplication(0) || asksEveryApplication(0x6F67716C));
 }
 
 TEST(MacPlatform, DownloadsAreRedirectedToServersAndKeepTheEncryption) {

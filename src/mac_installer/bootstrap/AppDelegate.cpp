@@ -62,6 +62,8 @@ void AppDelegate::applicationDidFinishLaunching() {
         controls->label.setStringValue(
             platform::format(bundle.localizedStringForKey("PrepareInstaller", ""), bundleName()));
         controls->cancelButton.setTitle(bundle.localizedStringForKey("ButtonCancel", ""));
+        controls->quitItem.setTitle(
+            platform::format(bundle.localizedStringForKey("MenuQuit", "Quit %@"), bundleName()));
         controls->iconView.setImage(bundle.pathForResource("app", "icns"));
         platform::Application::activateIgnoringOtherApps();
         platform::Thread([this] { worker(); }).detach();
@@ -94,6 +96,14 @@ bool AppDelegate::open(const std::string &document) {
 std::vector<std::string> AppDelegate::takeDocuments() {
     const std::lock_guard lock(documentsMutex);
     return std::exchange(documents, std::nullopt).value_or(std::vector<std::string>());
+}
+
+void AppDelegate::quit(bool systemAsksProgram) {
+    if (const std::lock_guard lock(childMutex); child && systemAsksProgram) {
+        mayEndWithChild.unlockWithCondition(1); // a signal would end the program before it has asked about documents
+        return;
+    }
+    terminate({.number = SIGTERM});
 }
 
 void AppDelegate::endAfterFailure() {

@@ -37,6 +37,7 @@ public:
     void applicationDidFinishLaunching() override;
     void cancel() override;
     bool open(const std::string &document) override;
+    void quit(bool systemAsksProgram) override;
     void endAfterFailure() override;
 
     // The download's callbacks; main thread.
@@ -93,6 +94,8 @@ private:
     [[nodiscard]] int runProgram(const Launcher &launcher);
     void startChild(const std::shared_ptr<JavaProcess> &process);
     void closeWindowLater();
+    /// Leaves the place of an application to the child. Main thread.
+    void closeWindow();
 
     const bool obtainsOnly;
 

@@ -99,9 +99,16 @@ void AppDelegate::closeWindowLater() {
     platform::Thread([this] {
         platform::sleepMicroseconds(windowPause);
         mayEndWithChild.unlockWithCondition(1);
-        platform::callProgram(
-            *this, [this] { OperationQueue::mainQueue().addOperation([this] { controls->window.close(); }); });
+        platform::callProgram(*this, [this] { OperationQueue::mainQueue().addOperation([this] { closeWindow(); }); });
     }).detach();
+}
+
+void AppDelegate::closeWindow() {
+    controls->window.close();
+    const std::lock_guard lock(childMutex);
+    if (child) {
+        platform::Application::giveWayTo(child->processIdentifier());
+    }
 }
 
 void AppDelegate::startChild(const std::shared_ptr<JavaProcess> &process) {

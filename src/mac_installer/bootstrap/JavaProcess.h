@@ -25,6 +25,9 @@ public:
     /// Blocks until the child has ended: its exit status, or 128 plus the number of the signal that ended it.
     [[nodiscard]] int waitForExit();
 
+    /// The child's process id. After `start`.
+    [[nodiscard]] int processIdentifier() const { return task_.processIdentifier(); }
+
     /// Passes a signal on. One that the terminal sent to the whole group has reached the child already. Any thread,
     /// after `start`.
     void passOn(platform::TerminationSignal signal);

@@ -91,6 +91,10 @@ void Application::hideFromDock() {
     // Whatever lists applications here, lists windows.
 }
 
+void Application::giveWayTo(int /*process*/) {
+    // This process shows nothing once its window is closed.
+}
+
 void Application::activateIgnoringOtherApps() {
     // Nothing to do: a window comes to the front when it is shown.
 }

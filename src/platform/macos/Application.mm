@@ -4,12 +4,11 @@
 #include "platform/OperationQueue.h"
 #include "platform/SystemLog.h"
 #include "platform/macos/CFValue.h"
+#include "platform/macos/QuitReason.h"
 #include "platform/posix/NeverDestroyed.h"
 
 #import "platform/macos/InterfaceDelegate.h"
-
-#include <csignal>
-#include <unistd.h>
+#import "platform/macos/Succession.h"
 
 namespace kestrav::platform {
 
@@ -76,14 +75,13 @@ void observe(TextField &field, NSTextField *shown) {
     field.setObserver([&field, shown] { [shown setStringValue:stringOf(field.stringValue())]; });
 }
 
+void observe(MenuItem &item, NSMenuItem *shown) {
+    item.setObserver([&item, shown] { [shown setTitle:stringOf(item.title())]; });
+}
+
 } // namespace
 
 } // namespace kestrav::platform
-
-/// AppKit's own method; not every kit like it has one.
-@interface NSApplication (ActivationPolicy)
-- (BOOL)setActivationPolicy:(NSApplicationActivationPolicy)policy;
-@end
 
 using kestrav::platform::observe;
 using kestrav::platform::OperationQueue;
@@ -147,6 +145,7 @@ using kestrav::platform::program;
 @synthesize cancelButton;
 @synthesize label;
 @synthesize progressLabel;
+@synthesize quitItem;
 
 + (void)setProgram:(kestrav::platform::ApplicationDelegate *)delegate {
     program().delegate = delegate;
@@ -160,6 +159,7 @@ using kestrav::platform::program;
     observe(controls.cancelButton, cancelButton);
     observe(controls.label, label);
     observe(controls.progressLabel, progressLabel);
+    observe(controls.quitItem, quitItem);
     delegate->setControls(controls);
     [MainQueueWatcher startFor:delegate];
     delegate->applicationWillFinishLaunching();
@@ -207,10 +207,18 @@ using kestrav::platform::program;
     [sender replyToOpenOrPrint:opened ? NSApplicationDelegateReplySuccess : NSApplicationDelegateReplyFailure];
 }
 
-/// Quitting, from the Dock or when the system shuts down, asks the process to end: it cancels the run, or is passed on
-/// to the child. The worker ends the process when everything is done.
+/// Quitting cancels the run, or is passed on to the child. The worker ends the process when everything is done.
 - (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication *)sender {
-    return kill(getpid(), SIGTERM) == 0 ? NSTerminateLater : NSTerminateNow;
+    NSAppleEventDescriptor *event = [[NSAppleEventManager sharedAppleEventManager] currentAppleEvent];
+    const auto reason = [[event attributeDescriptorForKeyword:kestrav::platform::quitReasonKeyword] typeCodeValue];
+    const bool systemAsksProgram = kestrav::platform::asksEveryApplication(reason) && [Succession successorIsInDock];
+    callProgram(*program().delegate, [systemAsksProgram] { program().delegate->quit(systemAsksProgram); });
+    return NSTerminateLater;
+}
+
+/// Nothing of the window is restored, so there is nothing that an attacker could have put there.
+- (BOOL)applicationSupportsSecureRestorableState:(NSApplication *)sender {
+    return YES;
 }
 
 @end
@@ -233,9 +241,11 @@ int Application::main(int argc, char **argv, ApplicationDelegate &delegate) {
 }
 
 void Application::hideFromDock() {
-    if ([NSApp respondsToSelector:@selector(setActivationPolicy:)]) {
-        [NSApp setActivationPolicy:NSApplicationActivationPolicyAccessory];
-    }
+    [Succession hideFromDock];
+}
+
+void Application::giveWayTo(int process) {
+    [Succession startFor:process];
 }
 
 void Application::activateIgnoringOtherApps() {

@@ -13,6 +13,7 @@
     NSButton *cancelButton;
     NSTextField *label;
     NSTextField *progressLabel;
+    NSMenuItem *quitItem;
 }
 
 @property(assign) IBOutlet NSImageView *iconView;
@@ -21,6 +22,7 @@
 @property(assign) IBOutlet NSButton *cancelButton;
 @property(assign) IBOutlet NSTextField *label;
 @property(assign) IBOutlet NSTextField *progressLabel;
+@property(assign) IBOutlet NSMenuItem *quitItem;
 
 /// The program's delegate, to be set before the interface file is loaded. It lives until the process ends.
 + (void)setProgram:(kestrav::platform::ApplicationDelegate *)delegate;
