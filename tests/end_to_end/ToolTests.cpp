@@ -6,6 +6,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 namespace kestrav::tests {
 namespace {
 
@@ -225,6 +227,50 @@ TEST(Tool, WhatManifestsNameTravels) {
                                   "done by --vm-option --add-opens=java.base/x=ALL-UNNAMED\n  the folder " +
                                   folder / "no, where a runtime is to be searched, does not exist here\n" +
                                   "  runtime: an installed one, Java 1.8 or newer\n");
+}
+
+TEST(Tool, TakesAFolderAsItIsAndOptionsFromFiles) {
+    const TemporaryDirectory folder;
+    makeJar(folder, "in/bin/app.jar", "Main-Class: a.Größe\nClass-Path: ../lib/b.jar\n", false);
+    makeJar(folder, "in/lib/b.jar", "");
+    folder.write("in/conf/splash.png", "\x89PNG");
+    folder.write("in/more.vmoptions", "-Xss1m");
+    folder.write("options", "--input in --jar bin/app.jar # with what it needs\n@more '--splash' conf/\"splash\".png "
+                            "--vm-option=\"-Dtext=a \\\"b\\\" # \\\\ \\tc\\\n    d\"");
+    folder.write("more",
+                 "--vm-option\t17-21:-Da=1\r\n--vm-option 17-:-Db=2 --vm-option 8:-Dc='3\n--argument @x -- @@y.app");
+    const std::string words = "@options --class-path lib/b.jar --options-file more.vmoptions --no-window "
+                              "--working-directory '$APP_PACKAGE/..' ";
+    EXPECT_THAT(makeTool(folder, {}, words).output, HasSubstr("One application at a time"));
+    folder.write("more", contentOf(folder / "more").substr(0, contentOf(folder / "more").find(" -- ")));
+    const Outcome dry = makeTool(folder, {"--dry-run", "--verbose"}, words);
+    EXPECT_THAT(dry.output, testing::AllOf(HasSubstr("would make "), HasSubstr("file: in/lib as Contents/Resources/")));
+    EXPECT_THAT(namesIn(folder.path()), UnorderedElementsAre("content", "in", "more", "options"));
+    const Outcome outcome = makeTool(folder, {}, words);
+    ASSERT_EQ(outcome.status, 0) << outcome.output;
+    const std::string app = "$APP_PACKAGE/Contents/Resources/app/";
+    EXPECT_THAT(namesIn(folder / "Test.app/Contents/Resources/app"),
+                UnorderedElementsAre("bin", "conf", "lib", "more.vmoptions"));
+    const auto info = PropertyList::parse(contentOf(folder / "Test.app/Contents/Info.plist"));
+    EXPECT_EQ(*info->find("ksv.initialProgress"), PropertyList(false));
+    EXPECT_EQ(
+        info->find("JavaVM")->description(),
+        PropertyList(Dictionary{{"MainClass", "a.Größe"},
+                                {"ClassPath", app + "bin/app.jar:" + app + "lib/b.jar"},
+                                {"VMOptionArray", Array{"-Dtext=a \"b\" # \\ \tcd"}},
+                                {"VersionSpecificVMOptions", Array{"8-8", Array{"-Dc=3"}, "17-21",
+                                                                   Array{"-Da=1", "-Db=2"}, "22-9999", Array{"-Db=2"}}},
+                                {"ArgumentArray", Array{"@x"}},
+                                {"OptionsFile", app + "more.vmoptions"},
+                                {"SplashFile", app + "conf/splash.png"},
+                                {"WorkingDirectory", "$APP_PACKAGE/.."}})
+            .description());
+    std::istringstream help(run(KESTRAV_TOOL, {"--help"}).output);
+    int lines = 0;
+    for (std::string line; std::getline(help, line); ++lines) {
+        EXPECT_LE(line.size(), 100U) << line;
+    }
+    EXPECT_LE(lines, 100);
 }
 
 TEST(Tool, CodeIsSignedFromTheInsideOut) {

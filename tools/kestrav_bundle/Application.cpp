@@ -3,7 +3,8 @@
 #include "Configuration.h"
 #include "FileTree.h"
 #include "Interruption.h"
-#include "Program.h"
+#include "ProgramFiles.h"
+#include "Progress.h"
 #include "Resources.h"
 #include "Runtime.h"
 #include "RuntimeArchive.h"
@@ -89,13 +90,16 @@ void addParents(FileTree &tree, const std::string &name) {
 }
 
 /// The template with the program's files, as they will lie in the application.
-FileTree applicationTree(const std::string &bundleTemplate, const Program &program, const std::string &output) {
+FileTree applicationTree(const std::string &bundleTemplate, const Request &request, const Program &program) {
     FileTree tree;
-    requireOutside(bundleTemplate, output);
+    requireOutside(bundleTemplate, request.output);
     tree.add(bundleTemplate, "");
     tree.addFolder(files);
+    if (request.input) {
+        requireOutside(*request.input, request.output);
+    }
     for (const Program::File &file : program.files) {
-        requireOutside(file.source, output);
+        requireOutside(file.source, request.output);
         const std::string name = appendingPathComponent(files, file.name);
         addParents(tree, name);
         tree.add(file.source, name);
@@ -109,17 +113,18 @@ void append(std::vector<std::string> &notes, const std::vector<std::string> &mor
 
 /// Puts the runtime into the application; what its archive is like, if it is one.
 RuntimeArchive placeRuntime(const Runtime &runtime, RuntimeForm form, const std::string &application,
-                            std::vector<std::string> &notes) {
+                            const Progress &progress, std::vector<std::string> &notes) {
     const FileTree tree = runtimeTree(runtime);
     append(notes, tree.notes);
     const std::string what = "runtime: Java " + runtime.version + ", ";
     if (form == RuntimeForm::folder) {
-        copyTree(tree, appendingPathComponent(application, "Contents/PlugIns/jre.bundle"));
+        copyTree(tree, appendingPathComponent(application, "Contents/PlugIns/jre.bundle"), progress,
+                 "copying the runtime");
         notes.push_back(what + "in Contents/PlugIns/jre.bundle");
         return {};
     }
     const std::string archive = appendingPathComponent(application, "Contents/Resources/app/jre.tar.gz");
-    const std::uint64_t size = writeRuntimeArchive(tree, archive);
+    const std::uint64_t size = writeRuntimeArchive(tree, archive, progress);
     constexpr std::uint64_t million = 1'000'000;
     notes.push_back(what + "in Contents/Resources/app/jre.tar.gz (" +
                     std::to_string((fs::file_size(archive) + million / 2) / million) + " MB, " +
@@ -180,11 +185,13 @@ struct Plan {
 /// Refuses what can be refused before anything is written.
 Plan plan(const Request &asked, const std::string &ownFolder) {
     Plan plan;
-    plan.request = withInfo(asked);
+    plan.request = withInput(withInfo(asked));
     const Request &request = plan.request;
     checkRequest(request);
     requireSigning(request);
-    tidyUp(folderOf(request.output));
+    if (!request.dryRun) {
+        tidyUp(folderOf(request.output));
+    }
     refuseOccupiedPlace(request);
     plan.bundleTemplate = findTemplate(request, ownFolder);
     plan.templateInfo = templateInfoOf(plan.bundleTemplate);
@@ -221,30 +228,60 @@ void writeInfo(const platform::PropertyList &info, const std::string &applicatio
     }
 }
 
+/// Tells what the application is made from.
+void tell(const Plan &plan, const Progress &progress) {
+    progress.say("template: " + plan.bundleTemplate);
+    progress.say("main class: " + plan.program.mainClass);
+    progress.say("class path: " + plan.program.classPath);
+    for (const Program::File &file : plan.program.files) {
+        progress.say("file: " + file.source + " as " + appendingPathComponent(files, file.name));
+    }
+    if (plan.runtime) {
+        progress.say("runtime: " + plan.runtime->folder + ", Java " + plan.runtime->version);
+    }
+}
+
+/// The application with all but its Info.plist and signature.
+RuntimeArchive fill(const Plan &plan, const FileTree &tree, const Workshop &workshop, const Progress &progress,
+                    std::vector<std::string> &notes) {
+    const auto runtime = runtimeOf(plan, workshop);
+    const std::string application = workshop.pathOf("new.app");
+    copyTree(tree, application, progress, "copying the program");
+    placeResources(plan.request, application);
+    if (!runtime) {
+        append(notes, wantedRuntime(plan.bounds, plan.request));
+        return {};
+    }
+    progress.say("trying the runtime with the program's options");
+    const auto draft = configuration(plan.templateInfo, plan.request, plan.program, {});
+    append(notes, tryRuntime({*runtime, draft, application, workshop.pathOf("trial")}, plan.program.lacksMainClass));
+    return placeRuntime(*runtime, *plan.request.runtimeForm, application, progress, notes);
+}
+
 } // namespace
 
 std::vector<std::string> makeApplication(const Request &asked, const std::string &ownFolder) {
+    const Progress progress(asked.verbose);
     const Plan planned = plan(asked, ownFolder);
-    const auto &[request, bundleTemplate, templateInfo, program, bounds, _] = planned;
-    const auto draft = configuration(templateInfo, request, program, {});
-    const FileTree tree = applicationTree(bundleTemplate, program, request.output);
+    const Request &request = planned.request;
+    static_cast<void>(configuration(planned.templateInfo, request, planned.program, {})); // refuses what is wrong
+    const FileTree tree = applicationTree(planned.bundleTemplate, request, planned.program);
     std::vector<std::string> notes = unheededKeys(request);
-    append(notes, program.notes);
+    append(notes, planned.program.notes);
     append(notes, tree.notes);
-    Workshop workshop(request);
-    const auto runtime = runtimeOf(planned, workshop);
-    const std::string application = workshop.pathOf("new.app");
-    copyTree(tree, application);
-    placeResources(request, application);
-    RuntimeArchive archive;
-    if (runtime) {
-        append(notes, tryRuntime({*runtime, draft, application, workshop.pathOf("trial")}, program.lacksMainClass));
-        archive = placeRuntime(*runtime, *request.runtimeForm, application, notes);
-    } else {
-        append(notes, wantedRuntime(bounds, request));
+    tell(planned, progress);
+    if (request.dryRun) {
+        if (!request.runtime) {
+            append(notes, wantedRuntime(planned.bounds, request));
+        }
+        return notes;
     }
-    writeInfo(configuration(templateInfo, request, program, archive), application);
+    Workshop workshop(request);
+    const std::string application = workshop.pathOf("new.app");
+    const RuntimeArchive archive = fill(planned, tree, workshop, progress, notes);
+    writeInfo(configuration(planned.templateInfo, request, planned.program, archive), application);
     if (request.signingIdentity) {
+        progress.say("signing");
         append(notes, signApplication(request, application, workshop.pathOf("signing")));
     }
     workshop.deliver(application, notes);

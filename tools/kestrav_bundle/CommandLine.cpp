@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "ArgumentFile.h"
 #include "Usage.h"
 #include "platform/path.h"
 
@@ -52,6 +53,18 @@ Apply fieldSetter(OptionalText RuntimeBounds::*field) {
     return [field](Request &request, std::string value) { request.bounds.*field = std::move(value); };
 }
 
+void addVMOption(Request &request, std::string value) {
+    if (auto versioned = versionedOption(value)) {
+        request.versionedOptions.push_back(std::move(*versioned));
+    } else {
+        request.vmOptions.push_back(std::move(value));
+    }
+}
+
+Apply setter(bool Request::*field) {
+    return [field](Request &request, const std::string &) { request.*field = true; };
+}
+
 void addLanguage(Request &request, const std::string &value) {
     const std::size_t equals = value.find('=');
     request.languages.push_back({value.substr(0, equals),
@@ -77,12 +90,16 @@ const std::vector<Option> &options() {
         {"name", true, setName},
         {"identifier", true, fieldSetter(&Request::identifier)},
         {"app-version", true, fieldSetter(&Request::version)},
+        {"input", true, fieldSetter(&Request::input)},
         {"jar", true, setJar},
         {"main-class", true, fieldSetter(&Request::mainClass)},
         {"class-path", true, fieldSetter(&Request::classPath)},
         {"file", true, fieldSetter(&Request::files)},
-        {"vm-option", true, fieldSetter(&Request::vmOptions)},
+        {"vm-option", true, addVMOption},
         {"argument", true, fieldSetter(&Request::arguments)},
+        {"options-file", true, fieldSetter(&Request::optionsFile)},
+        {"working-directory", true, fieldSetter(&Request::workingDirectory)},
+        {"splash", true, fieldSetter(&Request::splash)},
         {"icon", true, fieldSetter(&Request::icon)},
         {"language", true, addLanguage},
         {"file-type", true, fieldSetter(&Request::fileTypes)},
@@ -92,19 +109,22 @@ const std::vector<Option> &options() {
         {"runtime-form", true, setRuntimeForm},
         {"runtime-url", true, fieldSetter(&Request::runtimeURL)},
         {"runtime-sha256", true, fieldSetter(&Request::runtimeSHA256)},
-        {"keep-runtime", false, [](Request &request, const std::string &) { request.keepRuntime = true; }},
+        {"keep-runtime", false, setter(&Request::keepRuntime)},
         {"min-version", true, fieldSetter(&RuntimeBounds::minVersion)},
         {"max-version", true, fieldSetter(&RuntimeBounds::maxVersion)},
         {"vm-id-prefix", true, fieldSetter(&RuntimeBounds::requiredVmIdPrefix)},
         {"allow-beta", false, [](Request &request, const std::string &) { request.bounds.allowBeta = true; }},
         {"search", true, addSearch},
         {"no-search", false, [](Request &request, const std::string &) { request.search.emplace(); }},
-        {"installer", false, [](Request &request, const std::string &) { request.installer = true; }},
+        {"installer", false, setter(&Request::installer)},
         {"sign", true, fieldSetter(&Request::signingIdentity)},
         {"entitlements", true, fieldSetter(&Request::entitlements)},
         {"template", true, fieldSetter(&Request::bundleTemplate)},
-        {"replace", false, [](Request &request, const std::string &) { request.replace = true; }},
-        {"clean", false, [](Request &request, const std::string &) { request.clean = true; }},
+        {"replace", false, setter(&Request::replace)},
+        {"no-window", false, setter(&Request::noWindow)},
+        {"dry-run", false, setter(&Request::dryRun)},
+        {"verbose", false, setter(&Request::verbose)},
+        {"clean", false, setter(&Request::clean)},
     };
     return all;
 }
@@ -138,49 +158,122 @@ std::string applicationName(std::string_view path) {
 }
 
 /// The request to remove kept runtimes, which needs nothing else but may name their folder.
-Request cleaning(int argc, char **argv) {
-    constexpr int withFolder = 3; // the program, --clean, the folder
-    if (argc > withFolder || (argc == withFolder && optind != argc - 1)) {
+Request cleaning(int options, const std::vector<std::string> &operands) {
+    if (operands.size() > 1 || options != 1) {
         throw Refusal("Beside --clean there is a folder at most: kestrav-bundle --clean [FOLDER]");
     }
     Request request;
     request.clean = true;
-    request.output = argc == withFolder ? argv[optind] : "";
+    request.output = operands.empty() ? "" : operands.front();
     return request;
 }
+
+/// The words of a command line, into which the content of files with options is put as they are met.
+class CommandLine {
+public:
+    CommandLine(int argc, char **argv) : words_(argv, argv + argc) {}
+
+    /// Applies the options; false after a question, which has been answered.
+    bool read(Request &request) {
+        const auto table = longOptions();
+        opterr = 0;
+        prepare(0);
+        // The "-" has words that are not options handed over where they stand, as if 1 were their option.
+        for (int found = 0; (found = getopt_long(count(), vector_.data(), "-:hV", table.data(), nullptr)) != -1;) {
+            if (found == helpOption || found == versionOption) {
+                std::fputs(found == helpOption ? usage : versionText, stdout);
+                return false;
+            }
+            if (found == 1) {
+                takeWord(optarg);
+                continue;
+            }
+            requireKnown(found);
+            const Option &option = options().at(static_cast<std::size_t>(found - firstOption));
+            ++options_;
+            option.apply(request, option.hasValue ? optarg : "");
+        }
+        operands_.insert(operands_.end(), words_.begin() + optind, words_.end()); // those after "--"
+        return true;
+    }
+
+    /// How many options were applied.
+    [[nodiscard]] int optionCount() const { return options_; }
+    [[nodiscard]] const std::vector<std::string> &operands() const { return operands_; }
+
+private:
+    [[nodiscard]] int count() const { return static_cast<int>(words_.size()); }
+
+    void prepare(int next) {
+        vector_.clear();
+        for (std::string &word : words_) {
+            vector_.push_back(word.data());
+        }
+        vector_.push_back(nullptr);
+        optind = next; // 0: begin anew
+    }
+
+    void takeWord(const std::string &word) {
+        if (!word.starts_with('@')) {
+            operands_.push_back(word);
+        } else if (word.starts_with("@@")) {
+            operands_.push_back(word.substr(1));
+        } else {
+            takeFile(word.substr(1));
+        }
+    }
+
+    /// Goes on with the words of the file and those that have not been read yet.
+    void takeFile(const std::string &path) {
+        constexpr int mostFiles = 100;
+        if (++files_ > mostFiles) {
+            throw Refusal("There are more than a hundred files with options; does " + path + " name itself?");
+        }
+        const auto inFile = wordsOfFile(path);
+        const auto read = words_.begin() + 1;
+        words_.erase(read, words_.begin() + optind);
+        words_.insert(words_.begin() + 1, inFile.begin(), inFile.end());
+        prepare(0);
+    }
+
+    void requireKnown(int found) const {
+        const std::string word = words_[static_cast<std::size_t>(optind) - 1];
+        if (found == ':') {
+            throw Refusal(word + " needs a value");
+        }
+        if (found < firstOption) {
+            throw Refusal(optopt >= firstOption
+                              ? word + ": this option takes no value"
+                              : "There is no option " +
+                                    (optopt == 0 ? word : std::string{'-', static_cast<char>(optopt)}) +
+                                    "; try --help");
+        }
+    }
+
+    std::vector<std::string> words_; ///< the program and what has not been replaced by the words of a file
+    std::vector<char *> vector_;
+    std::vector<std::string> operands_;
+    int options_ = 0;
+    int files_ = 0;
+};
 
 } // namespace
 
 std::optional<Request> parseCommandLine(int argc, char **argv) {
     Request request;
-    const auto table = longOptions();
-    opterr = 0;
-    for (int found = 0; (found = getopt_long(argc, argv, ":hV", table.data(), nullptr)) != -1;) {
-        if (found == helpOption || found == versionOption) {
-            std::fputs(found == helpOption ? usage : versionText, stdout);
-            return std::nullopt;
-        }
-        if (found == ':') {
-            throw Refusal(std::string(argv[optind - 1]) + " needs a value");
-        }
-        if (found < firstOption) {
-            throw Refusal(optopt >= firstOption
-                              ? std::string(argv[optind - 1]) + ": this option takes no value"
-                              : "There is no option " +
-                                    (optopt == 0 ? argv[optind - 1] : std::string{'-', static_cast<char>(optopt)}) +
-                                    "; try --help");
-        }
-        const Option &option = options().at(static_cast<std::size_t>(found - firstOption));
-        option.apply(request, option.hasValue ? optarg : "");
+    CommandLine line(argc, argv);
+    if (!line.read(request)) {
+        return std::nullopt;
     }
+    const auto &operands = line.operands();
     if (request.clean) {
-        return cleaning(argc, argv);
+        return cleaning(line.optionCount(), operands);
     }
-    if (optind + 1 != argc) {
-        throw Refusal(optind == argc ? "Which application is to be made? Try --help"
-                                     : std::string("One application at a time: ") + argv[optind + 1]);
+    if (operands.size() != 1) {
+        throw Refusal(operands.empty() ? "Which application is to be made? Try --help"
+                                       : "One application at a time: " + operands[1]);
     }
-    request.output = platform::withoutTrailingSlashes(argv[optind]);
+    request.output = platform::withoutTrailingSlashes(operands.front());
     const std::string name = applicationName(request.output);
     if (request.name.empty()) {
         request.name = name;

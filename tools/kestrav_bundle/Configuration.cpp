@@ -38,8 +38,13 @@ Dictionary javaVM(const Request &request, const Program &program) {
     Dictionary javaVM;
     addIfAny(javaVM, "MainClass", program.mainClass);
     addIfAny(javaVM, "ClassPath", program.classPath);
-    javaVM["WorkingDirectory"] = "$APP_PACKAGE/Contents/Resources/app";
+    javaVM["WorkingDirectory"] = request.workingDirectory;
     addIfAny(javaVM, "VMOptionArray", request.vmOptions);
+    if (!request.versionedOptions.empty()) {
+        javaVM[versionSpecificOptions] = pairsOf(request.versionedOptions);
+    }
+    addIfAny(javaVM, "OptionsFile", program.optionsFile);
+    addIfAny(javaVM, "SplashFile", program.splash);
     addIfAny(javaVM, "ArgumentArray", request.arguments);
     if (request.search) {
         javaVM["SearchSequence"] = arrayOf(*request.search);
@@ -194,6 +199,9 @@ PropertyList configuration(const PropertyList &templateInfo, const Request &requ
     }
     if (request.keepRuntime) {
         info["ksv.keepRuntime"] = true;
+    }
+    if (request.noWindow) {
+        info["ksv.initialProgress"] = false;
     }
     if (!request.installer) {
         info["ksv.inProcess"] = true;

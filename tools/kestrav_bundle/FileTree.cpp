@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <numeric>
 
 namespace kestrav::tools {
 
@@ -117,7 +118,7 @@ private:
     std::vector<fs::path> open_; ///< the folder that is being read and those above it
 };
 
-void writeFile(const TreeEntry &entry, const std::string &path) {
+void writeFile(const TreeEntry &entry, const std::string &path, Progress::Work &work) {
     constexpr unsigned ownerOnly = 0600; // until it is complete
     auto file = platform::FileDescriptor::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL, ownerOnly);
     const auto require = [&](bool succeeded) {
@@ -126,18 +127,21 @@ void writeFile(const TreeEntry &entry, const std::string &path) {
         }
     };
     require(file.valid());
-    readContent(entry, [&](std::string_view piece) { require(platform::writeAll(file.get(), piece)); });
+    readContent(entry, [&](std::string_view piece) {
+        require(platform::writeAll(file.get(), piece));
+        work.advance(piece.size());
+    });
     require(::fchmod(file.get(), entry.mode) == 0);
     require(file.close());
 }
 
-void writeEntry(const TreeEntry &entry, const fs::path &path) {
+void writeEntry(const TreeEntry &entry, const fs::path &path, Progress::Work &work) {
     if (entry.kind == Kind::directory) {
         fs::create_directories(path);
     } else if (entry.kind == Kind::link) {
         fs::create_symlink(entry.target, path);
     } else {
-        writeFile(entry, path.string());
+        writeFile(entry, path.string(), work);
     }
 }
 
@@ -189,11 +193,17 @@ void readContent(const TreeEntry &entry, const std::function<void(std::string_vi
     }
 }
 
-void copyTree(const FileTree &tree, const std::string &folder) {
+std::uint64_t FileTree::size() const {
+    return std::accumulate(entries.begin(), entries.end(), std::uint64_t{0},
+                           [](std::uint64_t sum, const TreeEntry &entry) { return sum + entry.size; });
+}
+
+void copyTree(const FileTree &tree, const std::string &folder, const Progress &progress, const std::string &what) {
+    Progress::Work work(progress, what, tree.size());
     fs::create_directories(folder);
     for (const TreeEntry &entry : tree.entries) {
         raiseIfInterrupted();
-        writeEntry(entry, fs::path(folder) / entry.name);
+        writeEntry(entry, fs::path(folder) / entry.name, work);
     }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Progress.h"
+
 #include <sys/types.h>
 
 #include <cstdint>
@@ -38,13 +40,16 @@ struct FileTree {
     /// is replaced by what it leads to, below the folder only if that lies outside; one that leads nowhere is left out.
     /// Hard links are files. Refuses devices, sockets, and folders that contain themselves.
     void add(const std::string &source, const std::string &name);
+
+    /// The bytes of all files.
+    [[nodiscard]] std::uint64_t size() const;
 };
 
 /// Hands the content of an entry that is a file to `receiver`, piece by piece. Raises `Refusal` if it cannot be read,
 /// or is another one by now, and `Interrupted` after a signal.
 void readContent(const TreeEntry &entry, const std::function<void(std::string_view)> &receiver);
 
-/// Writes the entries into a folder, which is made. Raises `Interrupted` after a signal.
-void copyTree(const FileTree &tree, const std::string &folder);
+/// Writes the entries into a folder, which is made, and tells of it as `what`. Raises `Interrupted` after a signal.
+void copyTree(const FileTree &tree, const std::string &folder, const Progress &progress, const std::string &what);
 
 } // namespace kestrav::tools

@@ -1,6 +1,7 @@
 #include "ManifestPath.h"
 
 #include "JavaClass.h"
+#include "ProgramFiles.h"
 
 #include <algorithm>
 #include <filesystem>

@@ -2,7 +2,7 @@
 
 #include "JavaClass.h"
 #include "ManifestPath.h"
-#include "platform/path.h"
+#include "ProgramFiles.h"
 
 #include <algorithm>
 #include <array>
@@ -13,22 +13,7 @@ namespace kestrav::tools {
 
 namespace {
 
-constexpr const char *reserved = "jre.tar.gz"; // the launcher would take it for the runtime
-constexpr const char *folder = "$APP_PACKAGE/Contents/Resources/app/";
-
-/// The name of a file or folder that the user gave, also for "lib/" and "..".
-std::string nameOf(const std::string &path) {
-    if (path.empty()) {
-        throw Refusal("A file's name is empty");
-    }
-    std::error_code missing;
-    const auto real = std::filesystem::canonical(path, missing);
-    if (missing) {
-        throw Refusal(path + ": " + missing.message());
-    }
-    const std::string given = platform::lastPathComponent(path);
-    return given.empty() || given == "/" || given == "." || given == ".." ? real.filename().string() : given;
-}
+namespace fs = std::filesystem;
 
 /// The class path of Info.plist knows two kinds of variables: the application's folder, and a whole entry from the
 /// environment.
@@ -44,7 +29,8 @@ void requireVariable(const std::string &entry) {
     }
 }
 
-void addToClassPath(Program &program, const std::string &entry) {
+void addToClassPath(Program &program, std::vector<Program::File> &files, const Request &request,
+                    const std::string &entry) {
     if (entry.empty()) {
         throw Refusal("An entry of the class path is empty");
     }
@@ -54,12 +40,13 @@ void addToClassPath(Program &program, const std::string &entry) {
         program.classPath += entry;
         return;
     }
-    addFile(program, entry, nameOf(entry));
-    const std::string &name = program.files.back().name;
-    if (name == "*" || name.find(':') != std::string::npos || name.find("$APP_PACKAGE") != std::string::npos) {
+    files.push_back(place(program, request, entry));
+    const std::string &name = files.back().name;
+    if (name == "*" || name.ends_with("/*") || name.find(':') != std::string::npos ||
+        name.find("$APP_PACKAGE") != std::string::npos) {
         throw Refusal(entry + R"(: a name with ":" or "$APP_PACKAGE", or "*" alone, cannot be on a class path)");
     }
-    program.classPath += folder + name;
+    program.classPath += programFolder + name;
 }
 
 /// The class path with every "FOLDER/*" replaced by the archives in that folder, as the Java launcher reads it, but in
@@ -73,7 +60,7 @@ std::vector<std::string> expanded(const std::vector<std::string> &classPath) {
             continue;
         }
         std::vector<std::string> archives;
-        for (const auto &file : std::filesystem::directory_iterator(entry.substr(0, entry.size() - 1))) {
+        for (const auto &file : fs::directory_iterator(entry.substr(0, entry.size() - 1))) {
             if (file.path().extension() == ".jar" || file.path().extension() == ".zip") {
                 archives.push_back(file.path().string());
             }
@@ -89,7 +76,7 @@ std::vector<std::string> expanded(const std::vector<std::string> &classPath) {
 
 bool isSameFile(const std::string &path, const std::string &other) {
     std::error_code missing; // that is refused later
-    return path == other || std::filesystem::equivalent(path, other, missing);
+    return path == other || fs::equivalent(path, other, missing);
 }
 
 /// All entries of the class path, the program's own archive first, each once.
@@ -167,27 +154,16 @@ void requireElsewhere(Program &program, const Request &request) {
 
 } // namespace
 
-void addFile(Program &program, const std::string &path, const std::string &name) {
-    if (name == reserved) {
-        throw Refusal(path +
-                      ": the launcher would take a file of this name for the runtime; give it another name, or a "
-                      "runtime with --runtime");
-    }
-    const bool taken = std::any_of(program.files.begin(), program.files.end(),
-                                   [&](const Program::File &other) { return other.name == name; });
-    if (taken) {
-        throw Refusal("Two files are named " + name + "; in the application only one could be");
-    }
-    program.files.push_back({path, name});
-}
-
 Program examineProgram(const Request &request) {
     Program program;
+    addInput(program, request);
     const std::vector<std::string> entries = classPathOf(request);
+    std::vector<Program::File> classPath;
     for (const std::string &entry : entries) {
-        addToClassPath(program, entry);
+        addToClassPath(program, classPath, request, entry);
     }
-    const std::vector<Program::File> classPath = program.files;
+    addOptionsFile(program, request);
+    addSplash(program, request);
     for (const std::string &file : request.files) {
         addFile(program, file, nameOf(file));
     }
@@ -209,7 +185,7 @@ Program examineProgram(const Request &request) {
     }
     // It may also be in what the user's machine has.
     const bool isOpen =
-        request.classesElsewhere ||
+        request.classesElsewhere || request.optionsFile ||
         std::any_of(entries.begin(), entries.end(), [](const std::string &entry) { return entry.starts_with('$'); });
     if (!isOpen) {
         requireElsewhere(program, request);

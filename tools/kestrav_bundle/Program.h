@@ -14,15 +14,14 @@ struct Program {
         std::string name;   ///< its place in Contents/Resources/app
     };
     std::vector<File> files;
-    std::string classPath;          ///< as Info.plist has it
+    std::string classPath; ///< as Info.plist has it, like the two that follow; empty for none
+    std::string optionsFile;
+    std::string splash;
     std::string mainClass;          ///< empty if only the user's property list can name it
     int javaVersion = 0;            ///< the oldest that can read the main class; 0: unknown
     bool lacksMainClass = false;    ///< it is in no file, and so has to be in the runtime
     std::vector<std::string> notes; ///< what the user may have overlooked
 };
-
-/// Adds one of the user's files under this name. Refuses a name that is taken, or that means something to the launcher.
-void addFile(Program &program, const std::string &path, const std::string &name);
 
 /// Puts the program together and refuses what could not start: files that are missing or would hide one another, and a
 /// main class that is not there.

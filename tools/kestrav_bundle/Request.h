@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VersionedOptions.h"
 #include "mac_installer/launcher/Launcher.h"
 
 #include <optional>
@@ -34,12 +35,17 @@ struct Request {
     std::string identifier;
     std::string version = "1.0.0";
 
+    std::optional<std::string> input; ///< a folder whose content becomes that of the application's folder of files
     std::optional<std::string> jar;
     std::optional<std::string> mainClass;
     std::vector<std::string> classPath; ///< what begins with "$" is looked up where the application runs
     std::vector<std::string> files;     ///< copied beside the class path
     std::vector<std::string> vmOptions;
+    std::vector<VersionedOption> versionedOptions; ///< for the virtual machines of some versions
     std::vector<std::string> arguments;
+    std::optional<std::string> optionsFile; ///< "$APP_PACKAGE/..." and "~..." are looked up where the application runs
+    std::optional<std::string> splash;      ///< an image that the virtual machine shows while it starts
+    std::string workingDirectory = "$APP_PACKAGE/Contents/Resources/app";
 
     std::optional<std::string> icon;
     std::vector<Language> languages;  ///< none: those of the template
@@ -58,6 +64,7 @@ struct Request {
     RuntimeBounds bounds;
     std::optional<std::vector<std::string>> search; ///< none: the standard locations; empty: nowhere
 
+    bool noWindow = false;  ///< how the runtime is obtained is not shown
     bool installer = false; ///< the program is a child, behind the launcher's window, instead of the launcher's process
 
     std::optional<std::string> signingIdentity; ///< whose signature the application gets; none: it is not signed
@@ -65,6 +72,8 @@ struct Request {
 
     std::optional<std::string> bundleTemplate; ///< none: the one that was built or installed with this program
     bool replace = false;                      ///< an application of that name may be there
+    bool dryRun = false;                       ///< all is checked, and nothing is written
+    bool verbose = false;                      ///< each step is told
 
     bool clean = false; ///< no application: kept runtimes are removed, from the folder `output` if it is not empty
 };

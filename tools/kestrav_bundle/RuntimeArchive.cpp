@@ -51,7 +51,8 @@ void requireExtractable(const TreeEntry &entry, const std::string &name) {
 
 class Writer {
 public:
-    explicit Writer(const std::string &path) : path_(path), file_(path), archive_(archive_write_new()) {
+    Writer(const std::string &path, Progress::Work &work)
+        : path_(path), work_(work), file_(path), archive_(archive_write_new()) {
         if (archive_ == nullptr || entry_ == nullptr) {
             throw std::bad_alloc();
         }
@@ -118,6 +119,7 @@ private:
     }
 
     void addData(std::string_view bytes) {
+        work_.advance(bytes.size());
         while (!bytes.empty()) {
             const la_ssize_t count = archive_write_data(archive_.get(), bytes.data(), bytes.size());
             if (count <= 0) {
@@ -128,6 +130,7 @@ private:
     }
 
     std::string path_;
+    Progress::Work &work_;
     std::int64_t time_ = timeOfFiles();
     GzipMemberWriter file_;
     std::unique_ptr<archive, Free> archive_;
@@ -136,8 +139,9 @@ private:
 
 } // namespace
 
-std::uint64_t writeRuntimeArchive(const FileTree &tree, const std::string &path) {
-    Writer writer(path);
+std::uint64_t writeRuntimeArchive(const FileTree &tree, const std::string &path, const Progress &progress) {
+    Progress::Work work(progress, "packing the runtime", tree.size());
+    Writer writer(path, work);
     for (const TreeEntry &entry : tree.entries) {
         raiseIfInterrupted();
         writer.add(entry);

@@ -1,6 +1,7 @@
 #include "Trial.h"
 
 #include "ProgramRun.h"
+#include "VersionedOptions.h"
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "mac_installer/launcher/RuntimeSupport.h"
@@ -84,6 +85,16 @@ bool isShortOfMemory(std::string_view output) {
                        [&](const char *sign) { return output.find(sign) != std::string_view::npos; });
 }
 
+/// The options that this runtime gets from the application.
+std::vector<std::string> optionsOf(const PropertyList &javaVM, const std::string &version) {
+    auto options = stringArrayValue(javaVM, "VMOptionArray").value_or(std::vector<std::string>());
+    if (const auto *pairs = arrayValue(javaVM, "VersionSpecificVMOptions")) {
+        const auto more = optionsFor(version, *pairs);
+        options.insert(options.end(), more.begin(), more.end());
+    }
+    return options;
+}
+
 class Attempt {
 public:
     explicit Attempt(const Trial &trial)
@@ -91,8 +102,7 @@ public:
           java_(appendingPathComponent(getJreLocation(trial.runtime.folder), "bin/java")) {
         const PropertyList &javaVM = *trial.info.find("JavaVM");
         const auto modulePath = knownModulePath(javaVM, application_);
-        for (const std::string &option :
-             stringArrayValue(javaVM, "VMOptionArray").value_or(std::vector<std::string>())) {
+        for (const std::string &option : optionsOf(javaVM, trial.runtime.version)) {
             if (canBeTried(option) && (modulePath || !namesModules(option))) {
                 options_.push_back(replacingAppPackage(option, application_));
             }

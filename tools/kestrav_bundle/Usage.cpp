@@ -7,7 +7,7 @@ const char *const usage =
        kestrav-bundle --clean [FOLDER]
 
 Makes an application bundle that starts a Java program. kestrav-bundle(1) has the details.
-Options with * may be given several times.
+Options with * may be given several times. @FILE stands for options in a file, quoted as for java.
 
 The application
   --identifier ID       its identifier, such as com.example.tool
@@ -22,6 +22,8 @@ The application
   --url-scheme SCHEME * addresses that macOS opens with it
 
 The program
+  --input FOLDER        a folder whose content is copied as it is; the files below are looked for
+                        there first
   --jar FILE            its archive, which names the main class; archives that its manifest names
                         come along
   --main-class CLASS    the class to start
@@ -29,8 +31,13 @@ The program
                         what begins with "$" is looked up where it runs:
                         '$APP_PACKAGE/../plugins/*', '$NAME'
   --file FILE         * a file or a folder that is copied beside the archives
-  --vm-option OPTION  * an option for the virtual machine, such as -Xmx512m
+  --vm-option OPTION  * an option for the virtual machine, such as -Xmx512m; one for some versions
+                        alone begins with them: 17:OPTION, 17-21:OPTION, 17-:OPTION
   --argument TEXT     * an argument for the program; those of the command line follow
+  --options-file FILE   a file with further options for the virtual machine, a line each;
+                        "$APP_PACKAGE/..." and "~/..." are looked up where it runs
+  --working-directory DIR  where the program starts (default: $APP_PACKAGE/Contents/Resources/app)
+  --splash FILE         an image that the virtual machine shows while it starts: GIF, PNG or JPEG
 
 Its runtime: one that it carries, one that it downloads, or one that is installed
   --runtime PATH        a JDK or JRE that travels with it: a folder, or an archive (.tar.gz) as
@@ -50,11 +57,14 @@ Its runtime: one that it carries, one that it downloads, or one that is installe
 
 More
   --installer           for programs that run once, as a child behind a window while it is prepared
+  --no-window           how the runtime is obtained is not shown
   --info FILE           a property list whose entries go into Info.plist, above those of the options
   --sign IDENTITY       signs it for macOS with codesign, from the inside out; "-" is nobody
   --entitlements FILE   what a signed one may do (default: what Java needs)
   --template FOLDER     the bare Launcher.app to start from (default: the one that came with this)
   --replace             replaces an application of that name once the new one is complete
+  --dry-run             only checks, and tells what would be made
+  --verbose             tells each step
   --clean [FOLDER]      removes runtimes that applications have kept and that are not in use
   --help, --version
 

@@ -171,6 +171,18 @@ void checkRequest(const Request &request) {
     for (const Language &language : request.languages) {
         requireText(language.name, "A language's name");
     }
+    for (const VersionedOption &each : request.versionedOptions) {
+        requireText(each.option, "A VM option");
+        checkOptions({each.option});
+    }
+    requireText(request.workingDirectory, "The working directory");
+    if (!request.workingDirectory.starts_with('/') && !request.workingDirectory.starts_with("$APP_PACKAGE")) {
+        throw Refusal("The working directory " + request.workingDirectory +
+                      " is one where the application runs: give a whole path, or $APP_PACKAGE/...");
+    }
+    requireText(request.input.value_or(""), "The input folder's name");
+    requireText(request.optionsFile.value_or(""), "The options file's name");
+    requireText(request.splash.value_or(""), "The image's name");
     requireText(request.jar.value_or(""), "The archive's name");
     requireText(request.mainClass.value_or(""), "The main class");
     requireText(request.runtimeURL.value_or(""), "The address");

@@ -44,7 +44,7 @@ int makeAsAsked(int argc, char **argv) {
     if (request) {
         const auto notes =
             kestrav::tools::makeApplication(*request, kestrav::platform::Bundle::mainBundle().bundlePath());
-        std::printf("made %s\n", shown(request->output).c_str());
+        std::printf(request->dryRun ? "would make %s\n" : "made %s\n", shown(request->output).c_str());
         for (const std::string &note : notes) {
             std::printf("  %s\n", shown(note).c_str());
         }
