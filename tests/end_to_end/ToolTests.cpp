@@ -27,6 +27,11 @@ struct MadeBundle : AppBundle {
     }
 };
 
+/// An icon file with an empty image.
+const std::string icon("icns\0\0\0\x2Cic07\0\0\0\x24"
+                       "\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR\0\0\0\x80IEND\xAE\x42\x60\x82",
+                       44);
+
 TEST(Tool, ApplicationRunsOnEachKindOfRuntime) {
     const TemporaryDirectory folder;
     const std::string home = makeHome(folder);
@@ -138,9 +143,6 @@ TEST(Tool, OtherFilesAndKeysAreThere) {
     makeJar(folder, "lib/b.jar", "");
     makeJar(folder, "lib/a.jar", "");
     folder.write("lib/c.txt", "c");
-    const std::string icon("icns\0\0\0\x2Cic07\0\0\0\x24"
-                           "\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR\0\0\0\x80IEND\xAE\x42\x60\x82",
-                           44);
     const std::string messages = std::string(KESTRAV_TEMPLATE) + "/Contents/Resources/ja.lproj/Localizable.strings";
     fs::create_symlink("lib/c.txt", folder / "link.txt");
     fs::permissions(folder / "classes/org", fs::perms::owner_read | fs::perms::owner_exec);
@@ -271,6 +273,63 @@ TEST(Tool, TakesAFolderAsItIsAndOptionsFromFiles) {
         EXPECT_LE(line.size(), 100U) << line;
     }
     EXPECT_LE(lines, 100);
+}
+
+TEST(Tool, TakesTheOptionsOfTheJdksPackagingTool) {
+    const TemporaryDirectory folder;
+    makeJar(folder, "in/a.jar", "");
+    folder.write("x.icns", icon);
+    folder.write("association",
+                 "extension = tl, tm\n# a comment\nmime-type:application/x-tl\ndescription=A \\\n tool\n");
+    folder.write("bin/codesign", "#!/bin/sh\necho \"$*\" >>\"${0%/*}/log\"\n");
+    folder.write("more/Resources/note", "N");
+    fs::permissions(folder / "bin/codesign", fs::perms::owner_all);
+    const std::string words =
+        " -t app-image --dest made -n Tool --app-version 2.1 --copyright '(c) Me' --icon x.icns -i in --main-jar a.jar "
+        "--main-class a.Größe --java-options '-Da=\"x y\" -Db=\\\"z' --arguments 'p \"q r\"' --runtime-image " +
+        makeHome(folder) +
+        " --file-associations association --app-content more/Resources,x.icns --verbose --installer "
+        "--mac-package-identifier org.example.tool --mac-package-name Menu --mac-app-category "
+        "utilities --mac-signing-key-user-name Me --mac-sign --mac-entitlements e.plist";
+    folder.write("e.plist", PropertyList(Dictionary{{"x", true}}).serialize());
+    fs::create_directory(folder / "made");
+    const Outcome outcome = run("cd " + folder.path() + "; PATH=" + folder / "bin:$PATH " KESTRAV_TOOL + words, {});
+    ASSERT_EQ(outcome.status, 0) << outcome.output;
+    const std::string contents = folder / "made/Tool.app/Contents/";
+    EXPECT_TRUE(fs::exists(contents + "PlugIns/jre.bundle") || fs::exists(contents + "Resources/app/jre.tar.gz"));
+    EXPECT_EQ(contentOf(contents + "Resources/note"), "N");
+    EXPECT_EQ(contentOf(contents + "x.icns"), contentOf(contents + "Resources/app.icns"));
+    EXPECT_THAT(contentOf(folder / "bin/log"), HasSubstr("--sign Developer ID Application: Me --timestamp --entitle"));
+    const auto type = [](const char *extension) {
+        return Dictionary{{"CFBundleTypeExtensions", Array{extension}},
+                          {"CFBundleTypeName", "A tool"},
+                          {"CFBundleTypeMIMETypes", Array{"application/x-tl"}},
+                          {"CFBundleTypeRole", "Editor"}};
+    };
+    const auto info = PropertyList::parse(contentOf(contents + "Info.plist"));
+    const Dictionary expected{{"CFBundleName", "Menu"},
+                              {"CFBundleIdentifier", "org.example.tool"},
+                              {"CFBundleVersion", "2.1"},
+                              {"NSHumanReadableCopyright", "(c) Me"},
+                              {"LSApplicationCategoryType", "public.app-category.utilities"},
+                              {"CFBundleDocumentTypes", Array{type("tl"), type("tm")}}};
+    for (const auto &[key, value] : expected) {
+        EXPECT_EQ(*info->find(key), value) << key;
+    }
+    EXPECT_EQ(*info->find("JavaVM")->find("VMOptionArray"), PropertyList(Array{"-Da=x y", "-Db=\"z"}));
+    EXPECT_EQ(*info->find("JavaVM")->find("ArgumentArray"), PropertyList(Array{"p", "q r"}));
+    // Each option of the documentation's table is among them, in either form.
+    std::istringstream page(contentOf(KESTRAV_PACKAGING_PAGE));
+    for (std::string line; std::getline(page, line);) {
+        if (line.starts_with("| `-")) {
+            const std::string option = line.substr(3, line.find_first_of(" `", 3) - 3);
+            const std::size_t letter = line.find("`, `-");
+            const bool isTried =
+                words.find(" " + option + " ") != std::string::npos ||
+                (letter < line.find(" | ") && words.find(line.substr(letter + 4, 2)) != std::string::npos);
+            EXPECT_TRUE(isTried) << option;
+        }
+    }
 }
 
 TEST(Tool, CodeIsSignedFromTheInsideOut) {

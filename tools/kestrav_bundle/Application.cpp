@@ -98,6 +98,10 @@ FileTree applicationTree(const std::string &bundleTemplate, const Request &reque
     if (request.input) {
         requireOutside(*request.input, request.output);
     }
+    for (const std::string &file : request.content) {
+        requireOutside(file, request.output);
+        tree.add(file, appendingPathComponent("Contents", nameOf(file)));
+    }
     for (const Program::File &file : program.files) {
         requireOutside(file.source, request.output);
         const std::string name = appendingPathComponent(files, file.name);

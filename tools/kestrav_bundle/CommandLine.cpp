@@ -1,133 +1,19 @@
 #include "CommandLine.h"
 
 #include "ArgumentFile.h"
+#include "Options.h"
 #include "Usage.h"
 #include "platform/path.h"
 
 #include <getopt.h>
 
+#include <algorithm>
 #include <cstdio>
-#include <functional>
 #include <string_view>
 
 namespace kestrav::tools {
 
 namespace {
-
-/// What an option does to the request.
-using Apply = std::function<void(Request &, std::string)>;
-
-struct Option {
-    const char *name;
-    bool hasValue;
-    Apply apply;
-};
-
-Apply fieldSetter(std::string Request::*field) {
-    return [field](Request &request, std::string value) { request.*field = std::move(value); };
-}
-
-void setName(Request &request, std::string value) {
-    if (value.empty()) {
-        throw Refusal("The application's name must not be empty");
-    }
-    request.name = std::move(value);
-}
-
-void setJar(Request &request, std::string value) {
-    if (request.jar) {
-        throw Refusal("There is one --jar, the one with the main class; the others are given with --class-path");
-    }
-    request.jar = std::move(value);
-}
-
-Apply fieldSetter(std::optional<std::string> Request::*field) {
-    return [field](Request &request, std::string value) { request.*field = std::move(value); };
-}
-
-Apply fieldSetter(std::vector<std::string> Request::*field) {
-    return [field](Request &request, std::string value) { (request.*field).push_back(std::move(value)); };
-}
-
-Apply fieldSetter(OptionalText RuntimeBounds::*field) {
-    return [field](Request &request, std::string value) { request.bounds.*field = std::move(value); };
-}
-
-void addVMOption(Request &request, std::string value) {
-    if (auto versioned = versionedOption(value)) {
-        request.versionedOptions.push_back(std::move(*versioned));
-    } else {
-        request.vmOptions.push_back(std::move(value));
-    }
-}
-
-Apply setter(bool Request::*field) {
-    return [field](Request &request, const std::string &) { request.*field = true; };
-}
-
-void addLanguage(Request &request, const std::string &value) {
-    const std::size_t equals = value.find('=');
-    request.languages.push_back({value.substr(0, equals),
-                                 equals == std::string::npos ? std::nullopt : std::optional(value.substr(equals + 1))});
-}
-
-void setRuntimeForm(Request &request, const std::string &value) {
-    if (value != "archive" && value != "folder") {
-        throw Refusal("--runtime-form is archive or folder, not " + value);
-    }
-    request.runtimeForm = value == "archive" ? RuntimeForm::archive : RuntimeForm::folder;
-}
-
-void addSearch(Request &request, std::string value) {
-    if (!request.search) {
-        request.search.emplace();
-    }
-    request.search->push_back(std::move(value));
-}
-
-const std::vector<Option> &options() {
-    static const std::vector<Option> all{
-        {"name", true, setName},
-        {"identifier", true, fieldSetter(&Request::identifier)},
-        {"app-version", true, fieldSetter(&Request::version)},
-        {"input", true, fieldSetter(&Request::input)},
-        {"jar", true, setJar},
-        {"main-class", true, fieldSetter(&Request::mainClass)},
-        {"class-path", true, fieldSetter(&Request::classPath)},
-        {"file", true, fieldSetter(&Request::files)},
-        {"vm-option", true, addVMOption},
-        {"argument", true, fieldSetter(&Request::arguments)},
-        {"options-file", true, fieldSetter(&Request::optionsFile)},
-        {"working-directory", true, fieldSetter(&Request::workingDirectory)},
-        {"splash", true, fieldSetter(&Request::splash)},
-        {"icon", true, fieldSetter(&Request::icon)},
-        {"language", true, addLanguage},
-        {"file-type", true, fieldSetter(&Request::fileTypes)},
-        {"url-scheme", true, fieldSetter(&Request::urlSchemes)},
-        {"info", true, fieldSetter(&Request::info)},
-        {"runtime", true, fieldSetter(&Request::runtime)},
-        {"runtime-form", true, setRuntimeForm},
-        {"runtime-url", true, fieldSetter(&Request::runtimeURL)},
-        {"runtime-sha256", true, fieldSetter(&Request::runtimeSHA256)},
-        {"keep-runtime", false, setter(&Request::keepRuntime)},
-        {"min-version", true, fieldSetter(&RuntimeBounds::minVersion)},
-        {"max-version", true, fieldSetter(&RuntimeBounds::maxVersion)},
-        {"vm-id-prefix", true, fieldSetter(&RuntimeBounds::requiredVmIdPrefix)},
-        {"allow-beta", false, [](Request &request, const std::string &) { request.bounds.allowBeta = true; }},
-        {"search", true, addSearch},
-        {"no-search", false, [](Request &request, const std::string &) { request.search.emplace(); }},
-        {"installer", false, setter(&Request::installer)},
-        {"sign", true, fieldSetter(&Request::signingIdentity)},
-        {"entitlements", true, fieldSetter(&Request::entitlements)},
-        {"template", true, fieldSetter(&Request::bundleTemplate)},
-        {"replace", false, setter(&Request::replace)},
-        {"no-window", false, setter(&Request::noWindow)},
-        {"dry-run", false, setter(&Request::dryRun)},
-        {"verbose", false, setter(&Request::verbose)},
-        {"clean", false, setter(&Request::clean)},
-    };
-    return all;
-}
 
 constexpr int firstOption = 256; // above every character that getopt could mean
 constexpr int helpOption = 'h';
@@ -144,6 +30,25 @@ std::vector<option> longOptions() {
     return table;
 }
 
+/// The short options for getopt. The "-" has words that are not options handed over where they stand, as if 1 were
+/// their option.
+std::string shortOptions() {
+    std::string letters = "-:hV";
+    for (const Option &each : options()) {
+        letters += each.letter == '\0' ? "" : std::string{each.letter, ':'};
+    }
+    return letters;
+}
+
+/// The option that getopt has found; null if there is none.
+const Option *optionOf(int found) {
+    const auto &all = options();
+    const auto option = found >= firstOption ? all.begin() + (found - firstOption)
+                                             : std::find_if(all.begin(), all.end(),
+                                                            [&](const Option &each) { return each.letter == found; });
+    return option == all.end() ? nullptr : &*option;
+}
+
 /// The part of a path before ".app"; refuses any other.
 std::string applicationName(std::string_view path) {
     constexpr std::string_view suffix = ".app";
@@ -155,6 +60,19 @@ std::string applicationName(std::string_view path) {
         throw Refusal("A \":\" in the application's name would end an entry of its class path: " + std::string(path));
     }
     return name.substr(0, name.size() - suffix.size());
+}
+
+/// Where the application will be: the last argument, or DEST/NAME.app.
+std::string outputOf(const Request &request, const std::vector<std::string> &operands) {
+    const bool isNamed = operands.empty() && !request.name.empty();
+    if (operands.size() > 1 || (!operands.empty() && request.destination)) {
+        throw Refusal("One application at a time: " + operands.back());
+    }
+    if (operands.empty() && !isNamed) {
+        throw Refusal("Which application is to be made? Try --help");
+    }
+    return isNamed ? platform::appendingPathComponent(request.destination.value_or("."), request.name + ".app")
+                   : std::string(platform::withoutTrailingSlashes(operands.front()));
 }
 
 /// The request to remove kept runtimes, which needs nothing else but may name their folder.
@@ -178,8 +96,9 @@ public:
         const auto table = longOptions();
         opterr = 0;
         prepare(0);
-        // The "-" has words that are not options handed over where they stand, as if 1 were their option.
-        for (int found = 0; (found = getopt_long(count(), vector_.data(), "-:hV", table.data(), nullptr)) != -1;) {
+        const std::string letters = shortOptions();
+        for (int found = 0;
+             (found = getopt_long(count(), vector_.data(), letters.c_str(), table.data(), nullptr)) != -1;) {
             if (found == helpOption || found == versionOption) {
                 std::fputs(found == helpOption ? usage : versionText, stdout);
                 return false;
@@ -188,10 +107,10 @@ public:
                 takeWord(optarg);
                 continue;
             }
-            requireKnown(found);
-            const Option &option = options().at(static_cast<std::size_t>(found - firstOption));
+            const Option *option = optionOf(found);
+            requireKnown(found, option);
             ++options_;
-            option.apply(request, option.hasValue ? optarg : "");
+            option->apply(request, option->hasValue ? optarg : "");
         }
         operands_.insert(operands_.end(), words_.begin() + optind, words_.end()); // those after "--"
         return true;
@@ -236,12 +155,12 @@ private:
         prepare(0);
     }
 
-    void requireKnown(int found) const {
+    void requireKnown(int found, const Option *option) const {
         const std::string word = words_[static_cast<std::size_t>(optind) - 1];
         if (found == ':') {
             throw Refusal(word + " needs a value");
         }
-        if (found < firstOption) {
+        if (option == nullptr) {
             throw Refusal(optopt >= firstOption
                               ? word + ": this option takes no value"
                               : "There is no option " +
@@ -269,15 +188,12 @@ std::optional<Request> parseCommandLine(int argc, char **argv) {
     if (request.clean) {
         return cleaning(line.optionCount(), operands);
     }
-    if (operands.size() != 1) {
-        throw Refusal(operands.empty() ? "Which application is to be made? Try --help"
-                                       : "One application at a time: " + operands[1]);
-    }
-    request.output = platform::withoutTrailingSlashes(operands.front());
+    request.output = outputOf(request, operands);
     const std::string name = applicationName(request.output);
     if (request.name.empty()) {
         request.name = name;
     }
+    request.name = request.menuName.value_or(request.name);
     if (!request.runtimeForm) {
         request.runtimeForm = request.installer ? RuntimeForm::archive : RuntimeForm::folder;
     }

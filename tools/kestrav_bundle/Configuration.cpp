@@ -209,6 +209,9 @@ PropertyList configuration(const PropertyList &templateInfo, const Request &requ
             info["ksv.keepRuntime"] = true;
         }
     }
+    for (const auto &[key, text] : request.information) {
+        info[key] = text;
+    }
     addDocumentTypes(info, request);
     info["JavaVM"] = javaVM(request, program);
     merge(info, userInfo(request));

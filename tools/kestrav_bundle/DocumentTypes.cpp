@@ -12,19 +12,22 @@ using Dictionary = PropertyList::Dictionary;
 
 constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 
-Dictionary fileType(const std::string &option) {
-    const std::size_t equals = option.find('=');
-    const std::string extension = option.substr(0, equals);
-    const std::string description = equals == std::string::npos ? "" : option.substr(equals + 1);
+Dictionary documentType(const FileType &type) {
+    const auto &[extension, description, mimeType] = type;
+    const std::string all = extension + description + mimeType;
     const bool hasControlCharacter =
-        std::any_of(option.begin(), option.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; });
+        std::any_of(all.begin(), all.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; });
     if (extension.empty() || extension.front() == '.' || extension.find('/') != std::string::npos ||
         hasControlCharacter) {
         throw Refusal("\"" + extension + "\" is not a file's extension: write txt or txt=DESCRIPTION");
     }
-    return {{"CFBundleTypeExtensions", PropertyList::Array{extension}},
-            {"CFBundleTypeName", description.empty() ? extension : description},
-            {"CFBundleTypeRole", "Editor"}};
+    Dictionary entry{{"CFBundleTypeExtensions", PropertyList::Array{extension}},
+                     {"CFBundleTypeName", description.empty() ? extension : description},
+                     {"CFBundleTypeRole", "Editor"}};
+    if (!mimeType.empty()) {
+        entry["CFBundleTypeMIMETypes"] = PropertyList::Array{mimeType};
+    }
+    return entry;
 }
 
 Dictionary addressType(const std::string &scheme, const std::string &identifier) {
@@ -42,8 +45,8 @@ Dictionary addressType(const std::string &scheme, const std::string &identifier)
 
 void addDocumentTypes(Dictionary &info, const Request &request) {
     PropertyList::Array files;
-    for (const std::string &option : request.fileTypes) {
-        files.emplace_back(fileType(option));
+    for (const FileType &type : request.fileTypes) {
+        files.emplace_back(documentType(type));
     }
     PropertyList::Array addresses;
     for (const std::string &scheme : request.urlSchemes) {

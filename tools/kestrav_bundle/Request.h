@@ -3,6 +3,7 @@
 #include "VersionedOptions.h"
 #include "mac_installer/launcher/Launcher.h"
 
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -22,6 +23,13 @@ enum class RuntimeForm {
     folder,  ///< as it is, used in place
 };
 
+/// Files that are opened with the application.
+struct FileType {
+    std::string extension;
+    std::string description; ///< empty: the extension
+    std::string mimeType;    ///< empty: none
+};
+
 struct Language {
     std::string name;                 ///< as in `de.lproj`
     std::optional<std::string> table; ///< a string table of the user's; else the template's
@@ -30,8 +38,10 @@ struct Language {
 /// The application that the user asks for. Paths are the user's files; all is checked when the request is carried
 /// out.
 struct Request {
-    std::string output; ///< ends in ".app"
-    std::string name;
+    std::string output;                     ///< ends in ".app"
+    std::string name;                       ///< for people
+    std::optional<std::string> menuName;    ///< stands above that name
+    std::optional<std::string> destination; ///< the folder of an application that is called as its name says
     std::string identifier;
     std::string version = "1.0.0";
 
@@ -40,6 +50,7 @@ struct Request {
     std::optional<std::string> mainClass;
     std::vector<std::string> classPath; ///< what begins with "$" is looked up where the application runs
     std::vector<std::string> files;     ///< copied beside the class path
+    std::vector<std::string> content;   ///< copied into Contents
     std::vector<std::string> vmOptions;
     std::vector<VersionedOption> versionedOptions; ///< for the virtual machines of some versions
     std::vector<std::string> arguments;
@@ -53,8 +64,9 @@ struct Request {
     bool classesElsewhere = false;    ///< that list has a class path of its own, or what can change it
     bool earlierInstallation = false; ///< that list names one, whose runtime may be used
 
-    std::vector<std::string> fileTypes;  ///< "EXTENSION" or "EXTENSION=DESCRIPTION", opened with it on macOS
-    std::vector<std::string> urlSchemes; ///< of the addresses that are opened with it there
+    std::vector<FileType> fileTypes;
+    std::vector<std::string> urlSchemes;            ///< of the addresses that are opened with it on macOS
+    std::map<std::string, std::string> information; ///< further entries of Info.plist
 
     std::optional<std::string> runtime;
     std::optional<RuntimeForm> runtimeForm; ///< as asked for, else the usual one: there is one once it is parsed

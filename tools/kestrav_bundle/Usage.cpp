@@ -12,6 +12,7 @@ Options with * may be given several times. @FILE stands for options in a file, q
 The application
   --identifier ID       its identifier, such as com.example.tool
   --name NAME           its name for people (default: what stands before ".app")
+  --dest FOLDER         where NAME.app is made if the last argument is left out
   --app-version V       its version (default: 1.0.0)
   --icon FILE           its icon, an .icns file with PNG images
   --language LANG     * a language of the launcher's messages: en, de, ja or ar; LANG=FILE adds one
@@ -67,6 +68,9 @@ More
   --verbose             tells each step
   --clean [FOLDER]      removes runtimes that applications have kept and that are not in use
   --help, --version
+
+Options of the JDK's packaging tool are taken under its names, too: --main-jar, --java-options,
+--runtime-image, --mac-sign and so on.
 
 Exit status: 0 made; 1 refused or failed, with the reason; nothing is left behind then.
 

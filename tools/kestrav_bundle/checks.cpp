@@ -165,6 +165,10 @@ void checkRequest(const Request &request) {
     requireText(request.version, "The version");
     requireTexts(request.classPath, "The class path");
     requireTexts(request.files, "A file's name");
+    requireTexts(request.content, "A file's name");
+    for (const auto &[key, text] : request.information) {
+        requireText(text, "What is to be \"" + key + "\" in Info.plist");
+    }
     requireTexts(request.vmOptions, "A VM option");
     requireTexts(request.arguments, "An argument");
     requireTexts(request.search.value_or(std::vector<std::string>()), "A place to search");

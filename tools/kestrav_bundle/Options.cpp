@@ -1,0 +1,167 @@
+#include "Options.h"
+
+#include "PackagingOptions.h"
+
+namespace kestrav::tools {
+
+namespace {
+
+Apply fieldSetter(std::string Request::*field) {
+    return [field](Request &request, std::string value) { request.*field = std::move(value); };
+}
+
+void setName(Request &request, std::string value) {
+    if (value.empty()) {
+        throw Refusal("The application's name must not be empty");
+    }
+    request.name = std::move(value);
+}
+
+void setJar(Request &request, std::string value) {
+    if (request.jar) {
+        throw Refusal("There is one --jar, the one with the main class; the others are given with --class-path");
+    }
+    request.jar = std::move(value);
+}
+
+Apply fieldSetter(std::optional<std::string> Request::*field) {
+    return [field](Request &request, std::string value) { request.*field = std::move(value); };
+}
+
+Apply fieldSetter(std::vector<std::string> Request::*field) {
+    return [field](Request &request, std::string value) { (request.*field).push_back(std::move(value)); };
+}
+
+Apply fieldSetter(OptionalText RuntimeBounds::*field) {
+    return [field](Request &request, std::string value) { request.bounds.*field = std::move(value); };
+}
+
+void addVMOption(Request &request, std::string value) {
+    if (auto versioned = versionedOption(value)) {
+        request.versionedOptions.push_back(std::move(*versioned));
+    } else {
+        request.vmOptions.push_back(std::move(value));
+    }
+}
+
+Apply setter(bool Request::*field) {
+    return [field](Request &request, const std::string &) { request.*field = true; };
+}
+
+void addFileType(Request &request, const std::string &value) {
+    const std::size_t equals = value.find('=');
+    request.fileTypes.push_back(
+        {value.substr(0, equals), equals == std::string::npos ? "" : value.substr(equals + 1), ""});
+}
+
+/// Adds the words of a value to those of a list.
+Apply wordAdder(void (*add)(Request &, std::string)) {
+    return [add](Request &request, const std::string &value) {
+        for (std::string &word : splitWords(value)) {
+            add(request, std::move(word));
+        }
+    };
+}
+
+void addArgument(Request &request, std::string value) {
+    request.arguments.push_back(std::move(value));
+}
+
+void requireApplication(Request &, const std::string &type) {
+    if (type != "app-image") {
+        throw Refusal("Applications are made here, --type app-image, not " + type +
+                      "; other tools put them into packages");
+    }
+}
+
+void setCategory(Request &request, const std::string &value) {
+    request.information["LSApplicationCategoryType"] = "public.app-category." + value;
+}
+
+void addLanguage(Request &request, const std::string &value) {
+    const std::size_t equals = value.find('=');
+    request.languages.push_back({value.substr(0, equals),
+                                 equals == std::string::npos ? std::nullopt : std::optional(value.substr(equals + 1))});
+}
+
+void setRuntimeForm(Request &request, const std::string &value) {
+    if (value != "archive" && value != "folder") {
+        throw Refusal("--runtime-form is archive or folder, not " + value);
+    }
+    request.runtimeForm = value == "archive" ? RuntimeForm::archive : RuntimeForm::folder;
+}
+
+void addSearch(Request &request, std::string value) {
+    if (!request.search) {
+        request.search.emplace();
+    }
+    request.search->push_back(std::move(value));
+}
+
+} // namespace
+
+const std::vector<Option> &options() {
+    static const std::vector<Option> all{
+        {"name", true, setName, 'n'},
+        {"dest", true, fieldSetter(&Request::destination), 'd'},
+        {"identifier", true, fieldSetter(&Request::identifier)},
+        {"app-version", true, fieldSetter(&Request::version)},
+        {"input", true, fieldSetter(&Request::input), 'i'},
+        {"jar", true, setJar},
+        {"main-class", true, fieldSetter(&Request::mainClass)},
+        {"class-path", true, fieldSetter(&Request::classPath)},
+        {"file", true, fieldSetter(&Request::files)},
+        {"vm-option", true, addVMOption},
+        {"argument", true, fieldSetter(&Request::arguments)},
+        {"options-file", true, fieldSetter(&Request::optionsFile)},
+        {"working-directory", true, fieldSetter(&Request::workingDirectory)},
+        {"splash", true, fieldSetter(&Request::splash)},
+        {"icon", true, fieldSetter(&Request::icon)},
+        {"language", true, addLanguage},
+        {"file-type", true, addFileType},
+        {"url-scheme", true, fieldSetter(&Request::urlSchemes)},
+        {"info", true, fieldSetter(&Request::info)},
+        {"runtime", true, fieldSetter(&Request::runtime)},
+        {"runtime-form", true, setRuntimeForm},
+        {"runtime-url", true, fieldSetter(&Request::runtimeURL)},
+        {"runtime-sha256", true, fieldSetter(&Request::runtimeSHA256)},
+        {"keep-runtime", false, setter(&Request::keepRuntime)},
+        {"min-version", true, fieldSetter(&RuntimeBounds::minVersion)},
+        {"max-version", true, fieldSetter(&RuntimeBounds::maxVersion)},
+        {"vm-id-prefix", true, fieldSetter(&RuntimeBounds::requiredVmIdPrefix)},
+        {"allow-beta", false, [](Request &request, const std::string &) { request.bounds.allowBeta = true; }},
+        {"search", true, addSearch},
+        {"no-search", false, [](Request &request, const std::string &) { request.search.emplace(); }},
+        {"installer", false, setter(&Request::installer)},
+        {"sign", true, fieldSetter(&Request::signingIdentity)},
+        {"entitlements", true, fieldSetter(&Request::entitlements)},
+        {"template", true, fieldSetter(&Request::bundleTemplate)},
+        {"replace", false, setter(&Request::replace)},
+        {"no-window", false, setter(&Request::noWindow)},
+        {"dry-run", false, setter(&Request::dryRun)},
+        {"verbose", false, setter(&Request::verbose)},
+        {"clean", false, setter(&Request::clean)},
+        // Names that the JDK's packaging tool has for the same.
+        {"main-jar", true, setJar},
+        {"java-options", true, wordAdder(addVMOption)},
+        {"arguments", true, wordAdder(addArgument)},
+        {"runtime-image", true, fieldSetter(&Request::runtime)},
+        {"file-associations", true, addFileAssociation},
+        {"app-content", true, addContent},
+        {"copyright", true,
+         [](Request &request, std::string value) {
+             request.information["NSHumanReadableCopyright"] = std::move(value);
+         }},
+        {"mac-package-identifier", true, fieldSetter(&Request::identifier)},
+        {"mac-package-name", true, fieldSetter(&Request::menuName)},
+        {"mac-app-category", true, setCategory},
+        {"mac-sign", false,
+         [](Request &request, const std::string &) { signAs(request, request.signingIdentity.value_or("")); }},
+        {"mac-signing-key-user-name", true, signAs},
+        {"mac-entitlements", true, fieldSetter(&Request::entitlements)},
+        {"type", true, requireApplication, 't'},
+    };
+    return all;
+}
+
+} // namespace kestrav::tools
