@@ -62,6 +62,7 @@ TEST(PropertyList, ReadsBinary) {
     EXPECT_EQ(PropertyList::parse(binary({std::string("\x62\x00\xE4\x20\xAC", 5)})), "ä€");
     EXPECT_EQ(PropertyList::parse(binary({std::string("\x13\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFE", 9)})), -2);
     EXPECT_EQ(PropertyList::parse(binary({"\x11\xFF\xFF"})), 65535);
+    EXPECT_EQ(PropertyList::parse(binary({"\x5F\x10\x11seventeen letters"})), "seventeen letters");
 }
 
 TEST(PropertyList, WritesWhatItReads) {

@@ -150,7 +150,7 @@ TEST(Path, TakesPathsApart) {
 }
 
 TEST(Path, WritesFileURLs) {
-    EXPECT_EQ(fileURLString("/a b/ü", false), "file:///a%20b/%C3%BC");
+    EXPECT_EQ(fileURLString("/azAZ09 b/ü", false), "file:///azAZ09%20b/%C3%BC");
     EXPECT_EQ(fileURLString("/a/", true), "file:///a/");
     EXPECT_EQ(fileURLString("/;?#%[]\"!$&'()*+,=:@-._~", false), "file:///%3B%3F%23%25%5B%5D%22!$&'()*+,=:@-._~");
 }
