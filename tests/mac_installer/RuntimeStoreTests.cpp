@@ -127,9 +127,11 @@ TEST_F(RuntimeStoreTest, WhatIsNotUsedIsRemovedInTime) {
         fs::last_write_time(place, fs::file_time_type::clock::now() - std::chrono::hours(hours));
     };
     directory.write("cache/runtimes/" + other + ".new/half", "");
+    directory.write("cache/runtimes/" + name + ".archive", "of a run that was killed just after it had made it");
     age(25);
     {
         const auto user = store.find(name); // marks it as recently used
+        EXPECT_FALSE(fs::exists(place.string() + ".archive"));
         age(25);
         store.removeUnused(std::chrono::hours(24));
         EXPECT_TRUE(fs::exists(place));

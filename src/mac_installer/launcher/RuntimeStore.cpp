@@ -137,6 +137,8 @@ std::optional<KeptRuntime> RuntimeStore::use(const std::string &name) const {
         errno = lock ? 0 : errno;
         return std::nullopt;
     }
+    // The run that made it may have been killed before it removed the archive.
+    static_cast<void>(removeIfThere(place + archiveSuffix));
     std::error_code unimportant;
     fs::last_write_time(place, fs::file_time_type::clock::now(), unimportant);
     return KeptRuntime(extractedRuntime(appendingPathComponent(place, runtimeName)), std::move(*lock));
