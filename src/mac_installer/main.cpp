@@ -7,6 +7,7 @@
 #include "platform/Application.h"
 #include "platform/DebugLog.h"
 #include "platform/FileDescriptor.h"
+#include "platform/HelperProcess.h"
 #include "platform/ProcessInfo.h"
 #include "platform/Signals.h"
 
@@ -46,6 +47,9 @@ int start(int argc, char **argv) {
         platform::ensureStandardDescriptors();
     }
     platform::Signals::ignoreWriteSignals(); // before the first line is written; a Java virtual machine does the same
+    if (const auto status = platform::runHelper(argc, argv)) {
+        return *status;
+    }
 
     static constexpr const char *signature = kestrav::bootstrapSignature;
     _DLog("%s [Line %d] app started %d", signature, __LINE__, argc);

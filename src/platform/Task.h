@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <array>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -31,18 +32,25 @@ public:
     ~Task();
 
     /// The child's standard input; without it the child inherits ours. The descriptor must stay open until `launch`.
-    void setStandardInput(int descriptor) { standardInput_ = descriptor; }
+    void setStandardInput(int descriptor) { standard_[0] = descriptor; }
+    /// The same for its standard output and standard error.
+    void setStandardOutput(int descriptor) { standard_[1] = descriptor; }
+    void setStandardError(int descriptor) { standard_[2] = descriptor; }
 
     /// Puts the child into a process group of its own: the terminal's signals do not reach it, and `sendSignal` reaches
     /// its children as well.
     void setOwnGroup() { ownGroup_ = true; }
 
     /// Passes one more descriptor to the child, such as that of a lock that is held for as long as the child lives. -1
-    /// for none.
+    /// for none. In the child it has the number `keptDescriptor`.
     void keepOpen(int descriptor) { kept_ = descriptor; }
+    static constexpr int keptDescriptor = 3;
 
     /// Starts the child. Throws an `Exception` that names the path and the system's reason when it cannot be started.
     void launch();
+
+    /// Leaves the child to itself: it is neither ended nor waited for any more. After `launch`.
+    void leave();
 
     /// True once the child has exited, so that `waitUntilExit` returns at once. After `launch`.
     [[nodiscard]] bool hasExited() const;
@@ -64,7 +72,7 @@ private:
 
     std::string launchPath_;
     std::vector<std::string> arguments_;
-    int standardInput_ = -1;
+    std::array<int, 3> standard_{-1, -1, -1}; // below zero: ours
     int kept_ = -1;
     bool ownGroup_ = false;
     std::mutex mutex_; // guards pid_ against being signalled after it was reaped

@@ -4,9 +4,13 @@
 
 namespace kestrav::platform {
 
-/// Shows one of the system's error notices: a title and a message, with nothing to answer. Returns at once (on Linux
-/// within a second); the notice outlives the process. Any thread. Where the desktop cannot show it, it becomes "TITLE:
-/// MESSAGE" on standard error, in as many lines as the message has, and in one line of the system log.
+/// Shows one of the system's error notices: a title and a message, with nothing to answer. Returns as soon as it is
+/// there, within seconds; the notice outlives the process. Any thread. Where the desktop cannot show it, it becomes a
+/// dialog, which has a process of its own; without a display, or if the user wants that (KESTRAV_NOTICE=stderr), it
+/// becomes "TITLE: MESSAGE" on standard error, in as many lines as the message has, and in one line of the system log.
 void displayNotice(std::string_view title, std::string_view message);
+
+/// False if notices can only go to standard error: the user wants that, or there is neither a desktop nor a display.
+[[nodiscard]] bool noticesAreShown();
 
 } // namespace kestrav::platform

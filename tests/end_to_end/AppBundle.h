@@ -61,6 +61,8 @@ public:
             << R"("dorvik.InternalError" = "internal error: %@";
 "AppleJavaMinVersionError" = "no runtime: %@, %@";
 "NonWritablePackDir" = "not writable";
+"JavaEndedError" = "%@ ended with %@:";
+"JavaReturnedError" = "%@ returned %@";
 )";
         info = {{"CFBundleName", "Test"}, {"CFBundleIdentifier", "org.example.test"}};
         javaVM = {{"MainClass", "org.example.Main"}, {"SearchSequence", Array{"R" + runtime()}}};

@@ -173,6 +173,13 @@ TEST_F(InProcess, ASecondProcessObtainsTheRuntimeThatIsKept) {
         EXPECT_THAT(run.output(), HasSubstr("\n-Dksv.jreBundle=" + cache + "/kestrav/runtimes/"));
         EXPECT_EQ(run.errors().find("arg __ksv_obtain_runtime") != std::string::npos, obtains) << run.errors();
     }
+    Journal journal;
+    Start unseen = journal.start("");
+    unseen.environment.merge(std::map(start.environment));
+    unseen.environment["KESTRAV_LOG"] = "";
+    Launch told(bundle, unseen);
+    EXPECT_EQ(told.wait(), 9);
+    EXPECT_THAT(journal.text(), StartsWith("Test: Test returned 9\n/"));
     bundle.info["ksv.runtimeCache"] = "/proc/none"; // the program is a child, which has a launch library as well
     Launch child(bundle, start);
     EXPECT_TRUE(child.report().has("org.example.Main"));

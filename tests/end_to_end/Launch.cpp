@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -102,7 +104,7 @@ Launch::Launch(const AppBundle &bundle, const Start &start) {
     auto environmentPointers = pointers(environment);
 
     const int output = openFile(folder_ / "output");
-    const int errors = openFile(folder_ / "errors");
+    const int errors = start.standardError >= 0 ? dup(start.standardError) : openFile(folder_ / "errors");
     const int nothing = openFile("/dev/null");
     const int input = start.standardInput >= 0 ? start.standardInput : nothing;
     pid_ = fork();
@@ -194,6 +196,30 @@ void expectCancelled(Launch &run) {
     EXPECT_NE(run.errors().find("] Cancelled\n"), std::string::npos) << run.errors();
     EXPECT_EQ(run.errors().find("\nTest: "), std::string::npos) << run.errors();
     EXPECT_TRUE(run.leftNothing());
+}
+
+Journal::Journal() {
+    int ends[2] = {-1, -1};
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends), 0);
+    reader_ = platform::FileDescriptor(ends[0]);
+    writer_ = platform::FileDescriptor(ends[1]);
+}
+
+Start Journal::start(const std::string &shell) const {
+    struct stat status {};
+    EXPECT_EQ(fstat(writer_.get(), &status), 0);
+    return {.environment = {{"JOURNAL_STREAM", std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino)},
+                            {"DBUS_SESSION_BUS_ADDRESS", "unix:path=/missing"},
+                            {"FAKE_SHELL", shell}},
+            .standardError = writer_.get()};
+}
+
+const std::string &Journal::text() {
+    std::string piece(65536, '\0');
+    for (ssize_t count = 0; (count = recv(reader_.get(), piece.data(), piece.size(), MSG_DONTWAIT)) > 0;) {
+        text_.append(piece, 0, static_cast<std::size_t>(count));
+    }
+    return text_;
 }
 
 Terminal::Terminal() : master_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {

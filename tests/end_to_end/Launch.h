@@ -32,6 +32,7 @@ struct Start {
     std::string program = {};                            // instead of the bundle's executable
     std::map<std::string, std::string> environment = {}; // added to the run's own variables
     int standardInput = -1;                              // empty input if below zero
+    int standardError = -1;                              // instead of what `errors` reads
     std::vector<std::string> by = {};                    // a command that starts the program or is replaced by it
     std::string terminal = {}; // the slave side of a pseudo-terminal; the program leads its session, in the foreground
     bool asNobody = false;     // as a user without rights, if the tests run as root
@@ -77,6 +78,20 @@ void expectRefusal(Launch &run, std::string_view message, std::string_view title
 
 /// Ends a run that logs and has no child yet with a signal, and expects neither a notice nor anything left.
 void expectCancelled(Launch &run);
+
+/// Stands in for the system's journal: a socket that the environment names.
+class Journal {
+public:
+    Journal();
+    /// How to be started with it as standard error, on a desktop that shows no notices, so that they are written there.
+    [[nodiscard]] Start start(const std::string &shell) const;
+    /// What was written until now.
+    [[nodiscard]] const std::string &text();
+
+private:
+    platform::FileDescriptor reader_, writer_;
+    std::string text_;
+};
 
 /// A pseudo-terminal, which is hung up when this object is destroyed.
 class Terminal {

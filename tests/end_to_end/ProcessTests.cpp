@@ -1,6 +1,7 @@
 // What a child is given, which signals reach it, and what happens when it ends.
 
 #include "Launch.h"
+#include "platform/text.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -121,6 +122,69 @@ TEST(Signals, ReachAChildThatHandlesThemOnceAndInOrder) {
     run.sendSignal(SIGTERM);
     EXPECT_EQ(run.wait(), 7);
     EXPECT_EQ(contentOf(file), "INT INT QUIT HUP TERM ");
+}
+
+TEST(FailedStart, BringsWhatJavaSaidWhereNobodySeesIt) {
+    const std::string capture = "[ ! -p /dev/stderr ] || echo piped >&2; ";
+    std::string many;
+    for (int line = 10; line < 30; ++line) {
+        many += "line " + std::to_string(line) + "\n\tat some.Class\n";
+    }
+    const struct {
+        std::string shell;
+        std::map<std::string, std::string> environment;
+        int status;
+        std::string said, notice = "";
+    } cases[] = {
+        {"echo one >&2; exit 3", {}, 3, "piped\none\n", "ended with 3:\npiped\none"},
+        {"exit 0", {}, 0, "piped\n"},
+        {"kill -KILL $$", {}, 137, "piped\n", "ended with 137:\npiped"},
+        {"sleep 10.2; exit 3", {}, 3, "piped\n"},
+        {"kill -TERM $PPID; sleep 300", {}, 143, "piped\n"},
+        {"exit 3", {{"JOURNAL_STREAM", "1:2"}}, 3, ""},
+        {"exit 3", {{"KESTRAV_NOTICE", "stderr"}}, 3, ""},
+        {"exit 3", {{"DBUS_SESSION_BUS_ADDRESS", ""}}, 3, ""}, // nothing shows notices here
+        {"echo \"${FAKE_TEXT}at (ftp://u:p@h/x?y) in $HOME/a, ${HOME}b\" >&2; exit 4",
+         {{"FAKE_TEXT", many}},
+         4,
+         "piped\n" + many + "at (ftp://u:p@h/x?y) in HOME/a, HOMEb\n",
+         "ended with 4:\nline 23\nline 24\nline 25\nline 26\nline 27\nline 28\nline 29\n"
+         "at (ftp://***@h/x in ~/a, HOMEb"},
+        {"sleep 300 & echo two >&2; exit 3", {}, 3, "piped\ntwo\n", "ended with 3:\npiped\ntwo"},
+    };
+    const AppBundle bundle;
+    std::array<Journal, std::size(cases)> journals;
+    std::vector<std::unique_ptr<Launch>> runs;
+    for (const auto &each : cases) {
+        Start start = journals.at(runs.size()).start(capture + each.shell);
+        for (const auto &[name, value] : each.environment) {
+            start.environment[name] = value;
+        }
+        runs.push_back(std::make_unique<Launch>(bundle, start));
+    }
+    for (std::size_t i = 0; i < runs.size(); ++i) {
+        SCOPED_TRACE(cases[i].shell);
+        EXPECT_EQ(runs[i]->wait(), cases[i].status);
+        const std::string home = runs[i]->folder() / "home";
+        const std::string record = "/.local/state/kestrav/Test.log";
+        const std::string notice = "Test: Test " + cases[i].notice + "\nHOME" + record + "\n";
+        EXPECT_EQ(platform::replacingOccurrences(journals.at(i).text(), home, "HOME"),
+                  cases[i].said + (cases[i].notice.empty() ? "" : notice));
+        EXPECT_EQ(contentOf(home + record).find("\n  line 10\n   at some.Class\n") != std::string::npos,
+                  cases[i].status == 4);
+    }
+}
+
+TEST(FailedStart, NeitherHoldsUpNorEndsAChildThatOutlivesTheLauncher) {
+    const AppBundle bundle;
+    Journal journal;
+    Launch run(bundle,
+               journal.start("while [ -d /proc/$PPID ] && ! grep -q 'State:.Z' /proc/$PPID/status; do sleep 0.02; "
+                             "done; head -c 300000 /dev/zero >&2 && echo the end >&2"));
+    EXPECT_TRUE(run.report().has("org.example.Main"));
+    run.sendSignal(SIGKILL);
+    waitUntil([&] { return journal.text().ends_with("the end\n"); }, "what the child writes");
+    EXPECT_EQ(journal.text().size(), 300'000 + std::string("the end\n").size());
 }
 
 TEST(Signals, CancelARunThatIsAboutToStartItsChild) {

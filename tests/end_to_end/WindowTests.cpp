@@ -96,6 +96,33 @@ TEST(ProgressWindow, OnlyClosesWhileTheProgramRuns) {
     endsWithItsChild(bereft);
 }
 
+TEST(NoticeDialog, StandsInForANotificationServiceUntilItIsClosed) {
+    const VirtualDisplay display(true);
+    const AppBundle bundle;
+    const auto dialog = [&] { return display.run("xdotool search --onlyvisible --name '^Test$'"); };
+    const auto waitAndClose = [&] {
+        waitUntil([&] { return !dialog().empty() && display.run("xdotool getactivewindow") == dialog(); },
+                  "the dialog");
+        static_cast<void>(display.run("xdotool key Escape"));
+        waitUntil([&] { return dialog().empty(); }, "its end");
+    };
+    for (const char *errors : {"2>&-", "2>/dev/null"}) {
+        Launch run(bundle, {.environment = {{"DISPLAY", display.name()}, {"FAKE_EXIT", "3"}},
+                            .by = {"/bin/sh", "-c", "exec \"$@\" " + std::string(errors), "sh"}});
+        waitAndClose();
+        EXPECT_EQ(windows(display), "");
+        EXPECT_EQ(run.wait(), 3);
+    }
+    fs::remove_all(bundle.runtime());
+    Launch refused(bundle, {.environment = {{"DISPLAY", display.name()}}});
+    waitAndClose();
+    EXPECT_EQ(refused.wait(), 1);
+    EXPECT_EQ(refused.errors(), "");
+    Launch scripted(bundle, {.environment = {{"DISPLAY", display.name()}, {"KESTRAV_NOTICE", "stderr"}}});
+    expectRefusal(scripted, "no runtime");
+    EXPECT_EQ(dialog(), "");
+}
+
 TEST(ProgressWindow, CostsNothingWhereItIsNotShown) {
     const VirtualDisplay display(false);
     for (const char *argument : {"x", "-q"}) {

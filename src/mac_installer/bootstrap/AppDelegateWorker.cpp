@@ -3,6 +3,7 @@
 
 #include "mac_installer/archive/Cancellation.h"
 #include "mac_installer/launcher/RuntimeHome.h"
+#include "mac_installer/launcher/earlyEnd.h"
 #include "mac_installer/launcher/failure.h"
 #include "mac_installer/launcher/prepareProcess.h"
 #include "platform/Clock.h"
@@ -91,6 +92,10 @@ int AppDelegate::runProgram(const Launcher &launcher) {
         removeAbandonedFolders(); // else it happened where a folder was made
     }
     const int status = process->waitForExit();
+    if (const auto errors = process->errorsOfEarlyEnd()) {
+        mainQueue.addOperation([this] { controls->window.close(); });
+        displayEarlyEnd(status, *errors);
+    }
     mayEndWithChild.lockWhenCondition(1);
     return status;
 }

@@ -1,7 +1,9 @@
 #include "mac_installer/launcher/LaunchLibrary.h"
 
 #include "mac_installer/launcher/LaunchVector.h"
+#include "mac_installer/launcher/earlyEnd.h"
 #include "mac_installer/launcher/global.h"
+#include "platform/Clock.h"
 #include "platform/DebugLog.h"
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
@@ -123,8 +125,13 @@ void LaunchLibrary::expandArgumentFiles() const {
 
 int callLaunchLibrary(int argc, char **argv) {
     const char *const version = launchGlobals.launchJavaVersion;
-    return launchGlobals.JLI_LaunchFxnPtr(argc, argv, 0, nullptr, 0, nullptr, version, version, "java", "java",
-                                          jliFalse, jliFalse, jliFalse, 0);
+    const std::int64_t begin = platform::monotonicNanoseconds();
+    const int status = launchGlobals.JLI_LaunchFxnPtr(argc, argv, 0, nullptr, 0, nullptr, version, version, "java",
+                                                      "java", jliFalse, jliFalse, jliFalse, 0);
+    if (isEarlyEnd(status, platform::monotonicNanoseconds() - begin)) {
+        displayEarlyReturn(status);
+    }
+    return status;
 }
 
 } // namespace kestrav

@@ -52,7 +52,7 @@ private:
 };
 
 /// Calls the loaded library's `JLI_Launch` with a vector, the version in `launchGlobals` and no further wishes; returns
-/// its result.
+/// its result. If that tells of a failed start, nobody may see what the library says, and a notice is shown.
 int callLaunchLibrary(int argc, char **argv);
 
 } // namespace kestrav

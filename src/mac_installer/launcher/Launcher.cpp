@@ -132,14 +132,14 @@ void Launcher::displayError(std::string_view key, const OptionalText &info1, con
 }
 
 bool Launcher::displayMessage(std::string_view key, std::vector<std::string> infos,
-                              const std::vector<std::string> &details) {
+                              const std::vector<std::string> &details, std::string_view below) {
     const OptionalText text = localizedMessage(key);
     const bool isKnown = text && *text != key;
     if (isKnown) {
         infos.resize(3);
-        show(platform::format(*text, platform::loggable(infos[0]), platform::loggable(infos[1]),
-                              platform::loggable(infos[2])),
-             details);
+        const std::string message = platform::format(*text, platform::loggable(infos[0]), platform::loggable(infos[1]),
+                                                     platform::loggable(infos[2]));
+        show(below.empty() ? message : platform::format("%@\n%@", message, below), details);
     }
     return isKnown;
 }

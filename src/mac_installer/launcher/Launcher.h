@@ -139,9 +139,10 @@ public:
     static void displayError(std::string_view key, const OptionalText &info1 = std::nullopt,
                              const OptionalText &info2 = std::nullopt, const std::vector<std::string> &details = {});
 
-    /// The same for up to three texts; false if the table lacks the message, as one that is older than it does.
+    /// The same for up to three texts, and with further lines below the message; false if the table lacks the message,
+    /// as one that is older than it does.
     [[nodiscard]] static bool displayMessage(std::string_view key, std::vector<std::string> infos,
-                                             const std::vector<std::string> &details = {});
+                                             const std::vector<std::string> &details = {}, std::string_view below = {});
 
     /// Shows the notice that no suitable runtime was found: the version that is asked for and, in up to three lines of
     /// their own, the refused runtimes of the highest versions and why they were refused. All are recorded.

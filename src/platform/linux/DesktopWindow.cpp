@@ -6,10 +6,9 @@
 #include "platform/IconImage.h"
 #include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
+#include "platform/linux/Display.h"
 #include "platform/linux/Module.h"
 #include "platform/linux/SessionBus.h"
-
-#include <clocale>
 
 namespace kestrav::platform {
 
@@ -17,24 +16,6 @@ namespace {
 
 /// The edge of the icon to load, in pixels: the size that the window shows, for a screen of double density.
 constexpr std::uint32_t IconEdge = 128;
-
-bool hasValue(const ProcessInfo &process, std::string_view variable) {
-    return !process.environmentVariable(variable).value_or("").empty();
-}
-
-/// Sets variables for the window's library, except those that the user has set. Children get the process's own copy of
-/// the environment, which does not have them.
-void prepareEnvironment() {
-    // Preparing OpenGL takes as long as everything else.
-    exportEnvironmentVariable("GSK_RENDERER", "cairo");
-    exportEnvironmentVariable("GDK_DISABLE", "gl");
-    exportEnvironmentVariable("GDK_DEBUG", ""); // the module sets its value if the library's version needs it
-    if (!findSessionBus()) {
-        // Otherwise the library would start a session bus.
-        exportEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS", "disabled:");
-        exportEnvironmentVariable("GTK_A11Y", "none");
-    }
-}
 
 std::string interfaceFile(const Bundle &bundle) {
     const std::string name = bundle.infoDictionary().stringForKey("NSMainNibFile").value_or("MainWindow");
@@ -46,13 +27,11 @@ std::string interfaceFile(const Bundle &bundle) {
 DesktopWindow::DesktopWindow(WindowControls &controls, ApplicationDelegate &delegate,
                              std::function<void()> withoutWindow)
     : controls_(controls), delegate_(delegate), withoutWindow_(std::move(withoutWindow)) {
-    const ProcessInfo &process = ProcessInfo::processInfo();
-    displayIsLikely_ = hasValue(process, "WAYLAND_DISPLAY") || hasValue(process, "DISPLAY");
+    displayIsLikely_ = displayIsLikely();
     if (displayIsLikely_) {
         interfacePath_ = interfaceFile(Bundle::mainBundle());
-        programName_ = process.processName();
-        prepareEnvironment();
-        std::setlocale(LC_CTYPE, ""); // selects the user's forms of characters; nothing else changes
+        programName_ = ProcessInfo::processInfo().processName();
+        prepareForWindow(findSessionBus().has_value());
     }
 }
 

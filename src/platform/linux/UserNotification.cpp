@@ -3,10 +3,12 @@
 #include "platform/Bundle.h"
 #include "platform/ProcessInfo.h"
 #include "platform/Thread.h"
+#include "platform/linux/Display.h"
 #include "platform/linux/Module.h"
 #include "platform/linux/NoticeModule.h"
 #include "platform/linux/SessionBus.h"
 #include "platform/linux/StandardError.h"
+#include "platform/posix/NoticeDialog.h"
 #include "platform/testing.h"
 #include "platform/text.h"
 
@@ -22,6 +24,9 @@ namespace kestrav::platform {
 namespace {
 
 constexpr std::chrono::milliseconds Patience{1000};
+
+/// What has become of a notice for the desktop.
+enum class Outcome { shown, refused, unanswered };
 
 /// A notice that is being delivered. Shared with the thread that delivers it, which may never return.
 struct Delivery {
@@ -53,7 +58,7 @@ bool deliver(const Delivery &delivery) {
 }
 
 /// Delivers the notice on a thread of its own, because neither loading a library nor connecting has a time limit.
-bool showOnDesktop(const std::shared_ptr<Delivery> &delivery) {
+Outcome showOnDesktop(const std::shared_ptr<Delivery> &delivery) {
     try {
         Thread([delivery] {
             bool shown = false;
@@ -68,10 +73,13 @@ bool showOnDesktop(const std::shared_ptr<Delivery> &delivery) {
             delivery->ended.notify_one();
         }).detach();
     } catch (const std::system_error &) {
-        return false; // no thread could be created
+        return Outcome::refused; // no thread could be created
     }
     std::unique_lock lock(delivery->mutex);
-    return delivery->ended.wait_for(lock, Patience, [&] { return delivery->done; }) && delivery->shown;
+    if (!delivery->ended.wait_for(lock, Patience, [&] { return delivery->done; })) {
+        return Outcome::unanswered;
+    }
+    return delivery->shown ? Outcome::shown : Outcome::refused;
 }
 
 void showOnStandardError(const std::string &title, std::string_view message) {
@@ -95,11 +103,24 @@ void displayNotice(std::string_view title, std::string_view message) {
     delivery->title = title.empty() ? delivery->application : std::string(title);
     delivery->message = message;
     delivery->bundlePath = Bundle::mainBundle().bundlePath();
+    if (noticesAreUnwanted()) {
+        showOnStandardError(delivery->title, message);
+        return;
+    }
     const auto bus = findSessionBus();
     delivery->bus = bus.value_or(SessionBus());
-    if (!bus || !showOnDesktop(delivery)) {
+    const Outcome outcome = bus ? showOnDesktop(delivery) : Outcome::refused;
+    if (outcome == Outcome::shown) {
+        return;
+    }
+    const bool busAnswers = bus && outcome != Outcome::unanswered;
+    if (!displayIsLikely() || !showInOwnProcess({delivery->title, delivery->message, busAnswers})) {
         showOnStandardError(delivery->title, message);
     }
+}
+
+bool noticesAreShown() {
+    return !noticesAreUnwanted() && (findSessionBus() || displayIsLikely());
 }
 
 } // namespace kestrav::platform

@@ -37,6 +37,17 @@ struct KestravWindowSettings {
     void (*message)(void *context, const char *text) noexcept; ///< a warning from the library; any thread
 };
 
+/// A dialog with an error notice. Strings are UTF-8 and valid during the call, like the function.
+struct KestravNoticeDialog {
+    const char *programName; ///< the name by which the desktop knows the program
+    const char *title;
+    const char *message;
+    const char *copyTitle; ///< of the buttons
+    const char *closeTitle;
+    void *context;
+    void (*shown)(void *context) noexcept; ///< called once it is on the screen
+};
+
 struct KestravWindowModule {
     static constexpr const char *file = "window.so"; ///< in the bundle's Contents/Frameworks
     static constexpr const char *entry = "kestravWindowModule";
@@ -49,6 +60,10 @@ struct KestravWindowModule {
     void (*run)() noexcept;
     /// Takes the window off the screen and ends `run`. Nothing but `run` may be called afterwards.
     void (*close)() noexcept;
+
+    /// Shows a dialog until it is closed and, if its text was copied, until the text is no longer needed. 0 if there is
+    /// no usable display. In a process without a progress window.
+    int (*showNotice)(const KestravNoticeDialog *content) noexcept;
 };
 
 /// The module's one export: fills in its functions.

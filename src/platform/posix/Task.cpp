@@ -27,9 +27,6 @@ namespace {
 /// one step, and a child started in between would keep the pipe open.
 std::mutex spawnMutex;
 
-/// The descriptor that a child is to keep open has this number in the child.
-constexpr int keptDescriptor = STDERR_FILENO + 1;
-
 /// Duplicates a descriptor to a number above the standard three, which are set up separately in the child.
 FileDescriptor duplicateAboveStandard(int descriptor) {
     return FileDescriptor(fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
@@ -208,16 +205,14 @@ void Task::launch() {
     std::vector<std::string> vector = argumentVector(launchPath_, arguments_);
     std::vector<std::string> environment = environmentEntries();
     SpawnSettings settings(ownGroup_);
-    FileDescriptor copy;
-    if (standardInput_ >= 0) {
-        int source = standardInput_;
-        if (source == STDIN_FILENO) {
-            // Duplicating a descriptor onto itself keeps a close-on-exec flag on some systems.
-            copy = duplicateAboveStandard(source);
+    std::array<FileDescriptor, 3> copies; // because one of them may have another's number
+    for (std::size_t number = 0; number < standard_.size(); ++number) {
+        if (standard_.at(number) >= 0) {
+            FileDescriptor &copy = copies.at(number);
+            copy = duplicateAboveStandard(standard_.at(number));
             settings.check(copy.valid() ? 0 : errno);
-            source = copy.get();
+            settings.check(posix_spawn_file_actions_adddup2(&settings.actions, copy.get(), static_cast<int>(number)));
         }
-        settings.check(posix_spawn_file_actions_adddup2(&settings.actions, source, STDIN_FILENO));
     }
     FileDescriptor kept;
     if (kept_ >= 0) {
@@ -240,6 +235,11 @@ void Task::launch() {
     }
     const std::lock_guard lock(mutex_);
     pid_ = pid;
+}
+
+void Task::leave() {
+    const std::lock_guard lock(mutex_);
+    reaped_ = true;
 }
 
 bool Task::hasExited() const {

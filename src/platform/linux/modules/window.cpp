@@ -2,7 +2,9 @@
 
 #include "platform/linux/modules/DisplayLoss.h"
 #include "platform/linux/modules/FreeWith.h"
+#include "platform/linux/modules/NoticeDialog.h"
 #include "platform/linux/modules/ProgressWindow.h"
+#include "platform/linux/modules/WindowLibrary.h"
 
 #include <gdk/x11/gdkx.h>
 #include <gtk/gtk.h>
@@ -162,13 +164,6 @@ bool build(ProgressWindow &made) {
     return made.window != nullptr;
 }
 
-/// The strings may not be in the user's first language, so they decide the window's text direction.
-void setDirection(ProgressWindow &made, const KestravWindowContent &content) {
-    const Object<PangoLayout> layout(gtk_widget_create_pango_layout(GTK_WIDGET(made.window), content.buttonTitle));
-    const bool rightToLeft = pango_layout_get_direction(layout.get(), 0) == PANGO_DIRECTION_RTL;
-    gtk_widget_set_default_direction(rightToLeft ? GTK_TEXT_DIR_RTL : GTK_TEXT_DIR_LTR);
-}
-
 void connect(ProgressWindow &made, const KestravWindowSettings *settings) {
     auto *const data = const_cast<KestravWindowSettings *>(settings);
     if (made.cancelButton != nullptr) {
@@ -180,24 +175,12 @@ void connect(ProgressWindow &made, const KestravWindowSettings *settings) {
     g_timeout_add_seconds_full(TaskPriority, LookAtTasksSeconds, lookAtTasks, data, nullptr);
 }
 
-/// Cairo draws such a small window in half the time that OpenGL takes to start. The launcher has set the variables that
-/// select it; the value of this one depends on the library's version.
-void turnOpenGLOff() {
-    constexpr unsigned FirstVersionWithOwnVariable = 16;
-    if (gtk_get_minor_version() < FirstVersionWithOwnVariable && g_strcmp0(g_getenv("GDK_DEBUG"), "") == 0) {
-        g_setenv("GDK_DEBUG", "gl-disable", TRUE);
-    }
-}
-
 int open(const KestravWindowSettings *settings, const KestravWindowContent *content) noexcept {
     ProgressWindow &made = progressWindow();
     made.settings = settings;
     made.thread = g_thread_self();
     g_log_set_writer_func(writeMessage, nullptr, nullptr);
-    turnOpenGLOff();
-    gtk_disable_setlocale(); // otherwise numbers would be written by the user's locale
-    g_set_prgname(settings->programName);
-    if (gtk_init_check() == FALSE) {
+    if (!initializeWindowLibrary(settings->programName)) {
         settings->message(settings->context, "the display cannot be opened");
         return 0;
     }
@@ -205,7 +188,7 @@ int open(const KestravWindowSettings *settings, const KestravWindowContent *cont
     if (!build(made)) {
         return 0;
     }
-    setDirection(made, *content);
+    setTextDirection(GTK_WIDGET(made.window), content->buttonTitle);
     connect(made, settings);
     GdkDisplay *const display = gtk_widget_get_display(GTK_WIDGET(made.window));
     if (GDK_IS_X11_DISPLAY(display)) {
@@ -240,5 +223,5 @@ void close() noexcept {
 } // namespace
 
 extern "C" __attribute__((visibility("default"))) void kestravWindowModule(KestravWindowModule *module) noexcept {
-    *module = {open, update, run, close};
+    *module = {open, update, run, close, showNotice};
 }

@@ -1,0 +1,57 @@
+#include "mac_installer/launcher/earlyEnd.h"
+
+#include "mac_installer/launcher/InfoPlist.h"
+#include "mac_installer/launcher/Launcher.h"
+#include "mac_installer/launcher/errorLines.h"
+#include "platform/ErrorCopy.h"
+#include "platform/UserNotification.h"
+#include "platform/format.h"
+
+#include <atomic>
+#include <exception>
+#include <string>
+#include <vector>
+
+namespace kestrav {
+
+namespace {
+
+constexpr std::int64_t firstSeconds = 10'000'000'000; // nanoseconds
+
+/// Shows the message or, where the table lacks it because it is an older one, an internal error.
+void display(std::string_view key, int status, const std::vector<std::string> &said) {
+    const bool isShown =
+        Launcher::displayMessage(key, {bundleName().value_or(""), std::to_string(status)}, said, lastOfErrors(said));
+    if (!isShown) {
+        const std::string reason = platform::format("the Java program has ended with status %d", status);
+        Launcher::displayError("dorvik.InternalError", said.empty() ? reason : reason + ": " + said.back(),
+                               std::nullopt, said);
+    }
+}
+
+} // namespace
+
+bool explainsEarlyEnds() {
+    return platform::standardErrorIsUnseen() && platform::noticesAreShown();
+}
+
+bool isEarlyEnd(int status, std::int64_t nanoseconds) {
+    return status != 0 && nanoseconds < firstSeconds;
+}
+
+void displayEarlyEnd(int status, std::string_view errors) {
+    display("JavaEndedError", status, errorLines(errors));
+}
+
+void displayEarlyReturn(int status) noexcept {
+    static std::atomic<bool> displayed = false;
+    try {
+        if (explainsEarlyEnds() && !displayed.exchange(true)) {
+            display("JavaReturnedError", status, {});
+        }
+    } catch (const std::exception &) {
+        return; // without memory; the status tells
+    }
+}
+
+} // namespace kestrav

@@ -1,0 +1,6 @@
+#pragma once
+
+#include "platform/linux/WindowModule.h"
+
+/// The module's `showNotice`.
+int showNotice(const KestravNoticeDialog *content) noexcept;
