@@ -79,6 +79,9 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--jar", makeJar(files, "bell.jar", "Main-Class: a\x1B[2J\n")}, R"(main class a\)"},
         {{"--jar", makeJar(files, "large.jar", std::string(17 << 20U, 'a'))}, "its manifest is larger than 16 MiB"},
         {{"--jar", makeJar(files, "in/it.jar", "Class-Path: ../up.jar\n")}, "../up.jar, which would lie outside"},
+        {{"--module", "org.example.prog", "-p", jar}, "org.example.prog is not on the module path"},
+        {{"--module", "a", "-p", makeJar(files, "a.jar", "")}, "The module a names no main class"},
+        {{"--main-class", "java.lang.Object", "--add-modules", "auto", "--runtime", KESTRAV_JDK}, "there are none"},
         {{"--jra", jar}, "There is no option --jra"},
     };
     const Cases besideAGoodJar{
@@ -134,6 +137,10 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
          "\"17\", under \"VersionSpecificVMOptions\" in Info.plist, fits no version"},
         {{"--replace=yes"}, "takes no value"},
         {{"--input", files / "none"}, "none cannot be read: No such file"},
+        {{"--module", "a"}, "either a module or a class"},
+        {{"--runtime", KESTRAV_JDK, "--add-modules", "no.such"}, "jlink refuses: Error: Module no.such not found"},
+        {{"--runtime", home, "--add-modules", "auto"}, "has no bin/jdeps, which --add-modules needs"},
+        {{"--jlink-options", "-x"}, "is for a runtime that is made with --add-modules"},
         {{"--type", "dmg"}, "Applications are made here"},
         {{"--dest", "x"}, "One application at a time"},
         {{"--file-associations", garbage}, "names no extension"},

@@ -318,6 +318,22 @@ TEST(Tool, TakesTheOptionsOfTheJdksPackagingTool) {
     }
     EXPECT_EQ(*info->find("JavaVM")->find("VMOptionArray"), PropertyList(Array{"-Da=x y", "-Db=\"z"}));
     EXPECT_EQ(*info->find("JavaVM")->find("ArgumentArray"), PropertyList(Array{"p", "q r"}));
+    // A module, with a runtime that is made for it.
+    const std::string modular =
+        " --replace --identifier org.example.tool --module org.example.program --module-path " KESTRAV_PROGRAM_JAR
+        " --add-modules auto,java.logging --jlink-options '--compress 1' ";
+    const std::string tool = "JAVA_HOME=" KESTRAV_JDK " " KESTRAV_TOOL + modular;
+    const Outcome module = run(tool, {folder / "made/Tool.app"});
+    ASSERT_EQ(module.status, 0) << module.output;
+    EXPECT_THAT(module.output,
+                testing::AllOf(HasSubstr("what is found by name"), HasSubstr("java.logging, java.base")));
+    EXPECT_THAT(run(contents + "MacOS/launcher", {"said"}).output,
+                HasSubstr("said\nproperty null\nmodule org.example.p"));
+    EXPECT_THAT(contentOf(contents + "PlugIns/jre.bundle/Contents/Home/release"),
+                HasSubstr("MODULES=\"java.base java.logging\""));
+    const std::string jar = makeJar(folder, "tool-box-1.2.jar", "Main-Class: a.Größe\n");
+    EXPECT_THAT(makeTool(folder, {}, "--dry-run --verbose --module tool.box -p " + jar).output,
+                HasSubstr("class: a.Größe"));
     // Each option of the documentation's table is among them, in either form.
     std::istringstream page(contentOf(KESTRAV_PACKAGING_PAGE));
     for (std::string line; std::getline(page, line);) {
@@ -325,7 +341,7 @@ TEST(Tool, TakesTheOptionsOfTheJdksPackagingTool) {
             const std::string option = line.substr(3, line.find_first_of(" `", 3) - 3);
             const std::size_t letter = line.find("`, `-");
             const bool isTried =
-                words.find(" " + option + " ") != std::string::npos ||
+                (words + modular).find(" " + option + " ") != std::string::npos ||
                 (letter < line.find(" | ") && words.find(line.substr(letter + 4, 2)) != std::string::npos);
             EXPECT_TRUE(isTried) << option;
         }

@@ -3,6 +3,8 @@
 #include "Configuration.h"
 #include "FileTree.h"
 #include "Interruption.h"
+#include "KnownKeys.h"
+#include "Linking.h"
 #include "ProgramFiles.h"
 #include "Progress.h"
 #include "Resources.h"
@@ -10,16 +12,16 @@
 #include "RuntimeArchive.h"
 #include "RuntimeTree.h"
 #include "Signing.h"
+#include "Template.h"
 #include "Trial.h"
 #include "Workshop.h"
 #include "checks.h"
 #include "mac_installer/launcher/LaunchLibrary.h"
+#include "mac_installer/launcher/RuntimeHome.h"
 #include "platform/FileManager.h"
 #include "platform/SHA256.h"
 #include "platform/downloadRules.h"
 #include "platform/path.h"
-
-#include <unistd.h>
 
 #include <filesystem>
 
@@ -30,46 +32,6 @@ namespace {
 namespace fs = std::filesystem;
 
 using platform::appendingPathComponent;
-using platform::Bundle;
-
-constexpr const char *executable = "Contents/MacOS/launcher";
-constexpr const char *files = "Contents/Resources/app";
-
-/// Refuses a template with files or a runtime of another application: what they would do in this one is not known.
-void requireEmpty(const std::string &bundleTemplate) {
-    for (const char *place : {files, "Contents/Resources/jre.bundle", "Contents/PlugIns/jre.bundle"}) {
-        if (fs::exists(appendingPathComponent(bundleTemplate, place))) {
-            throw Refusal("The template " + bundleTemplate + " is an application already: it has " + place);
-        }
-    }
-}
-
-/// The template that was asked for, or the one that was installed or built with this program.
-std::string findTemplate(const Request &request, const std::string &ownFolder) {
-    std::vector<std::string> places;
-    if (request.bundleTemplate) {
-        places.push_back(*request.bundleTemplate);
-    } else {
-        for (const char *place : {KESTRAV_INSTALLED_TEMPLATE, "../Launcher.app"}) {
-            places.push_back(appendingPathComponent(ownFolder, place));
-        }
-    }
-    for (const std::string &place : places) {
-        if (::access(appendingPathComponent(place, executable).c_str(), X_OK) == 0) {
-            requireEmpty(place);
-            return fs::canonical(place).string();
-        }
-    }
-    throw Refusal("There is no launcher template at " + places.front() + " (" + executable + " is missing there)");
-}
-
-platform::PropertyList templateInfoOf(const std::string &bundleTemplate) {
-    const auto bundle = Bundle::create(bundleTemplate);
-    if (!bundle) {
-        throw Refusal("The launcher template " + bundleTemplate + " cannot be read");
-    }
-    return bundle->infoDictionary();
-}
 
 /// Refuses a folder in which the application would lie: it cannot contain itself.
 void requireOutside(const std::string &folder, const std::string &output) {
@@ -83,7 +45,7 @@ void requireOutside(const std::string &folder, const std::string &output) {
 
 /// Adds the folders between that of the program's files and a file in one of its sub-folders.
 void addParents(FileTree &tree, const std::string &name) {
-    for (std::size_t end = name.find('/', std::string_view(files).size() + 1); end != std::string::npos;
+    for (std::size_t end = name.find('/', std::string_view(templateFiles).size() + 1); end != std::string::npos;
          end = name.find('/', end + 1)) {
         tree.addFolder(name.substr(0, end));
     }
@@ -94,7 +56,7 @@ FileTree applicationTree(const std::string &bundleTemplate, const Request &reque
     FileTree tree;
     requireOutside(bundleTemplate, request.output);
     tree.add(bundleTemplate, "");
-    tree.addFolder(files);
+    tree.addFolder(templateFiles);
     if (request.input) {
         requireOutside(*request.input, request.output);
     }
@@ -104,7 +66,7 @@ FileTree applicationTree(const std::string &bundleTemplate, const Request &reque
     }
     for (const Program::File &file : program.files) {
         requireOutside(file.source, request.output);
-        const std::string name = appendingPathComponent(files, file.name);
+        const std::string name = appendingPathComponent(templateFiles, file.name);
         addParents(tree, name);
         tree.add(file.source, name);
     }
@@ -167,7 +129,7 @@ std::vector<std::string> wantedRuntime(const RuntimeBounds &bounds, const Reques
 Runtime suitableRuntime(const Request &request, const std::string &folder, const RuntimeBounds &bounds,
                         const std::string &bundleTemplate) {
     Runtime runtime =
-        examineRuntime(*request.runtime, folder, bounds, appendingPathComponent(bundleTemplate, executable));
+        examineRuntime(*request.runtime, folder, bounds, appendingPathComponent(bundleTemplate, templateExecutable));
     if (!request.installer && !platform::fileExistsAtPath(launchLibraryPath(runtime.folder))) {
         throw Refusal("The runtime " + *request.runtime +
                       " has no launch library (libjli), so the program cannot run in the launcher's process; with " +
@@ -208,13 +170,27 @@ Plan plan(const Request &asked, const std::string &ownFolder) {
     return plan;
 }
 
-/// The runtime that travels: one that was published as an archive is extracted now.
-std::optional<Runtime> runtimeOf(const Plan &plan, const Workshop &workshop) {
-    if (!plan.request.runtime || plan.runtime) {
-        return plan.runtime;
+/// The runtime that travels: one that was published as an archive is extracted now, and one with chosen modules is
+/// made.
+std::optional<Runtime> runtimeOf(const Plan &plan, const Workshop &workshop, const Progress &progress,
+                                 std::vector<std::string> &notes) {
+    const Request &request = plan.request;
+    const auto suitable = [&](const std::string &folder) {
+        return suitableRuntime(request, folder, plan.bounds, plan.bundleTemplate);
+    };
+    auto runtime = plan.runtime;
+    if (request.runtime && !runtime) {
+        runtime = suitable(extractRuntimeArchive(*request.runtime, workshop.pathOf("runtime")));
     }
-    return suitableRuntime(plan.request, extractRuntimeArchive(*plan.request.runtime, workshop.pathOf("runtime")),
-                           plan.bounds, plan.bundleTemplate);
+    const std::string home = runtime ? runtimeHome(runtime->folder) : "";
+    if (runtime && !request.addModules.empty()) {
+        return suitable(linkRuntime(home, request, plan.program, workshop.pathOf("link"), progress, notes));
+    }
+    if (runtime && platform::fileExistsAtPath(appendingPathComponent(home, "bin/jlink"))) {
+        notes.push_back("the runtime is a whole JDK (" + megabytes(sizeOfFolder(home)) +
+                        "); --add-modules auto makes one of the modules that the program needs");
+    }
+    return runtime;
 }
 
 void placeResources(const Request &request, const std::string &application) {
@@ -238,7 +214,7 @@ void tell(const Plan &plan, const Progress &progress) {
     progress.say("main class: " + plan.program.mainClass);
     progress.say("class path: " + plan.program.classPath);
     for (const Program::File &file : plan.program.files) {
-        progress.say("file: " + file.source + " as " + appendingPathComponent(files, file.name));
+        progress.say("file: " + file.source + " as " + appendingPathComponent(templateFiles, file.name));
     }
     if (plan.runtime) {
         progress.say("runtime: " + plan.runtime->folder + ", Java " + plan.runtime->version);
@@ -248,7 +224,7 @@ void tell(const Plan &plan, const Progress &progress) {
 /// The application with all but its Info.plist and signature.
 RuntimeArchive fill(const Plan &plan, const FileTree &tree, const Workshop &workshop, const Progress &progress,
                     std::vector<std::string> &notes) {
-    const auto runtime = runtimeOf(plan, workshop);
+    const auto runtime = runtimeOf(plan, workshop, progress, notes);
     const std::string application = workshop.pathOf("new.app");
     copyTree(tree, application, progress, "copying the program");
     placeResources(plan.request, application);

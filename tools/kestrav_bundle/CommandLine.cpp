@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <string_view>
 
 namespace kestrav::tools {
@@ -194,6 +195,13 @@ std::optional<Request> parseCommandLine(int argc, char **argv) {
         request.name = name;
     }
     request.name = request.menuName.value_or(request.name);
+    if (!request.addModules.empty() && !request.runtime) {
+        const char *home = std::getenv("JAVA_HOME"); // NOLINT(concurrency-mt-unsafe): nothing changes the environment
+        if (home == nullptr || *home == '\0') {
+            throw Refusal("--add-modules makes a runtime from a JDK: give it with --runtime, or set JAVA_HOME");
+        }
+        request.runtime = home;
+    }
     if (!request.runtimeForm) {
         request.runtimeForm = request.installer ? RuntimeForm::archive : RuntimeForm::folder;
     }

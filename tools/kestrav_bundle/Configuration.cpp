@@ -1,6 +1,7 @@
 #include "Configuration.h"
 
 #include "DocumentTypes.h"
+#include "KnownKeys.h"
 #include "mac_installer/launcher/InfoPlist.h"
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
@@ -39,7 +40,13 @@ Dictionary javaVM(const Request &request, const Program &program) {
     addIfAny(javaVM, "MainClass", program.mainClass);
     addIfAny(javaVM, "ClassPath", program.classPath);
     javaVM["WorkingDirectory"] = request.workingDirectory;
-    addIfAny(javaVM, "VMOptionArray", request.vmOptions);
+    auto vmOptions = request.vmOptions;
+    if (!program.module.empty()) {
+        // What `java --module` does: the modules that this one needs are there, and no others.
+        vmOptions.insert(vmOptions.begin(), "-Djdk.module.main=" + program.module);
+    }
+    addIfAny(javaVM, "VMOptionArray", vmOptions);
+    addIfAny(javaVM, "ModulePath", program.modulePath);
     if (!request.versionedOptions.empty()) {
         javaVM[versionSpecificOptions] = pairsOf(request.versionedOptions);
     }
@@ -64,102 +71,17 @@ void allowPlainTransport(Dictionary &info, const std::string &url) {
     }
 }
 
-/// The user's property list; an empty one without it.
-Dictionary userInfo(const Request &request) {
-    if (!request.info) {
-        return {};
-    }
-    const auto content = platform::contentsOfFile(*request.info);
-    const auto list = content ? PropertyList::parse(*content) : std::nullopt;
-    const auto *dictionary = list ? list->as<Dictionary>() : nullptr;
-    if (dictionary == nullptr) {
-        throw Refusal(*request.info + (content ? " is not a property list with a dictionary" : " cannot be read"));
-    }
-    return *dictionary;
-}
-
 void merge(Dictionary &info, Dictionary above) {
     const auto theirs = above.find("JavaVM");
     auto *ours = info["JavaVM"].as<Dictionary>();
     if (theirs != above.end() && theirs->second.as<Dictionary>() != nullptr) {
         Dictionary entries = *theirs->second.as<Dictionary>();
+        entries.erase("VMOptionArray"); // it is a part of ours by now
         entries.merge(*ours);
         theirs->second = std::move(entries);
     }
     above.merge(info);
     info = std::move(above);
-}
-
-void readVersionSpecificOptions(const PropertyList &javaVM) {
-    constexpr const char *key = versionSpecificOptions;
-    const auto *entries = arrayValue(javaVM, key);
-    const std::size_t count = entries == nullptr ? 0 : entries->size();
-    if (count % 2 != 0) {
-        throw Refusal(std::string("\"") + key +
-                      "\" in Info.plist is to have pairs: versions, and the options for them");
-    }
-    for (std::size_t i = 0; i < count; i += 2) {
-        const std::string versions = stringEntry((*entries)[i], key);
-        if (!versions.starts_with('*') && versions.find('-') == std::string::npos) {
-            throw Refusal("\"" + versions + "\", under \"" + key +
-                          "\" in Info.plist, fits no version: write 11-17, 17-17 or *17.0.9");
-        }
-        static_cast<void>(stringsOf((*entries)[i + 1], key));
-    }
-}
-
-// The keys that the launcher knows, by the types of their values.
-constexpr std::array ownTexts{"ksv.minVersion", "ksv.maxVersion", "ksv.vmIdPrefix",
-                              "ksv.appId",      "ksv.baseDir",    "ksv.jreLocation"};
-constexpr std::array checkedTexts{"ksv.jreSha256", "ksv.runtimeCache"};
-constexpr std::array ownBooleans{"ksv.allowBeta", "ksv.allowPassthrough", "ksv.inProcess", "ksv.initialProgress",
-                                 "ksv.keepRuntime"};
-constexpr std::array ownIntegers{"ksv.jreUncompressedSize", "ksv.keepDays"};
-constexpr std::array javaTexts{"MainClass", "ClassPath", "ModulePath", "WorkingDirectory", "OptionsFile", "SplashFile"};
-constexpr std::array javaArrays{"VMOptionArray", "ArgumentArray", "SearchSequence"};
-constexpr std::array javaOthers{"StartOnMainThread", versionSpecificOptions};
-
-template <class... Lists> bool isAmong(const std::string &key, const Lists &...lists) {
-    return ((std::find(lists.begin(), lists.end(), key) != lists.end()) || ...);
-}
-
-/// Reads every key as the launcher will, which raises for a wrong type.
-void readAll(const PropertyList &info) {
-    for (const char *key : {"CFBundleName", "CFBundleIconFile", "CFBundleIdentifier"}) {
-        static_cast<void>(stringValue(info, key));
-    }
-    for (const char *key : ownTexts) {
-        static_cast<void>(stringValue(info, key));
-    }
-    for (const char *key : ownBooleans) {
-        static_cast<void>(booleanValue(info, key));
-    }
-    for (const char *key : ownIntegers) {
-        static_cast<void>(integerValue(info, key));
-    }
-    static_cast<void>(digestValue(info));
-    static_cast<void>(runtimeCacheValue(info));
-    const PropertyList &javaVM = *info.find("JavaVM");
-    if (javaVM.as<Dictionary>() == nullptr) {
-        throw Refusal("\"JavaVM\" in Info.plist is not a dictionary");
-    }
-    for (const char *key : javaTexts) {
-        static_cast<void>(stringValue(javaVM, key));
-    }
-    for (const char *key : javaArrays) {
-        static_cast<void>(stringArrayValue(javaVM, key));
-    }
-    static_cast<void>(booleanValue(javaVM, "StartOnMainThread"));
-    readVersionSpecificOptions(javaVM);
-    if (stringValue(info, "CFBundleExecutable") != "launcher") {
-        throw Refusal("\"CFBundleExecutable\" in Info.plist must be launcher, the file in Contents/MacOS");
-    }
-    if (stringValue(info, "CFBundleName").value_or("").empty()) {
-        throw Refusal("\"CFBundleName\" in Info.plist, the application's name, must not be empty");
-    }
-    if (stringValue(javaVM, "MainClass").value_or("").empty()) {
-        throw Refusal("The application has no main class: give --jar or --main-class");
-    }
 }
 
 /// "1.8" for 8, as runtimes of that time number themselves.
@@ -168,21 +90,8 @@ std::string versionText(int javaVersion) {
     return (javaVersion <= lastOldStyle ? "1." : "") + std::to_string(javaVersion);
 }
 
-} // namespace
-
-PropertyList configuration(const PropertyList &templateInfo, const Request &request, const Program &program,
-                           const RuntimeArchive &archive) {
-    const auto *general = templateInfo.as<Dictionary>();
-    Dictionary info = general == nullptr ? Dictionary() : *general;
-    std::erase_if(info, [](const auto &entry) { return entry.first.starts_with("ksv."); });
-    info["CFBundleName"] = request.name;
-    info["CFBundleIdentifier"] = request.identifier;
-    info["CFBundleVersion"] = request.version;
-    info["CFBundleShortVersionString"] = request.version;
-    if (!request.languages.empty()) {
-        info["CFBundleDevelopmentRegion"] = request.languages.front().name;
-    }
-    const RuntimeBounds bounds = effectiveBounds(request, program);
+/// What says which runtime there is, or is wanted, and how it is obtained.
+void addRuntime(Dictionary &info, const Request &request, const RuntimeBounds &bounds, const RuntimeArchive &archive) {
     addIfAny(info, "ksv.minVersion", bounds.minVersion);
     addIfAny(info, "ksv.maxVersion", bounds.maxVersion);
     addIfAny(info, "ksv.vmIdPrefix", bounds.requiredVmIdPrefix);
@@ -209,6 +118,36 @@ PropertyList configuration(const PropertyList &templateInfo, const Request &requ
             info["ksv.keepRuntime"] = true;
         }
     }
+}
+
+} // namespace
+
+Dictionary userInfo(const Request &request) {
+    if (!request.info) {
+        return {};
+    }
+    const auto content = platform::contentsOfFile(*request.info);
+    const auto list = content ? PropertyList::parse(*content) : std::nullopt;
+    const auto *dictionary = list ? list->as<Dictionary>() : nullptr;
+    if (dictionary == nullptr) {
+        throw Refusal(*request.info + (content ? " is not a property list with a dictionary" : " cannot be read"));
+    }
+    return *dictionary;
+}
+
+PropertyList configuration(const PropertyList &templateInfo, const Request &request, const Program &program,
+                           const RuntimeArchive &archive) {
+    const auto *general = templateInfo.as<Dictionary>();
+    Dictionary info = general == nullptr ? Dictionary() : *general;
+    std::erase_if(info, [](const auto &entry) { return entry.first.starts_with("ksv."); });
+    info["CFBundleName"] = request.name;
+    info["CFBundleIdentifier"] = request.identifier;
+    info["CFBundleVersion"] = request.version;
+    info["CFBundleShortVersionString"] = request.version;
+    if (!request.languages.empty()) {
+        info["CFBundleDevelopmentRegion"] = request.languages.front().name;
+    }
+    addRuntime(info, request, effectiveBounds(request, program), archive);
     for (const auto &[key, text] : request.information) {
         info[key] = text;
     }
@@ -250,29 +189,6 @@ Request withInfo(Request request) {
         }
     }
     return request;
-}
-
-std::vector<std::string> unheededKeys(const Request &request) {
-    std::vector<std::string> notes;
-    const auto note = [&](const std::string &key, const char *what) {
-        notes.push_back("\"" + key + "\" in " + *request.info + " is not heeded: " + what);
-    };
-    const PropertyList info(userInfo(request));
-    for (const auto &[key, value] : *info.as<Dictionary>()) {
-        if (isAmong(key, javaTexts, javaArrays, javaOthers)) {
-            note(key, "it belongs in the dictionary \"JavaVM\"");
-        } else if (key.starts_with("ksv.") && !isAmong(key, ownTexts, checkedTexts, ownBooleans, ownIntegers)) {
-            note(key, "the launcher knows no such key");
-        }
-    }
-    const PropertyList *javaVM = info.find("JavaVM");
-    const auto *entries = javaVM == nullptr ? nullptr : javaVM->as<Dictionary>();
-    for (const auto &[key, value] : entries == nullptr ? Dictionary() : *entries) {
-        if (key.starts_with("ksv.")) {
-            note(key, "it belongs at the top, not in \"JavaVM\"");
-        }
-    }
-    return notes;
 }
 
 RuntimeBounds effectiveBounds(const Request &request, const Program &program) {

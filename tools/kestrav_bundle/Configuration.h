@@ -13,6 +13,9 @@ struct RuntimeArchive {
     std::string sha256;
 };
 
+/// The user's property list; an empty one without it. Refuses one that cannot be read.
+[[nodiscard]] platform::PropertyList::Dictionary userInfo(const Request &request);
+
 /// The request with the bounds, address, main class and other entries that the user's property list sets. Refuses a
 /// list that cannot be read.
 [[nodiscard]] Request withInfo(Request request);
@@ -21,9 +24,6 @@ struct RuntimeArchive {
 /// archive say, and above all the user's own property list. Refuses what the launcher could not read.
 [[nodiscard]] platform::PropertyList configuration(const platform::PropertyList &templateInfo, const Request &request,
                                                    const Program &program, const RuntimeArchive &archive);
-
-/// Tells what the user's property list has that the launcher will not heed, a line each.
-[[nodiscard]] std::vector<std::string> unheededKeys(const Request &request);
 
 /// The bounds as the application will have them: without a minimum, the oldest version that can read the main class.
 /// Refuses bounds within which no runtime could start it.

@@ -108,6 +108,8 @@ Manifest manifestOf(const std::string &jar) {
         const auto value = platform::trimming(std::string_view(line).substr(colon + 1), " \t");
         if (strcasecmp(name.c_str(), "Main-Class") == 0) {
             manifest.mainClass = platform::replacingOccurrences(value, "/", ".");
+        } else if (strcasecmp(name.c_str(), "Automatic-Module-Name") == 0) {
+            manifest.moduleName = value;
         } else if (strcasecmp(name.c_str(), "Class-Path") == 0) {
             for (const std::string &url : platform::componentsSeparatedBy(value, " ")) {
                 if (const auto path = pathOf(url)) {

@@ -12,7 +12,8 @@ namespace kestrav::tools {
 /// What the main attributes of an archive's manifest say (META-INF/MANIFEST.MF of a Java archive).
 struct Manifest {
     std::optional<std::string> mainClass;
-    std::vector<std::string> classPath; ///< files, from the archive's folder; not what lies on other machines
+    std::optional<std::string> moduleName; ///< of an archive without a module's descriptor
+    std::vector<std::string> classPath;    ///< files, from the archive's folder; not what lies on other machines
     /// What only counts for an archive that is started with `java -jar`.
     struct ForJarAlone {
         std::string line;

@@ -1,6 +1,7 @@
 #include "Options.h"
 
 #include "PackagingOptions.h"
+#include "platform/text.h"
 
 namespace kestrav::tools {
 
@@ -63,6 +64,21 @@ Apply wordAdder(void (*add)(Request &, std::string)) {
     };
 }
 
+/// Adds what stands between separators to a list.
+Apply listAdder(std::vector<std::string> Request::*field, const char *separator) {
+    return [=](Request &request, const std::string &value) {
+        for (std::string &word : platform::componentsSeparatedBy(value, separator)) {
+            if (!word.empty()) {
+                (request.*field).push_back(std::move(word));
+            }
+        }
+    };
+}
+
+void addJlinkOption(Request &request, std::string value) {
+    request.jlinkOptions.push_back(std::move(value));
+}
+
 void addArgument(Request &request, std::string value) {
     request.arguments.push_back(std::move(value));
 }
@@ -109,6 +125,10 @@ const std::vector<Option> &options() {
         {"input", true, fieldSetter(&Request::input), 'i'},
         {"jar", true, setJar},
         {"main-class", true, fieldSetter(&Request::mainClass)},
+        {"module", true, fieldSetter(&Request::module), 'm'},
+        {"module-path", true, listAdder(&Request::modulePath, ":"), 'p'},
+        {"add-modules", true, listAdder(&Request::addModules, ",")},
+        {"jlink-options", true, wordAdder(addJlinkOption)},
         {"class-path", true, fieldSetter(&Request::classPath)},
         {"file", true, fieldSetter(&Request::files)},
         {"vm-option", true, addVMOption},

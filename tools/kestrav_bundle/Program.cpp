@@ -1,6 +1,7 @@
 #include "Program.h"
 
 #include "JavaClass.h"
+#include "MainModule.h"
 #include "ManifestPath.h"
 #include "ProgramFiles.h"
 
@@ -167,19 +168,24 @@ Program examineProgram(const Request &request) {
     for (const std::string &file : request.files) {
         addFile(program, file, nameOf(file));
     }
-    const std::vector<std::string> sources = followManifests(program, classPath);
+    program.sources = followManifests(program, classPath);
+    addModules(program, request);
     const Manifest manifest = request.jar ? manifestOf(*request.jar) : Manifest();
     noteUnheeded(program, request, manifest);
-    program.mainClass = mainClass(request, manifest);
+    if (!request.module) {
+        program.mainClass = mainClass(request, manifest);
+    }
     if (program.mainClass.find('/') != std::string::npos) {
         throw Refusal("The main class is named with dots, as in com.example.Main, not " + program.mainClass);
     }
     if (program.mainClass.empty()) {
         return program;
     }
-    for (const std::string &source : sources) {
+    constexpr int firstWithModules = 9;
+    program.javaVersion = request.module ? firstWithModules : 0;
+    for (const std::string &source : program.sources) {
         if (const auto version = javaVersionOfClass(source, program.mainClass)) {
-            program.javaVersion = *version;
+            program.javaVersion = std::max(program.javaVersion, *version);
             return program;
         }
     }

@@ -17,10 +17,13 @@ struct Program {
     std::string classPath; ///< as Info.plist has it, like the two that follow; empty for none
     std::string optionsFile;
     std::string splash;
-    std::string mainClass;          ///< empty if only the user's property list can name it
-    int javaVersion = 0;            ///< the oldest that can read the main class; 0: unknown
-    bool lacksMainClass = false;    ///< it is in no file, and so has to be in the runtime
-    std::vector<std::string> notes; ///< what the user may have overlooked
+    std::string modulePath;
+    std::string module;               ///< that of the main class; empty if it is in none
+    std::vector<std::string> sources; ///< the archives and folders with the program's classes
+    std::string mainClass;            ///< empty if only the user's property list can name it
+    int javaVersion = 0;              ///< the oldest that can read the main class; 0: unknown
+    bool lacksMainClass = false;      ///< it is in no file, and so has to be in the runtime
+    std::vector<std::string> notes;   ///< what the user may have overlooked
 };
 
 /// Puts the program together and refuses what could not start: files that are missing or would hide one another, and a

@@ -71,8 +71,8 @@ Request withInput(Request request) {
             path = there.string();
         }
     };
-    for (std::string &entry : request.classPath) {
-        inInput(entry);
+    for (auto *path : {&request.classPath, &request.modulePath}) {
+        std::for_each(path->begin(), path->end(), inInput);
     }
     for (auto *file : {&request.jar, &request.splash, &request.optionsFile}) {
         if (*file) {

@@ -48,9 +48,11 @@ struct Request {
     std::optional<std::string> input; ///< a folder whose content becomes that of the application's folder of files
     std::optional<std::string> jar;
     std::optional<std::string> mainClass;
-    std::vector<std::string> classPath; ///< what begins with "$" is looked up where the application runs
-    std::vector<std::string> files;     ///< copied beside the class path
-    std::vector<std::string> content;   ///< copied into Contents
+    std::optional<std::string> module;   ///< "MODULE" or "MODULE/CLASS": what is started instead of a class
+    std::vector<std::string> modulePath; ///< archives, folders of classes, and folders that hold several of them
+    std::vector<std::string> classPath;  ///< what begins with "$" is looked up where the application runs
+    std::vector<std::string> files;      ///< copied beside the class path
+    std::vector<std::string> content;    ///< copied into Contents
     std::vector<std::string> vmOptions;
     std::vector<VersionedOption> versionedOptions; ///< for the virtual machines of some versions
     std::vector<std::string> arguments;
@@ -68,6 +70,8 @@ struct Request {
     std::vector<std::string> urlSchemes;            ///< of the addresses that are opened with it on macOS
     std::map<std::string, std::string> information; ///< further entries of Info.plist
 
+    std::vector<std::string> addModules;   ///< those that a runtime is linked with; "auto": those that are needed
+    std::vector<std::string> jlinkOptions; ///< for that
     std::optional<std::string> runtime;
     std::optional<RuntimeForm> runtimeForm; ///< as asked for, else the usual one: there is one once it is parsed
     std::optional<std::string> runtimeURL;

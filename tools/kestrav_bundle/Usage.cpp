@@ -28,6 +28,8 @@ The program
   --jar FILE            its archive, which names the main class; archives that its manifest names
                         come along
   --main-class CLASS    the class to start
+  --module M[/CLASS]    the module to start instead
+  --module-path FILE  * a module, or a folder of several
   --class-path FILE   * another archive, a folder of classes, or 'FOLDER/*' for all archives in it;
                         what begins with "$" is looked up where it runs:
                         '$APP_PACKAGE/../plugins/*', '$NAME'
@@ -45,6 +47,9 @@ Its runtime: one that it carries, one that it downloads, or one that is installe
                         published
   --runtime-form FORM   "folder" (default: used in place) or "archive" (default of an installer;
                         small, extracted at the first start and kept in the user's cache folder)
+  --add-modules LIST    makes the runtime by jlink, of the modules named and "auto", those that
+                        jdeps sees, from the JDK of --runtime or $JAVA_HOME
+  --jlink-options TEXT  further options for that, such as --strip-debug
   --runtime-url URL     where an archive is fetched from if no installed runtime suits
   --runtime-sha256 HEX  the SHA-256 of that archive; any other is not extracted
   --keep-runtime        with --installer, too, the runtime stays in the user's cache folder

@@ -198,6 +198,15 @@ void checkRequest(const Request &request) {
     if (request.version.empty()) {
         throw Refusal("The application's version must not be empty");
     }
+    if (request.module && (request.jar || request.mainClass)) {
+        throw Refusal("The program is either a module or a class: give --module or " +
+                      std::string(request.jar ? "--jar" : "--main-class"));
+    }
+    requireText(request.module.value_or(""), "The module");
+    requireTexts(request.modulePath, "The module path");
+    if (!request.jlinkOptions.empty() && request.addModules.empty()) {
+        throw Refusal("--jlink-options is for a runtime that is made with --add-modules");
+    }
     checkOptions(request.vmOptions);
     checkRuntime(request);
 }
