@@ -19,7 +19,8 @@ namespace {
 constexpr std::int64_t firstSeconds = 10'000'000'000; // nanoseconds
 
 /// Shows the message or, where the table lacks it because it is an older one, an internal error.
-void display(std::string_view key, int status, const std::vector<std::string> &said) {
+void display(int status, const std::vector<std::string> &said) {
+    const char *key = said.empty() ? "JavaReturnedError" : "JavaEndedError";
     const bool isShown =
         Launcher::displayMessage(key, {bundleName().value_or(""), std::to_string(status)}, said, lastOfErrors(said));
     if (!isShown) {
@@ -40,14 +41,14 @@ bool isEarlyEnd(int status, std::int64_t nanoseconds) {
 }
 
 void displayEarlyEnd(int status, std::string_view errors) {
-    display("JavaEndedError", status, errorLines(errors));
+    display(status, errorLines(errors));
 }
 
 void displayEarlyReturn(int status) noexcept {
     static std::atomic<bool> displayed = false;
     try {
         if (explainsEarlyEnds() && !displayed.exchange(true)) {
-            display("JavaReturnedError", status, {});
+            display(status, {});
         }
     } catch (const std::exception &) {
         return; // without memory; the status tells
