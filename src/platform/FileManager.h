@@ -21,6 +21,10 @@ namespace kestrav::platform {
 /// True if something exists at the path and is a directory.
 [[nodiscard]] bool directoryExistsAtPath(const std::string &path);
 
+/// What tells a regular file from a later one at its path: its size in bytes and the second of its last change, as
+/// "2707 1763791234". Empty if it is missing or anything else.
+[[nodiscard]] std::string fileStamp(const std::string &path);
+
 /// The names in a directory, in the system's order, without "." and ".."; empty if it cannot be listed.
 [[nodiscard]] std::optional<std::vector<std::string>> contentsOfDirectoryAtPath(const std::string &path);
 

@@ -2,7 +2,6 @@
 
 #include "Configuration.h"
 #include "FileTree.h"
-#include "Interruption.h"
 #include "KnownKeys.h"
 #include "Linking.h"
 #include "ProgramFiles.h"
@@ -10,16 +9,16 @@
 #include "Resources.h"
 #include "Runtime.h"
 #include "RuntimeArchive.h"
-#include "RuntimeTree.h"
+#include "RuntimePlace.h"
 #include "Signing.h"
 #include "Template.h"
+#include "Training.h"
 #include "Trial.h"
 #include "Workshop.h"
 #include "checks.h"
 #include "mac_installer/launcher/LaunchLibrary.h"
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "platform/FileManager.h"
-#include "platform/SHA256.h"
 #include "platform/downloadRules.h"
 #include "platform/path.h"
 
@@ -75,27 +74,6 @@ FileTree applicationTree(const std::string &bundleTemplate, const Request &reque
 
 void append(std::vector<std::string> &notes, const std::vector<std::string> &more) {
     notes.insert(notes.end(), more.begin(), more.end());
-}
-
-/// Puts the runtime into the application; what its archive is like, if it is one.
-RuntimeArchive placeRuntime(const Runtime &runtime, RuntimeForm form, const std::string &application,
-                            const Progress &progress, std::vector<std::string> &notes) {
-    const FileTree tree = runtimeTree(runtime);
-    append(notes, tree.notes);
-    const std::string what = "runtime: Java " + runtime.version + ", ";
-    if (form == RuntimeForm::folder) {
-        copyTree(tree, appendingPathComponent(application, "Contents/PlugIns/jre.bundle"), progress,
-                 "copying the runtime");
-        notes.push_back(what + "in Contents/PlugIns/jre.bundle");
-        return {};
-    }
-    const std::string archive = appendingPathComponent(application, "Contents/Resources/app/jre.tar.gz");
-    const std::uint64_t size = writeRuntimeArchive(tree, archive, progress);
-    constexpr std::uint64_t million = 1'000'000;
-    notes.push_back(what + "in Contents/Resources/app/jre.tar.gz (" +
-                    std::to_string((fs::file_size(archive) + million / 2) / million) + " MB, " +
-                    std::to_string((size + million / 2) / million) + " MB extracted)");
-    return {size, platform::sha256OfFile(application, archive, raiseIfInterrupted)};
 }
 
 /// What the application without a runtime of its own will look for.
@@ -221,10 +199,21 @@ void tell(const Plan &plan, const Progress &progress) {
     }
 }
 
+/// What Info.plist has to tell of the application's content.
+struct Content {
+    RuntimeArchive archive;
+    std::optional<platform::PropertyList> recording;
+};
+
 /// The application with all but its Info.plist and signature.
-RuntimeArchive fill(const Plan &plan, const FileTree &tree, const Workshop &workshop, const Progress &progress,
-                    std::vector<std::string> &notes) {
+Content fill(const Plan &plan, const FileTree &tree, const Workshop &workshop, const Progress &progress,
+             std::vector<std::string> &notes) {
     const auto runtime = runtimeOf(plan, workshop, progress, notes);
+    const auto draft = configuration(plan.templateInfo, plan.request, plan.program, {}, {});
+    const std::string training = workshop.pathOf("training");
+    if (plan.request.trains) {
+        requireTrainable(*runtime, draft, training);
+    }
     const std::string application = workshop.pathOf("new.app");
     copyTree(tree, application, progress, "copying the program");
     placeResources(plan.request, application);
@@ -233,9 +222,16 @@ RuntimeArchive fill(const Plan &plan, const FileTree &tree, const Workshop &work
         return {};
     }
     progress.say("trying the runtime with the program's options");
-    const auto draft = configuration(plan.templateInfo, plan.request, plan.program, {});
     append(notes, tryRuntime({*runtime, draft, application, workshop.pathOf("trial")}, plan.program.lacksMainClass));
-    return placeRuntime(*runtime, *plan.request.runtimeForm, application, progress, notes);
+    const FileTree travelling =
+        placeRuntime(*runtime, plan.request, application, workshop.pathOf("classes"), progress, notes);
+    Content content;
+    if (plan.request.trains) {
+        progress.say("training");
+        content.recording = train({plan.request, *runtime, draft, application, training}, notes);
+    }
+    content.archive = finishRuntime(travelling, *runtime, *plan.request.runtimeForm, application, progress, notes);
+    return content;
 }
 
 } // namespace
@@ -244,7 +240,7 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
     const Progress progress(asked.verbose);
     const Plan planned = plan(asked, ownFolder);
     const Request &request = planned.request;
-    static_cast<void>(configuration(planned.templateInfo, request, planned.program, {})); // refuses what is wrong
+    static_cast<void>(configuration(planned.templateInfo, request, planned.program, {}, {})); // refuses what is wrong
     const FileTree tree = applicationTree(planned.bundleTemplate, request, planned.program);
     std::vector<std::string> notes = unheededKeys(request);
     append(notes, planned.program.notes);
@@ -258,8 +254,9 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
     }
     Workshop workshop(request);
     const std::string application = workshop.pathOf("new.app");
-    const RuntimeArchive archive = fill(planned, tree, workshop, progress, notes);
-    writeInfo(configuration(planned.templateInfo, request, planned.program, archive), application);
+    const Content content = fill(planned, tree, workshop, progress, notes);
+    writeInfo(configuration(planned.templateInfo, request, planned.program, content.archive, content.recording),
+              application);
     if (request.signingIdentity) {
         progress.say("signing");
         append(notes, signApplication(request, application, workshop.pathOf("signing")));

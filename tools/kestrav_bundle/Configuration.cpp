@@ -136,7 +136,7 @@ Dictionary userInfo(const Request &request) {
 }
 
 PropertyList configuration(const PropertyList &templateInfo, const Request &request, const Program &program,
-                           const RuntimeArchive &archive) {
+                           const RuntimeArchive &archive, const std::optional<PropertyList> &recording) {
     const auto *general = templateInfo.as<Dictionary>();
     Dictionary info = general == nullptr ? Dictionary() : *general;
     std::erase_if(info, [](const auto &entry) { return entry.first.starts_with("ksv."); });
@@ -154,6 +154,10 @@ PropertyList configuration(const PropertyList &templateInfo, const Request &requ
     addDocumentTypes(info, request);
     info["JavaVM"] = javaVM(request, program);
     merge(info, userInfo(request));
+    auto *finalJavaVM = info["JavaVM"].as<Dictionary>();
+    if (recording && finalJavaVM != nullptr) {
+        (*finalJavaVM)["Recording"] = *recording;
+    }
     PropertyList result(std::move(info));
     readAll(result);
     if (archive.size > 0 && digestValue(result) != archive.sha256) {

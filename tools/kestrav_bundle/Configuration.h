@@ -21,9 +21,11 @@ struct RuntimeArchive {
 [[nodiscard]] Request withInfo(Request request);
 
 /// The application's Info.plist: the template's general entries, what the request, the program and the runtime's
-/// archive say, and above all the user's own property list. Refuses what the launcher could not read.
+/// archive say, and above all the user's own property list; and what was recorded in training, as `train` returns it.
+/// Refuses what the launcher could not read.
 [[nodiscard]] platform::PropertyList configuration(const platform::PropertyList &templateInfo, const Request &request,
-                                                   const Program &program, const RuntimeArchive &archive);
+                                                   const Program &program, const RuntimeArchive &archive,
+                                                   const std::optional<platform::PropertyList> &recording);
 
 /// The bounds as the application will have them: without a minimum, the oldest version that can read the main class.
 /// Refuses bounds within which no runtime could start it.

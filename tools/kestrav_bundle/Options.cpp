@@ -3,6 +3,8 @@
 #include "PackagingOptions.h"
 #include "platform/text.h"
 
+#include <charconv>
+
 namespace kestrav::tools {
 
 namespace {
@@ -107,6 +109,16 @@ void setRuntimeForm(Request &request, const std::string &value) {
     request.runtimeForm = value == "archive" ? RuntimeForm::archive : RuntimeForm::folder;
 }
 
+void setTrainingTime(Request &request, const std::string &value) {
+    constexpr int longest = 24 * 60 * 60;
+    int seconds = 0;
+    const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), seconds);
+    if (error != std::errc() || end != value.data() + value.size() || seconds < 1 || seconds > longest) {
+        throw Refusal("--training-time is a number of seconds, a day at most, not " + value);
+    }
+    request.trainingTime = std::chrono::seconds(seconds);
+}
+
 void addSearch(Request &request, std::string value) {
     if (!request.search) {
         request.search.emplace();
@@ -143,6 +155,10 @@ const std::vector<Option> &options() {
         {"info", true, fieldSetter(&Request::info)},
         {"runtime", true, fieldSetter(&Request::runtime)},
         {"runtime-form", true, setRuntimeForm},
+        {"no-class-archive", false, [](Request &request, const std::string &) { request.addsClassArchive = false; }},
+        {"train", false, setter(&Request::trains)},
+        {"training-argument", true, fieldSetter(&Request::trainingArguments)},
+        {"training-time", true, setTrainingTime},
         {"runtime-url", true, fieldSetter(&Request::runtimeURL)},
         {"runtime-sha256", true, fieldSetter(&Request::runtimeSHA256)},
         {"keep-runtime", false, setter(&Request::keepRuntime)},

@@ -3,6 +3,7 @@
 #include "VersionedOptions.h"
 #include "mac_installer/launcher/Launcher.h"
 
+#include <chrono>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -76,7 +77,11 @@ struct Request {
     std::optional<RuntimeForm> runtimeForm; ///< as asked for, else the usual one: there is one once it is parsed
     std::optional<std::string> runtimeURL;
     std::optional<std::string> runtimeSHA256; ///< of the archive at that address
-    bool keepRuntime = false;                 ///< what was extracted or downloaded stays for later starts
+    bool addsClassArchive = true;             ///< to a runtime that lacks the one of its classes
+    bool trains = false; ///< the application runs once, and what its virtual machine records goes into it
+    std::vector<std::string> trainingArguments;
+    std::optional<std::chrono::seconds> trainingTime; ///< after which it is asked to end; none: it ends by itself
+    bool keepRuntime = false;                         ///< what was extracted or downloaded stays for later starts
     RuntimeBounds bounds;
     std::optional<std::vector<std::string>> search; ///< none: the standard locations; empty: nowhere
 

@@ -50,6 +50,13 @@ Its runtime: one that it carries, one that it downloads, or one that is installe
   --add-modules LIST    makes the runtime by jlink, of the modules named and "auto", those that
                         jdeps sees, from the JDK of --runtime or $JAVA_HOME
   --jlink-options TEXT  further options for that, such as --strip-debug
+  --no-class-archive    leaves a runtime as it is; otherwise one without an archive of its classes
+                        gets one, with which programs start sooner
+  --train               runs the application once, here, and adds what its virtual machine records
+                        (Java 13 or newer), with which it starts sooner
+  --training-argument TEXT
+                      * an argument for that run
+  --training-time SEC   after so many seconds that run is asked to end (SIGTERM)
   --runtime-url URL     where an archive is fetched from if no installed runtime suits
   --runtime-sha256 HEX  the SHA-256 of that archive; any other is not extracted
   --keep-runtime        with --installer, too, the runtime stays in the user's cache folder

@@ -104,6 +104,12 @@ void checkRuntime(const Request &request) {
         throw Refusal("\"" + *request.runtimeSHA256 + "\" is not a SHA-256, which has 64 hexadecimal digits");
     }
     const bool hasArchive = request.runtime && request.runtimeForm == RuntimeForm::archive;
+    if (request.trains && !request.runtime) {
+        throw Refusal("An application is trained with the runtime that it carries: give --runtime as well");
+    }
+    if (!request.trains && (!request.trainingArguments.empty() || request.trainingTime)) {
+        throw Refusal("--training-argument and --training-time are for --train");
+    }
     if (request.keepRuntime && !hasArchive && !request.runtimeURL) {
         throw Refusal("--keep-runtime is for a runtime that travels as an archive or is downloaded");
     }

@@ -185,6 +185,9 @@ private:
 
     void addVersionSpecificOptions(std::vector<std::string> &options, const std::string &bundlePath,
                                    OptionalText &classPath) const;
+    /// Puts the options for what the virtual machine recorded of the program before the others, if that still fits.
+    void addRecordedOptions(std::vector<std::string> &options, const std::string &bundlePath,
+                            const std::string &classPath) const;
     [[nodiscard]] bool matchesVersionPattern(const std::string &pattern, const platform::PropertyList &options) const;
 };
 

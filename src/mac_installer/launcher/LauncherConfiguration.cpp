@@ -98,6 +98,7 @@ JavaParameters Launcher::readJavaParameters() const {
         parameters.args.push_back(replaceVariables(argument));
     }
     addCommandLine(parameters, booleanValue(info, "ksv.allowPassthrough").value_or(false));
+    addRecordedOptions(options, bundlePath, resolvedClassPath.value_or(""));
     parameters.mainClass = stringValue(javaVM, "MainClass");
     parameters.firstThread = booleanValue(javaVM, "StartOnMainThread").value_or(false);
     return parameters;

@@ -21,4 +21,7 @@ struct RuntimeDirectory {
 /// False for options that make runtimes of this platform refuse to start ("-Xdock:…" elsewhere than on macOS).
 [[nodiscard]] bool runtimeKnowsOption(std::string_view option);
 
+/// True for options about what a virtual machine records of classes. Some refuse to start with two of them.
+[[nodiscard]] bool concernsRecordings(std::string_view option);
+
 } // namespace kestrav

@@ -105,6 +105,12 @@ bool directoryExistsAtPath(const std::string &path) {
     return found && S_ISDIR(found->st_mode);
 }
 
+std::string fileStamp(const std::string &path) {
+    const auto found = status(path);
+    return found && S_ISREG(found->st_mode) ? std::to_string(found->st_size) + " " + std::to_string(found->st_mtime)
+                                            : "";
+}
+
 std::optional<std::vector<std::string>> contentsOfDirectoryAtPath(const std::string &path) {
     if (hasNul(path)) {
         return std::nullopt;

@@ -1,0 +1,284 @@
+#include "Training.h"
+
+#include "ChildProcess.h"
+#include "FileTree.h"
+#include "Interruption.h"
+#include "ProgramRun.h"
+#include "mac_installer/launcher/InfoPlist.h"
+#include "mac_installer/launcher/RuntimeHome.h"
+#include "mac_installer/launcher/RuntimeSupport.h"
+#include "platform/FileManager.h"
+#include "platform/path.h"
+#include "platform/text.h"
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <optional>
+#include <thread>
+
+namespace kestrav::tools {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using platform::appendingPathComponent;
+using platform::PropertyList;
+using Dictionary = PropertyList::Dictionary;
+using Clock = std::chrono::steady_clock;
+
+constexpr const char *programFolder = "$APP_PACKAGE/Contents/Resources/app";
+constexpr int firstWithArchives = 13; // of an application's classes, recorded while it runs
+constexpr int firstWithCaches = 25;   // of them, linked and with what was compiled often
+
+/// How a virtual machine records, and how it is told to use the recording.
+struct Recorder {
+    std::string file; ///< as Info.plist has it
+    std::vector<std::string> recordOptions;
+    std::vector<std::string> strictOptions; ///< it fails if the recording is not valid
+    std::vector<std::string> useOptions;    ///< it says nothing then, and does without
+    bool namesFilesRelatively = false;
+};
+
+Recorder recorderOf(const Runtime &runtime) {
+    const std::string start = std::string(programFolder) + "/trained.";
+    if (platform::intValue(runtime.version) >= firstWithCaches) {
+        const std::string file = start + "aot";
+        return {file,
+                {"-Xlog:aot*=error", "-Xlog:cds*=error", "-XX:AOTCacheOutput=" + file},
+                {"-XX:AOTMode=on", "-XX:AOTCache=" + file},
+                {"-Xlog:aot*=off", "-Xlog:cds*=off", "-XX:AOTCache=" + file}};
+    }
+    // These take a file of the class path for the recorded one if both names lead to the same file. Names relative to
+    // the working directory still do so when the application has been moved.
+    const std::string file = start + "jsa";
+    return {file,
+            {"-Xlog:cds*=error", "-XX:ArchiveClassesAtExit=" + file},
+            {"-Xshare:on", "-XX:SharedArchiveFile=" + file},
+            {"-Xshare:auto", "-Xlog:cds*=off", "-XX:SharedArchiveFile=" + file},
+            true};
+}
+
+std::vector<std::string> classPathOf(const PropertyList &info) {
+    return platform::componentsSeparatedBy(stringValue(*info.find("JavaVM"), "ClassPath").value_or(""), ":");
+}
+
+/// Info.plist for one start, with more options and, if wanted, a class path relative to the working directory.
+PropertyList infoFor(const PropertyList &info, const std::vector<std::string> &options, bool isRelative) {
+    Dictionary top = *info.as<Dictionary>();
+    top["ksv.initialProgress"] = false;
+    Dictionary javaVM = *top["JavaVM"].as<Dictionary>();
+    auto all = stringArrayValue(*info.find("JavaVM"), "VMOptionArray").value_or(std::vector<std::string>());
+    all.insert(all.end(), options.begin(), options.end());
+    javaVM["VMOptionArray"] = PropertyList::Array(all.begin(), all.end());
+    if (isRelative) {
+        const std::string path = stringValue(*info.find("JavaVM"), "ClassPath").value_or("");
+        javaVM["ClassPath"] = platform::replacingOccurrences(path, std::string(programFolder) + "/", "");
+    }
+    top["JavaVM"] = std::move(javaVM);
+    return {std::move(top)};
+}
+
+std::string reasonOf(int status) {
+    return WIFEXITED(status) ? "it ended with status " + std::to_string(WEXITSTATUS(status))
+                             : "signal " + std::to_string(WTERMSIG(status)) + " ended it";
+}
+
+bool endedAsAsked(int status) {
+    constexpr int bySignal = 128;
+    return WIFEXITED(status) ? WEXITSTATUS(status) == 0 || WEXITSTATUS(status) == bySignal + SIGTERM
+                             : WTERMSIG(status) == SIGTERM;
+}
+
+class Run {
+public:
+    explicit Run(const Trainee &trainee)
+        : trainee_(trainee), recorder_(recorderOf(trainee.runtime)),
+          application_(fs::absolute(trainee.application).lexically_normal().string()),
+          recording_(replacingAppPackage(recorder_.file, application_)) {}
+
+    void record() {
+        if (fs::exists(recording_)) {
+            throw Refusal("The program has a file " + platform::lastPathComponent(recording_) +
+                          ", which is to be the name of what is recorded in training");
+        }
+        for (const std::string &name : classPathOf(trainee_.info)) {
+            if (fs::is_directory(replacingAppPackage(name, application_))) {
+                throw Refusal("The application cannot be trained: classes are recorded from archives, and \"" + name +
+                              "\" on its class path is a folder");
+            }
+        }
+        writeInfo(infoFor(trainee_.info, recorder_.recordOptions, recorder_.namesFilesRelatively));
+        runApplication();
+        std::error_code missing;
+        if (fs::file_size(recording_, missing) == 0 || missing) {
+            throw Refusal("The virtual machine has recorded nothing in training; Java " + trainee_.runtime.version +
+                          " may not be able to with the VM options of the application");
+        }
+        if (::chmod(recording_.c_str(), fileMode) != 0) {
+            throw fs::filesystem_error("chmod", recording_, std::error_code(errno, std::generic_category()));
+        }
+    }
+
+    /// Starts the application at another place, and with another time of the runtime's classes, as after an extraction.
+    void requireValidElsewhere() {
+        std::vector<std::string> options = recorder_.strictOptions;
+        options.emplace_back("--dry-run");
+        writeInfo(infoFor(trainee_.info, options, false));
+        const std::string moved = appendingPathComponent(trainee_.folder, "moved.app");
+        fs::rename(application_, moved);
+        const std::string modules = appendingPathComponent(
+            getJreLocation(appendingPathComponent(moved, "Contents/PlugIns/jre.bundle")), "lib/modules");
+        const auto time = fs::last_write_time(modules);
+        fs::last_write_time(modules, time - std::chrono::hours(1));
+        const ProgramRun run =
+            runProgram(fs::absolute(appendingPathComponent(moved, launcher)).string(), {}, trainee_.folder);
+        fs::last_write_time(modules, time);
+        fs::rename(moved, application_);
+        if (!run.succeeded) {
+            throw Refusal("What Java " + trainee_.runtime.version +
+                          " has recorded in training is not valid where the application is moved to: " +
+                          run.output.substr(0, run.output.find_last_not_of('\n') + 1));
+        }
+    }
+
+    [[nodiscard]] PropertyList entry() const {
+        Dictionary stamps;
+        for (const auto &file : fs::recursive_directory_iterator(replacingAppPackage(programFolder, application_))) {
+            if (file.is_regular_file() && file.path().extension() == ".jar") {
+                addStamp(stamps,
+                         std::string(programFolder) + "/" +
+                             file.path().lexically_relative(replacingAppPackage(programFolder, application_)).string());
+            }
+        }
+        for (const std::string &name : classPathOf(trainee_.info)) {
+            addStamp(stamps, name);
+        }
+        const auto &options = recorder_.useOptions;
+        return Dictionary{
+            {"Version", trainee_.runtime.version},
+            {"VMOptions", PropertyList::Array(options.begin(), options.end())},
+            {"ClassPath", stringValue(*trainee_.info.find("JavaVM"), "ClassPath").value_or("")},
+            {"Files", std::move(stamps)},
+        };
+    }
+
+    [[nodiscard]] std::string note() const {
+        constexpr double million = 1'000'000;
+        std::string size = std::to_string(static_cast<double>(fs::file_size(recording_)) / million);
+        return "trained with Java " + trainee_.runtime.version + ": Contents/Resources/app/" +
+               platform::lastPathComponent(recording_) + " (" + size.substr(0, size.find('.') + 2) +
+               " MB), which is valid as long as the program's archives keep their times";
+    }
+
+private:
+    static constexpr const char *launcher = "Contents/MacOS/launcher";
+
+    void addStamp(Dictionary &stamps, const std::string &name) const {
+        stamps[name] = platform::fileStamp(replacingAppPackage(name, application_));
+    }
+
+    void writeInfo(const PropertyList &info) const {
+        if (const auto error = platform::writeFileAtomically(
+                appendingPathComponent(application_, "Contents/Info.plist"), info.serialize())) {
+            throw Refusal("Info.plist could not be written: " + error.message());
+        }
+    }
+
+    /// The status of the child, unless it takes longer.
+    static std::optional<int> statusWithin(ChildProcess &child, const std::optional<std::chrono::seconds> &limit) {
+        constexpr std::chrono::milliseconds pause(10);
+        const auto start = Clock::now();
+        for (;;) {
+            if (const auto status = child.status()) {
+                return status;
+            }
+            if (limit && Clock::now() - start >= *limit) {
+                return std::nullopt;
+            }
+            raiseIfInterrupted();
+            std::this_thread::sleep_for(pause);
+        }
+    }
+
+    void runApplication() const {
+        const Request &request = trainee_.request;
+        ChildProcess child({appendingPathComponent(application_, launcher), request.trainingArguments, "", ""});
+        if (!child.started()) {
+            throw Refusal("The application could not be started to be trained");
+        }
+        const auto status = statusWithin(child, request.trainingTime);
+        if (status) {
+            if (*status != 0) {
+                throw Refusal("The program failed in training: " + reasonOf(*status));
+            }
+            return;
+        }
+        child.terminate();
+        constexpr std::chrono::seconds least(120); // what was recorded is written meanwhile
+        const auto last = statusWithin(child, std::max(*request.trainingTime, least));
+        if (!last || !endedAsAsked(*last)) {
+            throw Refusal("The program failed in training: " + (last ? reasonOf(*last) + " when it was asked to end"
+                                                                     : "it does not end when it is asked to"));
+        }
+    }
+
+    const Trainee &trainee_;
+    Recorder recorder_;
+    std::string application_;
+    std::string recording_;
+};
+
+/// Refuses what a recording could not fit, first of all a class path of which the application does not carry every
+/// file.
+void requireRecordable(const PropertyList &info) {
+    const PropertyList &javaVM = *info.find("JavaVM");
+    for (const std::string &entry : classPathOf(info)) {
+        const std::string start = std::string(programFolder) + "/";
+        if (!entry.starts_with(start) || entry.find_first_of("$*", start.size()) != std::string::npos) {
+            throw Refusal("The application cannot be trained: only where it runs is known what \"" + entry +
+                          "\" on its class path leads to");
+        }
+    }
+    for (const std::string &option : stringArrayValue(javaVM, "VMOptionArray").value_or(std::vector<std::string>())) {
+        if (concernsRecordings(option)) {
+            throw Refusal("The application cannot be trained: its VM options have " + option);
+        }
+    }
+    if (stringValue(javaVM, "WorkingDirectory") != programFolder) {
+        throw Refusal(R"(The application cannot be trained: its "WorkingDirectory" has to be )" +
+                      std::string(programFolder));
+    }
+}
+
+} // namespace
+
+void requireTrainable(const Runtime &runtime, const PropertyList &info, const std::string &folder) {
+    const int version = platform::intValue(runtime.version);
+    if (version < firstWithArchives) {
+        throw Refusal("The application cannot be trained: Java " + runtime.version + " records nothing; Java " +
+                      std::to_string(firstWithArchives) + " is the first that does");
+    }
+    requireRecordable(info);
+    fs::create_directory(folder);
+    const std::string java = appendingPathComponent(getJreLocation(runtime.folder), "bin/java");
+    if (!runProgram(fs::absolute(java).string(), {"-version"}, folder).succeeded) {
+        throw Refusal("The application cannot be trained: its runtime does not run on this machine");
+    }
+}
+
+PropertyList train(const Trainee &trainee, std::vector<std::string> &notes) {
+    Run run(trainee);
+    run.record();
+    run.requireValidElsewhere();
+    notes.push_back(run.note());
+    return run.entry();
+}
+
+} // namespace kestrav::tools
