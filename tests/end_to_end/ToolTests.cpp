@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 
 #include <sstream>
+#include <tuple>
 
 namespace kestrav::tests {
 namespace {
@@ -273,6 +274,38 @@ TEST(Tool, TakesAFolderAsItIsAndOptionsFromFiles) {
         EXPECT_LE(line.size(), 100U) << line;
     }
     EXPECT_LE(lines, 100);
+}
+
+TEST(Tool, DesktopsAcceptTheirEntryAndOpenFilesByIt) {
+    const TemporaryDirectory folder;
+    const std::string installed = folder / R"(in "the" $x\y `z)"; // as the entry finds it
+    const std::string entry = folder / "share/org.example.tool.desktop";
+    const std::string document = folder.write("a b.tl", "");
+    const std::tuple<std::vector<std::string>, std::string, std::string> cases[] = {
+        {{"--file-type", "tl=A <tool> & file", "--file-type", "foo:text/plain"},
+         document,
+         "MimeType=application/x-tl;text/plain;\n"},
+        {{"--url-scheme", "Tool", "--name-in", "pt-BR= A\\B"}, "tool:x", "Name[pt_BR]=\\sA\\\\B\n"},
+    };
+    const std::string home = makeHome(folder);
+    for (const auto &[more, opened, line] : cases) {
+        std::vector<std::string> options{"--search",        "R" + home, "--install-path", installed + "/Test.app",
+                                         "--desktop-entry", entry};
+        options.insert(options.end(), more.begin(), more.end());
+        const MadeBundle bundle(options);
+        EXPECT_THAT(contentOf(entry),
+                    testing::AllOf(HasSubstr(line), HasSubstr("StartupWMClass=org-example-program-Main\n")));
+        EXPECT_EQ(run("desktop-file-validate", {entry}).output, "");
+        fs::remove(installed);
+        fs::create_directory_symlink(bundle.folder().path(), installed);
+        Launch launch(bundle, {.program = opened, .by = {"/usr/bin/gio", "launch", entry}});
+        EXPECT_EQ(launch.report().arguments.back(), opened);
+        EXPECT_EQ(launch.wait(), 0) << launch.errors();
+    }
+    fs::create_directories(folder / "mime/packages");
+    fs::rename(folder / "share/org.example.tool.xml", folder / "mime/packages/org.example.tool.xml");
+    EXPECT_EQ(run("XDG_DATA_HOME=" + folder.path() + " update-mime-database", {folder / "mime"}).output, "");
+    EXPECT_THAT(contentOf(folder / "mime/globs2"), HasSubstr("application/x-tl:*.tl\n"));
 }
 
 TEST(Tool, TakesTheOptionsOfTheJdksPackagingTool) {

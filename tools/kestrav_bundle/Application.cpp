@@ -1,6 +1,7 @@
 #include "Application.h"
 
 #include "Configuration.h"
+#include "DesktopEntry.h"
 #include "FileTree.h"
 #include "KnownKeys.h"
 #include "Linking.h"
@@ -240,11 +241,14 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
     const Progress progress(asked.verbose);
     const Plan planned = plan(asked, ownFolder);
     const Request &request = planned.request;
-    static_cast<void>(configuration(planned.templateInfo, request, planned.program, {}, {})); // refuses what is wrong
+    // Refuses what is wrong.
+    SideFiles beside(desktopFiles(request, configuration(planned.templateInfo, request, planned.program, {}, {})),
+                     request.replace);
     const FileTree tree = applicationTree(planned.bundleTemplate, request, planned.program);
     std::vector<std::string> notes = unheededKeys(request);
     append(notes, planned.program.notes);
     append(notes, tree.notes);
+    append(notes, beside.notes());
     tell(planned, progress);
     if (request.dryRun) {
         if (!request.runtime) {
@@ -261,7 +265,9 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
         progress.say("signing");
         append(notes, signApplication(request, application, workshop.pathOf("signing")));
     }
+    beside.write();
     workshop.deliver(application, notes);
+    beside.keep();
     return notes;
 }
 

@@ -51,10 +51,24 @@ Apply setter(bool Request::*field) {
     return [field](Request &request, const std::string &) { request.*field = true; };
 }
 
+/// What stands before and after the first such character; the second is empty without one.
+std::pair<std::string, std::string> dividedAt(char divider, const std::string &text) {
+    const std::size_t place = text.find(divider);
+    return {text.substr(0, place), place == std::string::npos ? "" : text.substr(place + 1)};
+}
+
 void addFileType(Request &request, const std::string &value) {
-    const std::size_t equals = value.find('=');
-    request.fileTypes.push_back(
-        {value.substr(0, equals), equals == std::string::npos ? "" : value.substr(equals + 1), ""});
+    const auto [type, description] = dividedAt('=', value);
+    const auto [extension, mimeType] = dividedAt(':', type);
+    request.fileTypes.push_back({extension, description, mimeType});
+}
+
+void addLocalizedName(Request &request, const std::string &value) {
+    const auto [language, name] = dividedAt('=', value);
+    if (name.empty()) {
+        throw Refusal("--name-in " + value + ": write LANG=NAME");
+    }
+    request.localizedNames[language] = name;
 }
 
 /// Adds the words of a value to those of a list.
@@ -152,6 +166,9 @@ const std::vector<Option> &options() {
         {"language", true, addLanguage},
         {"file-type", true, addFileType},
         {"url-scheme", true, fieldSetter(&Request::urlSchemes)},
+        {"desktop-entry", true, fieldSetter(&Request::desktopEntry)},
+        {"install-path", true, fieldSetter(&Request::installPath)},
+        {"name-in", true, addLocalizedName},
         {"info", true, fieldSetter(&Request::info)},
         {"runtime", true, fieldSetter(&Request::runtime)},
         {"runtime-form", true, setRuntimeForm},

@@ -68,8 +68,12 @@ struct Request {
     bool earlierInstallation = false; ///< that list names one, whose runtime may be used
 
     std::vector<FileType> fileTypes;
-    std::vector<std::string> urlSchemes;            ///< of the addresses that are opened with it on macOS
+    std::vector<std::string> urlSchemes;            ///< of the addresses that are opened with it
     std::map<std::string, std::string> information; ///< further entries of Info.plist
+
+    std::optional<std::string> desktopEntry;           ///< a file for the desktops of Linux, outside the application
+    std::optional<std::string> installPath;            ///< the application's, once it is installed; none: `output`
+    std::map<std::string, std::string> localizedNames; ///< names in that entry, by language
 
     std::vector<std::string> addModules;   ///< those that a runtime is linked with; "auto": those that are needed
     std::vector<std::string> jlinkOptions; ///< for that

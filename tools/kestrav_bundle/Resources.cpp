@@ -1,5 +1,6 @@
 #include "Resources.h"
 
+#include "SideFiles.h"
 #include "platform/Bundle.h"
 #include "platform/FileManager.h"
 #include "platform/IconImage.h"
@@ -41,15 +42,6 @@ bool canBeShown(std::string_view content) {
     return image && image->ends_with(lastOfImage);
 }
 
-/// Writes a file that everybody can read, as all of an application.
-void write(const std::string &path, std::string_view content) {
-    if (const auto error = platform::writeFileAtomically(path, content)) {
-        throw Refusal(path + " could not be written: " + error.message());
-    }
-    fs::permissions(path,
-                    fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read | fs::perms::others_read);
-}
-
 /// Writes a user's string table and refuses one without all messages, as the platform reads it: through a bundle
 /// that has no other.
 void placeTable(const Language &language, const std::vector<std::string> &messages, const std::string &to,
@@ -63,8 +55,8 @@ void placeTable(const Language &language, const std::vector<std::string> &messag
     const std::string table = appendingPathComponent(folder, "Localizable.strings");
     fs::create_directories(folder);
     const platform::PropertyList info(platform::PropertyList::Dictionary{{"CFBundleDevelopmentRegion", language.name}});
-    write(appendingPathComponent(probe, "Contents/Info.plist"), info.serialize());
-    write(table, *content);
+    writeForEverybody(appendingPathComponent(probe, "Contents/Info.plist"), info.serialize());
+    writeForEverybody(table, *content);
     const auto bundle = platform::Bundle::create(probe);
     constexpr std::string_view none = "\x7F"; // an empty text would bring the key
     for (const std::string &message : messages) {
@@ -95,7 +87,7 @@ void placeIcon(const std::string &icon, const std::string &resources) {
                       " has no PNG image, and the progress window cannot show any other; make it " +
                       "with PNG images, one of 128 pixels among them");
     }
-    write(appendingPathComponent(resources, "app.icns"), *content);
+    writeForEverybody(appendingPathComponent(resources, "app.icns"), *content);
 }
 
 void placeLanguages(const std::vector<Language> &languages, const std::string &resources) {

@@ -18,9 +18,13 @@ The application
   --language LANG     * a language of the launcher's messages: en, de, ja or ar; LANG=FILE adds one
                         with its Localizable.strings. The first is used where none suits the user
                         (default: all, en first)
-  --file-type EXT     * files that macOS opens with it, by extension; EXT=DESCRIPTION names their
-                        kind
-  --url-scheme SCHEME * addresses that macOS opens with it
+  --file-type EXT     * files that are opened with it, by extension; EXT:MIME/TYPE names their type,
+                        EXT=DESCRIPTION their kind for people
+  --url-scheme SCHEME * addresses that are opened with it
+  --desktop-entry FILE  also writes an entry for the desktops of Linux, and their description of the
+                        files' types beside it
+  --install-path PATH   where that entry finds the application (default: where it is made)
+  --name-in LANG=NAME * its name there in a language
 
 The program
   --input FOLDER        a folder whose content is copied as it is; the files below are looked for

@@ -190,6 +190,10 @@ void checkRequest(const Request &request) {
         throw Refusal("The working directory " + request.workingDirectory +
                       " is one where the application runs: give a whole path, or $APP_PACKAGE/...");
     }
+    for (const auto &[language, name] : request.localizedNames) {
+        requireText(name, "The name in " + language);
+    }
+    requireText(request.installPath.value_or(""), "The path of the installed application");
     requireText(request.input.value_or(""), "The input folder's name");
     requireText(request.optionsFile.value_or(""), "The options file's name");
     requireText(request.splash.value_or(""), "The image's name");
