@@ -143,6 +143,11 @@ bool within(const std::string &what, double value, double limit) {
     return value <= limit;
 }
 
+bool told(const std::string &what, double value) {
+    std::printf("told: %s %.3g\n", what.c_str(), value);
+    return true;
+}
+
 int runMain(const char *name, const std::function<bool()> &body) {
     try {
         return body() ? 0 : 1;

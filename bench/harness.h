@@ -66,6 +66,9 @@ void printTable(const char *title, const std::vector<Contender> &contenders);
 /// Prints a value and its limit; false if the value is above the limit.
 bool within(const std::string &what, double value, double limit);
 
+/// Prints a value that has no limit; true.
+bool told(const std::string &what, double value);
+
 /// Runs a benchmark's `main`: 0 if it returned true, 1 if a limit was missed, 2, and the reason on standard error, if
 /// it failed.
 int runMain(const char *name, const std::function<bool()> &body);

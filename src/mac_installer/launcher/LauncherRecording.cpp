@@ -19,7 +19,7 @@ std::string changedFile(const PropertyList &recording, const std::string &bundle
     const PropertyList *files = recording.find("Files");
     const auto *stamps = files == nullptr ? nullptr : files->as<PropertyList::Dictionary>();
     for (const auto &[name, stamp] : stamps == nullptr ? PropertyList::Dictionary() : *stamps) {
-        const std::string path = replacingAppPackage(name, bundlePath);
+        std::string path = replacingAppPackage(name, bundlePath);
         if (platform::fileStamp(path) != stringEntry(stamp, "Files")) {
             return path;
         }
