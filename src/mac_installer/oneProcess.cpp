@@ -5,12 +5,10 @@
 #include "mac_installer/launcher/Launcher.h"
 #include "mac_installer/launcher/RuntimeBundle.h"
 #include "mac_installer/launcher/RuntimeKeeping.h"
+#include "mac_installer/launcher/RuntimeSource.h"
 #include "mac_installer/launcher/global.h"
 #include "platform/Bundle.h"
 #include "platform/DebugLog.h"
-#include "platform/FileManager.h"
-#include "platform/path.h"
-#include "platform/text.h"
 
 #include <forward_list>
 #include <utility>
@@ -21,35 +19,8 @@ namespace {
 
 constexpr const char *signature = "std::optional<int> becomeJavaProgram()";
 
-/// An archive with the application's runtime: one that it ships, or one at an address.
-struct Archive {
-    std::string origin;
-    bool isShipped = false;
-};
-
-std::optional<Archive> shippedArchive() {
-    const std::string path =
-        platform::appendingPathComponent(platform::Bundle::mainBundle().resourcePath(), "app/jre.tar.gz");
-    return platform::fileExistsAtPath(path) ? std::optional(Archive{path, true}) : std::nullopt;
-}
-
-std::optional<Archive> archiveAtAddress() {
-    const std::string location = stringValue(infoDictionary(), "ksv.jreLocation").value_or("");
-    const std::string url(platform::trimmingWhitespaceAndNewlines(location));
-    return url.empty() ? std::nullopt : std::optional(Archive{url, false});
-}
-
-std::optional<JavaRuntime> searchRuntime(Launcher &launcher) {
-    _DLog("%s [Line %d] searching for public JREs", signature, __LINE__);
-    if (auto runtime = launcher.findJavaBundle(false)) {
-        return runtime;
-    }
-    _DLog("%s [Line %d] searching for other JREs", signature, __LINE__);
-    return launcher.findJavaBundle(true);
-}
-
 /// The runtime of the archive if it is kept; it is in use until the process ends.
-std::optional<JavaRuntime> keptRuntime(const Archive &archive) {
+std::optional<JavaRuntime> keptRuntime(const ArchivedRuntime &archive) {
     auto found = findKeptRuntime(archive.origin, archive.isShipped);
     if (!found) {
         return std::nullopt;
@@ -77,12 +48,9 @@ bool wantsOneProcess() {
 std::optional<int> becomeJavaProgram() {
     Launcher launcher;
     launcher.isOneProcess = true;
-    auto archive = shippedArchive();
-    if (!archive) {
-        launcher.runtime = searchRuntime(launcher);
-        archive = launcher.runtime ? std::nullopt : archiveAtAddress();
-    }
-    if (archive) {
+    RuntimeSource source = findRuntimeSource(launcher);
+    launcher.runtime = std::move(source.runtime);
+    if (const auto &archive = source.archive) {
         launcher.runtime = keptRuntime(*archive);
         if (!launcher.runtime && placeOfRuntime(archive->origin, archive->isShipped)) {
             if (obtainInSecondProcess() == Obtained::no) {

@@ -19,6 +19,10 @@ public:
     /// process ends.
     [[nodiscard]] static const Bundle &mainBundle();
 
+    /// Makes the application at a path this process's own, for a program that tells about other applications; false if
+    /// no folder is there. Called at most once, by the only thread, before its bundle is used.
+    [[nodiscard]] static bool setMainBundle(const std::string &path);
+
     /// Opens a directory as a bundle; null if the path does not lead to a directory. Without an Info.plist the bundle
     /// has no keys.
     [[nodiscard]] static std::unique_ptr<Bundle> create(const std::string &path);

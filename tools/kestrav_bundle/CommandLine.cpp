@@ -87,6 +87,21 @@ Request cleaning(int options, const std::vector<std::string> &operands) {
     return request;
 }
 
+/// The request to tell how an application would start; its own arguments are behind a "--".
+Request checking(const Request &asked, int options, const std::vector<std::string> &operands,
+                 const std::vector<std::string> &behind) {
+    if (!asked.check || operands.size() != 1 || options != (asked.asJSON ? 2 : 1)) {
+        throw Refusal(
+            "Beside --check there is one application: kestrav-bundle --check [--json] NAME.app [-- ARGUMENT...]");
+    }
+    Request request;
+    request.check = true;
+    request.asJSON = asked.asJSON;
+    request.output = platform::withoutTrailingSlashes(operands.front());
+    request.arguments = behind;
+    return request;
+}
+
 /// The words of a command line, into which the content of files with options is put as they are met.
 class CommandLine {
 public:
@@ -113,13 +128,20 @@ public:
             ++options_;
             option->apply(request, option->hasValue ? optarg : "");
         }
-        operands_.insert(operands_.end(), words_.begin() + optind, words_.end()); // those after "--"
+        behind_.assign(words_.begin() + optind, words_.end()); // those after "--"
         return true;
     }
 
     /// How many options were applied.
     [[nodiscard]] int optionCount() const { return options_; }
-    [[nodiscard]] const std::vector<std::string> &operands() const { return operands_; }
+    /// What is not an option: before "--", behind it, and both.
+    [[nodiscard]] const std::vector<std::string> &before() const { return operands_; }
+    [[nodiscard]] const std::vector<std::string> &behind() const { return behind_; }
+    [[nodiscard]] std::vector<std::string> operands() const {
+        std::vector<std::string> all = operands_;
+        all.insert(all.end(), behind_.begin(), behind_.end());
+        return all;
+    }
 
 private:
     [[nodiscard]] int count() const { return static_cast<int>(words_.size()); }
@@ -173,6 +195,7 @@ private:
     std::vector<std::string> words_; ///< the program and what has not been replaced by the words of a file
     std::vector<char *> vector_;
     std::vector<std::string> operands_;
+    std::vector<std::string> behind_;
     int options_ = 0;
     int files_ = 0;
 };
@@ -185,9 +208,12 @@ std::optional<Request> parseCommandLine(int argc, char **argv) {
     if (!line.read(request)) {
         return std::nullopt;
     }
-    const auto &operands = line.operands();
+    const auto operands = line.operands();
     if (request.clean) {
         return cleaning(line.optionCount(), operands);
+    }
+    if (request.check || request.asJSON) {
+        return checking(request, line.optionCount(), line.before(), line.behind());
     }
     request.output = outputOf(request, operands);
     const std::string name = applicationName(request.output);

@@ -193,6 +193,8 @@ const std::vector<Option> &options() {
         {"no-window", false, setter(&Request::noWindow)},
         {"dry-run", false, setter(&Request::dryRun)},
         {"verbose", false, setter(&Request::verbose)},
+        {"check", false, setter(&Request::check)},
+        {"json", false, setter(&Request::asJSON)},
         {"clean", false, setter(&Request::clean)},
         // Names that the JDK's packaging tool has for the same.
         {"main-jar", true, setJar},

@@ -155,6 +155,14 @@ void requireElsewhere(Program &program, const Request &request) {
 
 } // namespace
 
+bool mayComeFromElsewhere(const std::string &mainClass, const std::vector<std::string> &options) {
+    const auto brings = [](const std::string &option) {
+        const bool setsClassPath = option.starts_with("-Djava.class.path=");
+        return (bringsClasses(option) && !setsClassPath) || option == "-p" || option == "-m" || option == "--module";
+    };
+    return isOfRuntime(mainClass) || std::any_of(options.begin(), options.end(), brings);
+}
+
 Program examineProgram(const Request &request) {
     Program program;
     addInput(program, request);

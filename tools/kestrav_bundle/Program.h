@@ -26,6 +26,10 @@ struct Program {
     std::vector<std::string> notes;   ///< what the user may have overlooked
 };
 
+/// True if a main class may come from the runtime itself, or if one of the VM options can bring classes that are in no
+/// file of the class path.
+[[nodiscard]] bool mayComeFromElsewhere(const std::string &mainClass, const std::vector<std::string> &options);
+
 /// Puts the program together and refuses what could not start: files that are missing or would hide one another, and a
 /// main class that is not there.
 [[nodiscard]] Program examineProgram(const Request &request);

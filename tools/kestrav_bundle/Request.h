@@ -100,6 +100,9 @@ struct Request {
     bool dryRun = false;                       ///< all is checked, and nothing is written
     bool verbose = false;                      ///< each step is told
 
+    bool check = false;  ///< no application: it is told how `output` would start with `arguments`
+    bool asJSON = false; ///< for programs
+
     bool clean = false; ///< no application: kept runtimes are removed, from the folder `output` if it is not empty
 };
 

@@ -19,8 +19,8 @@ namespace {
 
 using platform::appendingPathComponent;
 
-/// What kind of machine a program is for: the system's executable format and, where it is one number, the processor.
-/// Empty for anything else, such as a script.
+} // namespace
+
 std::string machineOf(const std::string &path) {
     // As in <elf.h>, and in Apple's <mach-o/loader.h> and <mach-o/fat.h>.
     constexpr std::size_t elfMachine = 18;
@@ -37,8 +37,6 @@ std::string machineOf(const std::string &path) {
     const bool mach = bytes.starts_with("\xCF\xFA\xED\xFE") || bytes.starts_with("\xCA\xFE\xBA\xBE");
     return mach ? "Mach-O" : "";
 }
-
-} // namespace
 
 Runtime examineRuntime(const std::string &name, const std::string &folder, const RuntimeBounds &bounds,
                        const std::string &launcher) {

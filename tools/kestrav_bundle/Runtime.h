@@ -15,6 +15,10 @@ struct Runtime {
     std::string identifier; ///< its maker
 };
 
+/// What kind of machine a program is for: the system's executable format and, where it is one number, the processor.
+/// Empty for anything else, such as a script.
+[[nodiscard]] std::string machineOf(const std::string &path);
+
 /// Looks at a JDK or JRE folder: a bundle, or a home (the home of a bundle stands for the bundle). Refuses what is no
 /// runtime, runs on another system than `launcher` (an executable), or lies outside the bounds; `name` is what the user
 /// calls it.

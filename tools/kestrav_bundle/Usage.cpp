@@ -4,6 +4,7 @@ namespace kestrav::tools {
 
 const char *const usage =
     R"(Usage: kestrav-bundle --identifier ID [--jar FILE | --main-class CLASS] [OPTION...] NAME.app
+       kestrav-bundle --check [--json] NAME.app [-- ARGUMENT...]
        kestrav-bundle --clean [FOLDER]
 
 Makes an application bundle that starts a Java program. kestrav-bundle(1) has the details.
@@ -82,6 +83,8 @@ More
   --replace             replaces an application of that name once the new one is complete
   --dry-run             only checks, and tells what would be made
   --verbose             tells each step
+  --check               starts nothing and writes nothing: tells how an application would start, and
+                        what keeps it from starting; --json tells programs
   --clean [FOLDER]      removes runtimes that applications have kept and that are not in use
   --help, --version
 

@@ -2,6 +2,7 @@
 // a runtime.
 
 #include "Application.h"
+#include "Check.h"
 #include "Cleaning.h"
 #include "CommandLine.h"
 #include "Interruption.h"
@@ -34,8 +35,24 @@ bool flushed() {
     return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
 }
 
+/// Prints how an application would start; 0 if it would.
+int check(const kestrav::tools::Request &request) {
+    const auto report = kestrav::tools::examineStart(request);
+    if (request.asJSON) {
+        std::fputs(kestrav::tools::jsonOf(report).c_str(), stdout);
+    } else {
+        for (const std::string &line : kestrav::tools::linesOf(report, request.output)) {
+            std::printf("%s\n", shown(line).c_str());
+        }
+    }
+    return flushed() && report.problems.empty() ? 0 : failed;
+}
+
 int makeAsAsked(int argc, char **argv) {
     const auto request = kestrav::tools::parseCommandLine(argc, argv);
+    if (request && request->check) {
+        return check(*request);
+    }
     if (request && request->clean) {
         const bool whole = kestrav::tools::cleanRuntimes(
             request->output, [](const std::string &line) { std::printf("%s\n", shown(line).c_str()); });

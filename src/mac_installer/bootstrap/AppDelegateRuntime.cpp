@@ -7,6 +7,7 @@
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/RuntimeBundle.h"
 #include "mac_installer/launcher/RuntimeHome.h"
+#include "mac_installer/launcher/RuntimeSource.h"
 #include "mac_installer/launcher/failure.h"
 #include "platform/DebugLog.h"
 #include "platform/Exception.h"
@@ -55,23 +56,9 @@ void requireInside(const std::string &destination, const std::string &home) {
 } // namespace
 
 std::optional<JavaRuntime> AppDelegate::obtainRuntime(Launcher &launcher) {
-    const std::string shipped = appendingPathComponent(Bundle::mainBundle().resourcePath(), "app/jre.tar.gz");
-    if (platform::fileExistsAtPath(shipped)) {
-        return obtainFromArchive(shipped, true);
-    }
-    _DLog("%s [Line %d] searching for public JREs", signature, __LINE__);
-    if (auto runtime = launcher.findJavaBundle(false)) {
-        return runtime;
-    }
-    raiseIfCancelled();
-    _DLog("%s [Line %d] searching for other JREs", signature, __LINE__);
-    if (auto runtime = launcher.findJavaBundle(true)) {
-        return runtime;
-    }
-    raiseIfCancelled();
-    const std::string location = stringValue(infoDictionary(), "ksv.jreLocation").value_or("");
-    const std::string url(platform::trimmingWhitespaceAndNewlines(location));
-    return url.empty() ? std::nullopt : std::optional(obtainFromArchive(url, false));
+    RuntimeSource source = findRuntimeSource(launcher);
+    return source.archive ? obtainFromArchive(source.archive->origin, source.archive->isShipped)
+                          : std::move(source.runtime);
 }
 
 std::string AppDelegate::download(const std::string &url, const std::string &destination, bool keepsPart) {

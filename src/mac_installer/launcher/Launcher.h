@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mac_installer/launcher/CandidateVerdict.h"
+#include "mac_installer/launcher/Origin.h"
 #include "platform/Bundle.h"
 #include "platform/PropertyList.h"
 
@@ -34,6 +35,8 @@ public:
     std::optional<JavaRuntime> runtime;
     /// What the searches of this launch attempt have judged, in their order.
     std::vector<Candidate> judged;
+    /// Told where options, class path and arguments come from, if somebody asks.
+    OriginListener noteOrigin;
     /// Nothing is to be changed: an own runtime is not unpacked.
     bool looksOnly = false;
     /// A search judges all candidates, and so finds none.
@@ -59,9 +62,11 @@ public:
     OptionalText readOptionsFile(const OptionalText &path, std::vector<std::string> &options, OptionalText classPath,
                                  const std::string &bundlePath, bool mayExist = false) const;
 
-    /// Appends configured options, and those of the files they include; returns the class path.
+    /// Appends configured options, and those of the files they include; returns the class path. `key` is where
+    /// Info.plist has them, for `noteOrigin`.
     OptionalText addPredefinedOptions(const std::vector<std::string> &array, std::vector<std::string> &options,
-                                      const std::string &bundlePath, OptionalText classPath) const;
+                                      const std::string &bundlePath, OptionalText classPath,
+                                      const std::string &key = "") const;
 
     /// The text with the launcher's own variables and the environment's ("${NAME}") replaced.
     [[nodiscard]] std::string replaceVariables(std::string_view text) const;
@@ -183,6 +188,11 @@ private:
     /// Says that the runtime's `java` is for another processor; empty if it is not, or is missing.
     [[nodiscard]] static std::string otherProcessorReason(const std::string &path);
 
+    /// Appends an option whose value Info.plist has under a key.
+    void addOptionOf(std::vector<std::string> &options, const std::string &option, const char *key) const;
+    void addDockOptions(std::vector<std::string> &options, const std::string &bundlePath) const;
+    void addArguments(JavaParameters &parameters) const;
+    void addCommandLine(JavaParameters &parameters) const;
     void addVersionSpecificOptions(std::vector<std::string> &options, const std::string &bundlePath,
                                    OptionalText &classPath) const;
     /// Puts the options for what the virtual machine recorded of the program before the others, if that still fits.

@@ -40,42 +40,28 @@ void addOption(std::vector<std::string> &options, std::string_view format, const
     options.push_back(platform::format(format, value));
 }
 
-/// The application's arguments from the command line; "-J…" ones become options if the configuration lets them pass.
-void addCommandLine(JavaParameters &parameters, bool allowPassthrough) {
-    const auto &arguments = ProcessInfo::processInfo().arguments();
-    for (std::size_t i = 1; i < arguments.size(); ++i) {
-        const std::string &argument = arguments[i];
-        if (i == 1 && argument.starts_with("-psn_")) {
-            continue; // the process serial number that Finder adds
-        }
-        _DLog("%s [Line %d] cl arg: %@ ", signature, __LINE__, argument);
-        if (allowPassthrough && argument.starts_with("-J")) {
-            parameters.options.push_back(argument.substr(2));
-        } else {
-            parameters.args.push_back(argument);
-        }
-    }
-}
-
 } // namespace
 
 JavaParameters Launcher::readJavaParameters() const {
-    const PropertyList &info = infoDictionary();
     const PropertyList &javaVM = javaVMDictionary();
     const std::string &bundlePath = platform::Bundle::mainBundle().bundlePath();
 
     JavaParameters parameters;
     auto &options = parameters.options;
     OptionalText classPath = replacingAppPackage(stringValue(javaVM, "ClassPath"), bundlePath);
+    if (noteOrigin && classPath) {
+        noteOrigin(ConfigurationPart::classPath, *classPath, {.key = "JavaVM/ClassPath"});
+    }
     if (const auto predefined = stringArrayValue(javaVM, "VMOptionArray")) {
-        classPath = addPredefinedOptions(*predefined, options, bundlePath, std::move(classPath));
+        classPath =
+            addPredefinedOptions(*predefined, options, bundlePath, std::move(classPath), "JavaVM/VMOptionArray");
     }
     addVersionSpecificOptions(options, bundlePath, classPath);
     classPath = readOptionsFile(siblingOptionsFile(bundlePath), options, std::move(classPath), bundlePath, true);
     classPath = readOptionsFile(stringValue(javaVM, "OptionsFile"), options, std::move(classPath), bundlePath);
 
     if (const auto splash = replacingAppPackage(stringValue(javaVM, "SplashFile"), bundlePath)) {
-        addOption(options, "-splash:%@", *splash);
+        addOptionOf(options, "-splash:" + *splash, "JavaVM/SplashFile");
     }
     const auto resolvedClassPath = resolveArtifactPath(classPath);
     if (resolvedClassPath && !resolvedClassPath->empty()) {
@@ -85,23 +71,63 @@ JavaParameters Launcher::readJavaParameters() const {
         const auto modulePath = resolveArtifactPath(replaceVariables(*modules));
         if (modulePath && !modulePath->empty()) {
             options.emplace_back("-p");
-            options.push_back(*modulePath);
+            addOptionOf(options, *modulePath, "JavaVM/ModulePath");
         }
     }
-    if (const auto icon = stringValue(info, "CFBundleIconFile")) {
-        options.push_back(platform::format("-Xdock:icon=%@/Contents/Resources/%@", bundlePath, *icon));
-    }
-    options.push_back(platform::format("-Xdock:name=%@", stringValue(info, "CFBundleName")));
+    addDockOptions(options, bundlePath);
     addOption(options, "-Dksv.ownBundlePath=%@", bundlePath);
-
-    for (const std::string &argument : stringArrayValue(javaVM, "ArgumentArray").value_or(std::vector<std::string>())) {
-        parameters.args.push_back(replaceVariables(argument));
-    }
-    addCommandLine(parameters, booleanValue(info, "ksv.allowPassthrough").value_or(false));
+    addArguments(parameters);
+    addCommandLine(parameters);
     addRecordedOptions(options, bundlePath, resolvedClassPath.value_or(""));
     parameters.mainClass = stringValue(javaVM, "MainClass");
     parameters.firstThread = booleanValue(javaVM, "StartOnMainThread").value_or(false);
     return parameters;
+}
+
+void Launcher::addOptionOf(std::vector<std::string> &options, const std::string &option, const char *key) const {
+    options.push_back(option);
+    if (noteOrigin) {
+        noteOrigin(ConfigurationPart::option, option, {.key = key});
+    }
+}
+
+void Launcher::addDockOptions(std::vector<std::string> &options, const std::string &bundlePath) const {
+    const PropertyList &info = infoDictionary();
+    if (const auto icon = stringValue(info, "CFBundleIconFile")) {
+        addOptionOf(options, platform::format("-Xdock:icon=%@/Contents/Resources/%@", bundlePath, *icon),
+                    "CFBundleIconFile");
+    }
+    addOptionOf(options, platform::format("-Xdock:name=%@", stringValue(info, "CFBundleName")), "CFBundleName");
+}
+
+void Launcher::addArguments(JavaParameters &parameters) const {
+    const auto configured = stringArrayValue(javaVMDictionary(), "ArgumentArray").value_or(std::vector<std::string>());
+    for (std::size_t i = 0; i < configured.size(); ++i) {
+        parameters.args.push_back(replaceVariables(configured[i]));
+        if (noteOrigin) {
+            noteOrigin(ConfigurationPart::argument, parameters.args.back(),
+                       {.key = platform::format("JavaVM/ArgumentArray/%d", i)});
+        }
+    }
+}
+
+/// The application's arguments from the command line; "-J…" ones become options if the configuration lets them pass.
+void Launcher::addCommandLine(JavaParameters &parameters) const {
+    const bool allowPassthrough = booleanValue(infoDictionary(), "ksv.allowPassthrough").value_or(false);
+    const auto &arguments = ProcessInfo::processInfo().arguments();
+    for (std::size_t i = 1; i < arguments.size(); ++i) {
+        const std::string &argument = arguments[i];
+        if (i == 1 && argument.starts_with("-psn_")) {
+            continue; // the process serial number that Finder adds
+        }
+        _DLog("%s [Line %d] cl arg: %@ ", signature, __LINE__, argument);
+        const bool isOption = allowPassthrough && argument.starts_with("-J");
+        auto &target = isOption ? parameters.options : parameters.args;
+        target.push_back(isOption ? argument.substr(2) : argument);
+        if (noteOrigin) {
+            noteOrigin(isOption ? ConfigurationPart::option : ConfigurationPart::argument, target.back(), {});
+        }
+    }
 }
 
 void Launcher::addVersionSpecificOptions(std::vector<std::string> &options, const std::string &bundlePath,
@@ -119,8 +145,8 @@ void Launcher::addVersionSpecificOptions(std::vector<std::string> &options, cons
                 platform::format("a version of %@ in Info.plist is %@, not a string", key, (*entries)[i].typeName()));
         }
         if (matchesVersionPattern(*pattern, (*entries)[i + 1])) {
-            classPath =
-                addPredefinedOptions(stringsOf((*entries)[i + 1], key), options, bundlePath, std::move(classPath));
+            classPath = addPredefinedOptions(stringsOf((*entries)[i + 1], key), options, bundlePath,
+                                             std::move(classPath), platform::format("JavaVM/%@/%d", key, i + 1));
             return;
         }
     }
@@ -155,9 +181,13 @@ std::vector<std::string> Launcher::commandLine(const JavaParameters &parameters)
     if (!parameters.mainClass || parameters.mainClass->empty()) {
         throw platform::Exception(platform::InvalidArgumentException, "no MainClass");
     }
+    std::vector<std::string> options = parameters.options;
+    if (isOneProcess && parameters.firstThread) {
+        options.emplace_back("-XstartOnFirstThread");
+    }
     std::vector<std::string> line;
-    line.reserve(parameters.options.size() + parameters.args.size() + 3);
-    for (const std::string &option : parameters.options) {
+    line.reserve(options.size() + parameters.args.size() + 3);
+    for (const std::string &option : options) {
         if (runtimeKnowsOption(option)) {
             line.push_back(option);
         } else {

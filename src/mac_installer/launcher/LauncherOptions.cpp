@@ -51,6 +51,17 @@ struct OpenFile {
         position = end + 1;
         return platform::trimming(line, " \t");
     }
+
+    /// The number of the line that was read last.
+    [[nodiscard]] int lineNumber() const {
+        const auto before = std::string_view(content).substr(0, position - 1);
+        int breaks = 0;
+        for (std::size_t i = 0; i < before.size(); ++i) {
+            const bool isPair = before[i] == '\r' && content.compare(i, 2, "\r\n") == 0;
+            breaks += before[i] == '\n' || (before[i] == '\r' && !isPair) ? 1 : 0;
+        }
+        return breaks + 1;
+    }
 };
 
 class OptionsReader {
@@ -126,17 +137,28 @@ private:
         const auto rest = [&](std::string_view keyword) { return option.substr(keyword.size()); };
         if (option.starts_with(setKeyword)) {
             classPath_ = rest(setKeyword);
+            note(ConfigurationPart::classPath, *classPath_);
         } else if (option.starts_with(prependKeyword)) {
             // A class path that was never set is the platform's nil, in the text as well.
-            classPath_ = rest(prependKeyword) + ":" + classPath_.value_or("(null)");
+            const std::string before = rest(prependKeyword) + (classPath_ ? "" : ":(null)");
+            classPath_ = before + (classPath_ ? ":" + *classPath_ : "");
+            note(ConfigurationPart::classPathBefore, before);
         } else if (option.starts_with(appendKeyword)) {
             if (classPath_) {
                 *classPath_ += ":" + rest(appendKeyword);
+                note(ConfigurationPart::classPathBehind, rest(appendKeyword));
             }
         } else if (option.starts_with(includeKeyword)) {
             open(includedPath(rest(includeKeyword), deletingLastPathComponent(files_.back().path)));
         } else {
             options_.push_back(std::move(option));
+            note(ConfigurationPart::option, options_.back());
+        }
+    }
+
+    void note(ConfigurationPart part, const std::string &value) const {
+        if (launcher_.noteOrigin) {
+            launcher_.noteOrigin(part, value, {files_.back().path, files_.back().lineNumber(), ""});
         }
     }
 
@@ -158,14 +180,19 @@ OptionalText Launcher::readOptionsFile(const OptionalText &path, std::vector<std
 }
 
 OptionalText Launcher::addPredefinedOptions(const std::vector<std::string> &array, std::vector<std::string> &options,
-                                            const std::string &bundlePath, OptionalText classPath) const {
-    for (const std::string &entry : array) {
+                                            const std::string &bundlePath, OptionalText classPath,
+                                            const std::string &key) const {
+    for (std::size_t i = 0; i < array.size(); ++i) {
+        const std::string &entry = array[i];
         if (entry.starts_with(includeKeyword)) {
             const std::string path = includedPath(std::string_view(entry).substr(includeKeyword.size()),
                                                   deletingLastPathComponent(bundlePath));
             classPath = readOptionsFile(path, options, std::move(classPath), bundlePath);
         } else {
             options.push_back(replaceVariables(entry));
+            if (noteOrigin) {
+                noteOrigin(ConfigurationPart::option, options.back(), {.key = platform::format("%@/%d", key, i)});
+            }
         }
     }
     return classPath;

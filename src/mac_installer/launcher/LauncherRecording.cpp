@@ -51,8 +51,12 @@ void Launcher::addRecordedOptions(std::vector<std::string> &options, const std::
         return;
     }
     std::vector<std::string> recorded = stringArrayValue(*recording, "VMOptions").value_or(std::vector<std::string>());
-    for (std::string &option : recorded) {
-        option = replacingAppPackage(option, bundlePath);
+    for (std::size_t i = 0; i < recorded.size(); ++i) {
+        recorded[i] = replacingAppPackage(recorded[i], bundlePath);
+        if (noteOrigin) {
+            noteOrigin(ConfigurationPart::option, recorded[i],
+                       {.key = platform::format("JavaVM/Recording/VMOptions/%d", i)});
+        }
     }
     options.insert(options.begin(), recorded.begin(), recorded.end());
 }

@@ -34,10 +34,7 @@ Launcher &Launcher::load(const char *programPath) {
         return *this;
     }
     prepareProcess();
-    JavaParameters parameters = readJavaParameters();
-    if (isOneProcess && parameters.firstThread) {
-        parameters.options.emplace_back("-XstartOnFirstThread");
-    }
+    const JavaParameters parameters = readJavaParameters();
     exportLanguage();
     setLaunchVector(programPath, commandLine(parameters));
     return *this;

@@ -83,7 +83,7 @@ void NewRuntime::removeArchive() const {
 }
 
 std::string NewRuntime::archivePath() const {
-    return appendingPathComponent(folder_, name_ + RuntimeStore::archiveSuffix);
+    return RuntimeStore(folder_).archiveOf(name_);
 }
 
 bool NewRuntime::hasArchive() const {
@@ -122,12 +122,25 @@ void NewRuntime::finish() const {
     removeArchive();
 }
 
+std::string RuntimeStore::placeOf(const std::string &name) const {
+    return appendingPathComponent(folder_, name);
+}
+
+std::string RuntimeStore::archiveOf(const std::string &name) const {
+    return placeOf(name) + archiveSuffix;
+}
+
+bool RuntimeStore::mayHold(const std::string &name) const {
+    return lastUseOf(placeOf(name)) && platform::objectionToPrivateFolder(folder_).empty();
+}
+
+std::optional<std::string> RuntimeStore::look(const std::string &name) const {
+    const bool found = mayHold(name) && isWhole(placeOf(name));
+    return found ? std::optional(extractedRuntime(appendingPathComponent(placeOf(name), runtimeName))) : std::nullopt;
+}
+
 std::optional<KeptRuntime> RuntimeStore::find(const std::string &name) const {
-    const std::string place = appendingPathComponent(folder_, name);
-    if (!lastUseOf(place) || !platform::objectionToPrivateFolder(folder_).empty()) {
-        return std::nullopt;
-    }
-    return use(name);
+    return mayHold(name) ? use(name) : std::nullopt;
 }
 
 std::optional<KeptRuntime> RuntimeStore::use(const std::string &name) const {

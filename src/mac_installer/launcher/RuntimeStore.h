@@ -87,8 +87,15 @@ public:
     /// The runtime of that name, if it is there and whole, as its list tells. One look; waits for nobody.
     [[nodiscard]] std::optional<KeptRuntime> find(const std::string &name) const;
 
-    /// The same, or the right to make it. Makes the folder. Waits while another run makes it; `checkpoint` is called
-    /// again and again meanwhile, and what it raises passes through. Raises if the folder will not do: see
+    /// Its path, if it is there and whole; for a look that changes nothing, not even its last use.
+    [[nodiscard]] std::optional<std::string> look(const std::string &name) const;
+
+    /// Where it is put, and where its archive is downloaded to before.
+    [[nodiscard]] std::string placeOf(const std::string &name) const;
+    [[nodiscard]] std::string archiveOf(const std::string &name) const;
+
+    /// What `find` finds, or the right to make it. Makes the folder. Waits while another run makes it; `checkpoint` is
+    /// called again and again meanwhile, and what it raises passes through. Raises if the folder will not do: see
     /// `NotKeptException`.
     [[nodiscard]] std::variant<KeptRuntime, NewRuntime> obtain(const std::string &name,
                                                                const std::function<void()> &checkpoint) const;
@@ -116,6 +123,7 @@ private:
     static constexpr const char *oldSuffix = ".old";         ///< one that is being removed
     static constexpr const char *archiveSuffix = ".archive"; ///< a downloaded archive; parts of one end with more
 
+    [[nodiscard]] bool mayHold(const std::string &name) const;
     [[nodiscard]] std::optional<KeptRuntime> use(const std::string &name) const;
     [[nodiscard]] NewRuntime prepare(const std::string &name, platform::FileLock lock) const;
     /// What there is of each runtime: the suffixes, an empty one for the runtime itself.

@@ -7,9 +7,27 @@
 
 namespace kestrav::platform {
 
+namespace {
+
+/// The one that was set in place of the process's own.
+std::unique_ptr<const Bundle> &otherMainBundle() {
+    static NeverDestroyed<std::unique_ptr<const Bundle>> bundle;
+    return bundle.get();
+}
+
+} // namespace
+
+bool Bundle::setMainBundle(const std::string &path) {
+    otherMainBundle() = create(path);
+    return otherMainBundle() != nullptr;
+}
+
 const Bundle &Bundle::mainBundle() {
     if (const auto &replacement = testing::replacements().mainBundle) {
         return *replacement;
+    }
+    if (otherMainBundle()) {
+        return *otherMainBundle();
     }
     static NeverDestroyed<std::unique_ptr<const Bundle>> bundle([] {
         const std::string path = ownPath();
