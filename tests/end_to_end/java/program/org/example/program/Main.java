@@ -8,7 +8,7 @@ public final class Main {
     private Main() {
     }
 
-    public static void main(String[] arguments) throws InterruptedException {
+    public static void main(String[] arguments) throws Exception {
         PrintStream output = new PrintStream(System.out, true, StandardCharsets.UTF_8);
         for (String argument : arguments) {
             output.println("argument " + argument.replace("\r", "<CR>"));
@@ -20,6 +20,12 @@ public final class Main {
         switch (end) {
             case "throw":
                 throw new IllegalStateException("thrown");
+            case "load":
+                System.loadLibrary("missing");
+                break;
+            case "window":
+                Class.forName("java.awt.Frame").getConstructor().newInstance();
+                break;
             case "wait":
                 Runtime.getRuntime().addShutdownHook(new Thread(() -> output.println("hook")));
                 output.println("waiting");
