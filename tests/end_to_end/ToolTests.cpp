@@ -33,6 +33,11 @@ const std::string icon("icns\0\0\0\x2Cic07\0\0\0\x24"
                        "\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR\0\0\0\x80IEND\xAE\x42\x60\x82",
                        44);
 
+/// The beginning of a file with code for a Mac: 2 is a program, 6 a library.
+std::string machCode(char type) {
+    return std::string("\xCF\xFA\xED\xFE\0\0\0\0\0\0\0\0", 12) + type + std::string(20, '\0');
+}
+
 TEST(Tool, ApplicationRunsOnEachKindOfRuntime) {
     const TemporaryDirectory folder;
     const std::string home = makeHome(folder);
@@ -325,7 +330,6 @@ TEST(Tool, TakesTheOptionsOfTheJdksPackagingTool) {
         "--mac-package-identifier org.example.tool --mac-package-name Menu --mac-app-category "
         "utilities --mac-signing-key-user-name Me --mac-sign --mac-entitlements e.plist";
     folder.write("e.plist", PropertyList(Dictionary{{"x", true}}).serialize());
-    fs::create_directory(folder / "made");
     const Outcome outcome = run("cd " + folder.path() + "; PATH=" + folder / "bin:$PATH " KESTRAV_TOOL + words, {});
     ASSERT_EQ(outcome.status, 0) << outcome.output;
     const std::string contents = folder / "made/Tool.app/Contents/";
@@ -381,20 +385,42 @@ TEST(Tool, TakesTheOptionsOfTheJdksPackagingTool) {
     }
 }
 
+TEST(Tool, MakesTheApplicationOfAMacFromItsTemplate) {
+    const TemporaryDirectory folder;
+    const std::string program = machCode(2);
+    for (const char *file : {"Mac/Contents/MacOS/launcher", "jdk/Contents/Home/bin/java"}) {
+        fs::permissions(folder.write(file, program), fs::perms::owner_all);
+    }
+    folder.write("Mac/Contents/Info.plist", contentOf(KESTRAV_TEMPLATE "/Contents/Info.plist"));
+    folder.write("Mac/Contents/Resources/MainWindow.nib", "");
+    folder.write("Mac/Contents/Resources/en.lproj/Localizable.strings", "");
+    folder.write("jdk/Contents/Home/lib/libjli.dylib", machCode(6));
+    const PropertyList info(Dictionary{{"JavaVM", Dictionary{{"JVMVersion", "17.0.9"}}}});
+    folder.write("jdk/Contents/Info.plist", info.serialize());
+    const std::string words =
+        "--template Mac --jar " KESTRAV_PROGRAM_JAR " --runtime jdk/Contents/Home --vm-option -Xdock:x ";
+    EXPECT_THAT(makeTool(folder, {}, words + "--add-modules auto").output,
+                HasSubstr("--add-modules is for a machine of that kind"));
+    const Outcome outcome = makeTool(folder, {}, words);
+    EXPECT_THAT(outcome.output, HasSubstr("it was looked at, but not tried"));
+    EXPECT_EQ(run("cd " + folder / "Test.app; sh", {"-c", "find . -type f | LC_ALL=C sort"}).output,
+              "./Contents/Info.plist\n./Contents/MacOS/launcher\n./Contents/PlugIns/jre.bundle/Contents/Home/bin/java\n"
+              "./Contents/PlugIns/jre.bundle/Contents/Home/lib/libjli.dylib\n"
+              "./Contents/PlugIns/jre.bundle/Contents/Info.plist\n./Contents/Resources/MainWindow.nib\n"
+              "./Contents/Resources/app/program.jar\n./Contents/Resources/en.lproj/Localizable.strings\n");
+}
+
 TEST(Tool, CodeIsSignedFromTheInsideOut) {
     const TemporaryDirectory folder;
-    const auto code = [](char type) { // the beginning of a file with code: 2 is a program, 6 a library
-        return std::string("\xCF\xFA\xED\xFE\0\0\0\0\0\0\0\0", 12) + type + std::string(20, '\0');
-    };
     makeHome(folder, "jdk/Contents/Home");
     const std::string fat("\xCA\xFE\xBA\xBE\0\0\0\1\0\0\0\0\0\0\0\0\0\0\0\x28\0\0\0\0", 24);
-    folder.write("jdk/Contents/Home/bin/jcmd", fat + std::string(16, '\0') + code(2));
-    folder.write("jdk/Contents/Home/lib/jspawnhelper", code(2));
-    folder.write("jdk/Contents/Home/lib/server/libjvm.dylib", code(6));
-    folder.write("jdk/Contents/Home/lib/libjli.dylib", code(6));
+    folder.write("jdk/Contents/Home/bin/jcmd", fat + std::string(16, '\0') + machCode(2));
+    folder.write("jdk/Contents/Home/lib/jspawnhelper", machCode(2));
+    folder.write("jdk/Contents/Home/lib/server/libjvm.dylib", machCode(6));
+    folder.write("jdk/Contents/Home/lib/libjli.dylib", machCode(6));
     fs::create_directory(folder / "jdk/Contents/MacOS");
     fs::create_symlink("../Home/lib/libjli.dylib", folder / "jdk/Contents/MacOS/libjli.dylib");
-    folder.write("native/helper", code(2));
+    folder.write("native/helper", machCode(2));
     folder.write("bin/codesign", R"(#!/bin/sh
 echo "$*" | sed 's|[^ ]*/new.app|APP|g; s| [^ ]*/signing/| |' >>"${0%/bin/*}/log"
 case $* in *entitlements*) grep -q '<true/>' "${0%/bin/*}"/made/.kest*/signing/entitlements || exit 1;; esac

@@ -124,6 +124,7 @@ struct Plan {
     platform::PropertyList templateInfo;
     Program program;
     RuntimeBounds bounds;
+    bool isForeign = false;         ///< for another machine: nothing of it is run
     std::optional<Runtime> runtime; ///< that of a folder; one in an archive has to be extracted first
 };
 
@@ -140,6 +141,12 @@ Plan plan(const Request &asked, const std::string &ownFolder) {
     refuseOccupiedPlace(request);
     plan.bundleTemplate = findTemplate(request, ownFolder);
     plan.templateInfo = templateInfoOf(plan.bundleTemplate);
+    plan.isForeign = isForeign(appendingPathComponent(plan.bundleTemplate, templateExecutable));
+    if (plan.isForeign && (request.trains || !request.addModules.empty())) {
+        throw Refusal("The template is for another kind of machine, whose runtimes do not run here: --" +
+                      std::string(request.trains ? "train" : "add-modules") + " is for a machine of that kind");
+    }
+    plan.request.addsClassArchive = request.addsClassArchive && !plan.isForeign;
     plan.program = examineProgram(request);
     plan.bounds = effectiveBounds(request, plan.program);
     if (request.runtime && !fs::is_regular_file(*request.runtime)) {
@@ -222,8 +229,15 @@ Content fill(const Plan &plan, const FileTree &tree, const Workshop &workshop, c
         append(notes, wantedRuntime(plan.bounds, plan.request));
         return {};
     }
-    progress.say("trying the runtime with the program's options");
-    append(notes, tryRuntime({*runtime, draft, application, workshop.pathOf("trial")}, plan.program.lacksMainClass));
+    if (plan.isForeign) {
+        notes.push_back(
+            "the runtime is for another kind of machine: it was looked at, but not tried" +
+            (plan.program.lacksMainClass ? "; that it has the main class is taken on trust" : std::string()));
+    } else {
+        progress.say("trying the runtime with the program's options");
+        append(notes,
+               tryRuntime({*runtime, draft, application, workshop.pathOf("trial")}, plan.program.lacksMainClass));
+    }
     const FileTree travelling =
         placeRuntime(*runtime, plan.request, application, workshop.pathOf("classes"), progress, notes);
     Content content;
@@ -255,6 +269,9 @@ std::vector<std::string> makeApplication(const Request &asked, const std::string
             append(notes, wantedRuntime(planned.bounds, request));
         }
         return notes;
+    }
+    if (request.destination) {
+        fs::create_directories(*request.destination);
     }
     Workshop workshop(request);
     const std::string application = workshop.pathOf("new.app");

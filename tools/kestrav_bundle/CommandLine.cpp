@@ -72,7 +72,7 @@ std::string outputOf(const Request &request, const std::vector<std::string> &ope
     if (operands.empty() && !isNamed) {
         throw Refusal("Which application is to be made? Try --help");
     }
-    return isNamed ? platform::appendingPathComponent(request.destination.value_or("."), request.name + ".app")
+    return isNamed ? platform::appendingPathComponent(request.destination.value_or(""), request.name + ".app")
                    : std::string(platform::withoutTrailingSlashes(operands.front()));
 }
 

@@ -112,8 +112,7 @@ std::vector<std::string> neededModules(const Kit &kit, const Request &request, c
     const auto known = kit.modules();
     auto modules = platform::componentsSeparatedBy(lines.back(), ","); // warnings come before it
     std::erase_if(modules, [&](const std::string &module) { return known.find(module) == known.end(); });
-    modules.emplace_back("java.base");
-    return modules;
+    return modules.empty() ? std::vector<std::string>{"java.base"} : modules;
 }
 
 } // namespace

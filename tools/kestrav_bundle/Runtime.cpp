@@ -5,6 +5,7 @@
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "platform/FileDescriptor.h"
 #include "platform/FileManager.h"
+#include "platform/Machine.h"
 #include "platform/path.h"
 
 #include <unistd.h>
@@ -36,6 +37,12 @@ std::string machineOf(const std::string &path) {
     }
     const bool mach = bytes.starts_with("\xCF\xFA\xED\xFE") || bytes.starts_with("\xCA\xFE\xBA\xBE");
     return mach ? "Mach-O" : "";
+}
+
+bool isForeign(const std::string &launcher) {
+    const std::string machine = machineOf(launcher);
+    const bool isForMac = machine == "Mach-O";
+    return !machine.empty() && (isForMac != platform::isMacOS() || !platform::runsOnThisProcessor(launcher));
 }
 
 Runtime examineRuntime(const std::string &name, const std::string &folder, const RuntimeBounds &bounds,

@@ -19,6 +19,9 @@ struct Runtime {
 /// Empty for anything else, such as a script.
 [[nodiscard]] std::string machineOf(const std::string &path);
 
+/// True if a launcher is for another kind of machine than this one: what belongs to it can be looked at, but not run.
+[[nodiscard]] bool isForeign(const std::string &launcher);
+
 /// Looks at a JDK or JRE folder: a bundle, or a home (the home of a bundle stands for the bundle). Refuses what is no
 /// runtime, runs on another system than `launcher` (an executable), or lies outside the bounds; `name` is what the user
 /// calls it.
