@@ -1,6 +1,7 @@
 # The settings every target of the project is built with: `target_link_libraries(x PRIVATE kestrav_settings)`.
 add_library(kestrav_settings INTERFACE)
-set(KESTRAV_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual -Werror)
+set(KESTRAV_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+                                                  $<$<BOOL:${KESTRAV_WARNINGS_AS_ERRORS}>:-Werror>)
 target_compile_options(kestrav_settings INTERFACE ${KESTRAV_WARNINGS})
 # g++ 12 sees an overlap in every "text" + std::string that it inlines (its bug 105651), and uninitialized members in
 # every alternative of a std::variant that is not the current one (its bug 80635). Clang and the sanitizers still check
