@@ -38,6 +38,12 @@ TEST(Tool, NothingIsLeftBehindByAnEndOnTheWay) {
     }
 }
 
+/// A PNG image of one pixel.
+const std::string smallImage("\211PNG\015\012\032\012\000\000\000\015IHDR\000\000\000\001\000\000\000\001\010\000\000"
+                             "\000\000\072\176\233U\000\000\000\012IDATx\234c\140"
+                             "\000\000\000\002\000\001H\257\244q\000\000\000\000IEND\256B\140\202",
+                             67);
+
 TEST(Tool, WhatWouldNotStartIsRefused) {
     const TemporaryDirectory files;
     const std::string home = makeHome(files);
@@ -107,6 +113,10 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--identifier", "tool"}, "The identifier \"tool\""},
         {{"--icon", files.write("cut.icns", std::string("icns\0\0\0\x09", 8))}, "is not an .icns file"},
         {{"--icon", files.write("old.icns", std::string("icns\0\0\0\x14it32\0\0\0\x0C....", 20))}, "has no PNG image"},
+        {{"--icon", files.write("cut.png", "\x89PNG\r\n\x1A\n" + std::string(32, '\0'))}, "is a damaged PNG image"},
+        {{"--icon", files.write("huge.png", "\x89PNG\r\n\x1A\n" + std::string(32, 'x'))}, "more than 8192 pixels"},
+        {{"--icon", files.write("small.png", smallImage)}, "has only 1 pixels on a side"},
+        {{"--icon", files.write("cut.svg", "<svg><g>")}, "a PNG or an SVG image: "},
         {{"--language", "fr=" + files.write("fr", english)}, "has no text for \"dorvik.InternalError\""},
         {{"--language", "xx"}, "no messages in xx"},
         {{"--file-type", ".txt"}, "\".txt\" is not a file's extension"},

@@ -2,6 +2,7 @@
 
 #include "Launch.h"
 #include "Tool.h"
+#include "platform/IconImage.h"
 #include "support/LoopbackServer.h"
 
 #include <gmock/gmock.h>
@@ -286,8 +287,9 @@ TEST(Tool, DesktopsAcceptTheirEntryAndOpenFilesByIt) {
     const std::string installed = folder / R"(in "the" $x\y `z)"; // as the entry finds it
     const std::string entry = folder / "share/org.example.tool.desktop";
     const std::string document = folder.write("a b.tl", "");
+    const std::string image = folder.write("x.svg", R"(<svg xmlns="http://www.w3.org/2000/svg"/>)");
     const std::tuple<std::vector<std::string>, std::string, std::string> cases[] = {
-        {{"--file-type", "tl=A <tool> & file", "--file-type", "foo:text/plain"},
+        {{"--icon", image, "--file-type", "tl=A <tool> & file", "--file-type", "foo:text/plain"},
          document,
          "MimeType=application/x-tl;text/plain;\n"},
         {{"--url-scheme", "Tool", "--name-in", "pt-BR= A\\B"}, "tool:x", "Name[pt_BR]=\\sA\\\\B\n"},
@@ -303,6 +305,9 @@ TEST(Tool, DesktopsAcceptTheirEntryAndOpenFilesByIt) {
         EXPECT_EQ(run("desktop-file-validate", {entry}).output, "");
         fs::remove(installed);
         fs::create_directory_symlink(bundle.folder().path(), installed);
+        const std::string icons = contentOf(bundle.path() + "/Contents/Resources/app.icns");
+        const auto small = platform::iconImage(icons, 32);
+        EXPECT_EQ(contentOf(folder / "share/hicolor/32x32/apps/org.example.tool.png"), small.value_or("none"));
         Launch launch(bundle, {.program = opened, .by = {"/usr/bin/gio", "launch", entry}});
         EXPECT_EQ(launch.report().arguments.back(), opened);
         EXPECT_EQ(launch.wait(), 0) << launch.errors();
@@ -407,7 +412,8 @@ TEST(Tool, MakesTheApplicationOfAMacFromItsTemplate) {
               "./Contents/Info.plist\n./Contents/MacOS/launcher\n./Contents/PlugIns/jre.bundle/Contents/Home/bin/java\n"
               "./Contents/PlugIns/jre.bundle/Contents/Home/lib/libjli.dylib\n"
               "./Contents/PlugIns/jre.bundle/Contents/Info.plist\n./Contents/Resources/MainWindow.nib\n"
-              "./Contents/Resources/app/program.jar\n./Contents/Resources/en.lproj/Localizable.strings\n");
+              "./Contents/Resources/app.icns\n./Contents/Resources/app/program.jar\n./Contents/Resources/en.lproj/"
+              "Localizable.strings\n");
 }
 
 TEST(Tool, CodeIsSignedFromTheInsideOut) {

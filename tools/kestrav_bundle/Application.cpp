@@ -3,6 +3,7 @@
 #include "Configuration.h"
 #include "DesktopEntry.h"
 #include "FileTree.h"
+#include "Icons.h"
 #include "KnownKeys.h"
 #include "Linking.h"
 #include "ProgramFiles.h"
@@ -122,6 +123,7 @@ struct Plan {
     Request request;
     std::string bundleTemplate;
     platform::PropertyList templateInfo;
+    std::string icon; ///< the content of its file
     Program program;
     RuntimeBounds bounds;
     bool isForeign = false;         ///< for another machine: nothing of it is run
@@ -147,6 +149,7 @@ Plan plan(const Request &asked, const std::string &ownFolder) {
                       std::string(request.trains ? "train" : "add-modules") + " is for a machine of that kind");
     }
     plan.request.addsClassArchive = request.addsClassArchive && !plan.isForeign;
+    plan.icon = iconFile(request);
     plan.program = examineProgram(request);
     plan.bounds = effectiveBounds(request, plan.program);
     if (request.runtime && !fs::is_regular_file(*request.runtime)) {
@@ -179,11 +182,9 @@ std::optional<Runtime> runtimeOf(const Plan &plan, const Workshop &workshop, con
     return runtime;
 }
 
-void placeResources(const Request &request, const std::string &application) {
+void placeResources(const Request &request, const std::string &icon, const std::string &application) {
     const std::string resources = appendingPathComponent(application, "Contents/Resources");
-    if (request.icon) {
-        placeIcon(*request.icon, resources);
-    }
+    writeForEverybody(appendingPathComponent(resources, "app.icns"), icon);
     placeLanguages(request.languages, resources);
 }
 
@@ -224,7 +225,7 @@ Content fill(const Plan &plan, const FileTree &tree, const Workshop &workshop, c
     }
     const std::string application = workshop.pathOf("new.app");
     copyTree(tree, application, progress, "copying the program");
-    placeResources(plan.request, application);
+    placeResources(plan.request, plan.icon, application);
     if (!runtime) {
         append(notes, wantedRuntime(plan.bounds, plan.request));
         return {};
@@ -249,15 +250,23 @@ Content fill(const Plan &plan, const FileTree &tree, const Workshop &workshop, c
     return content;
 }
 
+/// What is made with the application. Refuses what is wrong in the configuration.
+std::vector<SideFile> filesBeside(const Plan &plan) {
+    const auto info = configuration(plan.templateInfo, plan.request, plan.program, {}, {});
+    std::vector<SideFile> files = desktopFiles(plan.request, info);
+    for (SideFile &icon : desktopIcons(plan.request, info, plan.icon)) {
+        files.push_back(std::move(icon));
+    }
+    return files;
+}
+
 } // namespace
 
 std::vector<std::string> makeApplication(const Request &asked, const std::string &ownFolder) {
     const Progress progress(asked.verbose);
     const Plan planned = plan(asked, ownFolder);
     const Request &request = planned.request;
-    // Refuses what is wrong.
-    SideFiles beside(desktopFiles(request, configuration(planned.templateInfo, request, planned.program, {}, {})),
-                     request.replace);
+    SideFiles beside(filesBeside(planned), request.replace);
     const FileTree tree = applicationTree(planned.bundleTemplate, request, planned.program);
     std::vector<std::string> notes = unheededKeys(request);
     append(notes, planned.program.notes);

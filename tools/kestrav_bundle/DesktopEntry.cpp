@@ -158,15 +158,14 @@ std::vector<std::string> schemesOf(const PropertyList &info) {
 
 /// The application's path once it is installed.
 std::string installedPath(const Request &request) {
-    const std::string path = request.installPath
-                                 ? std::string(platform::withoutTrailingSlashes(*request.installPath))
-                                 : std::filesystem::absolute(request.output).lexically_normal().string();
+    std::string path = request.installPath ? std::string(platform::withoutTrailingSlashes(*request.installPath))
+                                           : std::filesystem::absolute(request.output).lexically_normal().string();
     if (!path.starts_with('/') || !path.ends_with(".app") || path.find_first_of("\t\n") != std::string::npos) {
         throw Refusal("\"" + path + "\" is not the path at which an application is installed, such as /opt/" +
                       platform::lastPathComponent(request.output));
     }
     if (path.find_first_of("=%") != std::string::npos) {
-        throw Refusal("Desktops start nothing with \"=\" or \"%\" in its path: " + path);
+        throw Refusal(R"(Desktops start nothing with "=" or "%" in its path: )" + path);
     }
     return path;
 }

@@ -3,11 +3,9 @@
 #include "SideFiles.h"
 #include "platform/Bundle.h"
 #include "platform/FileManager.h"
-#include "platform/IconImage.h"
 #include "platform/PropertyList.h"
 #include "platform/path.h"
 
-#include <cstdint>
 #include <filesystem>
 #include <string_view>
 
@@ -18,29 +16,6 @@ namespace fs = std::filesystem;
 using platform::appendingPathComponent;
 
 namespace {
-
-/// An icon file (Apple's "icns") begins with its name and its own size, big-endian.
-bool isIcon(std::string_view content) {
-    constexpr std::string_view magic = "icns";
-    constexpr std::size_t headerSize = 8;
-    if (!content.starts_with(magic) || content.size() < headerSize) {
-        return false;
-    }
-    std::uint64_t size = 0;
-    for (const char byte : content.substr(magic.size(), headerSize - magic.size())) {
-        size = size * 256 + static_cast<unsigned char>(byte);
-    }
-    return size == content.size();
-}
-
-/// True if the progress window can show the icon wherever it opens. It draws PNG images, not the two older formats that
-/// icon files may have as well.
-bool canBeShown(std::string_view content) {
-    constexpr std::uint32_t edge = 128; // as the window has it on a fine screen
-    constexpr std::string_view lastOfImage("IEND\xAE\x42\x60\x82");
-    const auto image = platform::iconImage(content, edge);
-    return image && image->ends_with(lastOfImage);
-}
 
 /// Writes a user's string table and refuses one without all messages, as the platform reads it: through a bundle
 /// that has no other.
@@ -76,19 +51,6 @@ std::vector<std::string> messagesOf(const std::string &resources) {
 }
 
 } // namespace
-
-void placeIcon(const std::string &icon, const std::string &resources) {
-    const auto content = platform::contentsOfFile(icon);
-    if (!content || !isIcon(*content)) {
-        throw Refusal("The icon " + icon + (content ? " is not an .icns file" : " cannot be read"));
-    }
-    if (!canBeShown(*content)) {
-        throw Refusal("The icon " + icon +
-                      " has no PNG image, and the progress window cannot show any other; make it " +
-                      "with PNG images, one of 128 pixels among them");
-    }
-    writeForEverybody(appendingPathComponent(resources, "app.icns"), *content);
-}
 
 void placeLanguages(const std::vector<Language> &languages, const std::string &resources) {
     if (languages.empty()) {

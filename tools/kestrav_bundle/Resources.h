@@ -9,9 +9,6 @@
 
 namespace kestrav::tools {
 
-/// Puts the icon in. Refuses a file that is not an icon.
-void placeIcon(const std::string &icon, const std::string &resources);
-
 /// Keeps the languages that were asked for, and adds the user's own; leaves all if none was. Refuses those that have no
 /// messages, or are given twice.
 void placeLanguages(const std::vector<Language> &languages, const std::string &resources);

@@ -15,15 +15,16 @@ The application
   --name NAME           its name for people (default: what stands before ".app")
   --dest FOLDER         where NAME.app is made if the last argument is left out
   --app-version V       its version (default: 1.0.0)
-  --icon FILE           its icon, an .icns file with PNG images
+  --icon FILE           its icon: an SVG or PNG image, or an .icns file with PNG images
+                        (default: the initial of its name)
   --language LANG     * a language of the launcher's messages: en, de, ja or ar; LANG=FILE adds one
                         with its Localizable.strings. The first is used where none suits the user
                         (default: all, en first)
   --file-type EXT     * files that are opened with it, by extension; EXT:MIME/TYPE names their type,
                         EXT=DESCRIPTION their kind for people
   --url-scheme SCHEME * addresses that are opened with it
-  --desktop-entry FILE  also writes an entry for the desktops of Linux, and their description of the
-                        files' types beside it
+  --desktop-entry FILE  also writes an entry for the desktops of Linux and, beside it, the icon and
+                        the description of the files' types
   --install-path PATH   where that entry finds the application (default: where it is made)
   --name-in LANG=NAME * its name there in a language
 
