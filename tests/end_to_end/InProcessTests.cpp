@@ -85,7 +85,9 @@ TEST_F(InProcess, JavaProgramRunsAsUnderTheRuntimesOwnCommand) {
 }
 
 TEST_F(InProcess, AnApplicationThatWantsToBeOneProcessIsTheJavaProgram) {
-    std::string library = contentOf(KESTRAV_TEST_JLI "/COMPLETE/libjli.so").substr(0, 64);
+    std::string library = contentOf(KESTRAV_TEST_JLI "/COMPLETE/libjli.so");
+    bundle.folder().write("cut/Contents/Home/lib/libjli.so", library.substr(0, library.size() / 2));
+    const std::string cut = bundle.addRuntime("cut");
     library[18] = static_cast<char>(library[18] ^ 1); // the machine in an ELF header
     bundle.folder().write("foreign/Contents/Home/lib/libjli.so", library);
     const std::string foreign = bundle.addRuntime("foreign");
@@ -93,7 +95,7 @@ TEST_F(InProcess, AnApplicationThatWantsToBeOneProcessIsTheJavaProgram) {
     bundle.javaVM = {{"MainClass", mainClass},
                      {"ClassPath", jar},
                      {"VMOptionArray", Array{"-Dprogram.property=a b"}},
-                     {"SearchSequence", Array{"R" + bundle.runtime(), "R" + foreign, "R" KESTRAV_JDK}}};
+                     {"SearchSequence", Array{"R" + bundle.runtime(), "R" + cut, "R" + foreign, "R" KESTRAV_JDK}}};
     const Terminal terminal;
     Launch run(bundle, {.arguments = {"-q", "wait"},
                         .environment = {{"KESTRAV_LOG", "yes"}, {"LC_ALL", "C.UTF-8"}},
@@ -105,6 +107,7 @@ TEST_F(InProcess, AnApplicationThatWantsToBeOneProcessIsTheJavaProgram) {
     EXPECT_THAT(run.output(), StartsWith("argument -q\nargument wait\nproperty a b\n"));
     EXPECT_THAT(run.output(), EndsWith("waiting\nhook\n"));
     for (const std::string &refusal : {bundle.runtime() + ": it has no launch library (libjli)\n",
+                                       cut + ": its launch library (libjli) is cut off\n",
                                        foreign + ": its launch library has no code for this process's processor\n"}) {
         EXPECT_THAT(run.errors(), HasSubstr("rejected " + refusal));
     }

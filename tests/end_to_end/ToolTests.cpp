@@ -414,6 +414,7 @@ TEST(Tool, MakesTheApplicationOfAMacFromItsTemplate) {
               "./Contents/PlugIns/jre.bundle/Contents/Info.plist\n./Contents/Resources/MainWindow.nib\n"
               "./Contents/Resources/app.icns\n./Contents/Resources/app/program.jar\n./Contents/Resources/en.lproj/"
               "Localizable.strings\n");
+    EXPECT_THAT(makeTool(folder, {}, words + "--installer --replace").output, HasSubstr("app/jre.tar.gz ("));
 }
 
 TEST(Tool, CodeIsSignedFromTheInsideOut) {

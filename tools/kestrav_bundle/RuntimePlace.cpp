@@ -4,6 +4,8 @@
 #include "Interruption.h"
 #include "RuntimeArchive.h"
 #include "RuntimeTree.h"
+#include "Template.h"
+#include "platform/Bundle.h"
 #include "platform/SHA256.h"
 #include "platform/path.h"
 
@@ -18,6 +20,15 @@ namespace fs = std::filesystem;
 using platform::appendingPathComponent;
 
 constexpr const char *place = "Contents/PlugIns/jre.bundle";
+
+/// A bundle of this machine's kind, whose modules can be opened here; the application may be for another.
+std::string bundleWithModules(const std::string &application) {
+    try {
+        return findTemplate({}, platform::Bundle::mainBundle().bundlePath());
+    } catch (const Refusal &) {
+        return application; // there is no template but the one that was asked for
+    }
+}
 
 } // namespace
 
@@ -54,7 +65,7 @@ RuntimeArchive finishRuntime(const FileTree &tree, const Runtime &runtime, Runti
     notes.push_back(what + "in Contents/Resources/app/jre.tar.gz (" +
                     std::to_string((fs::file_size(archive) + million / 2) / million) + " MB, " +
                     std::to_string((size + million / 2) / million) + " MB extracted)");
-    return {size, platform::sha256OfFile(application, archive, raiseIfInterrupted)};
+    return {size, platform::sha256OfFile(bundleWithModules(application), archive, raiseIfInterrupted)};
 }
 
 } // namespace kestrav::tools

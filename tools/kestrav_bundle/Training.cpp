@@ -160,6 +160,8 @@ public:
         for (const std::string &name : classPathOf(trainee_.info)) {
             addStamp(stamps, name);
         }
+        // A virtual machine may crash on a recording that was cut short.
+        addStamp(stamps, std::string(programFolder) + "/" + platform::lastPathComponent(recording_));
         const auto &options = recorder_.useOptions;
         return Dictionary{
             {"Version", trainee_.runtime.version},

@@ -103,10 +103,9 @@ std::vector<std::string> mostTelling(const std::vector<Candidate> &candidates) {
 
 /// Everything that was looked at, for the log.
 std::vector<std::string> described(const std::vector<Candidate> &candidates) {
-    std::vector<std::string> lines;
-    for (const Candidate &each : candidates) {
-        lines.push_back(each.path + " (" + each.place + "): " + each.verdict.refusal);
-    }
+    std::vector<std::string> lines(candidates.size());
+    std::transform(candidates.begin(), candidates.end(), lines.begin(),
+                   [](const Candidate &each) { return each.path + " (" + each.place + "): " + each.verdict.refusal; });
     return lines;
 }
 
