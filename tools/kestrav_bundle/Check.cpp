@@ -104,7 +104,7 @@ private:
         } else if (source.archive) {
             useArchive(*source.archive);
         } else {
-            report_.problems.push_back("no runtime suits");
+            report_.problems.emplace_back("no runtime suits");
         }
         if (!source.archive || !source.archive->isShipped) {
             judgeAll();

@@ -128,6 +128,8 @@ std::string linkRuntime(const std::string &home, const Request &request, const P
             "the runtime has the modules that jdeps sees; it does not see what is found by name, such as "
             "services (jdk.crypto.ec, jdk.localedata, jdk.zipfs) and reflection: --add-modules auto,MODULE");
     }
+    std::sort(modules.begin(), modules.end()); // jdeps names one for each archive that needs it
+    modules.erase(std::unique(modules.begin(), modules.end()), modules.end());
     std::string linked = fs::absolute(appendingPathComponent(folder, "linked")).string();
     std::vector<std::string> options{"--output",          linked,          "--add-modules", joined(modules, ","),
                                      "--no-header-files", "--no-man-pages"};
