@@ -26,7 +26,7 @@ std::string withShortAddresses(std::string_view line) {
         while (begin > 0 && isAlphanumeric(line[begin - 1])) {
             --begin;
         }
-        const std::size_t end = std::min(line.find_first_of(" \t\"'<>", found), line.size());
+        const std::size_t end = std::min(line.find_first_of(" \t\"<>", found), line.size());
         result += line.substr(0, begin);
         result += platform::withoutSecrets(line.substr(begin, end - begin));
         line.remove_prefix(end);
@@ -47,6 +47,11 @@ std::string withShortHome(std::string_view line) {
     return result.append(line);
 }
 
+/// True for an empty line, and for one with options from the environment, which may have secrets.
+bool saysNothing(std::string_view line) {
+    return line.empty() || line.starts_with("Picked up ") || line.starts_with("NOTE: Picked up ");
+}
+
 bool isOfStack(std::string_view line) {
     return line.starts_with(" at ") || line.starts_with(" ... ");
 }
@@ -62,7 +67,7 @@ std::vector<std::string> errorLines(std::string_view errors) {
         line = platform::onOneLine(withShortHome(withShortAddresses(line)));
         line.resize(line.find_last_not_of(' ') + 1);
     }
-    std::erase(lines, "");
+    std::erase_if(lines, saysNothing);
     return lines;
 }
 

@@ -3,6 +3,7 @@
 #include "platform/ProcessInfo.h"
 
 #include <clocale>
+#include <cstdlib>
 #include <string_view>
 
 namespace kestrav::platform {
@@ -21,8 +22,9 @@ void prepareForWindow(bool usesSessionBus) {
     exportEnvironmentVariable("GDK_DISABLE", "gl");
     exportEnvironmentVariable("GDK_DEBUG", ""); // the module sets its value if the library's version needs it
     if (!usesSessionBus) {
-        // Otherwise the library would start a session bus.
-        exportEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+        // Otherwise the library would start a session bus, or wait for one that does not answer. If there is no memory
+        // for it, that is what it does.
+        static_cast<void>(setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1));
         exportEnvironmentVariable("GTK_A11Y", "none");
     }
     std::setlocale(LC_CTYPE, ""); // selects the user's forms of characters; nothing else changes
