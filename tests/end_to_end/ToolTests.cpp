@@ -247,7 +247,7 @@ TEST(Tool, TakesAFolderAsItIsAndOptionsFromFiles) {
     folder.write("options", "--input in --jar bin/app.jar # with what it needs\n@more '--splash' conf/\"splash\".png "
                             "--vm-option=\"-Dtext=a \\\"b\\\" # \\\\ \\tc\\\n    d\"");
     folder.write("more",
-                 "--vm-option\t17-21:-Da=1\r\n--vm-option 17-:-Db=2 --vm-option 8:-Dc='3\n--argument @x -- @@y.app");
+                 "--vm-option\t17-21:-Da=1\r\n--vm-option 17-:-Db=2 --vm-option 8:-Dc='3\n--argument @@x -- @@y.app");
     const std::string words = "@options --class-path lib/b.jar --options-file more.vmoptions --no-window "
                               "--working-directory '$APP_PACKAGE/..' ";
     EXPECT_THAT(makeTool(folder, {}, words).output, HasSubstr("One application at a time"));
@@ -269,7 +269,7 @@ TEST(Tool, TakesAFolderAsItIsAndOptionsFromFiles) {
                                 {"VMOptionArray", Array{"-Dtext=a \"b\" # \\ \tcd"}},
                                 {"VersionSpecificVMOptions", Array{"8-8", Array{"-Dc=3"}, "17-21",
                                                                    Array{"-Da=1", "-Db=2"}, "22-9999", Array{"-Db=2"}}},
-                                {"ArgumentArray", Array{"@x"}},
+                                {"ArgumentArray", Array{"@@x"}},
                                 {"OptionsFile", app + "more.vmoptions"},
                                 {"SplashFile", app + "conf/splash.png"},
                                 {"WorkingDirectory", "$APP_PACKAGE/.."}})

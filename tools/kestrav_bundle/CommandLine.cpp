@@ -69,6 +69,9 @@ std::string outputOf(const Request &request, const std::vector<std::string> &ope
     if (operands.size() > 1 || (!operands.empty() && request.destination)) {
         throw Refusal("One application at a time: " + operands.back());
     }
+    if (isNamed && request.name.find('/') != std::string::npos) {
+        throw Refusal("The name " + request.name + R"( has a "/", which a file's cannot have; give NAME.app as well)");
+    }
     if (operands.empty() && !isNamed) {
         throw Refusal("Which application is to be made? Try --help");
     }

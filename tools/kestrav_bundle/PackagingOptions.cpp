@@ -24,7 +24,8 @@ std::map<std::string, std::string> propertiesOf(const std::string &path) {
     }
     std::map<std::string, std::string> properties;
     std::string whole;
-    for (const std::string &line : platform::componentsSeparatedBy(*text, "\r\n")) {
+    for (const std::string &line :
+         platform::componentsSeparatedBy(platform::replacingOccurrences(*text, "\r", ""), "\n")) {
         whole += platform::trimming(line, blanks);
         if (whole.ends_with('\\')) {
             whole.pop_back();

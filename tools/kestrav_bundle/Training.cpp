@@ -241,6 +241,9 @@ private:
 /// file.
 void requireRecordable(const PropertyList &info) {
     const PropertyList &javaVM = *info.find("JavaVM");
+    if (javaVM.find("ModulePath") != nullptr) {
+        throw Refusal("The application cannot be trained: only programs on a class path are recorded, not modules");
+    }
     for (const std::string &entry : classPathOf(info)) {
         const std::string start = std::string(programFolder) + "/";
         if (!entry.starts_with(start) || entry.find_first_of("$*", start.size()) != std::string::npos) {
