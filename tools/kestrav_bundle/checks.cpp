@@ -179,8 +179,9 @@ void checkRequest(const Request &request) {
     requireTexts(request.arguments, "An argument");
     for (const std::string &argument : request.arguments) {
         if (!request.installer && argument.starts_with('@') && !argument.starts_with("@@")) {
-            throw Refusal("The argument " + argument + " would name a file with arguments; if it means itself, give @" +
-                          argument);
+            throw Refusal(
+                "An argument with one @ before it would name a file with arguments; if it means itself, give @" +
+                argument);
         }
     }
     requireTexts(request.search.value_or(std::vector<std::string>()), "A place to search");
