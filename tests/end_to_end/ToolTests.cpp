@@ -368,7 +368,7 @@ TEST(Tool, TakesTheOptionsOfTheJdksPackagingTool) {
     const Outcome module = run(tool, {folder / "made/Tool.app"});
     ASSERT_EQ(module.status, 0) << module.output;
     EXPECT_THAT(module.output,
-                testing::AllOf(HasSubstr("what is found by name"), HasSubstr("java.logging, java.base")));
+                testing::AllOf(HasSubstr("what is found by name"), HasSubstr("java.base, java.logging")));
     EXPECT_THAT(run(contents + "MacOS/launcher", {"said"}).output,
                 HasSubstr("said\nproperty null\nmodule org.example.p"));
     EXPECT_THAT(contentOf(contents + "PlugIns/jre.bundle/Contents/Home/release"),

@@ -179,9 +179,8 @@ void checkRequest(const Request &request) {
     requireTexts(request.arguments, "An argument");
     for (const std::string &argument : request.arguments) {
         if (!request.installer && argument.starts_with('@') && !argument.starts_with("@@")) {
-            throw Refusal(
-                "An argument with one @ before it would name a file with arguments; if it means itself, give @" +
-                argument);
+            throw Refusal("An argument that begins with a single @ would name a file with arguments; give it as @" +
+                          argument);
         }
     }
     requireTexts(request.search.value_or(std::vector<std::string>()), "A place to search");
