@@ -1,4 +1,5 @@
 #include "platform/Exception.h"
+#include "platform/FileManager.h"
 #include "support/LauncherFixture.h"
 
 #include <gmock/gmock.h>
@@ -47,7 +48,7 @@ TEST_F(Configuration, AValueOfTheWrongTypeIsNamed) {
 TEST_F(Configuration, OfTheWrongTypeDoesNotHideANotice) {
     configure({{"CFBundleName", 7}, {"ksv.baseDir", Array{}}});
     Launcher::displayError("key");
-    EXPECT_EQ(notices, Strings{": key\n" + directory / "home/.local/state/kestrav/Tool.log"});
+    EXPECT_EQ(notices, Strings{": key\n" + platform::failureLogFile("Tool")});
 }
 
 class Options : public LauncherFixture {

@@ -113,7 +113,7 @@ TEST_F(Search, WhatWasRefusedIsToldAndRecorded) {
         return directory / (std::string(jdks) + "jdk-" + version + ".jdk") + place + ": version " + version +
                " is not within the bounds, minimum 21\n";
     };
-    const std::string file = directory / "home/.local/state/kestrav/Tool.log";
+    const std::string file = platform::failureLogFile("Tool");
     EXPECT_THAT(notices, ElementsAre(HasSubstr("\n" + line("17", "") + line("16", "") + line("11.0.2", "") + file)));
     const std::string place = " (search entry Y)";
     EXPECT_THAT(platform::contentsOfFile(file).value_or(""),
