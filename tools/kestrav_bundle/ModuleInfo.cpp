@@ -74,7 +74,7 @@ private:
     };
 
     std::size_t read(Entry &entry) {
-        // By the tags of the Java virtual machine's specification: how long a constant is.
+        // How long a constant of a class file is, by its tag.
         constexpr std::string_view sizes("\0\0\0\4\4\10\10\2\2\4\4\4\4\0\0\3\2\4\4\2\2", 21);
         constexpr std::size_t textTag = 1;
         const std::size_t tag = reader_.number(1);
@@ -137,9 +137,9 @@ std::string automaticModuleName(const std::string &archive) {
     std::string name = platform::lastPathComponent(archive);
     name.resize(name.size() - (name.ends_with(suffix) ? suffix.size() : 0));
     for (std::size_t dash = name.find('-'); dash != std::string::npos; dash = name.find('-', dash + 1)) {
-        const std::size_t end =
-            std::find_if_not(name.begin() + static_cast<std::ptrdiff_t>(dash) + 1, name.end(), isDigit) - name.begin();
-        if (end > dash + 1 && (end == name.size() || name[end] == '.')) {
+        const auto digits = name.begin() + static_cast<std::ptrdiff_t>(dash) + 1;
+        const auto end = std::find_if_not(digits, name.end(), isDigit);
+        if (end != digits && (end == name.end() || *end == '.')) {
             name.resize(dash); // a version follows
             break;
         }
