@@ -13,11 +13,11 @@ namespace kestrav::platform {
 /// same kind is accepted, and so is a script.
 [[nodiscard]] bool runsOnThisProcessor(const std::string &program);
 
-/// True if this process can load the library: it has code for exactly this process's kind of processor.
+/// True if this process can load the library: it has code for exactly this process's kind of processor, and is whole.
 [[nodiscard]] bool loadsIntoThisProcess(const std::string &library);
 
-/// True if the library ends before what the system would map of it; loading it would end this process with a bus error.
-/// Always false on macOS, which checks that itself.
+/// True if a library for this process's processor ends before what the system would map of it; loading it would end
+/// this process with a bus error. Always false on macOS, which checks that itself.
 [[nodiscard]] bool isCutOff(const std::string &library);
 
 /// The folder that Java runtimes before version 9 have below "lib" for this process's processor ("amd64"); empty where

@@ -86,7 +86,8 @@ TEST_F(InProcess, JavaProgramRunsAsUnderTheRuntimesOwnCommand) {
 
 TEST_F(InProcess, AnApplicationThatWantsToBeOneProcessIsTheJavaProgram) {
     std::string library = contentOf(KESTRAV_TEST_JLI "/COMPLETE/libjli.so");
-    bundle.folder().write("cut/Contents/Home/lib/libjli.so", library.substr(0, library.size() / 2));
+    library.resize(library.size() / 2);
+    bundle.folder().write("cut/Contents/Home/lib/libjli.so", library);
     const std::string cut = bundle.addRuntime("cut");
     library[18] = static_cast<char>(library[18] ^ 1); // the machine in an ELF header
     bundle.folder().write("foreign/Contents/Home/lib/libjli.so", library);

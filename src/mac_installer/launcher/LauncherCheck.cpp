@@ -113,10 +113,9 @@ CandidateVerdict Launcher::requiringLaunchLibrary(CandidateVerdict verdict, cons
     const std::string library = plugin ? pluginLibraryPath() : launchLibraryPath(path);
     if (!platform::fileExistsAtPath(library)) {
         verdict.refusal = "it has no launch library (libjli)";
-    } else if (platform::isCutOff(library)) {
-        verdict.refusal = "its launch library (libjli) is cut off";
     } else if (!platform::loadsIntoThisProcess(library)) {
-        verdict.refusal = "its launch library has no code for this process's processor";
+        verdict.refusal = platform::isCutOff(library) ? "its launch library (libjli) is cut off"
+                                                      : "its launch library has no code for this process's processor";
     }
     if (!verdict.refusal.empty()) {
         verdict.launchVersion.reset();

@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 
 namespace kestrav::platform {
 
@@ -63,7 +62,7 @@ bool runsOnThisProcessor(const std::string &program) {
 }
 
 bool loadsIntoThisProcess(const std::string &library) {
-    return elfMachine(FileHeader(library)) == thisProcessor().machine;
+    return elfMachine(FileHeader(library)) == thisProcessor().machine && !isCutOff(library);
 }
 
 bool isCutOff(const std::string &library) {
@@ -78,8 +77,9 @@ bool isCutOff(const std::string &library) {
         return count == static_cast<ssize_t>(sizeof record);
     };
     ElfW(Ehdr) header{};
-    if (!readAt(0, header) || std::memcmp(&header.e_ident, ELFMAG, SELFMAG) != 0) {
-        return false; // the system says what is wrong
+    if (!readAt(0, header) || elfMachine(FileHeader(library)) != thisProcessor().machine ||
+        header.e_ident[EI_CLASS] != (sizeof(void *) == sizeof(Elf64_Addr) ? ELFCLASS64 : ELFCLASS32)) {
+        return false; // the headers of another processor's library have another form; the system refuses it
     }
     const auto size = static_cast<std::uint64_t>(status.st_size);
     for (unsigned index = 0; index < header.e_phnum; ++index) {
