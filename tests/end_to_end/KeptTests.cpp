@@ -30,6 +30,21 @@ struct KeepingBundle : AppBundle {
     }
 };
 
+/// A bundle that downloads the runtime that it keeps, from a server that counts the requests.
+struct DownloadingBundle : KeepingBundle {
+    explicit DownloadingBundle(std::string served = gzip(runtimeBundle().closed())) : archive(std::move(served)) {
+        fs::remove_all(path() + "/Contents/Resources/app");
+        info["ksv.jreLocation"] = server.url("/jre");
+    }
+    std::string archive;
+    std::atomic<int> requests = 0;
+    const LoopbackServer server{[this](Connection &connection) {
+        static_cast<void>(connection.readRequest());
+        ++requests;
+        connection.send(ok(archive));
+    }};
+};
+
 /// The suffixes of the names in a store, except locks.
 std::set<std::string> kept(const fs::path &cache) {
     std::set<std::string> suffixes;
@@ -94,16 +109,7 @@ TEST(Kept, WhateverTheCacheIsLikeTheProgramRuns) {
 }
 
 TEST(Kept, TwentyStartsDownloadItOnce) {
-    std::atomic<int> requests = 0;
-    const std::string archive = gzip(runtimeBundle().closed());
-    const LoopbackServer server([&](Connection &connection) {
-        static_cast<void>(connection.readRequest());
-        ++requests;
-        connection.send(ok(archive));
-    });
-    KeepingBundle bundle;
-    fs::remove_all(bundle.path() + "/Contents/Resources/app");
-    bundle.info["ksv.jreLocation"] = server.url("/jre");
+    const DownloadingBundle bundle;
     std::vector<std::unique_ptr<Launch>> runs;
     for (int i = 0; i < 20; ++i) {
         runs.push_back(bundle.start(bundle.cache()));
@@ -112,25 +118,16 @@ TEST(Kept, TwentyStartsDownloadItOnce) {
         EXPECT_EQ(run->wait(), 0) << run->errors();
         EXPECT_TRUE(run->report().arguments.front().starts_with(bundle.cache()));
     }
-    EXPECT_EQ(requests, 1);
+    EXPECT_EQ(bundle.requests, 1);
     EXPECT_EQ(kept(bundle.cache()), std::set<std::string>{""});
 }
 
 TEST(Kept, AWholeDownloadOutlivesItsRunUnlessItIsBad) {
-    int requests = 0;
-    std::string archive = gzip(runtimeBundle()
-                                   .file("Contents/Home/bin/unpack200", contentOf(KESTRAV_FAKE_UNPACK200), 0755)
-                                   .directory("Contents/Home/lib/")
-                                   .file("Contents/Home/lib/rt.jar.pack", pack("content"))
-                                   .closed());
-    const LoopbackServer server([&](Connection &connection) {
-        static_cast<void>(connection.readRequest());
-        ++requests;
-        connection.send(ok(archive));
-    });
-    KeepingBundle bundle;
-    fs::remove_all(bundle.path() + "/Contents/Resources/app");
-    bundle.info["ksv.jreLocation"] = server.url("/jre");
+    DownloadingBundle bundle(gzip(runtimeBundle()
+                                      .file("Contents/Home/bin/unpack200", contentOf(KESTRAV_FAKE_UNPACK200), 0755)
+                                      .directory("Contents/Home/lib/")
+                                      .file("Contents/Home/lib/rt.jar.pack", pack("content"))
+                                      .closed()));
     for (const int number : {SIGTERM, SIGKILL}) {
         const std::string unpacker = bundle.folder() / std::to_string(number);
         Launch ended(bundle,
@@ -144,17 +141,17 @@ TEST(Kept, AWholeDownloadOutlivesItsRunUnlessItIsBad) {
     }
     EXPECT_EQ(kept(bundle.cache()), (std::set<std::string>{".archive", ".new"}));
     EXPECT_EQ(bundle.start(bundle.cache())->wait(), 0);
-    EXPECT_EQ(requests, 1);
+    EXPECT_EQ(bundle.requests, 1);
     EXPECT_EQ(kept(bundle.cache()), std::set<std::string>{""});
 
     const fs::path store = bundle.cache() + "/kestrav/runtimes";
     const std::string name = namesIn(store).front().substr(0, 64);
     fs::remove_all(store / name);
-    std::ofstream(store / (name + ".archive")) << archive.substr(0, archive.size() / 2);
+    std::ofstream(store / (name + ".archive")) << bundle.archive.substr(0, bundle.archive.size() / 2);
     EXPECT_EQ(bundle.start(bundle.cache())->wait(), 0);
-    EXPECT_EQ(requests, 2);
+    EXPECT_EQ(bundle.requests, 2);
     fs::remove_all(store / name);
-    archive.resize(archive.size() - 1);
+    bundle.archive.pop_back();
     const auto refused = bundle.start(bundle.cache());
     expectRefusal(*refused, "could not extract the runtime: the archive is damaged");
     const std::string log = refused->errors();
