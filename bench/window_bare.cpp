@@ -10,7 +10,7 @@ int main(int argc, char **argv) {
     GtkBuilder *const builder = gtk_builder_new_from_file(argv[argc - 1]);
     const auto object = [&](const char *id) { return gtk_builder_get_object(builder, id); };
     gtk_window_set_title(GTK_WINDOW(object("window")), "Application Start");
-    gtk_label_set_text(GTK_LABEL(object("label")), "Preparing Test …");
+    gtk_label_set_text(GTK_LABEL(object("label")), "Preparing Test…");
     gtk_button_set_label(GTK_BUTTON(object("cancelButton")), "Cancel");
     gtk_window_present(GTK_WINDOW(object("window")));
     for (;;) {
