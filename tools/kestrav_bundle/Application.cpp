@@ -13,6 +13,7 @@
 #include "RuntimeArchive.h"
 #include "RuntimePlace.h"
 #include "Signing.h"
+#include "Sizes.h"
 #include "Template.h"
 #include "Training.h"
 #include "Trial.h"
@@ -186,13 +187,6 @@ void placeResources(const Request &request, const std::string &icon, const std::
     const std::string resources = appendingPathComponent(application, "Contents/Resources");
     writeForEverybody(appendingPathComponent(resources, "app.icns"), icon);
     placeLanguages(request.languages, resources);
-}
-
-void writeInfo(const platform::PropertyList &info, const std::string &application) {
-    const std::string file = appendingPathComponent(application, "Contents/Info.plist");
-    if (const auto error = platform::writeFileAtomically(file, info.serialize())) {
-        throw Refusal("Info.plist could not be written: " + error.message());
-    }
 }
 
 /// Tells what the application is made from.

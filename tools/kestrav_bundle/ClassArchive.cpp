@@ -1,6 +1,7 @@
 #include "ClassArchive.h"
 
 #include "ProgramRun.h"
+#include "Sizes.h"
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "platform/FileManager.h"
 #include "platform/path.h"
@@ -19,7 +20,7 @@ using platform::appendingPathComponent;
 constexpr const char *archiveInHome = "lib/server/classes.jsa";
 
 std::string javaOf(const std::string &runtime) {
-    return fs::absolute(appendingPathComponent(getJreLocation(runtime), "bin/java")).string();
+    return fs::absolute(javaProgram(runtime)).string();
 }
 
 /// The archive's name in the tree, whose home is Contents/Home.
@@ -69,10 +70,9 @@ bool addClassArchive(const Runtime &runtime, FileTree &tree, const std::string &
     added.add(archive, name);
     added.entries.front().mode = fileMode;
     tree.entries.push_back(std::move(added.entries.front()));
-    constexpr std::uint64_t million = 1'000'000;
     notes.push_back("added to the runtime: an archive of its classes, lib/server/classes.jsa (" +
-                    std::to_string((fs::file_size(archive) + million / 2) / million) +
-                    " MB), with which programs start sooner; --no-class-archive leaves it out");
+                    megabytes(fs::file_size(archive)) +
+                    "), with which programs start sooner; --no-class-archive leaves it out");
     return true;
 }
 

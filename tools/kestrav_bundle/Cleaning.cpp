@@ -1,6 +1,7 @@
 #include "Cleaning.h"
 
 #include "Interruption.h"
+#include "Sizes.h"
 #include "mac_installer/launcher/RuntimeKeeping.h"
 #include "platform/format.h"
 
@@ -22,12 +23,11 @@ std::string localTime(std::chrono::system_clock::time_point moment) {
 }
 
 std::string lineAbout(const RuntimeStore::Entry &entry) {
-    constexpr double megabyte = 1'000'000;
     const std::string what = entry.isRuntime ? "last used " + localTime(entry.lastUse) : "not complete";
     const std::string outcome = entry.inUse             ? "in use"
                                 : entry.failure.empty() ? "removed"
                                                         : "could not be removed: " + entry.failure;
-    return platform::format("  %@  %.1f MB, %@, %@", entry.name, static_cast<double>(entry.size) / megabyte, what,
+    return platform::format("  %@  %@, %@, %@", entry.name, megabytes(static_cast<std::uint64_t>(entry.size)), what,
                             outcome);
 }
 

@@ -5,6 +5,7 @@
 #include "mac_installer/launcher/InfoPlist.h"
 #include "platform/Exception.h"
 #include "platform/FileManager.h"
+#include "platform/path.h"
 
 #include <algorithm>
 #include <array>
@@ -193,6 +194,13 @@ Request withInfo(Request request) {
         }
     }
     return request;
+}
+
+void writeInfo(const PropertyList &info, const std::string &application) {
+    const std::string file = platform::appendingPathComponent(application, "Contents/Info.plist");
+    if (const auto error = platform::writeFileAtomically(file, info.serialize())) {
+        throw Refusal("Info.plist could not be written: " + error.message());
+    }
 }
 
 RuntimeBounds effectiveBounds(const Request &request, const Program &program) {

@@ -27,6 +27,9 @@ struct RuntimeArchive {
                                                    const Program &program, const RuntimeArchive &archive,
                                                    const std::optional<platform::PropertyList> &recording);
 
+/// Writes an application's Info.plist.
+void writeInfo(const platform::PropertyList &info, const std::string &application);
+
 /// The bounds as the application will have them: without a minimum, the oldest version that can read the main class.
 /// Refuses bounds within which no runtime could start it.
 [[nodiscard]] RuntimeBounds effectiveBounds(const Request &request, const Program &program);

@@ -2,6 +2,7 @@
 
 #include "PackagingOptions.h"
 #include "ProgramRun.h"
+#include "Sizes.h"
 #include "platform/FileManager.h"
 #include "platform/path.h"
 #include "platform/text.h"
@@ -25,12 +26,6 @@ std::string joined(const std::vector<std::string> &words, const char *separator)
     return std::accumulate(
         words.begin(), words.end(), std::string(),
         [&](const std::string &all, const std::string &word) { return all.empty() ? word : all + separator + word; });
-}
-
-std::vector<std::string> linesOf(const std::string &output) {
-    auto lines = platform::componentsSeparatedBy(output, "\r\n");
-    std::erase(lines, "");
-    return lines;
 }
 
 /// The programs of the JDK do not run in the user's folder.
@@ -76,7 +71,7 @@ public:
     /// The names of the JDK's own modules.
     [[nodiscard]] std::set<std::string> modules() const {
         std::set<std::string> names;
-        for (const std::string &line : linesOf(outputOf("java", {"--list-modules"}))) {
+        for (const std::string &line : linesIn(outputOf("java", {"--list-modules"}))) {
             names.insert(line.substr(0, line.find('@')));
         }
         return names;
@@ -105,7 +100,7 @@ std::vector<std::string> neededModules(const Kit &kit, const Request &request, c
         options.insert(options.begin(), {"--module-path", joined(sources, ":")});
         found = kit.run("jdeps", options);
     }
-    const auto lines = linesOf(found.output);
+    const auto lines = linesIn(found.output);
     if (!found.succeeded || lines.empty()) {
         Kit::refuse("jdeps", found);
     }
@@ -141,19 +136,6 @@ std::string linkRuntime(const std::string &home, const Request &request, const P
     notes.push_back("linked a runtime of " + megabytes(sizeOfFolder(linked)) + " from " + home + " (" +
                     megabytes(sizeOfFolder(home)) + "): " + joined(modules, ", "));
     return linked;
-}
-
-std::uint64_t sizeOfFolder(const std::string &folder) {
-    std::uint64_t size = 0;
-    for (const auto &entry : fs::recursive_directory_iterator(folder)) {
-        size += entry.is_regular_file() && !entry.is_symlink() ? entry.file_size() : 0;
-    }
-    return size;
-}
-
-std::string megabytes(std::uint64_t bytes) {
-    constexpr std::uint64_t million = 1'000'000;
-    return std::to_string((bytes + million / 2) / million) + " MB";
 }
 
 } // namespace kestrav::tools

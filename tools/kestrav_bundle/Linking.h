@@ -15,10 +15,4 @@ namespace kestrav::tools {
                                       const std::string &folder, const Progress &progress,
                                       std::vector<std::string> &notes);
 
-/// The bytes of all files in a folder.
-[[nodiscard]] std::uint64_t sizeOfFolder(const std::string &folder);
-
-/// A size for people: "62 MB".
-[[nodiscard]] std::string megabytes(std::uint64_t bytes);
-
 } // namespace kestrav::tools

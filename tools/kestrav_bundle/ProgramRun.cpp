@@ -37,6 +37,12 @@ ProgramRun runProgram(const std::string &program, const std::vector<std::string>
     return run;
 }
 
+std::vector<std::string> linesIn(std::string_view output) {
+    auto lines = platform::componentsSeparatedBy(output, "\r\n");
+    std::erase(lines, "");
+    return lines;
+}
+
 std::optional<std::string> programInPath(const std::string &name) {
     const char *path = std::getenv("PATH"); // NOLINT(concurrency-mt-unsafe): nothing changes the environment
     for (const std::string &folder : platform::componentsSeparatedBy(path == nullptr ? "" : path, ":")) {

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kestrav::tools {
@@ -20,6 +21,9 @@ struct ProgramRun {
 /// signal.
 [[nodiscard]] ProgramRun runProgram(const std::string &program, const std::vector<std::string> &arguments,
                                     const std::string &folder, std::chrono::seconds patience = std::chrono::minutes(1));
+
+/// The lines of a program's output that are not empty.
+[[nodiscard]] std::vector<std::string> linesIn(std::string_view output);
 
 /// The absolute path of the program that the user's PATH has under this name.
 [[nodiscard]] std::optional<std::string> programInPath(const std::string &name);

@@ -53,7 +53,7 @@ Runtime examineRuntime(const std::string &name, const std::string &folder, const
     Runtime runtime;
     runtime.folder = bundleOfHome(std::filesystem::canonical(folder).string()); // its user may name the home alone
     const std::string home = runtimeHome(runtime.folder);
-    const std::string java = appendingPathComponent(getJreLocation(runtime.folder), "bin/java");
+    const std::string java = javaProgram(runtime.folder);
     if (!platform::fileExistsAtPath(java) || platform::directoryExistsAtPath(java) ||
         ::access(java.c_str(), X_OK) != 0) {
         throw Refusal(name + " is not a Java runtime: it has no executable bin/java");

@@ -4,6 +4,7 @@
 #include "Interruption.h"
 #include "RuntimeArchive.h"
 #include "RuntimeTree.h"
+#include "Sizes.h"
 #include "Template.h"
 #include "platform/Bundle.h"
 #include "platform/SHA256.h"
@@ -18,8 +19,6 @@ namespace {
 namespace fs = std::filesystem;
 
 using platform::appendingPathComponent;
-
-constexpr const char *place = "Contents/PlugIns/jre.bundle";
 
 /// A bundle of this machine's kind, whose modules can be opened here; the application may be for another.
 std::string bundleWithModules(const std::string &application) {
@@ -37,7 +36,7 @@ FileTree placeRuntime(const Runtime &runtime, const Request &request, const std:
     FileTree tree = runtimeTree(runtime);
     notes.insert(notes.end(), tree.notes.begin(), tree.notes.end());
     const bool isNew = request.addsClassArchive && addClassArchive(runtime, tree, folder, notes);
-    const std::string copy = appendingPathComponent(application, place);
+    const std::string copy = appendingPathComponent(application, templateRuntime);
     if (isNew || request.trains || request.runtimeForm == RuntimeForm::folder) {
         copyTree(tree, copy, progress, "copying the runtime");
     }
@@ -52,19 +51,17 @@ RuntimeArchive finishRuntime(const FileTree &tree, const Runtime &runtime, Runti
                              std::vector<std::string> &notes) {
     const std::string what = "runtime: Java " + runtime.version + ", ";
     if (form == RuntimeForm::folder) {
-        notes.push_back(what + "in " + place);
+        notes.push_back(what + "in " + templateRuntime);
         return {};
     }
     const std::string archive = appendingPathComponent(application, "Contents/Resources/app/jre.tar.gz");
     const std::uint64_t size = writeRuntimeArchive(tree, archive, progress);
-    const fs::path copy = appendingPathComponent(application, place);
+    const fs::path copy = appendingPathComponent(application, templateRuntime);
     fs::remove_all(copy);
     std::error_code filled; // the template may have other plug-ins
     fs::remove(copy.parent_path(), filled);
-    constexpr std::uint64_t million = 1'000'000;
-    notes.push_back(what + "in Contents/Resources/app/jre.tar.gz (" +
-                    std::to_string((fs::file_size(archive) + million / 2) / million) + " MB, " +
-                    std::to_string((size + million / 2) / million) + " MB extracted)");
+    notes.push_back(what + "in Contents/Resources/app/jre.tar.gz (" + megabytes(fs::file_size(archive)) + ", " +
+                    megabytes(size) + " extracted)");
     return {size, platform::sha256OfFile(bundleWithModules(application), archive, raiseIfInterrupted)};
 }
 

@@ -2,6 +2,7 @@
 
 #include "MachO.h"
 #include "ProgramRun.h"
+#include "Template.h"
 #include "launcherEntitlements.h"
 #include "platform/FileManager.h"
 #include "platform/PropertyList.h"
@@ -19,8 +20,6 @@ namespace fs = std::filesystem;
 
 using platform::appendingPathComponent;
 using platform::PropertyList;
-
-constexpr const char *runtimeFolder = "Contents/PlugIns/jre.bundle";
 
 /// What programs with a Java virtual machine may do, as a property list without comments: a signature with comments is
 /// not accepted.
@@ -42,8 +41,8 @@ struct Code {
 };
 
 Code codeOf(const std::string &application) {
-    const std::string runtime = appendingPathComponent(application, runtimeFolder) + "/";
-    const std::string launcher = appendingPathComponent(application, "Contents/MacOS/launcher");
+    const std::string runtime = appendingPathComponent(application, templateRuntime) + "/";
+    const std::string launcher = appendingPathComponent(application, templateExecutable);
     Code code;
     for (const auto &entry : fs::recursive_directory_iterator(application)) {
         const std::string path = entry.path().string();
@@ -150,7 +149,7 @@ void requireSigning(const Request &request) {
 std::vector<std::string> signApplication(const Request &request, const std::string &application,
                                          const std::string &folder) {
     const std::string whole = fs::absolute(application).string();
-    const std::string runtime = appendingPathComponent(whole, runtimeFolder);
+    const std::string runtime = appendingPathComponent(whole, templateRuntime);
     replaceLinks(runtime);
     const Code code = codeOf(whole);
     const Signer signer(request, folder);

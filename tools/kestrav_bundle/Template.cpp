@@ -18,7 +18,7 @@ using platform::Bundle;
 
 /// Refuses a template with files or a runtime of another application: what they would do in this one is not known.
 void requireEmpty(const std::string &bundleTemplate) {
-    for (const char *place : {templateFiles, "Contents/Resources/jre.bundle", "Contents/PlugIns/jre.bundle"}) {
+    for (const char *place : {templateFiles, "Contents/Resources/jre.bundle", templateRuntime}) {
         if (fs::exists(appendingPathComponent(bundleTemplate, place))) {
             throw Refusal("The template " + bundleTemplate + " is an application already: it has " + place);
         }

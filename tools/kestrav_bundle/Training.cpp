@@ -1,9 +1,13 @@
 #include "Training.h"
 
 #include "ChildProcess.h"
+#include "Configuration.h"
 #include "FileTree.h"
 #include "Interruption.h"
+#include "ProgramFiles.h"
 #include "ProgramRun.h"
+#include "Sizes.h"
+#include "Template.h"
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "mac_installer/launcher/RuntimeSupport.h"
@@ -33,7 +37,6 @@ using platform::PropertyList;
 using Dictionary = PropertyList::Dictionary;
 using Clock = std::chrono::steady_clock;
 
-constexpr const char *programFolder = "$APP_PACKAGE/Contents/Resources/app";
 constexpr int firstWithArchives = 13; // of an application's classes, recorded while it runs
 constexpr int firstWithCaches = 25;   // of them, linked and with what was compiled often
 
@@ -43,11 +46,11 @@ struct Recorder {
     std::vector<std::string> recordOptions;
     std::vector<std::string> strictOptions; ///< it fails if the recording is not valid
     std::vector<std::string> useOptions;    ///< it says nothing then, and does without
-    bool namesFilesRelatively = false;
+    bool extendsArchive = false;            ///< upon that of the runtime's own classes, which it has to have
 };
 
 Recorder recorderOf(const Runtime &runtime) {
-    const std::string start = std::string(programFolder) + "/trained.";
+    const std::string start = programFolder + std::string("trained.");
     if (platform::intValue(runtime.version) >= firstWithCaches) {
         const std::string file = start + "aot";
         return {file,
@@ -79,7 +82,7 @@ PropertyList infoFor(const PropertyList &info, const std::vector<std::string> &o
     javaVM["VMOptionArray"] = PropertyList::Array(all.begin(), all.end());
     if (isRelative) {
         const std::string path = stringValue(*info.find("JavaVM"), "ClassPath").value_or("");
-        javaVM["ClassPath"] = platform::replacingOccurrences(path, std::string(programFolder) + "/", "");
+        javaVM["ClassPath"] = platform::replacingOccurrences(path, programFolder, "");
     }
     top["JavaVM"] = std::move(javaVM);
     return {std::move(top)};
@@ -103,6 +106,17 @@ public:
           application_(fs::absolute(trainee.application).lexically_normal().string()),
           recording_(replacingAppPackage(recorder_.file, application_)) {}
 
+    /// A virtual machine that misses the runtime's own archive ends as if the program had failed.
+    void requireClassArchive() const {
+        const std::string java = javaProgram(appendingPathComponent(application_, templateRuntime));
+        if (recorder_.extendsArchive && !runProgram(java, {"-Xshare:on", "-version"}, trainee_.folder).succeeded) {
+            throw Refusal("The application cannot be trained: Java " + trainee_.runtime.version +
+                          " records upon an archive of the runtime's own classes (lib/server/classes.jsa), and the "
+                          "runtime has none that is valid" +
+                          (trainee_.request.addsClassArchive ? "" : "; leave out --no-class-archive"));
+        }
+    }
+
     void record() {
         if (fs::exists(recording_)) {
             throw Refusal("The program has a file " + platform::lastPathComponent(recording_) +
@@ -114,7 +128,7 @@ public:
                               "\" on its class path is a folder");
             }
         }
-        writeInfo(infoFor(trainee_.info, recorder_.recordOptions, recorder_.namesFilesRelatively));
+        writeInfo(infoFor(trainee_.info, recorder_.recordOptions, recorder_.extendsArchive), application_);
         runApplication();
         std::error_code missing;
         if (fs::file_size(recording_, missing) == 0 || missing) {
@@ -130,15 +144,15 @@ public:
     void requireValidElsewhere() {
         std::vector<std::string> options = recorder_.strictOptions;
         options.emplace_back("--dry-run");
-        writeInfo(infoFor(trainee_.info, options, false));
+        writeInfo(infoFor(trainee_.info, options, false), application_);
         const std::string moved = appendingPathComponent(trainee_.folder, "moved.app");
         fs::rename(application_, moved);
-        const std::string modules = appendingPathComponent(
-            getJreLocation(appendingPathComponent(moved, "Contents/PlugIns/jre.bundle")), "lib/modules");
+        const std::string modules =
+            appendingPathComponent(getJreLocation(appendingPathComponent(moved, templateRuntime)), "lib/modules");
         const auto time = fs::last_write_time(modules);
         fs::last_write_time(modules, time - std::chrono::hours(1));
         const ProgramRun run =
-            runProgram(fs::absolute(appendingPathComponent(moved, launcher)).string(), {}, trainee_.folder);
+            runProgram(fs::absolute(appendingPathComponent(moved, templateExecutable)).string(), {}, trainee_.folder);
         fs::last_write_time(modules, time);
         fs::rename(moved, application_);
         if (!run.succeeded) {
@@ -150,18 +164,17 @@ public:
 
     [[nodiscard]] PropertyList entry() const {
         Dictionary stamps;
-        for (const auto &file : fs::recursive_directory_iterator(replacingAppPackage(programFolder, application_))) {
+        const std::string folder = replacingAppPackage(programFolder, application_);
+        for (const auto &file : fs::recursive_directory_iterator(folder)) {
             if (file.is_regular_file() && file.path().extension() == ".jar") {
-                addStamp(stamps,
-                         std::string(programFolder) + "/" +
-                             file.path().lexically_relative(replacingAppPackage(programFolder, application_)).string());
+                addStamp(stamps, programFolder + file.path().string().substr(folder.size()));
             }
         }
         for (const std::string &name : classPathOf(trainee_.info)) {
             addStamp(stamps, name);
         }
         // A virtual machine may crash on a recording that was cut short.
-        addStamp(stamps, std::string(programFolder) + "/" + platform::lastPathComponent(recording_));
+        addStamp(stamps, recorder_.file);
         const auto &options = recorder_.useOptions;
         return Dictionary{
             {"Version", trainee_.runtime.version},
@@ -172,25 +185,14 @@ public:
     }
 
     [[nodiscard]] std::string note() const {
-        constexpr double million = 1'000'000;
-        std::string size = std::to_string(static_cast<double>(fs::file_size(recording_)) / million);
         return "trained with Java " + trainee_.runtime.version + ": Contents/Resources/app/" +
-               platform::lastPathComponent(recording_) + " (" + size.substr(0, size.find('.') + 2) +
-               " MB), which is valid as long as the program's archives keep their times";
+               platform::lastPathComponent(recording_) + " (" + megabytes(fs::file_size(recording_)) +
+               "), which is valid as long as the program's archives keep their times";
     }
 
 private:
-    static constexpr const char *launcher = "Contents/MacOS/launcher";
-
     void addStamp(Dictionary &stamps, const std::string &name) const {
         stamps[name] = platform::fileStamp(replacingAppPackage(name, application_));
-    }
-
-    void writeInfo(const PropertyList &info) const {
-        if (const auto error = platform::writeFileAtomically(
-                appendingPathComponent(application_, "Contents/Info.plist"), info.serialize())) {
-            throw Refusal("Info.plist could not be written: " + error.message());
-        }
     }
 
     /// The status of the child, unless it takes longer.
@@ -211,7 +213,8 @@ private:
 
     void runApplication() const {
         const Request &request = trainee_.request;
-        ChildProcess child({appendingPathComponent(application_, launcher), request.trainingArguments, "", ""});
+        ChildProcess child(
+            {appendingPathComponent(application_, templateExecutable), request.trainingArguments, "", ""});
         if (!child.started()) {
             throw Refusal("The application could not be started to be trained");
         }
@@ -245,7 +248,7 @@ void requireRecordable(const PropertyList &info) {
         throw Refusal("The application cannot be trained: only programs on a class path are recorded, not modules");
     }
     for (const std::string &entry : classPathOf(info)) {
-        const std::string start = std::string(programFolder) + "/";
+        constexpr std::string_view start = programFolder;
         if (!entry.starts_with(start) || entry.find_first_of("$*", start.size()) != std::string::npos) {
             throw Refusal("The application cannot be trained: only where it runs is known what \"" + entry +
                           "\" on its class path leads to");
@@ -256,9 +259,9 @@ void requireRecordable(const PropertyList &info) {
             throw Refusal("The application cannot be trained: its VM options have " + option);
         }
     }
-    if (stringValue(javaVM, "WorkingDirectory") != programFolder) {
-        throw Refusal(R"(The application cannot be trained: its "WorkingDirectory" has to be )" +
-                      std::string(programFolder));
+    const std::string folder(platform::withoutTrailingSlashes(programFolder));
+    if (stringValue(javaVM, "WorkingDirectory") != folder) {
+        throw Refusal(R"(The application cannot be trained: its "WorkingDirectory" has to be )" + folder);
     }
 }
 
@@ -272,14 +275,14 @@ void requireTrainable(const Runtime &runtime, const PropertyList &info, const st
     }
     requireRecordable(info);
     fs::create_directory(folder);
-    const std::string java = appendingPathComponent(getJreLocation(runtime.folder), "bin/java");
-    if (!runProgram(fs::absolute(java).string(), {"-version"}, folder).succeeded) {
+    if (!runProgram(fs::absolute(javaProgram(runtime.folder)).string(), {"-version"}, folder).succeeded) {
         throw Refusal("The application cannot be trained: its runtime does not run on this machine");
     }
 }
 
 PropertyList train(const Trainee &trainee, std::vector<std::string> &notes) {
     Run run(trainee);
+    run.requireClassArchive();
     run.record();
     run.requireValidElsewhere();
     notes.push_back(run.note());

@@ -21,7 +21,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using platform::appendingPathComponent;
 using platform::PropertyList;
 
 bool beginsWithAny(std::string_view text, const auto &beginnings) {
@@ -59,17 +58,11 @@ void linkWorkingDirectory(const std::string &directory, const std::string &folde
     }
 }
 
-std::vector<std::string> linesOf(std::string_view output) {
-    auto lines = platform::componentsSeparatedBy(output, "\r\n");
-    std::erase(lines, "");
-    return lines;
-}
-
 /// What the runtime says of a failure, on one line, without what it says of every one.
 std::string reasonIn(const std::string &output) {
     constexpr std::array always{"Error: Could not create the Java Virtual Machine", "Error: A fatal exception"};
     std::string reason;
-    for (const std::string &line : linesOf(output)) {
+    for (const std::string &line : linesIn(output)) {
         if (!beginsWithAny(line, always)) {
             reason += (reason.empty() ? "" : " ") + line;
         }
@@ -99,7 +92,7 @@ class Attempt {
 public:
     explicit Attempt(const Trial &trial)
         : trial_(trial), application_(fs::absolute(trial.application).lexically_normal().string()),
-          java_(appendingPathComponent(getJreLocation(trial.runtime.folder), "bin/java")) {
+          java_(javaProgram(trial.runtime.folder)) {
         const PropertyList &javaVM = *trial.info.find("JavaVM");
         const auto modulePath = knownModulePath(javaVM, application_);
         for (const std::string &option : optionsOf(javaVM, trial.runtime.version)) {
@@ -159,7 +152,7 @@ private:
 
     static std::vector<std::string> warnings(const std::string &output) {
         std::vector<std::string> notes;
-        for (const std::string &line : linesOf(output)) {
+        for (const std::string &line : linesIn(output)) {
             if (line.starts_with("WARNING: ") || line.find(" warning: ") != std::string::npos) {
                 notes.push_back("the runtime says: " + line);
             }

@@ -11,7 +11,6 @@
 #include "platform/OperationQueue.h"
 #include "platform/ProcessInfo.h"
 #include "platform/Thread.h"
-#include "platform/path.h"
 
 #include <utility>
 
@@ -83,8 +82,7 @@ int AppDelegate::runProgram(const Launcher &launcher) {
     const auto arguments = launcher.commandLine(parameters);
     _DLog("%s [Line %d] args: %@", signature, __LINE__, arguments);
 
-    const std::string home = getJreLocation(launcher.runtime->javaBundlePath);
-    const auto process = std::make_shared<JavaProcess>(platform::appendingPathComponent(home, "bin/java"), arguments);
+    const auto process = std::make_shared<JavaProcess>(javaProgram(launcher.runtime->javaBundlePath), arguments);
     process->keepOpen(kept ? kept->lock() : tempDir ? tempDir->lock() : -1); // it stays in use if the child survives us
     closeWindowLater(); // first: a failure must not leave a child behind
     startChild(process);

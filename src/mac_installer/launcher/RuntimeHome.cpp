@@ -35,6 +35,10 @@ std::string getJreLocation(const std::string &runtimePath) {
     return platform::fileExistsAtPath(jre) ? jre : home;
 }
 
+std::string javaProgram(const std::string &runtimePath) {
+    return appendingPathComponent(getJreLocation(runtimePath), "bin/java");
+}
+
 std::string bundleOfHome(const std::string &path) {
     constexpr std::string_view home = "/Contents/Home";
     const std::string plain(platform::withoutTrailingSlashes(path));

@@ -14,6 +14,9 @@ namespace kestrav {
 /// `runtimeHome`, or the "jre" below it where that exists: the directory whose bin/java is started.
 [[nodiscard]] std::string getJreLocation(const std::string &runtimePath);
 
+/// The program in `getJreLocation` that runs Java.
+[[nodiscard]] std::string javaProgram(const std::string &runtimePath);
+
 /// The bundle that a home belongs to: JAVA_HOME names the Contents/Home of one on a Mac, which says nothing about
 /// itself there. Any other path is returned as it is.
 [[nodiscard]] std::string bundleOfHome(const std::string &path);
