@@ -11,10 +11,7 @@ namespace {
 
 using testing::ElementsAre;
 
-class Configuration : public LauncherFixture {
-protected:
-    ~Configuration() override { std::filesystem::current_path("/"); }
-};
+class Configuration : public LauncherFixture {};
 
 TEST_F(Configuration, TheSiblingFileLosesThreeCharactersWhateverTheyAre) {
     for (const auto &[bundle, sibling] : {std::pair{"A.app", "A.vmoptions"},

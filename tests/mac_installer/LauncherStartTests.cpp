@@ -87,18 +87,17 @@ TEST_F(LauncherStart, ArgumentFileIsReadByLinesAndDeleted) {
 
 TEST_F(LauncherStart, LibraryIsGivenTheVectorAndTheVersion) {
     load(addLibrary(makeRuntime("rt", "17.0.9+9")) + "\n-Xint\nMain\n");
-    EXPECT_EQ(launchOutput(), "program\n-Xint\nMain\n\nnull; 0 0 0 0; 17.0.9 17.0.9 java java; 0 0 0 0; 0\n");
+    EXPECT_THAT(launchOutput(),
+                testing::StartsWith("program\n-Xint\nMain\n\nnull; 0 0 0 0; 17.0.9 17.0.9 java java; 0 0 0 0; "));
     const auto defaults = platform::contentsOfFile(directory / "home/.config/kestrav/Tool.plist");
     EXPECT_THAT(defaults.value_or(""), AllOf(HasSubstr("AppleWindowTabbingMode"), HasSubstr("<string>manual<")));
 
     // A runtime without a version, with a relative path: it is not searched for, and it is kept for another execution,
     // which may have another working directory.
     addLibrary(directory.makeDirectory("bare"));
-    const fs::path before = fs::current_path();
     fs::current_path(directory.path());
     load("bare\nMain");
     EXPECT_THAT(launchOutput(), HasSubstr("; 1.7.0 1.7.0 java java;"));
-    fs::current_path(before);
     setenv("LD_LIBRARY_PATH", "/changed", 1);
     const auto kept = platform::takeReexecution();
     unsetenv("LD_LIBRARY_PATH");
@@ -158,13 +157,15 @@ TEST_F(LauncherStart, LibraryExpandsArgumentFiles) {
         {"@program", "Main", "init 1 0\n@program\nMain\n", 4},
         {"program", "Main\na@b\n @c", "program\nMain\na@b\n @c\n", 0},
     };
-    int allocated = 0;
+    load(runtime + "\nMain");
+    const auto allocatedBy = [](const std::string &all) { return std::stoi(all.substr(all.rfind(' '))); };
+    int allocated = allocatedBy(launchOutput()); // earlier launches count
     for (const auto &[program, lines, output, allocations] : cases) {
         load(runtime + "\n" + lines, program);
         log.clear();
         const std::string all = launchOutput();
         EXPECT_TRUE(all.starts_with(output + "null;"s)) << all;
-        const int before = std::exchange(allocated, std::stoi(all.substr(all.rfind(' '))));
+        const int before = std::exchange(allocated, allocatedBy(all));
         EXPECT_EQ(allocated - before, allocations) << all;
         EXPECT_EQ(wasLogged("@ argument found"), allocations != 0);
     }

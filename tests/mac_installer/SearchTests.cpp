@@ -52,8 +52,7 @@ TEST_F(Search, TheSequenceIsTriedInOrder) {
     }
     std::filesystem::current_path(directory.path());
     EXPECT_EQ(findBySequence({"Rr8"}), eight); // stays valid in another working directory
-    std::filesystem::current_path("/");
-    EXPECT_EQ(find({}), installed); // no sequence counts as a single "Y"
+    EXPECT_EQ(find({}), installed);            // no sequence counts as a single "Y"
     EXPECT_THAT(logged("search sequence"), ElementsAre("search sequence (null)"));
     EXPECT_EQ(launcher.runtime->launchJavaVersion, "17");
 }

@@ -202,9 +202,9 @@ TEST(PrivateLog, IsPutAsideOnceItIsFull) {
 }
 
 TEST(FileManager, FindsTheUsersDirectories) {
-    EXPECT_TRUE(directoryExistsAtPath(temporaryDirectory().value_or("")));
-    EXPECT_FALSE(temporaryDirectory()->ends_with('/'));
     testing::setEnvironment({{"HOME", "/home/somebody"}});
+    EXPECT_TRUE(directoryExistsAtPath(temporaryDirectory().value_or("")));
+    EXPECT_FALSE(temporaryDirectory().value_or("/").ends_with('/'));
     EXPECT_EQ(homeDirectory(), "/home/somebody");
     testing::setEnvironment({});
     EXPECT_EQ(homeDirectory(), getpwuid(getuid())->pw_dir);

@@ -36,7 +36,10 @@ protected:
         };
         replacements.debugLog = true;
     }
-    ~LauncherFixture() override { platform::testing::replacements() = {}; }
+    ~LauncherFixture() override {
+        platform::testing::replacements() = {};
+        std::filesystem::current_path("/"); // the launcher may have gone to the bundle's folder, which is removed
+    }
 
     /// Writes the application's Info.plist and opens the bundle again.
     void configure(Dictionary info) {
