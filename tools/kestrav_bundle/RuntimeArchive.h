@@ -14,7 +14,7 @@ namespace kestrav::tools {
                                                 const Progress &progress);
 
 /// Extracts an archive as the launcher does it, into a folder, which is made, and returns where the runtime in it is.
-/// Refuses what is no archive or cannot be extracted whole. Raises `Interrupted` after a signal.
+/// Refuses what is not an archive or cannot be extracted whole. Raises `Interrupted` after a signal.
 [[nodiscard]] std::string extractRuntimeArchive(const std::string &archive, const std::string &folder);
 
 } // namespace kestrav::tools

@@ -72,27 +72,28 @@ Its runtime: one that it carries, one that it downloads, or one that is installe
   --vm-id-prefix TEXT   how the identifier of an installed runtime has to begin
   --search ENTRY      * where to look for an installed one: Y the system's locations (default),
                         RFOLDER a folder, ENAME an environment variable with a folder
-  --no-search           nowhere
+  --no-search           looks for no installed one
 
 More
   --installer           for programs that run once, as a child behind a window while it is prepared
   --no-window           how the runtime is obtained is not shown
   --info FILE           a property list whose entries go into Info.plist, above those of the options
-  --sign IDENTITY       signs it for macOS with codesign, from the inside out; "-" is nobody
+  --sign IDENTITY       signs it for macOS with codesign, from the inside out; "-" signs ad hoc
   --entitlements FILE   what a signed one may do (default: what Java needs)
   --template FOLDER     the bare Launcher.app to start from (default: the one that came with this)
   --replace             replaces an application of that name once the new one is complete
   --dry-run             only checks, and tells what would be made
   --verbose             tells each step
   --check               starts nothing and writes nothing: tells how an application would start, and
-                        what keeps it from starting; --json tells programs
+                        what keeps it from starting; --json for programs to read
   --clean [FOLDER]      removes runtimes that applications have kept and that are not in use
   --help, --version
 
 Options of the JDK's packaging tool are taken under its names, too: --main-jar, --java-options,
 --runtime-image, --mac-sign and so on.
 
-Exit status: 0 made; 1 refused or failed, with the reason; nothing is left behind then.
+Exit status: 0 done, or --check finds that it would start; 1 refused or failed, with the reason;
+nothing is left behind then.
 
 Examples:
   kestrav-bundle --identifier com.example.tool --jar tool.jar Tool.app
