@@ -12,6 +12,7 @@ namespace kestrav::tests {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 using namespace std::string_view_literals;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -108,6 +109,14 @@ TEST_F(UnTarTest, WhatIsExtractedAndWhatIsLogged) {
         bytes[bytes.size() - fromEnd] = static_cast<char>(bytes[bytes.size() - fromEnd] ^ 1);
         return bytes;
     };
+    // A first member that ends with a chunk, and one whose header has everything it may have.
+    const std::string manyChunks =
+        ArchiveWriter().entry('V', "v", std::string(1048064, 'v')).raw(f().closed()).closed();
+    const std::string firstMember = gzip(manyChunks.substr(0, 1048576));
+    const auto lastMember = [&](char headerSum) {
+        return "\x1f\x8b\x08\x1e\0\0\0\0\2\3\2\0xxname\0note\0"s + headerSum + '\x07' +
+               gzip(manyChunks.substr(1048576)).substr(10);
+    };
     const struct {
         const char *what;
         std::string packed;
@@ -154,7 +163,12 @@ TEST_F(UnTarTest, WhatIsExtractedAndWhatIsLogged) {
         {"file over file", gzip(ArchiveWriter().file("f", large, 0444).file("f", "data").closed()), true, "f=data", ""},
         {"impossible link", gzip(archiveOf("a/l>f; f=data").closed()), true, "f=data",
          "244] ERROR: could not create symlink at " + destination + "/a/l (No such file or directory)"},
-        {"several members", gzip(f().closed().substr(0, 700)) + gzip(f().closed().substr(700)), true, "f=data", ""},
+        {"several members", firstMember + gzip("") + lastMember('\xe3'), true, "f=data", ""},
+        {"wrong check sum between", damaged(firstMember, 8) + lastMember('\xe3'), false, "",
+         "248] ERROR: gzseek 2 failed"},
+        {"wrong check sum of a header", firstMember + lastMember('\xe4'), false, "", "197] ERROR: gzread failed"},
+        {"part of a header of gzip", firstMember + lastMember('\xe3').substr(0, 20), false, "",
+         "191] ERROR: unexpected eof"},
         {"bytes after the gzip stream", packed + "garbage", true, "f=data", ""},
         {"wrong check sum", damaged(packed, 8), false, "", "197] ERROR: gzread failed"},
         {"wrong check sum behind a long tail", damaged(packedWithTail, 8), false, "f=data",

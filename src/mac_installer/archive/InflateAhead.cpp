@@ -2,28 +2,18 @@
 
 #include "platform/Signals.h"
 
-#include <zlib.h>
-
 #include <system_error>
+#include <utility>
 
 namespace kestrav {
 
-void InflateAhead::Close::operator()(gzFile_s *file) const {
-    gzclose(file);
-}
-
 std::unique_ptr<InflateAhead> InflateAhead::open(platform::FileDescriptor archive) {
-    gzFile_s *file = gzdopen(archive.get(), "r");
-    if (file == nullptr) {
-        return nullptr;
-    }
-    static_cast<void>(archive.release());
-    gzbuffer(file, compressedBuffer);
-    return std::unique_ptr<InflateAhead>(new InflateAhead(file));
+    std::unique_ptr<InflateAhead> inflater(new InflateAhead(std::move(archive)));
+    return inflater->file_.valid() ? std::move(inflater) : nullptr;
 }
 
 // The chunks are not initialised: each is filled before it is used, and a small archive never touches most of them.
-InflateAhead::InflateAhead(gzFile_s *file) : file_(file) {}
+InflateAhead::InflateAhead(platform::FileDescriptor archive) : file_(std::move(archive)) {}
 
 InflateAhead::~InflateAhead() {
     if (thread_.joinable()) {
@@ -37,42 +27,46 @@ InflateAhead::~InflateAhead() {
 }
 
 std::span<const char> InflateAhead::nextChunk() {
-    if (end_ != End::none) {
-        return {};
-    }
-    const Chunk &chunk = thread_.joinable() ? awaitChunk() : fill(ring_[current_]);
-    if (chunk.count <= 0) {
-        end_ = chunk.count < 0 ? End::damage : End::regular;
-        return {};
-    }
-    if (!started_) {
-        started_ = true;
-        if (static_cast<std::size_t>(chunk.count) == chunkSize) { // smaller archives are not worth a thread
-            startThread();
+    while (end_ == End::none) {
+        const Chunk &chunk = thread_.joinable() ? awaitChunk() : fill(ring_[current_]);
+        if (!started_) {
+            started_ = true;
+            if (chunk.piece.count == chunkSize) { // smaller archives are not worth a thread
+                startThread();
+            }
+        }
+        if (chunk.piece.end != End::member) {
+            end_ = chunk.piece.end;
+        }
+        if (!verify(chunk)) {
+            end_ = End::damage;
+        } else if (chunk.piece.count > 0) {
+            return {chunk.bytes.data(), chunk.piece.count};
         }
     }
-    return {chunk.bytes.data(), static_cast<std::size_t>(chunk.count)};
+    return {};
 }
 
 std::string InflateAhead::failure() const {
-    int code = Z_OK;
-    const std::string text = end_ == End::none ? "" : gzerror(file_.get(), &code);
-    switch (code) {
-    case Z_OK:
-        return {};
-    case Z_ERRNO: {
-        const std::size_t name = text.find(": "); // zlib puts its own name for the file before the system's message
-        return name == std::string::npos ? text : text.substr(name + 2);
-    }
-    case Z_MEM_ERROR:
-        return std::make_error_code(std::errc::not_enough_memory).message();
-    default:
+    switch (end_) {
+    case End::truncation:
+    case End::damage:
         return damagedArchive;
+    case End::error:
+        return file_.error().message();
+    default:
+        return {};
     }
 }
 
+bool InflateAhead::verify(const Chunk &chunk) {
+    const GzipReader::Piece &piece = chunk.piece;
+    sum_.add(std::span(chunk.bytes).first(piece.count).subspan(piece.verified));
+    return piece.end != End::member || std::exchange(sum_, {}) == piece.sum;
+}
+
 const InflateAhead::Chunk &InflateAhead::fill(Chunk &chunk) {
-    chunk.count = gzread(file_.get(), chunk.bytes.data(), static_cast<unsigned>(chunk.bytes.size()));
+    chunk.piece = file_.read(chunk.bytes);
     return chunk;
 }
 
@@ -95,13 +89,13 @@ void InflateAhead::inflateAhead() {
                 return;
             }
         }
-        const bool last = fill(ring_[next]).count <= 0;
+        const End end = fill(ring_[next]).piece.end;
         {
             const std::lock_guard lock(mutex_);
             ++filled_;
         }
         changed_.notify_one();
-        if (last) {
+        if (end != End::none && end != End::member) {
             return;
         }
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "mac_installer/archive/GzipReader.h"
 #include "mac_installer/archive/Inflater.h"
 #include "platform/FileDescriptor.h"
 #include "platform/Thread.h"
@@ -12,14 +13,12 @@
 #include <span>
 #include <string>
 
-struct gzFile_s;
-
 namespace kestrav {
 
 /// The uncompressed bytes of one gzip file, in chunks; a file that is not compressed is passed through as it is. From
 /// the second chunk on they are inflated on another thread, at most a few chunks ahead of the caller; if no thread can
-/// be started, they are inflated on the caller's. The operations are for one thread. The destructor ends the other
-/// thread, whatever that is doing.
+/// be started, they are inflated on the caller's. Checksums are computed on the caller's thread. The operations are for
+/// one thread. The destructor ends the other thread, whatever that is doing.
 class InflateAhead : public Inflater {
 public:
     /// Reads from the descriptor's position. Null if the stream cannot be set up.
@@ -29,26 +28,22 @@ public:
     ~InflateAhead() override;
 
     [[nodiscard]] std::span<const char> nextChunk() override;
-    [[nodiscard]] bool isDamaged() const override { return end_ == End::damage; }
+    [[nodiscard]] bool isDamaged() const override { return end_ == End::damage || end_ == End::error; }
     [[nodiscard]] std::string failure() const override;
 
 private:
-    // zlib inflates straight into buffers of at least twice the size of its own. Chunks are this large because the
-    // other thread may have to be woken up for each.
-    static constexpr unsigned compressedBuffer = 128 * 1024;
-    static constexpr std::size_t chunkSize = 2 * std::size_t{compressedBuffer};
+    using End = GzipReader::End;
+
+    // Chunks are this large because the other thread may have to be woken up for each.
+    static constexpr std::size_t chunkSize = std::size_t{256} * 1024;
     static constexpr std::size_t chunkCount = 4;
 
-    struct Close {
-        void operator()(gzFile_s *file) const;
-    };
     struct Chunk {
         std::array<char, chunkSize> bytes;
-        int count; ///< as zlib returns it: 0 at the end, below zero for damage; either makes this the last chunk
+        GzipReader::Piece piece;
     };
-    enum class End { none, regular, damage };
 
-    explicit InflateAhead(gzFile_s *file);
+    explicit InflateAhead(platform::FileDescriptor archive);
     const Chunk &fill(Chunk &chunk);
     void startThread();
     /// Runs on the other thread: fills chunks until the last one, or until it is stopped.
@@ -56,9 +51,13 @@ private:
     /// Returns the current chunk to the other thread and waits for the next.
     [[nodiscard]] const Chunk &awaitChunk();
 
-    std::unique_ptr<gzFile_s, Close> file_; ///< used by the other thread, from its start until its last chunk is taken
+    /// Sums what was not verified yet; false if it is not what the member must have.
+    [[nodiscard]] bool verify(const Chunk &chunk);
+
+    GzipReader file_; ///< used by the other thread, from its start until its last chunk is taken
     bool started_ = false;
-    End end_ = End::none;
+    End end_ = End::none; ///< of the file
+    ContentSum sum_;      ///< of the member so far
 
     std::array<Chunk, chunkCount> ring_;
     std::size_t current_ = 0; ///< the chunk that the caller uses
