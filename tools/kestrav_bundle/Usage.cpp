@@ -76,7 +76,7 @@ Its runtime: one that it carries, one that it downloads, or one that is installe
 
 More
   --installer           for programs that run once, as a child behind a window while it is prepared
-  --no-window           how the runtime is obtained is not shown
+  --no-window           shows no window while the runtime is obtained
   --info FILE           a property list whose entries go into Info.plist, above those of the options
   --sign IDENTITY       signs it for macOS with codesign, from the inside out; "-" signs ad hoc
   --entitlements FILE   what a signed one may do (default: what Java needs)
