@@ -10,7 +10,7 @@ namespace kestrav::platform {
 /// becomes "TITLE: MESSAGE" on standard error, in as many lines as the message has, and in one line of the system log.
 void displayNotice(std::string_view title, std::string_view message);
 
-/// False if notices can only go to standard error: the user wants that, or there is neither a desktop nor a display.
-[[nodiscard]] bool noticesAreShown();
+/// True if there is a desktop or a display that could show notices, even if the user wants them on standard error.
+[[nodiscard]] bool desktopIsLikely();
 
 } // namespace kestrav::platform

@@ -74,7 +74,7 @@ bool waitUntil(const std::function<bool()> &condition, std::string_view what);
 
 /// Expects a run that ends with status 1 and a notice on standard error that contains `message`, without having started
 /// a child.
-void expectRefusal(Launch &run, std::string_view message, std::string_view title = "Test");
+void expectRefusal(Launch &run, std::string_view message);
 
 /// Ends a run that logs and has no child yet with a signal, and expects neither a notice nor anything left.
 void expectCancelled(Launch &run);

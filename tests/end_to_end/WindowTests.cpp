@@ -2,6 +2,7 @@
 
 #include "Launch.h"
 #include "support/VirtualDisplay.h"
+#include "support/muteSocket.h"
 
 #include <gtest/gtest.h>
 
@@ -98,7 +99,9 @@ TEST(ProgressWindow, OnlyClosesWhileTheProgramRuns) {
 
 TEST(NoticeDialog, StandsInForANotificationServiceUntilItIsClosed) {
     const VirtualDisplay display(true);
-    const AppBundle bundle;
+    AppBundle bundle;
+    const std::string bus = bundle.folder() / "bus";
+    const platform::FileDescriptor mute = muteSocket(bus);
     const auto dialog = [&] { return display.run("xdotool search --onlyvisible --name '^Test$'"); };
     const auto waitAndClose = [&] {
         waitUntil([&] { return !dialog().empty() && display.run("xdotool getactivewindow") == dialog(); },
@@ -106,20 +109,24 @@ TEST(NoticeDialog, StandsInForANotificationServiceUntilItIsClosed) {
         static_cast<void>(display.run("xdotool key Escape"));
         waitUntil([&] { return dialog().empty(); }, "its end");
     };
-    for (const char *errors : {"2>&-", "2>/dev/null"}) {
-        Launch run(bundle, {.environment = {{"DISPLAY", display.name()}, {"FAKE_EXIT", "3"}},
-                            .by = {"/bin/sh", "-c", "exec \"$@\" " + std::string(errors), "sh"}});
+    for (const auto &[errors, address] : {std::pair("2>&-", std::string()), std::pair("2>/dev/null", std::string()),
+                                          std::pair("2>/dev/null", "unix:path=" + bus)}) {
+        Launch run(
+            bundle,
+            {.environment = {{"DISPLAY", display.name()}, {"FAKE_EXIT", "3"}, {"DBUS_SESSION_BUS_ADDRESS", address}},
+             .by = {"/bin/sh", "-c", "exec \"$@\" " + std::string(errors), "sh"}});
         waitAndClose();
         EXPECT_EQ(windows(display), "");
         EXPECT_EQ(run.wait(), 3);
     }
     fs::remove_all(bundle.runtime());
+    bundle.info = {{"ksv.minVersion", "99"}}; // the name is the bundle's
     Launch refused(bundle, {.environment = {{"DISPLAY", display.name()}}});
     waitAndClose();
     EXPECT_EQ(refused.wait(), 1);
     EXPECT_EQ(refused.errors(), "");
     Launch scripted(bundle, {.environment = {{"DISPLAY", display.name()}, {"KESTRAV_NOTICE", "stderr"}}});
-    expectRefusal(scripted, "no runtime");
+    expectRefusal(scripted, "no runtime: 99, Test\n");
     EXPECT_EQ(dialog(), "");
 }
 

@@ -4,12 +4,11 @@
 #include "platform/testing.h"
 #include "support/Program.h"
 #include "support/TemporaryDirectory.h"
+#include "support/muteSocket.h"
 
 #include <gmock/gmock.h>
 
 #include <fcntl.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <iterator>
@@ -63,11 +62,7 @@ TEST(DisplayNoticeDeathTest, WithoutDesktopAsLineOnStandardError) {
     const NotificationBus refusingBus("error");
     const NotificationBus goodBus("plain");
     const TemporaryDirectory directory;
-    const FileDescriptor mute(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    sockaddr_un name{};
-    name.sun_family = AF_UNIX;
-    (directory / "mute").copy(name.sun_path, sizeof name.sun_path - 1);
-    ASSERT_EQ(bind(mute.get(), reinterpret_cast<const sockaddr *>(&name), sizeof name) | listen(mute.get(), 8), 0);
+    const FileDescriptor mute = tests::muteSocket(directory / "mute");
 
     const struct {
         const char *situation;

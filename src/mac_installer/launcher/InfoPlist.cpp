@@ -177,9 +177,15 @@ const PropertyList &javaVMDictionary() {
     return *dictionary;
 }
 
-std::optional<std::string> bundleName() {
-    const auto name = platform::Bundle::mainBundle().infoDictionary().stringForKey("CFBundleName");
-    return name ? std::optional(platform::escapingControlCharacters(*name)) : std::nullopt;
+std::string bundleName() {
+    constexpr std::string_view suffix = ".app";
+    const platform::Bundle &bundle = platform::Bundle::mainBundle();
+    std::string name = bundle.infoDictionary().stringForKey("CFBundleName").value_or("");
+    if (name.empty()) {
+        name = platform::lastPathComponent(bundle.bundlePath());
+        name.resize(name.size() - (name.ends_with(suffix) ? suffix.size() : 0));
+    }
+    return platform::escapingControlCharacters(name);
 }
 
 std::string replacingAppPackage(std::string_view text, std::string_view bundlePath) {

@@ -4,7 +4,6 @@
 #include "mac_installer/launcher/Launcher.h"
 #include "mac_installer/launcher/errorLines.h"
 #include "platform/ErrorCopy.h"
-#include "platform/ProcessInfo.h"
 #include "platform/UserNotification.h"
 #include "platform/format.h"
 
@@ -22,9 +21,8 @@ constexpr std::int64_t firstSeconds = 10'000'000'000; // nanoseconds
 /// Shows the message or, where the table lacks it because it is an older one, an internal error.
 void display(int status, const std::vector<std::string> &said) {
     const char *key = said.empty() ? "JavaReturnedError" : "JavaEndedError";
-    const bool isShown = Launcher::displayMessage(
-        key, {bundleName().value_or(platform::ProcessInfo::processInfo().processName()), std::to_string(status)}, said,
-        lastOfErrors(said));
+    const bool isShown =
+        Launcher::displayMessage(key, {bundleName(), std::to_string(status)}, said, lastOfErrors(said));
     if (!isShown) {
         const std::string reason = platform::format("the Java program has ended with status %d", status);
         Launcher::displayError("dorvik.InternalError", said.empty() ? reason : reason + ": " + said.back(),
@@ -35,7 +33,7 @@ void display(int status, const std::vector<std::string> &said) {
 } // namespace
 
 bool explainsEarlyEnds() {
-    return platform::standardErrorIsUnseen() && platform::noticesAreShown();
+    return platform::standardErrorIsUnseen() && platform::desktopIsLikely();
 }
 
 bool isEarlyEnd(int status, std::int64_t nanoseconds) {

@@ -8,7 +8,8 @@
 
 namespace kestrav {
 
-/// True if nobody sees standard error, but somebody would see a notice.
+/// True if nobody sees standard error, but there is a desktop, for a notice or at least for somebody who looks for the
+/// log of failed starts there.
 [[nodiscard]] bool explainsEarlyEnds();
 
 /// True if a program that ends with that status, so long after its start, has not come up.

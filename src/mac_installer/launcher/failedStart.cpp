@@ -8,7 +8,6 @@
 #include "platform/PrivateLog.h"
 #include "platform/UserNotification.h"
 #include "platform/format.h"
-#include "platform/path.h"
 #include "platform/text.h"
 
 #include <unistd.h>
@@ -21,15 +20,10 @@ namespace {
 
 constexpr const char *signature = "std::optional<std::string> recordFailedStart(const std::vector<std::string> &)";
 
-/// The application's name as a file name: what the configuration calls it, or what its bundle is called.
+/// The application's name as a file name.
 std::string fileName() {
     constexpr std::size_t mostUnits = 80; // of three bytes at most: file systems take names of 255
-    std::string name = bundleName().value_or("");
-    if (name.empty()) {
-        name = platform::lastPathComponent(platform::Bundle::mainBundle().bundlePath());
-        name = name.substr(0, name.rfind(".app"));
-    }
-    name = platform::utf8(platform::utf16(name).substr(0, mostUnits));
+    std::string name = platform::utf8(platform::utf16(bundleName()).substr(0, mostUnits));
     std::replace(name.begin(), name.end(), '/', '-');
     if (name.starts_with('.')) {
         name.front() = '_'; // it would be hidden, or name a folder
@@ -63,7 +57,7 @@ void tellOfFailedStart(const std::string &message, const std::vector<std::string
         const std::string shown = platform::escapingControlCharacters(*path);
         notice += "\n" + (recordMessage.empty() ? shown : platform::format(recordMessage, shown));
     }
-    platform::displayNotice(bundleName().value_or(""), notice);
+    platform::displayNotice(bundleName(), notice);
 }
 
 } // namespace kestrav

@@ -119,8 +119,8 @@ void displayNotice(std::string_view title, std::string_view message) {
     }
 }
 
-bool noticesAreShown() {
-    return !noticesAreUnwanted() && (findSessionBus() || displayIsLikely());
+bool desktopIsLikely() {
+    return findSessionBus() || displayIsLikely();
 }
 
 } // namespace kestrav::platform
