@@ -9,6 +9,11 @@ namespace kestrav::platform {
 /// True if the environment variable KESTRAV_LOG was exactly "yes" at the first call. Any thread.
 [[nodiscard]] bool debugLogEnabled();
 
+/// From now on nothing is written to the log, not even errors, unless the debug log is open: for a tool that only
+/// looks, and says itself what it has found.
+void silenceLog();
+[[nodiscard]] bool logIsSilent();
+
 } // namespace kestrav::platform
 
 namespace kestrav {

@@ -19,6 +19,17 @@ namespace kestrav::platform {
 /// True if the system allows programs in a folder to be executed. A file is created there for a moment.
 [[nodiscard]] bool programsCanBeStartedFrom(const std::string &folder);
 
+/// The message if it does not.
+inline constexpr const char *noProgramsFrom = "programs cannot be started from it";
+
+/// Why programs cannot be put into an existing folder and started from there, as far as a look tells; empty if they
+/// can.
+[[nodiscard]] std::string objectionToPrograms(const std::string &folder);
+
+/// Why `makePrivateFolder` would not make a folder of the user's own that can hold so many bytes of programs, or why
+/// the one that is there will not do, as far as a look tells; empty if it will.
+[[nodiscard]] std::string objectionToFutureFolder(const std::string &path, std::int64_t room);
+
 /// Why so many bytes do not fit into a folder; empty if they do, or if the file system does not say.
 [[nodiscard]] std::string objectionToRoom(const std::string &folder, std::int64_t needed);
 

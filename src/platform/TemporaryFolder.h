@@ -1,9 +1,11 @@
 #pragma once
 
 #include "platform/Exception.h"
+#include "platform/FileDescriptor.h"
 #include "platform/FileLock.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -44,6 +46,9 @@ public:
     /// have left. Throws an `Exception` that says why each place is unsuitable: a `NoRoom` if one is only too full.
     [[nodiscard]] static TemporaryFolder create(std::int64_t room, std::int64_t least, const KnownRoom &knownRoom = {});
 
+    /// The place where `create` would create one, as far as a look tells. Changes nothing. Throws as `create` does.
+    [[nodiscard]] static std::string likelyPlace(std::int64_t room, std::int64_t least);
+
     /// Removes what killed runs have left.
     static void removeAbandoned();
 
@@ -62,7 +67,14 @@ private:
     TemporaryFolder() = default;
     /// Empty on success, else the reason why the place is unsuitable.
     [[nodiscard]] std::string makeIn(const std::string &place, std::int64_t room, const KnownRoom &knownRoom);
-    [[nodiscard]] bool makeInAny(const std::vector<std::string> &places, std::int64_t room, const KnownRoom &knownRoom);
+    /// The same without making anything.
+    [[nodiscard]] std::string lookAt(const std::string &place, std::int64_t room);
+    [[nodiscard]] std::string lackOfRoomIn(const FileDescriptor &directory, const std::string &place, std::int64_t room,
+                                           const KnownRoom &knownRoom);
+    /// Tries each place, first with as much room as is wished for. Throws if none will do.
+    using Attempt = std::function<std::string(const std::string &place, std::int64_t room)>;
+    void tryEach(std::int64_t room, std::int64_t least, const Attempt &attempt);
+    [[nodiscard]] bool anyWillDo(const std::vector<std::string> &places, std::int64_t room, const Attempt &attempt);
     [[nodiscard]] std::error_code lockAndProbe(int parent, const std::string &name);
     [[nodiscard]] std::error_code tryToRemove();
 

@@ -4,6 +4,7 @@
 #include "MainClass.h"
 #include "OriginCollector.h"
 #include "Runtime.h"
+#include "mac_installer/archive/UnTar.h"
 #include "mac_installer/archive/Unpacker.h"
 #include "mac_installer/launcher/InfoPlist.h"
 #include "mac_installer/launcher/LaunchLibrary.h"
@@ -11,17 +12,21 @@
 #include "mac_installer/launcher/RuntimeHome.h"
 #include "mac_installer/launcher/RuntimeKeeping.h"
 #include "mac_installer/launcher/RuntimeSource.h"
+#include "mac_installer/launcher/archiveSize.h"
 #include "mac_installer/launcher/prepareProcess.h"
+#include "platform/DebugLog.h"
 #include "platform/Exception.h"
 #include "platform/Executable.h"
 #include "platform/FileManager.h"
 #include "platform/Machine.h"
 #include "platform/ProcessInfo.h"
+#include "platform/TemporaryFolder.h"
 #include "platform/downloadRules.h"
 #include "platform/path.h"
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <system_error>
@@ -90,6 +95,12 @@ private:
 
     void findRuntime() {
         launcher_.looksOnly = true;
+        launcher_.noteLeftOut = [this](const std::string &path, const std::string &reason) {
+            const StartReport::LeftOut entry{path, reason};
+            if (std::find(report_.leftOut.begin(), report_.leftOut.end(), entry) == report_.leftOut.end()) {
+                report_.leftOut.push_back(entry);
+            }
+        };
         launcher_.checkpoint = raiseIfInterrupted;
         launcher_.isOneProcess = booleanValue(Bundle::mainBundle().infoDictionary(), "ksv.inProcess").value_or(false);
         RuntimeSource source = findRuntimeSource(launcher_);
@@ -112,8 +123,36 @@ private:
         requireProgram();
     }
 
+    /// Where the runtime is kept, or would be; empty if it would not.
     static std::optional<RuntimePlace> placeOf(const ArchivedRuntime &archive) {
-        return placeOfRuntime(archive.origin, archive.isShipped);
+        auto place = placeOfRuntime(archive.origin, archive.isShipped);
+        const auto size = archive.isShipped ? expectedSize(archive.origin) : configuredSize();
+        if (place && !place->store.look(place->name) && !place->store.objection(size.value_or(0)).empty()) {
+            return std::nullopt;
+        }
+        return place;
+    }
+
+    /// The folder that the launcher would make for this start.
+    std::string temporaryPlace(const ArchivedRuntime &archive) {
+        std::string place = platform::temporaryDirectories().front();
+        attempt([&] {
+            const NeededRoom room =
+                roomFor(archive.isShipped ? std::optional<std::int64_t>(expectedSize(archive.origin))
+                                          : configuredSizeWithArchive());
+            place = platform::TemporaryFolder::likelyPlace(room.wished, room.least);
+        });
+        return appendingPathComponent(place, "(a new folder)");
+    }
+
+    /// The archive has to be whole, and the one that is expected.
+    void requireIntact(const std::string &archive) {
+        if (const auto difference = differenceOfDigest(archive, raiseIfInterrupted)) {
+            report_.problems.push_back("the SHA-256 of " + archive + " is " + difference->found + ", not " +
+                                       difference->expected);
+        } else if (const auto read = UnTar::examine(archive, raiseIfInterrupted); !read.complete) {
+            report_.problems.push_back("could not extract the runtime: " + archive + ": " + read.reason);
+        }
     }
 
     void useRuntime(JavaRuntime runtime, const std::string &place) {
@@ -149,9 +188,7 @@ private:
             useRuntime(std::move(runtime), "kept from " + where);
             return;
         }
-        const std::string folder =
-            place ? place->store.placeOf(place->name)
-                  : appendingPathComponent(platform::temporaryDirectory().value_or(""), "(a new folder)");
+        const std::string folder = place ? place->store.placeOf(place->name) : temporaryPlace(archive);
         JavaRuntime runtime;
         runtime.javaBundlePath = appendingPathComponent(folder, "jre.bundle");
         runtime.tarFile = tarFile;
@@ -160,9 +197,8 @@ private:
             file = place ? place->store.archiveOf(place->name) : appendingPathComponent(folder, "jre.tar.gz");
             runtime.tarFile = place ? std::nullopt : OptionalText(file);
             report_.obtains.push_back({where, file});
-        } else if (const auto difference = differenceOfDigest(file, raiseIfInterrupted)) {
-            report_.problems.push_back("the SHA-256 of " + file + " is " + difference->found + ", not " +
-                                       difference->expected);
+        } else {
+            requireIntact(file);
         }
         report_.obtains.push_back({file, runtime.javaBundlePath});
         isToBeObtained_ = true;
@@ -232,6 +268,7 @@ private:
 } // namespace
 
 StartReport examineStart(const Request &request) {
+    platform::silenceLog(); // the report says what the log would
     speakFor(request);
     return Examination().run();
 }

@@ -33,6 +33,13 @@ struct StartReport {
         std::optional<int> line;
     };
     std::vector<Origin> origins;
+
+    struct LeftOut {
+        std::string path;
+        std::string reason;
+        bool operator==(const LeftOut &) const = default;
+    };
+    std::vector<LeftOut> leftOut;        ///< options files, runtimes of the application's
     std::vector<std::string> missing;    ///< entries of the class path that are not there
     std::vector<std::string> unreplaced; ///< variables that stand for nothing
 
@@ -48,5 +55,8 @@ struct StartReport {
 
 /// The report as a JSON object, with a line break at its end.
 [[nodiscard]] std::string jsonOf(const StartReport &report);
+
+/// The same where there is no report, for the reason given.
+[[nodiscard]] std::string jsonOfRefusal(const std::string &reason);
 
 } // namespace kestrav::tools

@@ -82,6 +82,9 @@ std::string jsonOf(const StartReport &report) {
     const auto origin = [](const StartReport::Origin &each) {
         return List().add("value", json(each.value)).add("file", json(each.file)).add("line", json(each.line)).object();
     };
+    const auto leftOut = [](const StartReport::LeftOut &each) {
+        return List().add("path", json(each.path)).add("reason", json(each.reason)).object();
+    };
     const auto obtained = [](const StartReport::Obtained &each) {
         return List().add("from", json(each.from)).add("to", json(each.to)).object();
     };
@@ -99,11 +102,16 @@ std::string jsonOf(const StartReport &report) {
                .add("mainClass", mainClass)
                .add("commandLine", arrayOf(report.commandLine))
                .add("origins", arrayOf(report.origins, origin))
+               .add("leftOut", arrayOf(report.leftOut, leftOut))
                .add("missing", arrayOf(report.missing))
                .add("unreplaced", arrayOf(report.unreplaced))
                .add("obtains", arrayOf(report.obtains, obtained))
                .object() +
            "\n";
+}
+
+std::string jsonOfRefusal(const std::string &reason) {
+    return List().add("wouldStart", json(false)).add("error", json(reason)).object() + "\n";
 }
 
 } // namespace kestrav::tools

@@ -1,4 +1,6 @@
 #include "StartReport.h"
+#include "platform/format.h"
+#include "platform/text.h"
 
 #include <algorithm>
 #include <iterator>
@@ -8,11 +10,27 @@ namespace kestrav::tools {
 
 namespace {
 
+/// A word with control characters in the form of bash and zsh: as they are, they would not survive in a line.
+std::string quotedWithControls(const std::string &word) {
+    const auto byte = [&](std::size_t i) { return i < word.size() ? static_cast<unsigned char>(word[i]) : 0U; };
+    const auto endsC1 = [&](std::size_t i) { return byte(i) >= 0x80 && byte(i) < 0xA0 && byte(i - 1) == 0xC2; };
+    std::string result = "$'";
+    for (std::size_t i = 0; i < word.size(); ++i) {
+        const bool isControl = byte(i) < ' ' || byte(i) == 0x7F || endsC1(i) || endsC1(i + 1);
+        const bool isPlain = !isControl && word[i] != '\'' && word[i] != '\\';
+        result += isPlain ? std::string(1, word[i]) : platform::format("\\%03o", byte(i));
+    }
+    return result + "'";
+}
+
 /// A word as a shell has to be given it.
 std::string quoted(const std::string &word) {
     constexpr std::string_view plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+=./:,@%";
     if (!word.empty() && word.find_first_not_of(plain) == std::string::npos) {
         return word;
+    }
+    if (platform::escapingControlCharacters(word) != word) {
+        return quotedWithControls(word);
     }
     std::string result = "'";
     for (const char character : word) {
@@ -62,6 +80,9 @@ std::vector<std::string> linesOf(const StartReport &report, const std::string &a
     if (!report.mainClass.empty()) {
         add(lines, "Main class:", {mainClassLine(report)});
     }
+    add(lines, "Left out:", each(report.leftOut, [](const StartReport::LeftOut &leftOut) {
+            return leftOut.path + ": " + leftOut.reason;
+        }));
     add(lines, "Missing on the class path:", report.missing);
     add(lines, "Variables that stand for nothing:", report.unreplaced);
     add(lines, "Where options, class path and arguments come from:",

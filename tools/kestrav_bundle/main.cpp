@@ -35,23 +35,45 @@ bool flushed() {
     return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
 }
 
+std::string reasonOf(const std::exception &error) {
+    const auto *ofFile = dynamic_cast<const std::filesystem::filesystem_error *>(&error);
+    if (ofFile == nullptr) {
+        return error.what();
+    }
+    const std::string to = ofFile->path2().empty() ? "" : " to " + ofFile->path2().string();
+    return ofFile->path1().string() + to + ": " + ofFile->code().message();
+}
+
 /// Prints how an application would start; 0 if it would.
 int check(const kestrav::tools::Request &request) {
     const auto report = kestrav::tools::examineStart(request);
-    if (request.asJSON) {
-        std::fputs(kestrav::tools::jsonOf(report).c_str(), stdout);
-    } else {
-        for (const std::string &line : kestrav::tools::linesOf(report, request.output)) {
-            std::printf("%s\n", shown(line).c_str());
-        }
+    for (const std::string &line : kestrav::tools::linesOf(report, request.output)) {
+        std::printf("%s\n", shown(line).c_str());
     }
     return flushed() && report.problems.empty() ? 0 : failed;
+}
+
+/// The same for a program, which finds an object on standard output even if the question makes no sense.
+int checkForProgram(const kestrav::tools::Request &request) {
+    std::string object;
+    bool wouldStart = false;
+    try {
+        const auto report = kestrav::tools::examineStart(request);
+        wouldStart = report.problems.empty();
+        object = kestrav::tools::jsonOf(report);
+    } catch (const kestrav::tools::Interrupted &) {
+        throw;
+    } catch (const std::exception &error) {
+        object = kestrav::tools::jsonOfRefusal(reasonOf(error));
+    }
+    std::fputs(object.c_str(), stdout);
+    return flushed() && wouldStart ? 0 : failed;
 }
 
 int makeAsAsked(int argc, char **argv) {
     const auto request = kestrav::tools::parseCommandLine(argc, argv);
     if (request && request->check) {
-        return check(*request);
+        return request->asJSON ? checkForProgram(*request) : check(*request);
     }
     if (request && request->clean) {
         const bool whole = kestrav::tools::cleanRuntimes(
@@ -91,11 +113,8 @@ int main(int argc, char **argv) {
     } catch (const kestrav::tools::Interrupted &error) {
         complain(error.what());
         kestrav::tools::endBySignal();
-    } catch (const std::filesystem::filesystem_error &error) {
-        const std::string to = error.path2().empty() ? "" : " to " + error.path2().string();
-        complain(error.path1().string() + to + ": " + error.code().message());
     } catch (const std::exception &error) {
-        complain(error.what());
+        complain(reasonOf(error));
     }
     return failed;
 }

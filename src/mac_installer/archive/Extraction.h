@@ -24,6 +24,7 @@ struct UnTar::Extraction {
     const std::string &to;
     std::int32_t uncompressedLength;
     const ProgressCallback &progress;
+    bool onlyReads;          ///< nothing is created, and there is no directory
     std::string reason = {}; ///< why the run ended early
     bool isBad = false;      ///< the archive itself is to blame for that
 

@@ -33,6 +33,15 @@ bool isClosingBlock(GzipStream &stream, std::span<char, TarHeader::blockSize> bl
 
 UntarResult UnTar::untar(const std::string &archive, const std::string &to, std::int32_t uncompressedLength,
                          const ProgressCallback &progress, const std::function<void()> &checkpoint) {
+    return run(archive, to, uncompressedLength, progress, checkpoint, false);
+}
+
+UntarResult UnTar::examine(const std::string &archive, const std::function<void()> &checkpoint) {
+    return run(archive, "", 1, {}, checkpoint, true);
+}
+
+UntarResult UnTar::run(const std::string &archive, const std::string &to, std::int32_t uncompressedLength,
+                       const ProgressCallback &progress, const std::function<void()> &checkpoint, bool onlyReads) {
     UntarResult result;
     FileDescriptor file = FileDescriptor::openRegularFile(archive);
     if (!file.valid()) {
@@ -48,11 +57,12 @@ UntarResult UnTar::untar(const std::string &archive, const std::string &to, std:
         Log("%s [Line %d] error opening gzip file", untarSignature, 263);
         result.reason = std::make_error_code(std::errc::not_enough_memory).message(); // zlib fails for no other reason
     } else {
-        Extraction extraction{std::move(*stream), ConfinedDirectory(to), to, uncompressedLength, progress};
+        Extraction extraction{std::move(*stream), ConfinedDirectory(to), to, uncompressedLength, progress, onlyReads};
         const int error = errno;
-        result.complete = extraction.directory.valid() ? extractEntries(extraction, result.topDirectory)
-                                                       : extraction.fail(227, "extract creating directory",
-                                                                         std::generic_category().message(error));
+        result.complete =
+            onlyReads || extraction.directory.valid()
+                ? extractEntries(extraction, result.topDirectory)
+                : extraction.fail(227, "extract creating directory", std::generic_category().message(error));
         result.reason = result.complete ? "" : std::move(extraction.reason);
         result.isBad = !result.complete && extraction.isBad;
     }

@@ -44,9 +44,15 @@ public:
                                            std::int32_t uncompressedLength, const ProgressCallback &progress = {},
                                            const std::function<void()> &checkpoint = {});
 
+    /// Reads all of an archive as `untar` does, but writes nothing.
+    [[nodiscard]] static UntarResult examine(const std::string &archive, const std::function<void()> &checkpoint);
+
 private:
     struct Extraction;
     struct Found;
+
+    static UntarResult run(const std::string &archive, const std::string &to, std::int32_t uncompressedLength,
+                           const ProgressCallback &progress, const std::function<void()> &checkpoint, bool onlyReads);
 
     /// False if the run ended because of an error, which has then been logged and stored; the same holds for the
     /// operations below.

@@ -74,7 +74,7 @@ bool UnTar::extractEntry(Extraction &extraction, const TarEntry &entry) {
 
 bool UnTar::extractLink(Extraction &extraction, const TarEntry &entry) {
     const bool isHard = entry.type == TarHeader::Type::hardLink;
-    if (isHard && isMetadata(entry.name)) {
+    if (extraction.onlyReads || (isHard && isMetadata(entry.name))) {
         return true;
     }
     const auto path = ConfinedPath::parse(entry.name);
@@ -93,6 +93,9 @@ bool UnTar::extractLink(Extraction &extraction, const TarEntry &entry) {
 }
 
 bool UnTar::extractDirectory(Extraction &extraction, const TarEntry &entry) {
+    if (extraction.onlyReads) {
+        return true;
+    }
     const auto path = ConfinedPath::parse(entry.name);
     const auto result = path ? extraction.directory.createDirectory(*path) : ConfinedDirectory::Result::refusal();
     if (!result.succeeded()) {
@@ -102,7 +105,7 @@ bool UnTar::extractDirectory(Extraction &extraction, const TarEntry &entry) {
 }
 
 bool UnTar::extractFile(Extraction &extraction, const TarEntry &entry, std::int32_t fileLength) {
-    if (isMetadata(entry.name)) {
+    if (extraction.onlyReads || isMetadata(entry.name)) {
         return skip(extraction, fileLength);
     }
     const mode_t permissions = (static_cast<mode_t>(entry.mode) & permissionBits) | ownerReadWrite;

@@ -1,8 +1,8 @@
 #include "mac_installer/archive/Cancellation.h"
 #include "mac_installer/bootstrap/AppDelegate.h"
-#include "mac_installer/bootstrap/archiveSize.h"
 #include "mac_installer/launcher/RuntimeBundle.h"
 #include "mac_installer/launcher/RuntimeHome.h"
+#include "mac_installer/launcher/archiveSize.h"
 #include "mac_installer/launcher/failure.h"
 #include "platform/DebugLog.h"
 #include "platform/Exception.h"
@@ -65,9 +65,7 @@ JavaRuntime AppDelegate::obtainFromArchive(const std::string &origin, bool isShi
     }
     std::string archive = origin;
     if (!isShipped) {
-        const auto size = configuredSize();
-        // The archive lies beside what is extracted from it; it is hardly ever larger than half of that.
-        tempDir = createTemporaryDirectory(size ? std::optional(std::int64_t{*size} + *size / 2) : std::nullopt);
+        tempDir = createTemporaryDirectory(configuredSizeWithArchive());
         archive = download(origin, appendingPathComponent(tempDir->path(), "jre.tar.gz"), false);
     }
     requireDigest(archive, origin);

@@ -1,5 +1,5 @@
 #include "mac_installer/bootstrap/AppDelegate.h"
-#include "mac_installer/bootstrap/archiveSize.h"
+#include "mac_installer/launcher/archiveSize.h"
 
 #include "mac_installer/archive/Cancellation.h"
 #include "mac_installer/archive/UnTar.h"

@@ -1,6 +1,6 @@
 #include "mac_installer/bootstrap/OtherDestination.h"
 
-#include "mac_installer/bootstrap/archiveSize.h"
+#include "mac_installer/launcher/archiveSize.h"
 #include "mac_installer/launcher/failure.h"
 #include "platform/DebugLog.h"
 #include "platform/format.h"
@@ -26,10 +26,9 @@ NoticeException noticeOf(const platform::NoRoom &lack) {
 
 platform::TemporaryFolder createTemporaryDirectory(std::optional<std::int64_t> room,
                                                    const platform::KnownRoom &knownRoom) {
-    constexpr std::int64_t roomForMostRuntimes = 512'000'000;
+    const NeededRoom needed = roomFor(room);
     try {
-        auto folder =
-            platform::TemporaryFolder::create(room.value_or(roomForMostRuntimes), room.value_or(usualSize), knownRoom);
+        auto folder = platform::TemporaryFolder::create(needed.wished, needed.least, knownRoom);
         if (!folder.passedOver().empty()) {
             _DLog("%s [Line %d] temporary files go to %@ (%@)", signature, __LINE__, folder.path(),
                   folder.passedOver());

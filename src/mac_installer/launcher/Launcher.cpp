@@ -32,7 +32,7 @@ bool messagesMayBeHeeded(const std::string &path) {
         }
     }
     return std::all_of(items.begin(), items.end(),
-                       [](const std::string &item) { return mayBeHeeded(errorSignature, __LINE__, item); });
+                       [](const std::string &item) { return !reasonNotToHeed(errorSignature, __LINE__, item); });
 }
 
 /// Where "ksv.baseDir" has the bundle of messages; empty if that key is missing, or if somebody else may have put the

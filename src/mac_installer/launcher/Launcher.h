@@ -37,6 +37,8 @@ public:
     std::vector<Candidate> judged;
     /// Told where options, class path and arguments come from, if somebody asks.
     OriginListener noteOrigin;
+    /// Told what is left out because it cannot be read, or could be somebody else's.
+    LeftOutListener noteLeftOut;
     /// Nothing is to be changed: an own runtime is not unpacked.
     bool looksOnly = false;
     /// A search judges all candidates, and so finds none.
@@ -161,7 +163,7 @@ private:
         std::string path;
         std::unique_ptr<platform::Bundle> bundle; // null: a plain directory
     };
-    [[nodiscard]] static std::optional<OwnRuntime> findOwnRuntime();
+    [[nodiscard]] std::optional<OwnRuntime> findOwnRuntime() const;
     [[nodiscard]] std::optional<JavaRuntime> checkOwnRuntime(const OwnRuntime &own);
     static void unpackOwnRuntime(const OwnRuntime &own);
 

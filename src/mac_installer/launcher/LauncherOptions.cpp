@@ -7,6 +7,8 @@
 #include "platform/text.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdint>
 #include <filesystem>
 #include <new>
 #include <unordered_set>
@@ -31,6 +33,14 @@ std::string includedPath(std::string_view name, const std::string &directory) {
         name = name.substr(1, name.size() - 2);
     }
     return isAbsolutePath(name) ? std::string(name) : appendingPathComponent(directory, name);
+}
+
+/// Why a file that could be opened has no text.
+const char *reasonForNoText(const std::string &path) {
+    constexpr auto limit = static_cast<std::uintmax_t>(platform::usualSizeLimit);
+    std::error_code unknown;
+    const bool isTooLarge = std::filesystem::file_size(path, unknown) > limit && !unknown;
+    return isTooLarge ? "it is too large" : "it cannot be read as UTF-8 text";
 }
 
 /// An options file that is being read. Includes make a stack of these, so that no depth of nesting exhausts the
@@ -91,7 +101,7 @@ private:
 
     void open(const std::string &path) {
         if (++opened_ > mostFiles) {
-            _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, path, "too many files are included");
+            leaveOut(path, "too many files are included");
             return;
         }
         std::string expanded = replacingAppPackage(path, bundlePath_);
@@ -109,17 +119,32 @@ private:
             return;
         }
         const auto file = unknown ? FileDescriptor() : FileDescriptor::openRegularFile(expanded);
-        if (file.valid() && !mayBeHeeded(signature, __LINE__, expanded, file)) {
+        if (!unknown && !file.valid() && errno != EINVAL) { // which stands for a device or a FIFO
+            unknown = {errno, std::generic_category()};
+        }
+        const auto distrust = file.valid() ? reasonNotToHeed(signature, __LINE__, expanded, file) : std::nullopt;
+        if (distrust) {
+            noteLeftOut(expanded, *distrust);
             return;
         }
         auto content = platform::stringWithContentsOfFile(file);
         if (!content) {
-            _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, expanded,
-                  unknown ? unknown.message() : "it cannot be read as UTF-8 text");
+            leaveOut(expanded, unknown ? unknown.message() : reasonForNoText(expanded));
         } else if (!beingRead_.insert(identity).second) {
-            _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, expanded, "it includes itself");
+            leaveOut(expanded, "it includes itself");
         } else {
             files_.push_back({std::move(expanded), std::move(identity), std::move(*content)});
+        }
+    }
+
+    void leaveOut(const std::string &path, const std::string &reason) const {
+        _DLog("%s [Line %d] rejected %@: %@", signature, __LINE__, path, reason);
+        noteLeftOut(path, reason);
+    }
+
+    void noteLeftOut(const std::string &path, const std::string &reason) const {
+        if (launcher_.noteLeftOut) {
+            launcher_.noteLeftOut(path, reason);
         }
     }
 

@@ -37,10 +37,10 @@ bool isWritable(const std::string &directory) {
 
 } // namespace
 
-std::optional<Launcher::OwnRuntime> Launcher::findOwnRuntime() {
+std::optional<Launcher::OwnRuntime> Launcher::findOwnRuntime() const {
     const std::string &bundlePath = Bundle::mainBundle().bundlePath();
-    for (const char *place : {"Contents/Resources/jre.bundle", "Contents/PlugIns/jre.bundle"}) {
-        std::string path = appendingPathComponent(bundlePath, place);
+    for (const char *relative : {"Contents/Resources/jre.bundle", "Contents/PlugIns/jre.bundle"}) {
+        std::string path = appendingPathComponent(bundlePath, relative);
         if (auto bundle = openRuntime(path)) {
             return OwnRuntime{std::move(path), std::move(bundle)};
         }
@@ -50,9 +50,16 @@ std::optional<Launcher::OwnRuntime> Launcher::findOwnRuntime() {
         return std::nullopt;
     }
     const std::string base = replacingAppPackage(*baseDir, bundlePath);
-    const auto isThere = [](const std::string &path) {
-        return platform::directoryExistsAtPath(path) && mayBeHeeded(signature, __LINE__, path) &&
-               mayBeHeeded(signature, __LINE__, appendingPathComponent(runtimeHome(path), "bin/java"));
+    const auto isHeeded = [this](const std::string &path) {
+        const auto reason = reasonNotToHeed(signature, __LINE__, path);
+        if (reason && noteLeftOut) {
+            noteLeftOut(path, *reason);
+        }
+        return !reason;
+    };
+    const auto isThere = [&](const std::string &path) {
+        return platform::directoryExistsAtPath(path) && isHeeded(path) &&
+               isHeeded(appendingPathComponent(runtimeHome(path), "bin/java"));
     };
     if (std::string path = appendingPathComponent(base, ".kestrav/jre.bundle"); isThere(path)) {
         auto bundle = openRuntime(path);

@@ -24,4 +24,7 @@ struct Origin {
 /// Is told each part, with variables replaced, and its origin.
 using OriginListener = std::function<void(ConfigurationPart part, const std::string &value, const Origin &origin)>;
 
+/// Is told the path of an options file or of a runtime of the application's that is left out, and the reason.
+using LeftOutListener = std::function<void(const std::string &path, const std::string &reason)>;
+
 } // namespace kestrav

@@ -122,6 +122,10 @@ void NewRuntime::finish() const {
     removeArchive();
 }
 
+std::string RuntimeStore::objection(std::int64_t room) const {
+    return platform::objectionToFutureFolder(folder_, room);
+}
+
 std::string RuntimeStore::placeOf(const std::string &name) const {
     return appendingPathComponent(folder_, name);
 }

@@ -90,6 +90,9 @@ public:
     /// Its path, if it is there and whole; for a look that changes nothing, not even its last use.
     [[nodiscard]] std::optional<std::string> look(const std::string &name) const;
 
+    /// Why a runtime of so many bytes could not be kept, as far as a look tells; empty if it could.
+    [[nodiscard]] std::string objection(std::int64_t room) const;
+
     /// Where it is put, and where its archive is downloaded to before.
     [[nodiscard]] std::string placeOf(const std::string &name) const;
     [[nodiscard]] std::string archiveOf(const std::string &name) const;

@@ -21,23 +21,26 @@ bool isNews(const std::string &path) {
     return told.insert(path).second;
 }
 
-bool isHeeded(const char *signature, int line, const std::string &path, const std::optional<std::string> &reason) {
+/// The reason, which the log is told.
+std::optional<std::string> logged(const char *signature, int line, const std::string &path,
+                                  std::optional<std::string> reason) {
     if (reason && isNews(path)) {
         platform::Log("%s [Line %d] rejected %@: %@", signature, line, path, *reason);
     }
-    return !reason;
+    return reason;
 }
 
 } // namespace
 
-bool mayBeHeeded(const char *signature, int line, const std::string &path) {
+std::optional<std::string> reasonNotToHeed(const char *signature, int line, const std::string &path) {
     const std::string &bundlePath = platform::Bundle::mainBundle().bundlePath();
-    return isHeeded(signature, line, path, platform::reasonToDistrust(path, bundlePath));
+    return logged(signature, line, path, platform::reasonToDistrust(path, bundlePath));
 }
 
-bool mayBeHeeded(const char *signature, int line, const std::string &path, const platform::FileDescriptor &file) {
+std::optional<std::string> reasonNotToHeed(const char *signature, int line, const std::string &path,
+                                           const platform::FileDescriptor &file) {
     const std::string &bundlePath = platform::Bundle::mainBundle().bundlePath();
-    return isHeeded(signature, line, path, platform::reasonToDistrust(file, path, bundlePath));
+    return logged(signature, line, path, platform::reasonToDistrust(file, path, bundlePath));
 }
 
 } // namespace kestrav

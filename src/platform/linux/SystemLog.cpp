@@ -1,6 +1,7 @@
 #include "platform/SystemLog.h"
 
 #include "platform/Clock.h"
+#include "platform/DebugLog.h"
 #include "platform/FileDescriptor.h"
 #include "platform/ProcessInfo.h"
 #include "platform/linux/StandardError.h"
@@ -162,6 +163,9 @@ void writeSystemLog(std::string_view message) {
 }
 
 void writeSystemLog(std::string_view message, std::string_view onStandardError) {
+    if (logIsSilent()) {
+        return;
+    }
     writeSystemLogOnly(message);
     if (testing::replacements().logSink) {
         return;

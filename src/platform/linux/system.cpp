@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -46,6 +47,11 @@ std::uint64_t mountOf(int directory) {
     }
     struct stat status {}; // for kernels before 5.8, where a folder mounted a second time has the same device
     return ::fstat(directory, &status) == 0 ? status.st_dev : 0;
+}
+
+bool forbidsPrograms(int directory) {
+    struct statvfs found {};
+    return ::fstatvfs(directory, &found) == 0 && (found.f_flag & ST_NOEXEC) != 0;
 }
 
 std::error_code exchangeItems(const std::string &path, const std::string &other) {

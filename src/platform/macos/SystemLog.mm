@@ -1,5 +1,6 @@
 #include "platform/SystemLog.h"
 
+#include "platform/DebugLog.h"
 #include "platform/macos/CFValue.h"
 #include "platform/testing.h"
 
@@ -16,6 +17,9 @@ void writeSystemLog(std::string_view message) {
 }
 
 void writeSystemLog(std::string_view message, std::string_view onStandardError) {
+    if (logIsSilent()) {
+        return;
+    }
     if (const auto &replacement = testing::replacements().logSink) {
         replacement(message);
         return;

@@ -11,6 +11,7 @@
 #include <fcntl.h>
 #include <mach-o/dyld.h>
 #include <stdio.h> // NOLINT(modernize-deprecated-headers): <cstdio> need not declare renamex_np
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/sysctl.h>
 #include <unistd.h>
@@ -54,6 +55,11 @@ int unreadBytes(int /*writeEnd*/) {
 std::uint64_t mountOf(int directory) {
     struct stat status {};
     return ::fstat(directory, &status) == 0 ? static_cast<std::uint64_t>(status.st_dev) : 0;
+}
+
+bool forbidsPrograms(int directory) {
+    struct statfs found {};
+    return ::fstatfs(directory, &found) == 0 && (found.f_flags & MNT_NOEXEC) != 0;
 }
 
 std::error_code exchangeItems(const std::string &path, const std::string &other) {

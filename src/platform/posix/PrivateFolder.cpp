@@ -6,6 +6,7 @@
 #include "platform/format.h"
 #include "platform/path.h"
 #include "platform/posix/directory.h"
+#include "platform/posix/system.h"
 #include "platform/uninterrupted.h"
 
 #include <fcntl.h>
@@ -38,10 +39,7 @@ bool canBeMovedByOthers(const std::string &path) {
 /// but it would then get in that user's way.
 bool liesAmongOwnFolders(const std::string &path) {
     struct stat found {};
-    std::string folder = path;
-    do {
-        folder = deletingLastPathComponent(folder);
-    } while (::stat(folder.c_str(), &found) != 0 && errno == ENOENT && folder.size() > 1);
+    static_cast<void>(::stat(nearestFolder(deletingLastPathComponent(path)).c_str(), &found));
     return found.st_uid == ::geteuid() || found.st_uid == 0;
 }
 
@@ -90,6 +88,24 @@ bool programsCanBeStartedFrom(const std::string &folder) {
         ::unlink(probe.c_str());
     }
     return can;
+}
+
+std::string objectionToPrograms(const std::string &folder) {
+    if (::access(folder.c_str(), W_OK | X_OK) != 0) {
+        return lastError().message();
+    }
+    const FileDescriptor opened = openDirectory(AT_FDCWD, folder, true);
+    return opened.valid() && forbidsPrograms(opened.get()) ? noProgramsFrom : "";
+}
+
+std::string objectionToFutureFolder(const std::string &path, std::int64_t room) {
+    const std::string folder = nearestFolder(path);
+    if (folder != path && !liesAmongOwnFolders(path)) {
+        return std::make_error_code(std::errc::permission_denied).message();
+    }
+    std::string objection = folder == path ? objectionToPrivateFolder(path) : "";
+    objection = objection.empty() ? objectionToRoom(folder, room) : objection;
+    return objection.empty() ? objectionToPrograms(folder) : objection;
 }
 
 std::string objectionToRoom(const std::string &folder, std::int64_t needed) {

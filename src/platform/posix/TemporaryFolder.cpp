@@ -100,17 +100,34 @@ void removeAbandonedFolders(const std::string &place) {
 
 TemporaryFolder TemporaryFolder::create(std::int64_t room, std::int64_t least, const KnownRoom &knownRoom) {
     removeAbandoned();
-    const std::vector<std::string> places = temporaryDirectories();
     TemporaryFolder folder;
-    if (!folder.makeInAny(places, room, knownRoom) && (least >= room || !folder.makeInAny(places, least, knownRoom))) {
-        const std::string reason =
-            "no folder for temporary files will do, neither that of TMPDIR nor another: " + folder.passedOver_;
-        if (!folder.roomiest_.empty()) {
-            throw NoRoom(reason, folder.roomiest_, std::min(room, least), folder.mostRoom_);
-        }
-        throw Exception("TemporaryDirectoryException", reason);
-    }
+    folder.tryEach(room, least, [&](const std::string &place, std::int64_t needed) {
+        return folder.makeIn(place, needed, knownRoom);
+    });
     return folder;
+}
+
+std::string TemporaryFolder::likelyPlace(std::int64_t room, std::int64_t least) {
+    TemporaryFolder folder;
+    std::string found;
+    folder.tryEach(room, least, [&](const std::string &place, std::int64_t needed) {
+        found = place;
+        return folder.lookAt(place, needed);
+    });
+    return found;
+}
+
+void TemporaryFolder::tryEach(std::int64_t room, std::int64_t least, const Attempt &attempt) {
+    const std::vector<std::string> places = temporaryDirectories();
+    if (anyWillDo(places, room, attempt) || (least < room && anyWillDo(places, least, attempt))) {
+        return;
+    }
+    const std::string reason =
+        "no folder for temporary files will do, neither that of TMPDIR nor another: " + passedOver_;
+    if (!roomiest_.empty()) {
+        throw NoRoom(reason, roomiest_, std::min(room, least), mostRoom_);
+    }
+    throw Exception("TemporaryDirectoryException", reason);
 }
 
 void TemporaryFolder::removeAbandoned() {
@@ -118,14 +135,40 @@ void TemporaryFolder::removeAbandoned() {
     std::for_each(places.begin(), places.end(), removeAbandonedFolders);
 }
 
-bool TemporaryFolder::makeInAny(const std::vector<std::string> &places, std::int64_t room, const KnownRoom &knownRoom) {
+bool TemporaryFolder::anyWillDo(const std::vector<std::string> &places, std::int64_t room, const Attempt &attempt) {
     passedOver_.clear();
     roomiest_.clear();
     return std::any_of(places.begin(), places.end(), [&](const std::string &place) {
-        const std::string reason = makeIn(place, room, knownRoom);
+        const std::string reason = attempt(place, room);
         passedOver_ += reason.empty() ? "" : (passedOver_.empty() ? "" : "; ") + place + ": " + reason;
         return reason.empty();
     });
+}
+
+std::string TemporaryFolder::lackOfRoomIn(const FileDescriptor &directory, const std::string &place, std::int64_t room,
+                                          const KnownRoom &knownRoom) {
+    const auto known = knownRoom.find(place);
+    const std::int64_t limit = known == knownRoom.end() ? std::numeric_limits<std::int64_t>::max() : known->second;
+    const std::int64_t available = std::min(availableBytes(directory).value_or(room), limit);
+    if (available >= room) {
+        return "";
+    }
+    if (roomiest_.empty() || available > mostRoom_) {
+        roomiest_ = place;
+        mostRoom_ = available;
+    }
+    return lackOfRoom(available, room);
+}
+
+std::string TemporaryFolder::lookAt(const std::string &place, std::int64_t room) {
+    const std::string folder = place == cacheDirectory() ? nearestFolder(place) : place;
+    const FileDescriptor directory = openDirectory(AT_FDCWD, folder, true);
+    if (!directory.valid()) {
+        return lastError().message();
+    }
+    std::string objection = folder == place ? objectionToOwner(directory) : ""; // else it would be the user's own
+    objection = objection.empty() ? lackOfRoomIn(directory, place, room, {}) : objection;
+    return objection.empty() ? objectionToPrograms(folder) : objection;
 }
 
 std::string TemporaryFolder::makeIn(const std::string &place, std::int64_t room, const KnownRoom &knownRoom) {
@@ -140,16 +183,7 @@ std::string TemporaryFolder::makeIn(const std::string &place, std::int64_t room,
         return lastError().message();
     }
     std::string objection = objectionToOwner(directory);
-    const auto known = knownRoom.find(place);
-    const std::int64_t limit = known == knownRoom.end() ? std::numeric_limits<std::int64_t>::max() : known->second;
-    const std::int64_t available = std::min(availableBytes(directory).value_or(room), limit);
-    if (objection.empty() && available < room) {
-        objection = lackOfRoom(available, room);
-        if (roomiest_.empty() || available > mostRoom_) {
-            roomiest_ = place;
-            mostRoom_ = available;
-        }
-    }
+    objection = objection.empty() ? lackOfRoomIn(directory, place, room, knownRoom) : objection;
     if (!objection.empty()) {
         return objection;
     }
@@ -165,7 +199,7 @@ std::string TemporaryFolder::makeIn(const std::string &place, std::int64_t room,
             // A folder that cannot be opened could not be filled either.
             static_cast<void>(::unlinkat(directory.get(), name.c_str(), AT_REMOVEDIR));
         }
-        return error == std::errc::permission_denied ? "programs cannot be started from it" : error.message();
+        return error == std::errc::permission_denied ? noProgramsFrom : error.message();
     }
     path_ = std::move(path);
     return {};

@@ -1,5 +1,6 @@
 #include "platform/posix/directory.h"
 
+#include "platform/path.h"
 #include "platform/posix/system.h"
 #include "platform/uninterrupted.h"
 
@@ -231,6 +232,14 @@ std::optional<std::int64_t> availableBytes(const FileDescriptor &directory) {
     constexpr double largest = 1e18;
     const double bytes = static_cast<double>(space.f_bavail) * static_cast<double>(space.f_frsize);
     return static_cast<std::int64_t>(std::min(bytes, largest));
+}
+
+std::string nearestFolder(std::string path) {
+    struct stat found {};
+    while (::stat(path.c_str(), &found) != 0 && errno == ENOENT && path.size() > 1) {
+        path = deletingLastPathComponent(path);
+    }
+    return path;
 }
 
 } // namespace kestrav::platform

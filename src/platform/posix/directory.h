@@ -42,4 +42,7 @@ std::error_code removeTree(int parent, const char *name);
 /// The bytes that the user can still write to the file system of an open directory; empty if the system does not say.
 [[nodiscard]] std::optional<std::int64_t> availableBytes(const FileDescriptor &directory);
 
+/// The path itself, or the nearest folder above it that exists.
+[[nodiscard]] std::string nearestFolder(std::string path);
+
 } // namespace kestrav::platform

@@ -28,6 +28,9 @@ namespace kestrav::platform {
 /// say.
 [[nodiscard]] int unreadBytes(int writeEnd);
 
+/// True if the file system is mounted so that no program on it can be started.
+[[nodiscard]] bool forbidsPrograms(int directory);
+
 /// A number that differs between mounted file systems and, where the system can tell, between two places at which the
 /// same folder is mounted. 0 if the system does not say.
 [[nodiscard]] std::uint64_t mountOf(int directory);

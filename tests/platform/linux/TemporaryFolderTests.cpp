@@ -72,7 +72,9 @@ TEST_F(TemporaryFolderTest, LiesInTheFirstPlaceThatWillDo) {
             continue; // only root can give a folder away
         }
         ASSERT_EQ(chmod(first.c_str(), mode), 0);
+        const std::string likely = TemporaryFolder::likelyPlace(1, 1);
         TemporaryFolder folder = TemporaryFolder::create(1, 1);
+        EXPECT_EQ(placeOf(folder), likely);
         EXPECT_EQ(placeOf(folder), *reason == '\0' ? first : second) << reason;
         EXPECT_THAT(folder.passedOver(), HasSubstr(reason));
         EXPECT_FALSE(folder.remove());
@@ -83,7 +85,7 @@ TEST_F(TemporaryFolderTest, LiesInTheFirstPlaceThatWillDo) {
     constexpr std::int64_t tooMuch = std::int64_t{1} << 60;
     EXPECT_EQ(placeOf(TemporaryFolder::create(tooMuch, 1)), second);
     try {
-        static_cast<void>(TemporaryFolder::create(tooMuch, tooMuch));
+        static_cast<void>(TemporaryFolder::likelyPlace(tooMuch, tooMuch));
         ADD_FAILURE();
     } catch (const Exception &exception) {
         EXPECT_THAT(exception.reason(), HasSubstr("TMPDIR nor another: " + first + ": No such file or directory; " +
@@ -109,7 +111,8 @@ TEST_F(TemporaryFolderTest, MountsAreHeeded) {
         if (!mayMount()) {
             _exit(2);
         }
-        bool good = mount("none", first.c_str(), "tmpfs", MS_NOEXEC, "mode=0700") == 0;
+        bool good = mount("none", first.c_str(), "tmpfs", MS_NOEXEC, "mode=0700") == 0 &&
+                    TemporaryFolder::likelyPlace(1, 1) == second;
         TemporaryFolder folder = TemporaryFolder::create(1, 1);
         good = good && folder.passedOver() == first + ": programs cannot be started from it" && fs::is_empty(first);
         fs::create_directories(folder.path() + "/jre/mounted");

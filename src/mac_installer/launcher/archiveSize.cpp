@@ -1,4 +1,4 @@
-#include "mac_installer/bootstrap/archiveSize.h"
+#include "mac_installer/launcher/archiveSize.h"
 
 #include "mac_installer/archive/GzipTrailer.h"
 #include "mac_installer/launcher/InfoPlist.h"
@@ -17,6 +17,17 @@ std::optional<std::int32_t> configuredSize() {
 std::optional<std::int32_t> expectedSize(const std::string &archive) {
     const auto size = configuredSize();
     return size ? size : uncompressedSizeOf(archive);
+}
+
+NeededRoom roomFor(std::optional<std::int64_t> size) {
+    constexpr std::int64_t roomForMostRuntimes = 512'000'000;
+    return {size.value_or(roomForMostRuntimes), size.value_or(usualSize)};
+}
+
+std::optional<std::int64_t> configuredSizeWithArchive() {
+    const auto size = configuredSize();
+    // An archive is hardly ever larger than half of what it holds.
+    return size ? std::optional(std::int64_t{*size} + *size / 2) : std::nullopt;
 }
 
 } // namespace kestrav
