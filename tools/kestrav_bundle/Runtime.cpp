@@ -67,7 +67,8 @@ Runtime examineRuntime(const std::string &name, const std::string &folder, const
     const std::string info = appendingPathComponent(runtime.folder, "Contents/Info.plist");
     runtime.hasInfo = runtime.isBundle && platform::fileExistsAtPath(info);
 
-    const auto bundle = openRuntime(runtime.isBundle && !runtime.hasInfo ? home : runtime.folder);
+    // One without an Info.plist gets one as it is copied, for a Mac's launcher reads no other description.
+    const auto bundle = openDescribedRuntime(runtime.isBundle && !runtime.hasInfo ? home : runtime.folder);
     if (!bundle) {
         throw Refusal("The runtime " + name + " cannot be read");
     }

@@ -60,9 +60,13 @@ PropertyList::Dictionary informationOf(std::string_view releaseFile) {
 } // namespace
 
 std::unique_ptr<Bundle> openRuntime(const std::string &path) {
+    return platform::isMacOS() ? Bundle::create(path) : openDescribedRuntime(path);
+}
+
+std::unique_ptr<Bundle> openDescribedRuntime(const std::string &path) {
     auto bundle = Bundle::create(path);
     const std::string file = platform::appendingPathComponent(path, "release");
-    if (!bundle || platform::isMacOS() || !platform::fileExistsAtPath(file) || Bundle::infoPlistPath(path)) {
+    if (!bundle || !platform::fileExistsAtPath(file) || Bundle::infoPlistPath(path)) {
         return bundle;
     }
     const auto text = platform::stringWithContentsOfFile(file, releaseSizeLimit);
