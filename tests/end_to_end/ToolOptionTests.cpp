@@ -159,8 +159,8 @@ TEST(Tool, TakesTheOptionsOfTheJdksPackagingTool) {
     const TemporaryDirectory folder;
     makeJar(folder, "in/a.jar", "");
     folder.write("x.icns", icon);
-    folder.write("association",
-                 "extension = tl, tm\n# a comment\nmime-type:application/x-tl\ndescription=A \\\n tool\n");
+    folder.write("association", "# a comment\\\nextension = tl, \\u0074m\n\nmime-type \\\r\n : application\\/x-tl\n"
+                                "  description:A \\\n tool\n");
     folder.write("bin/codesign", "#!/bin/sh\necho \"$*\" >>\"${0%/*}/log\"\n");
     folder.write("more/Resources/note", "N");
     fs::permissions(folder / "bin/codesign", fs::perms::owner_all);
@@ -210,9 +210,9 @@ TEST(Tool, TakesTheOptionsOfTheJdksPackagingTool) {
                 HasSubstr("said\nproperty null\nmodule org.example.p"));
     EXPECT_THAT(contentOf(contents + "PlugIns/jre.bundle/Contents/Home/release"),
                 HasSubstr("MODULES=\"java.base java.logging\""));
-    const std::string jar = makeJar(folder, "tool-box-1.2.jar", "Main-Class: a.Größe\n");
-    EXPECT_THAT(makeTool(folder, {}, "--dry-run --verbose --module tool.box -p " + jar).output,
-                HasSubstr("class: a.Größe"));
+    makeJar(folder, "mods/tool-box-1.2.jar", "Main-Class: a.Größe\n");
+    EXPECT_THAT(makeTool(folder, {}, "--dry-run --verbose --input mods --module tool.box -p .").output,
+                testing::AllOf(HasSubstr("class: a.Größe"), testing::Not(HasSubstr("app/mods"))));
     // Each option of the documentation's table is among them, in either form.
     std::istringstream page(contentOf(KESTRAV_PACKAGING_PAGE));
     for (std::string line; std::getline(page, line);) {

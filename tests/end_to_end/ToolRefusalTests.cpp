@@ -54,6 +54,12 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
     files.write("machine/bin/java", std::string("\xCF\xFA\xED\xFE", 4) + std::string(60, '\0'));
     fs::permissions(files / "machine/bin/java", fs::perms::owner_all);
     makeHome(files, "huge");
+    // A module "m" that requires "s.t", statically, and "n.o".
+    files.write(
+        "m/module-info.class",
+        std::string("\xCA\xFE\xBA\xBE\0\0\0\x35\0\x08\1\0\6Module\1\0\1m\x13\0\2\1\0\3n.o\x13\0\4\1\0\3s.t"
+                    "\x13\0\6\0\0\0\0\0\0\0\0\0\0\0\0\0\1\0\1\0\0\0\x14\0\3\0\0\0\0\0\2\0\7\0\x40\0\0\0\5\0\0\0\0",
+                    84));
     files.write("huge/modules", "");
     fs::resize_file(files / "huge/modules", std::uintmax_t{1} << 31U);
     makeHome(files, "circle");
@@ -87,6 +93,8 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--jar", makeJar(files, "in/it.jar", "Class-Path: ../up.jar\n")}, "../up.jar, which would lie outside"},
         {{"--module", "org.example.prog", "-p", jar}, "org.example.prog is not on the module path"},
         {{"--module", "a", "-p", makeJar(files, "a.jar", "")}, "The module a names no main class"},
+        {{"--module", "/org.example.Main"}, "is followed by MODULE or MODULE/CLASS, not /org.example.Main"},
+        {{"--module", "m/a.B", "-p", files.path() + "/m"}, "module m requires n.o, which is not on the module path"},
         {{"--main-class", "java.lang.Object", "--add-modules", "auto", "--runtime", KESTRAV_JDK}, "there are none"},
         {{"--jra", jar}, "There is no option --jra"},
     };
@@ -103,13 +111,13 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--class-path", files.write("a:b.jar", "")}, "cannot be on a class path"},
         {{"--file", "/"}, "would contain the application"},
         {{"--file", files / "fifo"}, "neither a file nor a folder"},
-        {{"--file", ""}, "A file's name is empty"},
         {{"--file", files.write("jre.tar.gz", "")}, "would take a file of this name for the runtime"},
         {{"--jar", jar}, "There is one --jar"},
         {{"--vm-option", "Xmx1g"}, "A VM option begins with \"-\""},
         {{"--vm-option", "--limit-modules"}, "would take the next one for its value"},
         {{"--argument", "\x01"}, "control characters"},
-        {{"--name", ""}, "name must not be empty"},
+        {{"--name", ""}, "The value of --name must not be empty"},
+        {{"--app-content", ","}, "is an empty list"},
         {{"--identifier", "tool"}, "The identifier \"tool\""},
         {{"--icon", files.write("cut.icns", std::string("icns\0\0\0\x09", 8))}, "is not an .icns file"},
         {{"--icon", files.write("old.icns", std::string("icns\0\0\0\x14it32\0\0\0\x0C....", 20))}, "has no PNG image"},
@@ -117,6 +125,7 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--icon", files.write("huge.png", "\x89PNG\r\n\x1A\n" + std::string(32, 'x'))}, "more than 8192 pixels"},
         {{"--icon", files.write("small.png", smallImage)}, "has only 1 pixels on a side"},
         {{"--icon", files.write("cut.svg", "<svg><g>")}, "a PNG or an SVG image: "},
+        {{"--icon", files.write("empty.svg", R"(<svg xmlns="http://www.w3.org/2000/svg"/>)")}, "shows nothing"},
         {{"--language", "fr=" + files.write("fr", english)}, "has no text for \"dorvik.InternalError\""},
         {{"--language", "xx"}, "no messages in xx"},
         {{"--file-type", ".txt"}, "\".txt\" is not a file's extension"},
@@ -153,12 +162,13 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--replace=yes"}, "takes no value"},
         {{"--input", files / "none"}, "none cannot be read: No such file"},
         {{"--module", "a"}, "either a module or a class"},
-        {{"--runtime", KESTRAV_JDK, "--add-modules", "no.such"}, "jlink refuses: Error: Module no.such not found"},
+        {{"--runtime", KESTRAV_JDK, "--add-modules", "no.such"}, "jlink refuses: Error: Module no.such not found\n"},
         {{"--runtime", home, "--add-modules", "auto"}, "has no bin/jdeps, which --add-modules needs"},
         {{"--jlink-options", "-x"}, "is for a runtime that is made with --add-modules"},
         {{"--type", "dmg"}, "Applications are made here"},
         {{"--dest", "x"}, "One application at a time"},
         {{"--file-associations", garbage}, "names no extension"},
+        {{"--file-associations", files.write("code", "#\\\nextension=\\u00g4")}, "without its four hexadecimal digits"},
         {{"--input", "."}, "would contain the application"},
         {{"--working-directory", "data"}, "give a whole path"},
         {{"--splash", garbage}, "neither GIF nor PNG nor JPEG"},

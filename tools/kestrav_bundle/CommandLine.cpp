@@ -128,6 +128,7 @@ public:
             }
             const Option *option = optionOf(found);
             requireKnown(found, option);
+            requireValue(*option);
             ++options_;
             option->apply(request, option->hasValue ? optarg : "");
         }
@@ -192,6 +193,12 @@ private:
                               : "There is no option " +
                                     (optopt == 0 ? word : std::string{'-', static_cast<char>(optopt)}) +
                                     "; try --help");
+        }
+    }
+
+    static void requireValue(const Option &option) {
+        if (option.hasValue && !option.mayBeEmpty && *optarg == '\0') {
+            throw Refusal(std::string("The value of --") + option.name + " must not be empty");
         }
     }
 

@@ -73,6 +73,9 @@ Picture pictureOf(const std::string &image, const std::string &path) {
         throw Refusal("The icon " + path + " is not an .icns file, a PNG or an SVG image" +
                       (image.starts_with('<') ? ": " + error : ""));
     }
+    if (picture->isBlank()) {
+        throw Refusal("The icon " + path + " shows nothing; what an SVG image takes from other files is not drawn");
+    }
     return *picture;
 }
 

@@ -28,6 +28,20 @@ std::string joined(const std::vector<std::string> &words, const char *separator)
         [&](const std::string &all, const std::string &word) { return all.empty() ? word : all + separator + word; });
 }
 
+/// What a program of the JDK says, on one line, without the stack traces that it may add to its messages.
+std::string messageOf(const std::string &output) {
+    const auto isInTrace = [](const std::string &line) { return line.starts_with('\t'); };
+    const auto lines = linesIn(output);
+    std::vector<std::string> messages;
+    for (auto line = lines.begin(); line != lines.end(); ++line) {
+        const bool namesException = line + 1 != lines.end() && isInTrace(line[1]); // which the message before it tells
+        if (!isInTrace(*line) && (!namesException || messages.empty())) {
+            messages.push_back(*line);
+        }
+    }
+    return platform::onOneLine(joined(messages, " "));
+}
+
 /// The programs of the JDK do not run in the user's folder.
 std::vector<std::string> absolutePaths(const std::vector<std::string> &paths) {
     std::vector<std::string> result;
@@ -64,7 +78,7 @@ public:
 
     [[noreturn]] static void refuse(const char *name, const ProgramRun &result) {
         throw Refusal(std::string(name) + (result.end == ProgramRun::End::exited
-                                               ? " refuses: " + platform::onOneLine(result.output)
+                                               ? " refuses: " + messageOf(result.output)
                                                : " does not run, or does not end"));
     }
 

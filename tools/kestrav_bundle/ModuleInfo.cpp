@@ -96,6 +96,23 @@ private:
     std::vector<Entry> entries_;
 };
 
+/// The modules that an attribute requires, which follow the module's own name; not those that only compiling needs.
+std::vector<std::string> neededModules(ClassReader &attribute, const Constants &constants) {
+    constexpr std::size_t flagsAndVersion = 4;
+    constexpr std::size_t staticFlag = 0x40;
+    static_cast<void>(attribute.bytes(flagsAndVersion));
+    std::vector<std::string> modules;
+    for (std::size_t count = attribute.number(2); count > 0; --count) {
+        const std::string module = constants.name(attribute.number(2));
+        const std::size_t flags = attribute.number(2);
+        static_cast<void>(attribute.number(2)); // its version
+        if ((flags & staticFlag) == 0) {
+            modules.push_back(module);
+        }
+    }
+    return modules;
+}
+
 ModuleInfo parse(std::string_view content, const std::string &source) {
     constexpr std::size_t headerSize = 8;    // magic and version
     constexpr std::size_t memberCounts = 12; // access, class, superclass, no interfaces, no fields, no methods
@@ -109,6 +126,7 @@ ModuleInfo parse(std::string_view content, const std::string &source) {
         ClassReader attribute(reader.bytes(reader.number(4)), source);
         if (name == "Module") {
             info.name = constants.name(attribute.number(2));
+            info.needs = neededModules(attribute, constants);
         } else if (name == "ModuleMainClass") {
             info.mainClass = platform::replacingOccurrences(constants.name(attribute.number(2)), "/", ".");
         }

@@ -2,13 +2,15 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace kestrav::tools {
 
 /// What a module's descriptor says of it.
 struct ModuleInfo {
     std::string name;
-    std::string mainClass; ///< with dots; empty if it names none
+    std::string mainClass;          ///< with dots; empty if it names none
+    std::vector<std::string> needs; ///< the modules that it requires to run
 };
 
 /// Reads the descriptor (module-info.class) of an archive or a folder of classes; empty if there is none. Raises

@@ -13,13 +13,6 @@ Apply fieldSetter(std::string Request::*field) {
     return [field](Request &request, std::string value) { request.*field = std::move(value); };
 }
 
-void setName(Request &request, std::string value) {
-    if (value.empty()) {
-        throw Refusal("The application's name must not be empty");
-    }
-    request.name = std::move(value);
-}
-
 void setJar(Request &request, std::string value) {
     if (request.jar) {
         throw Refusal("There is one --jar, the one with the main class; the others are given with --class-path");
@@ -80,9 +73,12 @@ Apply wordAdder(void (*add)(Request &, std::string)) {
     };
 }
 
-/// Adds what stands between separators to a list.
+/// Adds what stands between separators to a list; refuses a value that has nothing else.
 Apply listAdder(std::vector<std::string> Request::*field, const char *separator) {
     return [=](Request &request, const std::string &value) {
+        if (value.find_first_not_of(separator) == std::string::npos) {
+            throw Refusal("\"" + value + "\" is an empty list");
+        }
         for (std::string &word : platform::componentsSeparatedBy(value, separator)) {
             if (!word.empty()) {
                 (request.*field).push_back(std::move(word));
@@ -144,7 +140,7 @@ void addSearch(Request &request, std::string value) {
 
 const std::vector<Option> &options() {
     static const std::vector<Option> all{
-        {"name", true, setName, 'n'},
+        {"name", true, fieldSetter(&Request::name), 'n'},
         {"dest", true, fieldSetter(&Request::destination), 'd'},
         {"identifier", true, fieldSetter(&Request::identifier)},
         {"app-version", true, fieldSetter(&Request::version)},
@@ -154,11 +150,11 @@ const std::vector<Option> &options() {
         {"module", true, fieldSetter(&Request::module), 'm'},
         {"module-path", true, listAdder(&Request::modulePath, ":"), 'p'},
         {"add-modules", true, listAdder(&Request::addModules, ",")},
-        {"jlink-options", true, wordAdder(addJlinkOption)},
+        {.name = "jlink-options", .hasValue = true, .apply = wordAdder(addJlinkOption), .mayBeEmpty = true},
         {"class-path", true, fieldSetter(&Request::classPath)},
         {"file", true, fieldSetter(&Request::files)},
         {"vm-option", true, addVMOption},
-        {"argument", true, fieldSetter(&Request::arguments)},
+        {.name = "argument", .hasValue = true, .apply = fieldSetter(&Request::arguments), .mayBeEmpty = true},
         {"options-file", true, fieldSetter(&Request::optionsFile)},
         {"working-directory", true, fieldSetter(&Request::workingDirectory)},
         {"splash", true, fieldSetter(&Request::splash)},
@@ -174,7 +170,10 @@ const std::vector<Option> &options() {
         {"runtime-form", true, setRuntimeForm},
         {"no-class-archive", false, [](Request &request, const std::string &) { request.addsClassArchive = false; }},
         {"train", false, setter(&Request::trains)},
-        {"training-argument", true, fieldSetter(&Request::trainingArguments)},
+        {.name = "training-argument",
+         .hasValue = true,
+         .apply = fieldSetter(&Request::trainingArguments),
+         .mayBeEmpty = true},
         {"training-time", true, setTrainingTime},
         {"runtime-url", true, fieldSetter(&Request::runtimeURL)},
         {"runtime-sha256", true, fieldSetter(&Request::runtimeSHA256)},
@@ -198,11 +197,11 @@ const std::vector<Option> &options() {
         {"clean", false, setter(&Request::clean)},
         // Names that the JDK's packaging tool has for the same.
         {"main-jar", true, setJar},
-        {"java-options", true, wordAdder(addVMOption)},
-        {"arguments", true, wordAdder(addArgument)},
+        {.name = "java-options", .hasValue = true, .apply = wordAdder(addVMOption), .mayBeEmpty = true},
+        {.name = "arguments", .hasValue = true, .apply = wordAdder(addArgument), .mayBeEmpty = true},
         {"runtime-image", true, fieldSetter(&Request::runtime)},
         {"file-associations", true, addFileAssociation},
-        {"app-content", true, addContent},
+        {"app-content", true, listAdder(&Request::content, ",")},
         {"copyright", true,
          [](Request &request, std::string value) {
              request.information["NSHumanReadableCopyright"] = std::move(value);
@@ -212,7 +211,7 @@ const std::vector<Option> &options() {
         {"mac-app-category", true, setCategory},
         {"mac-sign", false,
          [](Request &request, const std::string &) { signAs(request, request.signingIdentity.value_or("")); }},
-        {"mac-signing-key-user-name", true, signAs},
+        {.name = "mac-signing-key-user-name", .hasValue = true, .apply = signAs, .mayBeEmpty = true},
         {"mac-entitlements", true, fieldSetter(&Request::entitlements)},
         {"type", true, requireApplication, 't'},
     };

@@ -15,7 +15,8 @@ struct Option {
     const char *name;
     bool hasValue;
     Apply apply;
-    char letter = '\0'; ///< the short form, if there is one
+    char letter = '\0';      ///< the short form, if there is one
+    bool mayBeEmpty = false; ///< an empty value means something, and is not a variable of a script that is not set
 };
 
 /// All options but --help and --version.

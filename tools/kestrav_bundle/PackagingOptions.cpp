@@ -1,10 +1,7 @@
 #include "PackagingOptions.h"
 
-#include "platform/FileManager.h"
+#include "PropertyFile.h"
 #include "platform/text.h"
-
-#include <algorithm>
-#include <map>
 
 namespace kestrav::tools {
 
@@ -14,32 +11,6 @@ constexpr std::string_view blanks = " \t\r\n\f";
 
 bool isBlank(char character) {
     return blanks.find(character) != std::string_view::npos;
-}
-
-/// The entries of a property file: lines "key=value", comments, and lines that go on after a backslash.
-std::map<std::string, std::string> propertiesOf(const std::string &path) {
-    const auto text = platform::stringWithContentsOfFile(path);
-    if (!text) {
-        throw Refusal("The property file " + path + " cannot be read as UTF-8 text");
-    }
-    std::map<std::string, std::string> properties;
-    std::string whole;
-    for (const std::string &line :
-         platform::componentsSeparatedBy(platform::replacingOccurrences(*text, "\r", ""), "\n")) {
-        whole += platform::trimming(line, blanks);
-        if (whole.ends_with('\\')) {
-            whole.pop_back();
-            continue;
-        }
-        const std::string property = std::exchange(whole, "");
-        const std::size_t end = property.find_first_of("=: \t");
-        if (end != std::string::npos && !property.starts_with('#') && !property.starts_with('!')) {
-            const auto value = platform::trimming(std::string_view(property).substr(end), blanks);
-            const bool hasSign = value.starts_with('=') || value.starts_with(':');
-            properties[property.substr(0, end)] = platform::trimming(value.substr(hasSign ? 1 : 0), blanks);
-        }
-    }
-    return properties;
 }
 
 } // namespace
@@ -73,22 +44,20 @@ std::vector<std::string> splitWords(std::string_view text) {
 }
 
 void addFileAssociation(Request &request, const std::string &path) {
-    auto properties = propertiesOf(path);
+    const auto properties = propertiesOf(path);
+    const auto value = [&](const char *key) {
+        const auto found = properties.find(key);
+        return found == properties.end() ? "" : std::string(platform::trimming(found->second, blanks));
+    };
     bool any = false;
-    for (const std::string &extension : platform::componentsSeparatedBy(properties["extension"], ", \t")) {
+    for (const std::string &extension : platform::componentsSeparatedBy(value("extension"), ", \t")) {
         if (!extension.empty()) {
-            request.fileTypes.push_back({extension, properties["description"], properties["mime-type"]});
+            request.fileTypes.push_back({extension, value("description"), value("mime-type")});
             any = true;
         }
     }
     if (!any) {
         throw Refusal(path + " names no extension, as in extension=txt");
-    }
-}
-
-void addContent(Request &request, const std::string &paths) {
-    for (std::string &path : platform::componentsSeparatedBy(paths, ",")) {
-        request.content.push_back(std::move(path));
     }
 }
 

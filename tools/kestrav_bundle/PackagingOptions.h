@@ -14,12 +14,9 @@ namespace kestrav::tools {
 /// before a quotation mark or white space has it stand for itself.
 [[nodiscard]] std::vector<std::string> splitWords(std::string_view text);
 
-/// Adds the file type that a property file describes: its `extension`, `description` and `mime-type`. Refuses a file
+/// Adds the file types that a property file describes: its `extension`, `description` and `mime-type`. Refuses a file
 /// without an extension.
 void addFileAssociation(Request &request, const std::string &path);
-
-/// Adds the files whose names are separated by commas to those that come into Contents.
-void addContent(Request &request, const std::string &paths);
 
 /// Signs with the certificate for applications of this developer or team; an empty name takes the only one that is
 /// there.

@@ -1,6 +1,7 @@
 #include "Picture.h"
 
 #include "Request.h"
+#include "platform/text.h"
 
 #include <librsvg/rsvg.h>
 
@@ -148,7 +149,7 @@ std::optional<Picture> Picture::ofSVG(const std::string &image, std::string &err
             }
         });
     if (!handle) {
-        error = Owned<GError>(failure)->message;
+        error = platform::trimmingWhitespaceAndNewlines(Owned<GError>(failure)->message);
         return std::nullopt;
     }
     return Picture(
@@ -168,13 +169,28 @@ Picture Picture::ofInitial(const std::string &name, const std::string &identifie
             unlimited};
 }
 
-std::string Picture::png(int edge) const {
-    const Owned<cairo_surface_t> surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, edge, edge));
+std::shared_ptr<cairo_surface_t> Picture::drawn(int edge) const {
+    std::shared_ptr<cairo_surface_t> surface(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, edge, edge), Destroy());
     const Owned<cairo_t> context(cairo_create(surface.get()));
-    std::string image;
-    if (!draw_(context.get(), edge) || cairo_status(context.get()) != CAIRO_STATUS_SUCCESS ||
-        cairo_surface_write_to_png_stream(surface.get(), appendPart, &image) != CAIRO_STATUS_SUCCESS) {
+    if (!draw_(context.get(), edge) || cairo_status(context.get()) != CAIRO_STATUS_SUCCESS) {
         throw Refusal("The icon could not be drawn with " + std::to_string(edge) + " pixels");
+    }
+    return surface;
+}
+
+bool Picture::isBlank() const {
+    constexpr int edge = 128;
+    const auto surface = drawn(edge);
+    cairo_surface_flush(surface.get());
+    const auto size = static_cast<std::size_t>(cairo_image_surface_get_stride(surface.get())) * edge;
+    const unsigned char *bytes = cairo_image_surface_get_data(surface.get());
+    return std::all_of(bytes, bytes + size, [](unsigned char byte) { return byte == 0; });
+}
+
+std::string Picture::png(int edge) const {
+    std::string image;
+    if (cairo_surface_write_to_png_stream(drawn(edge).get(), appendPart, &image) != CAIRO_STATUS_SUCCESS) {
+        throw Refusal("The icon could not be written with " + std::to_string(edge) + " pixels");
     }
     return image;
 }

@@ -3,6 +3,7 @@
 #include <cairo.h>
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -24,6 +25,9 @@ public:
     /// The edge up to which it has details.
     [[nodiscard]] int finestEdge() const { return finestEdge_; }
 
+    /// True if nothing of it can be seen.
+    [[nodiscard]] bool isBlank() const;
+
     /// The picture as a PNG image with that many pixels on each side.
     [[nodiscard]] std::string png(int edge) const;
 
@@ -31,6 +35,9 @@ private:
     /// Draws into a square; false after a failure.
     using Draw = std::function<bool(cairo_t *, double)>;
     Picture(Draw draw, int finestEdge) : draw_(std::move(draw)), finestEdge_(finestEdge) {}
+
+    /// The picture with that many pixels on each side.
+    [[nodiscard]] std::shared_ptr<cairo_surface_t> drawn(int edge) const;
 
     Draw draw_;
     int finestEdge_;

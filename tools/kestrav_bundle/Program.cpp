@@ -32,9 +32,6 @@ void requireVariable(const std::string &entry) {
 
 void addToClassPath(Program &program, std::vector<Program::File> &files, const Request &request,
                     const std::string &entry) {
-    if (entry.empty()) {
-        throw Refusal("An entry of the class path is empty");
-    }
     program.classPath += program.classPath.empty() ? "" : ":";
     if (entry.starts_with('$')) {
         requireVariable(entry);
@@ -47,7 +44,7 @@ void addToClassPath(Program &program, std::vector<Program::File> &files, const R
         name.find("$APP_PACKAGE") != std::string::npos) {
         throw Refusal(entry + R"(: a name with ":" or "$APP_PACKAGE", or "*" alone, cannot be on a class path)");
     }
-    program.classPath += programFolder + name;
+    program.classPath += inProgramFolder(files.back());
 }
 
 /// The class path with every "FOLDER/*" replaced by the archives in that folder, as the Java launcher reads it, but in

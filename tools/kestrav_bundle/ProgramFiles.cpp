@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 constexpr const char *reserved = "jre.tar.gz"; // the launcher would take it for the runtime
 
-/// Where a file lies in the input folder; empty if it is not in it.
+/// Where a file lies in the input folder, "." for the folder itself; empty if it is not in it.
 std::string placeInInput(const Request &request, const std::string &path) {
     std::error_code missing;
     const fs::path given = fs::absolute(path).lexically_normal();
@@ -23,15 +23,12 @@ std::string placeInInput(const Request &request, const std::string &path) {
     const fs::path place = request.input ? (fs::canonical(file.parent_path(), missing) / file.filename())
                                                .lexically_relative(fs::canonical(*request.input, missing))
                                          : fs::path();
-    return missing || place.empty() || place == "." || *place.begin() == ".." ? "" : place.string();
+    return missing || place.empty() || *place.begin() == ".." ? "" : place.string();
 }
 
 } // namespace
 
 std::string nameOf(const std::string &path) {
-    if (path.empty()) {
-        throw Refusal("A file's name is empty");
-    }
     std::error_code missing;
     const auto real = fs::canonical(path, missing);
     if (missing) {
@@ -61,6 +58,11 @@ Program::File place(Program &program, const Request &request, const std::string 
     }
     addFile(program, path, nameOf(path));
     return program.files.back();
+}
+
+std::string inProgramFolder(const Program::File &file) {
+    return file.name == "." ? std::string(platform::withoutTrailingSlashes(programFolder))
+                            : platform::appendingPathComponent(programFolder, file.name);
 }
 
 Request withInput(Request request) {
@@ -105,7 +107,7 @@ void addOptionsFile(Program &program, const Request &request) {
     } else if (!platform::stringWithContentsOfFile(file)) {
         throw Refusal("The options file " + file + " cannot be read as UTF-8 text");
     } else {
-        program.optionsFile = programFolder + place(program, request, file).name;
+        program.optionsFile = inProgramFolder(place(program, request, file));
     }
 }
 
@@ -120,7 +122,7 @@ void addSplash(Program &program, const Request &request) {
         throw Refusal("The image " + *request.splash +
                       (content ? " is neither GIF nor PNG nor JPEG, which Java shows" : " cannot be read"));
     }
-    program.splash = programFolder + place(program, request, *request.splash).name;
+    program.splash = inProgramFolder(place(program, request, *request.splash));
 }
 
 } // namespace kestrav::tools

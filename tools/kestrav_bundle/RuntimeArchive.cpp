@@ -32,8 +32,9 @@ std::int64_t timeOfFiles() {
     constexpr std::int64_t latest = 077777777777; // eleven octal digits of a header
     std::int64_t time = 315'532'800;              // the beginning of 1980, which every kind of archive can hold
     constexpr const char *variable = "SOURCE_DATE_EPOCH";
-    if (const char *asked = std::getenv(variable)) { // NOLINT(concurrency-mt-unsafe): nothing changes the environment
-        const std::string_view text(asked);
+    const char *asked = std::getenv(variable); // NOLINT(concurrency-mt-unsafe): nothing changes the environment
+    const std::string_view text(asked == nullptr ? "" : asked);
+    if (!text.empty()) { // an empty one counts as not set
         const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), time);
         if (error != std::errc() || end != text.data() + text.size() || time < 0 || time > latest) {
             throw Refusal(std::string(variable) + " is \"" + asked + "\", not a number of seconds since 1970");

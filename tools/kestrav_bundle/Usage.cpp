@@ -53,8 +53,8 @@ Its runtime: one that it carries, one that it downloads, or one that is installe
                         published
   --runtime-form FORM   "folder" (default: used in place) or "archive" (default of an installer;
                         small, extracted at the first start and kept in the user's cache folder)
-  --add-modules LIST    makes the runtime by jlink, of the modules named and "auto", those that
-                        jdeps sees, from the JDK of --runtime or $JAVA_HOME
+  --add-modules LIST    makes the runtime by jlink, from the JDK of --runtime or $JAVA_HOME, with
+                        the modules named; "auto" stands for those that jdeps sees
   --jlink-options TEXT  further options for that, such as --strip-debug
   --no-class-archive    leaves a runtime as it is; otherwise one without an archive of its classes
                         gets one, with which programs start sooner

@@ -211,9 +211,6 @@ void checkRequest(const Request &request) {
         requireText(text.value_or(""), "A bound for the runtime");
     }
     checkIdentifier(request.identifier);
-    if (request.version.empty()) {
-        throw Refusal("The application's version must not be empty");
-    }
     if (request.module && (request.jar || request.mainClass)) {
         throw Refusal("The program is either a module or a class: give --module or " +
                       std::string(request.jar ? "--jar" : "--main-class"));
