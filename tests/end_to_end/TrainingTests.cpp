@@ -12,13 +12,16 @@ using testing::HasSubstr;
 TEST(Training, WhatWasRecordedIsUsedWhereTheApplicationIsMovedTo) {
     for (const std::string form : {"folder", "archive"}) {
         const TemporaryDirectory folder;
-        const auto make = [&](const std::string &argument, const std::string &words = "") {
-            return makeTool(folder, {"--jar", KESTRAV_PROGRAM_JAR, "--training-argument", argument},
-                            "--runtime " KESTRAV_SMALL_RUNTIME " --train --runtime-form " + form + words);
+        const std::string words = "--runtime " KESTRAV_SMALL_RUNTIME " --train --runtime-form " + form;
+        const auto make = [&](const std::string &argument, const std::string &more = "") {
+            return makeTool(folder, {"--jar", KESTRAV_PROGRAM_JAR, "--training-argument", argument}, words + more);
         };
         EXPECT_THAT(make("exit 3").output, HasSubstr("The program failed in training: it ended with status 3"));
         EXPECT_THAT(make("exit 3", " --no-class-archive").output, HasSubstr("; leave out --no-class-archive"));
         EXPECT_EQ(namesIn(folder.path()).size(), 0U);
+        fs::copy_file(KESTRAV_PROGRAM_JAR, folder / "pro gram.jar");
+        EXPECT_THAT(makeTool(folder, {"--jar", folder / "pro gram.jar"}, words).output,
+                    HasSubstr("records no classes from paths with blanks or characters beyond ASCII"));
         const Outcome made = make("in training");
         EXPECT_EQ(made.status, 0) << made.output;
         EXPECT_THAT(made.output, HasSubstr("argument in training\n"));

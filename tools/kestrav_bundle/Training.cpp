@@ -6,6 +6,7 @@
 #include "Interruption.h"
 #include "ProgramFiles.h"
 #include "ProgramRun.h"
+#include "Recorder.h"
 #include "Sizes.h"
 #include "Template.h"
 #include "mac_installer/launcher/InfoPlist.h"
@@ -36,37 +37,6 @@ using platform::appendingPathComponent;
 using platform::PropertyList;
 using Dictionary = PropertyList::Dictionary;
 using Clock = std::chrono::steady_clock;
-
-constexpr int firstWithArchives = 13; // of an application's classes, recorded while it runs
-constexpr int firstWithCaches = 25;   // of them, linked and with what was compiled often
-
-/// How a virtual machine records, and how it is told to use the recording.
-struct Recorder {
-    std::string file; ///< as Info.plist has it
-    std::vector<std::string> recordOptions;
-    std::vector<std::string> strictOptions; ///< it fails if the recording is not valid
-    std::vector<std::string> useOptions;    ///< it says nothing then, and does without
-    bool extendsArchive = false;            ///< upon that of the runtime's own classes, which it has to have
-};
-
-Recorder recorderOf(const Runtime &runtime) {
-    const std::string start = programFolder + std::string("trained.");
-    if (platform::intValue(runtime.version) >= firstWithCaches) {
-        const std::string file = start + "aot";
-        return {file,
-                {"-Xlog:aot*=error", "-Xlog:cds*=error", "-XX:AOTCacheOutput=" + file},
-                {"-XX:AOTMode=on", "-XX:AOTCache=" + file},
-                {"-Xlog:aot*=off", "-Xlog:cds*=off", "-XX:AOTCache=" + file}};
-    }
-    // These take a file of the class path for the recorded one if both names lead to the same file. Names relative to
-    // the working directory still do so when the application has been moved.
-    const std::string file = start + "jsa";
-    return {file,
-            {"-Xlog:cds*=error", "-XX:ArchiveClassesAtExit=" + file},
-            {"-Xshare:on", "-XX:SharedArchiveFile=" + file},
-            {"-Xshare:auto", "-Xlog:cds*=off", "-XX:SharedArchiveFile=" + file},
-            true};
-}
 
 std::vector<std::string> classPathOf(const PropertyList &info) {
     return platform::componentsSeparatedBy(stringValue(*info.find("JavaVM"), "ClassPath").value_or(""), ":");
@@ -102,7 +72,7 @@ bool endedAsAsked(int status) {
 class Run {
 public:
     explicit Run(const Trainee &trainee)
-        : trainee_(trainee), recorder_(recorderOf(trainee.runtime)),
+        : trainee_(trainee), recorder_(recorderOf(trainee.runtime.version)),
           application_(fs::absolute(trainee.application).lexically_normal().string()),
           recording_(replacingAppPackage(recorder_.file, application_)) {}
 
@@ -143,7 +113,7 @@ public:
     /// Starts the application at another place, and with another time of the runtime's classes, as after an extraction.
     void requireValidElsewhere() {
         std::vector<std::string> options = recorder_.strictOptions;
-        options.emplace_back("--dry-run");
+        options.insert(options.end(), {"-Xlog:class+load=info:stdout:none", "--dry-run"});
         writeInfo(infoFor(trainee_.info, options, false), application_);
         const std::string moved = appendingPathComponent(trainee_.folder, "moved.app");
         fs::rename(application_, moved);
@@ -155,10 +125,15 @@ public:
             runProgram(fs::absolute(appendingPathComponent(moved, templateExecutable)).string(), {}, trainee_.folder);
         fs::last_write_time(modules, time);
         fs::rename(moved, application_);
+        const auto lines = linesIn(run.output);
+        requireMainClass(lines);
         if (!run.succeeded) {
+            std::string reason;
+            for (const std::string &line : lines) {
+                reason += line.find(sourceMark) == std::string::npos ? "\n" + line : "";
+            }
             throw Refusal("What Java " + trainee_.runtime.version +
-                          " has recorded in training is not valid where the application is moved to: " +
-                          run.output.substr(0, run.output.find_last_not_of('\n') + 1));
+                          " has recorded in training is not valid where the application is moved to:" + reason);
         }
     }
 
@@ -191,6 +166,28 @@ public:
     }
 
 private:
+    static constexpr const char *sourceMark = " source: "; ///< stands behind a class in the log of what is loaded
+
+    /// Refuses a recording without the program's main class: the virtual machine has recorded classes of the runtime
+    /// alone then, and does not say so.
+    void requireMainClass(const std::vector<std::string> &lines) const {
+        const std::string mainClass = stringValue(*trainee_.info.find("JavaVM"), "MainClass").value_or("");
+        const std::string start = mainClass + sourceMark + "file:";
+        const auto line =
+            std::find_if(lines.begin(), lines.end(), [&](const std::string &each) { return each.starts_with(start); });
+        if (line == lines.end()) {
+            return;
+        }
+        // Before it had caches, it compared the address of an archive with its path: "%20" is not a blank then.
+        const bool hasEncodedPath = recorder_.extendsArchive && line->find('%') != std::string::npos;
+        throw Refusal("The application cannot be trained: Java " + trainee_.runtime.version +
+                      (hasEncodedPath
+                           ? " records no classes from paths with blanks or characters beyond ASCII; rename "
+                             "the archive, or make the application in another folder and move it then: "
+                           : " has recorded no classes of its main archive; a signed one is never recorded: ") +
+                      line->substr(start.size()));
+    }
+
     void addStamp(Dictionary &stamps, const std::string &name) const {
         stamps[name] = platform::fileStamp(replacingAppPackage(name, application_));
     }
@@ -269,9 +266,9 @@ void requireRecordable(const PropertyList &info) {
 
 void requireTrainable(const Runtime &runtime, const PropertyList &info, const std::string &folder) {
     const int version = platform::intValue(runtime.version);
-    if (version < firstWithArchives) {
+    if (version < firstWithRecordings) {
         throw Refusal("The application cannot be trained: Java " + runtime.version + " records nothing; Java " +
-                      std::to_string(firstWithArchives) + " is the first that does");
+                      std::to_string(firstWithRecordings) + " is the first that does");
     }
     requireRecordable(info);
     fs::create_directory(folder);
