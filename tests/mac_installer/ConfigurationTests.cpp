@@ -45,7 +45,7 @@ TEST_F(Configuration, AValueOfTheWrongTypeIsNamed) {
 TEST_F(Configuration, OfTheWrongTypeDoesNotHideANotice) {
     configure({{"CFBundleName", 7}, {"ksv.baseDir", Array{}}});
     Launcher::displayError("key");
-    EXPECT_EQ(notices, Strings{": key\n" + platform::failureLogFile("Tool")});
+    EXPECT_EQ(notices, Strings{"Tool: key\n" + platform::failureLogFile("Tool")});
 }
 
 class Options : public LauncherFixture {
