@@ -27,6 +27,7 @@ typedef int dev_t, suseconds_t;
 #include <stdlib.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -57,6 +58,7 @@ long long strtoll_l(const char *, char **, int, locale_t);
 unsigned long long strtoull_l(const char *, char **, int, locale_t);
 
 // Names that only Apple has.
+#define MNT_NOEXEC 0x4
 #define POSIX_SPAWN_CLOEXEC_DEFAULT 0x4000
 #define RENAME_SWAP 0x2
 bool dlopen_preflight(const char *path);
