@@ -230,15 +230,11 @@ private:
             }
             return;
         }
-        const std::string java = javaOf(path);
+        const std::string java = javaProgram(path);
         if (::access(java.c_str(), X_OK) != 0 || platform::directoryExistsAtPath(java)) {
             report_.problems.push_back("could not start " + java + ": " +
                                        std::generic_category().message(errno == 0 ? EACCES : errno));
         }
-    }
-
-    static std::string javaOf(const std::string &runtime) {
-        return appendingPathComponent(getJreLocation(runtime), "bin/java");
     }
 
     void readConfiguration() {
@@ -254,7 +250,7 @@ private:
         if (!report_.runtime) {
             return;
         }
-        line.insert(line.begin(), javaOf(report_.runtime->path));
+        line.insert(line.begin(), javaProgram(report_.runtime->path));
         report_.commandLine = std::move(line);
         addUnreplaced(report_);
         examineMainClass(report_, parameters.options, launcher_.runtime->javaMajorVersion);

@@ -1,5 +1,6 @@
 #include "DesktopEntry.h"
 
+#include "Template.h"
 #include "mac_installer/launcher/InfoPlist.h"
 #include "platform/path.h"
 #include "platform/text.h"
@@ -197,8 +198,7 @@ std::string entry(const Request &request, const PropertyList &info, const std::v
     // Addresses can be handed over as such alone; files come as paths where there are none.
     const std::string what = !schemes.empty() ? " %U" : types.empty() ? "" : " %F";
     addValue("Exec",
-             quotedArgument(platform::appendingPathComponent(installedPath(request), "Contents/MacOS/launcher")) +
-                 what);
+             quotedArgument(platform::appendingPathComponent(installedPath(request), templateExecutable)) + what);
     addValue("Icon", stringValue(info, "CFBundleIdentifier").value_or(request.identifier));
     addValue("Terminal", "false");
     addValue("StartupWMClass", windowClass(stringValue(*info.find("JavaVM"), "MainClass").value_or("")));
