@@ -1,6 +1,8 @@
 // Included before every source: adds what Apple's headers have and musl's and Debian's libc++ lack, and hides what only
 // those have. Declarations only, because nothing is ever linked.
 
+#pragma once
+
 // Without _GNU_SOURCE most names that only Linux has are hidden.
 #define _XOPEN_SOURCE 700
 #define _DEFAULT_SOURCE
