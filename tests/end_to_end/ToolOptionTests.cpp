@@ -200,7 +200,7 @@ TEST(Tool, TakesTheOptionsOfTheJdksPackagingTool) {
     // A module, with a runtime that is made for it.
     const std::string modular =
         " --replace --identifier org.example.tool --module org.example.program --module-path " KESTRAV_PROGRAM_JAR
-        " --add-modules auto,java.logging --jlink-options '--compress 1' ";
+        " --add-modules auto,java.logging --jlink-options '--release-info add:note=kept' ";
     const std::string tool = "JAVA_HOME=" KESTRAV_JDK " " KESTRAV_TOOL + modular;
     const Outcome module = run(tool, {folder / "made/Tool.app"});
     ASSERT_EQ(module.status, 0) << module.output;
@@ -209,7 +209,7 @@ TEST(Tool, TakesTheOptionsOfTheJdksPackagingTool) {
     EXPECT_THAT(run(contents + "MacOS/launcher", {"said"}).output,
                 HasSubstr("said\nproperty null\nmodule org.example.p"));
     EXPECT_THAT(contentOf(contents + "PlugIns/jre.bundle/Contents/Home/release"),
-                HasSubstr("MODULES=\"java.base java.logging\""));
+                HasSubstr("MODULES=\"java.base java.logging\"\nnote=kept\n"));
     makeJar(folder, "mods/tool-box-1.2.jar", "Main-Class: a.Größe\n");
     EXPECT_THAT(makeTool(folder, {}, "--dry-run --verbose --input mods --module tool.box -p .").output,
                 testing::AllOf(HasSubstr("class: a.Größe"), testing::Not(HasSubstr("app/mods"))));
