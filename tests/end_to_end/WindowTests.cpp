@@ -120,13 +120,13 @@ TEST(NoticeDialog, StandsInForANotificationServiceUntilItIsClosed) {
         EXPECT_EQ(run.wait(), 3);
     }
     fs::remove_all(bundle.runtime());
-    bundle.info = {{"ksv.minVersion", "99"}}; // the name is the bundle's
+    bundle.info = {{"ksv.minVersion", "99"}}; // the title is the bundle's name
     Launch refused(bundle, {.environment = {{"DISPLAY", display.name()}}});
     waitAndClose();
     EXPECT_EQ(refused.wait(), 1);
     EXPECT_EQ(refused.errors(), "");
     Launch scripted(bundle, {.environment = {{"DISPLAY", display.name()}, {"KESTRAV_NOTICE", "stderr"}}});
-    expectRefusal(scripted, "no runtime: 99, Test\n");
+    expectRefusal(scripted, "no runtime: 99, (null)\n");
     EXPECT_EQ(dialog(), "");
 }
 

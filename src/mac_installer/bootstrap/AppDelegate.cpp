@@ -63,7 +63,7 @@ void AppDelegate::applicationDidFinishLaunching() {
             platform::format(bundle.localizedStringForKey("PrepareInstaller", ""), bundleName()));
         controls->cancelButton.setTitle(bundle.localizedStringForKey("ButtonCancel", ""));
         controls->quitItem.setTitle(
-            platform::format(bundle.localizedStringForKey("MenuQuit", "Quit %@"), bundleName()));
+            platform::format(bundle.localizedStringForKey("MenuQuit", "Quit %@"), applicationName()));
         controls->iconView.setImage(bundle.pathForResource("app", "icns"));
         platform::Application::activateIgnoringOtherApps();
         platform::Thread([this] { worker(); }).detach();

@@ -177,15 +177,20 @@ const PropertyList &javaVMDictionary() {
     return *dictionary;
 }
 
-std::string bundleName() {
+std::optional<std::string> bundleName() {
+    const auto name = platform::Bundle::mainBundle().infoDictionary().stringForKey("CFBundleName");
+    return name ? std::optional(platform::escapingControlCharacters(*name)) : std::nullopt;
+}
+
+std::string applicationName() {
     constexpr std::string_view suffix = ".app";
-    const platform::Bundle &bundle = platform::Bundle::mainBundle();
-    std::string name = bundle.infoDictionary().stringForKey("CFBundleName").value_or("");
+    std::string name = bundleName().value_or("");
     if (name.empty()) {
-        name = platform::lastPathComponent(bundle.bundlePath());
+        name = platform::escapingControlCharacters(
+            platform::lastPathComponent(platform::Bundle::mainBundle().bundlePath()));
         name.resize(name.size() - (name.ends_with(suffix) ? suffix.size() : 0));
     }
-    return platform::escapingControlCharacters(name);
+    return name;
 }
 
 std::string replacingAppPackage(std::string_view text, std::string_view bundlePath) {

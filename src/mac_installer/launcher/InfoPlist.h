@@ -49,9 +49,11 @@ namespace kestrav {
 /// Its `JavaVM` dictionary; an empty one if there is none.
 [[nodiscard]] const platform::PropertyList &javaVMDictionary();
 
-/// The application's name for people: `CFBundleName` or, without one, the name of the bundle's folder. Never raises:
-/// error notices use it.
-[[nodiscard]] std::string bundleName();
+/// `CFBundleName`, which messages contain; empty if there is none. Never raises: error notices use it.
+[[nodiscard]] std::optional<std::string> bundleName();
+
+/// The application's name for people: `CFBundleName` or, without one, the name of the bundle's folder. Never raises.
+[[nodiscard]] std::string applicationName();
 
 /// `text` with every "$APP_PACKAGE" replaced by the application bundle's path.
 [[nodiscard]] std::string replacingAppPackage(std::string_view text, std::string_view bundlePath);

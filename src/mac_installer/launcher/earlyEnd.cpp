@@ -22,7 +22,7 @@ constexpr std::int64_t firstSeconds = 10'000'000'000; // nanoseconds
 void display(int status, const std::vector<std::string> &said) {
     const char *key = said.empty() ? "JavaReturnedError" : "JavaEndedError";
     const bool isShown =
-        Launcher::displayMessage(key, {bundleName(), std::to_string(status)}, said, lastOfErrors(said));
+        Launcher::displayMessage(key, {applicationName(), std::to_string(status)}, said, lastOfErrors(said));
     if (!isShown) {
         const std::string reason = platform::format("the Java program has ended with status %d", status);
         Launcher::displayError("dorvik.InternalError", said.empty() ? reason : reason + ": " + said.back(),

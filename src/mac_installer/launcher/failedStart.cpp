@@ -23,7 +23,7 @@ constexpr const char *signature = "std::optional<std::string> recordFailedStart(
 /// The application's name as a file name.
 std::string fileName() {
     constexpr std::size_t mostUnits = 80; // of three bytes at most: file systems take names of 255
-    std::string name = platform::utf8(platform::utf16(bundleName()).substr(0, mostUnits));
+    std::string name = platform::utf8(platform::utf16(applicationName()).substr(0, mostUnits));
     std::replace(name.begin(), name.end(), '/', '-');
     if (name.starts_with('.')) {
         name.front() = '_'; // it would be hidden, or name a folder
@@ -57,7 +57,7 @@ void tellOfFailedStart(const std::string &message, const std::vector<std::string
         const std::string shown = platform::escapingControlCharacters(*path);
         notice += "\n" + (recordMessage.empty() ? shown : platform::format(recordMessage, shown));
     }
-    platform::displayNotice(bundleName(), notice);
+    platform::displayNotice(applicationName(), notice);
 }
 
 } // namespace kestrav
