@@ -112,6 +112,10 @@ TEST(Tool, TellsWhyAnApplicationWouldNotStart) {
              it.folder().write("Test.app/Contents/Resources/app/jre.tar.gz", archive.substr(0, archive.size() / 2));
          },
          "/jre.tar.gz: the archive is damaged"},
+        {[](AppBundle &it) {
+             it.folder().write("Test.app/Contents/Resources/app/jre.tar.gz", ArchiveWriter().file("a/java").closed());
+         },
+         "/jre.tar.gz holds no runtime: bin/java is missing"},
     };
     for (const auto &[change, problem] : cases) {
         AppBundle bundle;

@@ -124,7 +124,8 @@ TEST(FailedStart, BringsWhatJavaSaidWhereNobodySeesIt) {
     for (int line = 10; line < 30; ++line) {
         many += "line " + std::to_string(line) + "\n\tat some.Class\n";
     }
-    const std::string secrets = "jdbc:a:b;Password='p w';c jdbc:o:s/t@h jdbc:s://h;password=x@y a/b@c:d pwd=p;e";
+    const std::string secrets =
+        "jdbc:a:b;Password='p w';c jdbc:o:s/t@h jdbc:s://h;password=x@y a/b@c:d jar:file:/a@1 pwd=p;e";
     const struct {
         std::string shell;
         std::map<std::string, std::string> environment;
@@ -144,7 +145,7 @@ TEST(FailedStart, BringsWhatJavaSaidWhereNobodySeesIt) {
          4,
          "piped\n" + many + "at (ftp://u:p@h/x?y) in HOME/a, HOMEb " + secrets + "\n",
          "ended with 4:\nline 23\nline 24\nline 25\nline 26\nline 27\nline 28\nline 29\n"
-         "at (ftp://***@h/x in ~/a, HOMEb jdbc:a:b;Password='***';c ***@h jdbc:s://h a/b@c:d pwd=***;e"},
+         "at (ftp://***@h/x in ~/a, HOMEb jdbc:a:b;Password='***';c ***@h jdbc:s://h a/b@c:d jar:file:/a@1 pwd=***;e"},
         {"sleep 300 & echo two >&2; exit 3", {}, 3, "piped\ntwo\n", "ended with 3:\npiped\ntwo"},
     };
     const AppBundle bundle;

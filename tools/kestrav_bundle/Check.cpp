@@ -152,6 +152,8 @@ private:
                                        difference->expected);
         } else if (const auto read = UnTar::examine(archive, raiseIfInterrupted); !read.complete) {
             report_.problems.push_back("could not extract the runtime: " + archive + ": " + read.reason);
+        } else if (!read.holdsJava && !launcher_.isOneProcess) {
+            report_.problems.push_back("the archive " + archive + " holds no runtime: bin/java is missing");
         }
     }
 

@@ -26,7 +26,7 @@ std::string quotedWithControls(const std::string &word) {
 /// A word as a shell has to be given it.
 std::string quoted(const std::string &word) {
     constexpr std::string_view plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+=./:,@%";
-    if (!word.empty() && word.find_first_not_of(plain) == std::string::npos) {
+    if (!word.empty() && !word.starts_with('=') && word.find_first_not_of(plain) == std::string::npos) {
         return word;
     }
     if (platform::escapingControlCharacters(word) != word) {

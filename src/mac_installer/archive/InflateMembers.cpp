@@ -104,8 +104,11 @@ std::span<const char> InflateMembers::nextChunk() {
 
 std::span<const char> InflateMembers::readRest(std::int64_t offset) {
     stopThreads();
-    std::array<char, GzipMember::longestHeader> buffer;
-    if (!bytesAt(file_, offset, buffer).starts_with("\x1f\x8b")) {
+    std::array<char, 2> mark{};
+    const ssize_t count =
+        platform::uninterrupted([&] { return ::pread(file_.get(), mark.data(), mark.size(), offset); });
+    // An error is left to the other reader, which meets it as well.
+    if (count >= 0 && std::string_view(mark.data(), static_cast<std::size_t>(count)) != "\x1f\x8b") {
         end_ = End::regular; // zlib ignores what follows the last member, too
         return {};
     }
@@ -188,7 +191,7 @@ bool InflateMembers::inflate(Slot &slot, z_stream_s &stream) const {
         }
     }
     slot.count = slot.bytes.size() - stream.avail_out;
-    return status == Z_STREAM_END && done == slot.length && stream.avail_in == 0;
+    return status == Z_STREAM_END && done == slot.length && stream.avail_in == 0 && slot.count > 0;
 }
 
 } // namespace kestrav

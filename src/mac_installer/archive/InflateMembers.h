@@ -21,9 +21,9 @@ struct z_stream_s;
 namespace kestrav {
 
 /// The uncompressed bytes of a gzip file whose members give their lengths, inflated by several threads. A member is
-/// accepted if it ends where its length says, is not larger than such members may be, and has the right checksum. From
-/// the first member that is not accepted, the file is read like any other, so that the bytes and the end are always the
-/// same as when the file is read from front to back.
+/// accepted if it ends where its length says, is not empty and not larger than such members may be, and has the right
+/// checksum. From the first member that is not accepted, the file is read like any other, so that the bytes and the end
+/// are always the same as when the file is read from front to back.
 class InflateMembers : public Inflater {
 public:
     /// Null, with the descriptor unchanged, if the file is of another kind or too small to be worth threads, or if

@@ -61,7 +61,7 @@ UntarResult UnTar::run(const std::string &archive, const std::string &to, std::i
         const int error = errno;
         result.complete =
             onlyReads || extraction.directory.valid()
-                ? extractEntries(extraction, result.topDirectory)
+                ? extractEntries(extraction, result)
                 : extraction.fail(227, "extract creating directory", std::generic_category().message(error));
         result.reason = result.complete ? "" : std::move(extraction.reason);
         result.isBad = !result.complete && extraction.isBad;
@@ -95,7 +95,7 @@ bool UnTar::endAtBlock(Extraction &extraction, bool closing, Found found) {
     return closing && found.anyEntry && (extraction.stream.finish() || extraction.fail(197, "gzread failed"));
 }
 
-bool UnTar::extractEntries(Extraction &extraction, std::optional<std::string> &topDirectory) {
+bool UnTar::extractEntries(Extraction &extraction, UntarResult &result) {
     GzipStream &stream = extraction.stream;
     std::array<char, TarHeader::blockSize> block;
     const auto fields = std::span(block).first<TarHeader::size>();
@@ -122,10 +122,11 @@ bool UnTar::extractEntries(Extraction &extraction, std::optional<std::string> &t
         const TarEntry entry = extensions.take(header);
         std::vector<std::string> components = platform::pathComponents(entry.name);
         if (components.size() >= 2) {
-            topDirectory = std::move(components.front());
+            result.topDirectory = std::move(components.front());
         }
         _DLog("%s [Line %d] extracting %@", untarSignature, 221, entry.name);
         found.anyFile = found.anyFile || entry.type == TarHeader::Type::file;
+        result.holdsJava = result.holdsJava || ("/" + entry.name).ends_with("/bin/java");
         if (!extractEntry(extraction, entry)) {
             return false;
         }

@@ -23,6 +23,8 @@ struct UntarResult {
     /// False if something ended the extraction early or the archive is damaged in any way. Entries whose names were
     /// refused or whose parents are missing are logged and skipped; they do not count.
     bool complete = false;
+    /// True if a file has the name of a runtime's program.
+    bool holdsJava = false;
     /// Why the extraction is incomplete, for the user.
     std::string reason;
     /// True if that is the archive's own fault, so that it would fail anywhere.
@@ -56,7 +58,7 @@ private:
 
     /// False if the run ended because of an error, which has then been logged and stored; the same holds for the
     /// operations below.
-    static bool extractEntries(Extraction &extraction, std::optional<std::string> &topDirectory);
+    static bool extractEntries(Extraction &extraction, UntarResult &result);
     /// Ends the extraction where the file ends without a closing block, perhaps within a header.
     static bool endAtEndOfFile(Extraction &extraction, bool withinHeader, Found found);
     /// Ends the extraction at a block that is not a header.

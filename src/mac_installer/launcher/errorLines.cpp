@@ -45,8 +45,9 @@ std::string withShortAddress(std::string_view word) {
     const std::size_t found = word.find("://");
     if (found == std::string_view::npos) {
         const std::size_t at = word.rfind('@');
-        const std::size_t colon = word.find_first_of(":/"); // a path with an "@" is no address
-        const bool isAddress = at != std::string_view::npos && colon < at && word[colon] == ':';
+        const std::size_t colon = word.find_first_of(":/"); // a path with an "@" is not an address
+        const bool isAddress = at != std::string_view::npos && colon < at && word[colon] == ':' &&
+                               word.substr(0, at).find(":/") == std::string_view::npos;
         return isAddress ? "***" + std::string(word.substr(at)) : std::string(word);
     }
     std::size_t begin = found;

@@ -51,6 +51,9 @@ std::optional<std::string> recordFailedStart(const std::vector<std::string> &lin
 void tellOfFailedStart(const std::string &message, const std::vector<std::string> &details,
                        std::string_view recordMessage) {
     std::vector<std::string> lines = platform::componentsSeparatedBy(message, "\n");
+    std::erase_if(lines, [&](const std::string &line) {
+        return std::find(details.begin(), details.end(), line) != details.end(); // told below, with all the others
+    });
     lines.insert(lines.end(), details.begin(), details.end());
     std::string notice = message;
     if (const auto path = recordFailedStart(lines)) {
