@@ -138,7 +138,7 @@ TEST(Tool, WhatWouldNotStartIsRefused) {
         {{"--search", "R~/jdk"}, "does not stand for"},
         {{"--search", "X"}, "is not a place to search"},
         {{"--runtime", home, "--runtime-url", "http://x/y"}, "either --runtime or --runtime-url"},
-        {{"--runtime", garbage}, "text could not be extracted: it is not an archive"},
+        {{"--runtime", garbage}, "text could not be extracted: it is no archive"},
         {{"--runtime", files / "noJava"}, "has no executable bin/java"},
         {{"--runtime", files / "noVersion"}, "does not declare its version"},
         {{"--runtime", files / "machine"}, "another kind of machine"},

@@ -20,7 +20,7 @@ using platform::Log;
 
 namespace {
 
-constexpr const char *notAnArchive = "it is not an archive";
+constexpr const char *notAnArchive = "it is no archive";
 
 /// True if the block, of which the fields were read, is one of the zero blocks that close an archive.
 bool isClosingBlock(GzipStream &stream, std::span<char, TarHeader::blockSize> block) {
