@@ -204,12 +204,12 @@ TEST(Tool, TakesTheOptionsOfTheJdksPackagingTool) {
     const std::string tool = "JAVA_HOME=" KESTRAV_JDK " " KESTRAV_TOOL + modular;
     const Outcome module = run(tool, {folder / "made/Tool.app"});
     ASSERT_EQ(module.status, 0) << module.output;
-    EXPECT_THAT(module.output,
-                testing::AllOf(HasSubstr("what is found by name"), HasSubstr("java.base, java.logging")));
+    EXPECT_THAT(module.output, testing::AllOf(HasSubstr("what is found by name"),
+                                              HasSubstr("java.base, java.logging, java.transaction.xa")));
     EXPECT_THAT(run(contents + "MacOS/launcher", {"said"}).output,
                 HasSubstr("said\nproperty null\nmodule org.example.p"));
     EXPECT_THAT(contentOf(contents + "PlugIns/jre.bundle/Contents/Home/release"),
-                HasSubstr("MODULES=\"java.base java.logging\"\nnote=kept\n"));
+                HasSubstr("MODULES=\"java.base java.logging java.transaction.xa\"\nnote=kept\n"));
     makeJar(folder, "mods/tool-box-1.2.jar", "Main-Class: a.Größe\n");
     EXPECT_THAT(makeTool(folder, {}, "--dry-run --verbose --input mods --module tool.box -p .").output,
                 testing::AllOf(HasSubstr("class: a.Größe"), testing::Not(HasSubstr("app/mods"))));

@@ -14,12 +14,16 @@ constexpr std::string_view letters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnop
 
 Dictionary documentType(const FileType &type) {
     const auto &[extension, description, mimeType] = type;
-    const std::string all = extension + description + mimeType;
-    const bool hasControlCharacter =
-        std::any_of(all.begin(), all.end(), [](char c) { return static_cast<unsigned char>(c) < ' '; });
+    const auto isControl = [](char c) { return static_cast<unsigned char>(c) < ' '; };
     if (extension.empty() || extension.front() == '.' || extension.find('/') != std::string::npos ||
-        hasControlCharacter) {
+        std::any_of(extension.begin(), extension.end(), isControl)) {
         throw Refusal("\"" + extension + "\" is not a file's extension: write txt or txt=DESCRIPTION");
+    }
+    if (std::any_of(description.begin(), description.end(), isControl)) {
+        throw Refusal("The description of files with the extension " + extension + " has control characters");
+    }
+    if (std::any_of(mimeType.begin(), mimeType.end(), isControl) || mimeType.find_first_of(" ,") != std::string::npos) {
+        throw Refusal("\"" + mimeType + "\" is not one MIME type, for files with the extension " + extension);
     }
     Dictionary entry{{"CFBundleTypeExtensions", PropertyList::Array{extension}},
                      {"CFBundleTypeName", description.empty() ? extension : description},

@@ -65,6 +65,9 @@ Picture pictureOf(const std::string &image, const std::string &path) {
             throw Refusal("The icon " + path + " has only " + std::to_string(picture->finestEdge()) +
                           " pixels on a side; give one with 128 at least, better 1024");
         }
+        if (picture->isBlank()) {
+            throw Refusal("The icon " + path + " shows nothing");
+        }
         return *picture;
     }
     std::string error;

@@ -1,5 +1,6 @@
 #include "Linking.h"
 
+#include "ModuleInfo.h"
 #include "PackagingOptions.h"
 #include "ProgramRun.h"
 #include "Sizes.h"
@@ -28,7 +29,8 @@ std::string joined(const std::vector<std::string> &words, const char *separator)
         [&](const std::string &all, const std::string &word) { return all.empty() ? word : all + separator + word; });
 }
 
-/// What a program of the JDK says, on one line, without the stack traces that it may add to its messages.
+/// What a program of the JDK says, on one line, without the stack traces that it may add to its messages, and without
+/// the name of an exception that it did not expect.
 std::string messageOf(const std::string &output) {
     const auto isInTrace = [](const std::string &line) { return line.starts_with('\t'); };
     const auto lines = linesIn(output);
@@ -38,6 +40,11 @@ std::string messageOf(const std::string &output) {
         if (!isInTrace(*line) && (!namesException || messages.empty())) {
             messages.push_back(*line);
         }
+    }
+    if (!messages.empty() && messages.front().starts_with("Exception in thread ")) {
+        constexpr std::string_view separator = ": ";
+        const std::size_t name = messages.front().find(separator);
+        messages.front().erase(0, name == std::string::npos ? 0 : name + separator.size());
     }
     return platform::onOneLine(joined(messages, " "));
 }
@@ -120,6 +127,12 @@ std::vector<std::string> neededModules(const Kit &kit, const Request &request, c
     }
     const auto known = kit.modules();
     auto modules = platform::componentsSeparatedBy(lines.back(), ","); // warnings come before it
+    for (const std::string &source : request.module ? sources : std::vector<std::string>()) {
+        // A module does not start without what it requires, whether its classes name that or not.
+        if (const auto info = moduleInfoOf(source)) {
+            modules.insert(modules.end(), info->needs.begin(), info->needs.end());
+        }
+    }
     std::erase_if(modules, [&](const std::string &module) { return known.find(module) == known.end(); });
     return modules.empty() ? std::vector<std::string>{"java.base"} : modules;
 }
@@ -147,6 +160,9 @@ std::string linkRuntime(const std::string &home, const Request &request, const P
     }
     options.insert(options.end(), request.jlinkOptions.begin(), request.jlinkOptions.end());
     static_cast<void>(kit.outputOf("jlink", options));
+    if (!fs::is_directory(linked)) {
+        throw Refusal("jlink made no runtime with --jlink-options " + joined(request.jlinkOptions, " "));
+    }
     notes.push_back("linked a runtime of " + megabytes(sizeOfFolder(linked)) + " from " + home + " (" +
                     megabytes(sizeOfFolder(home)) + "): " + joined(modules, ", "));
     return linked;

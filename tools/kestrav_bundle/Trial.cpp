@@ -147,7 +147,9 @@ private:
         if (isShortOfMemory(run.output)) {
             return {untried + ": this machine has too little memory for them"};
         }
-        throw Refusal(refusal + reasonIn(run.output));
+        const bool lacksModules = run.output.find("java.lang.module.") != std::string::npos;
+        throw Refusal((lacksModules ? "The runtime does not start the application's modules: " : refusal) +
+                      reasonIn(run.output));
     }
 
     static std::vector<std::string> warnings(const std::string &output) {

@@ -220,6 +220,10 @@ void checkRequest(const Request &request) {
     if (!request.jlinkOptions.empty() && request.addModules.empty()) {
         throw Refusal("--jlink-options is for a runtime that is made with --add-modules");
     }
+    if (std::any_of(request.jlinkOptions.begin(), request.jlinkOptions.end(),
+                    [](const std::string &option) { return option.starts_with("--output"); })) {
+        throw Refusal("--jlink-options cannot say where the runtime is made, with --output");
+    }
     checkOptions(request.vmOptions);
     checkRuntime(request);
 }

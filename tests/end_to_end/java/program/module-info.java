@@ -1,2 +1,3 @@
 module org.example.program {
+    requires java.transaction.xa; // which no class names
 }
