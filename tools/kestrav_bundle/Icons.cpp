@@ -65,9 +65,6 @@ Picture pictureOf(const std::string &image, const std::string &path) {
             throw Refusal("The icon " + path + " has only " + std::to_string(picture->finestEdge()) +
                           " pixels on a side; give one with 128 at least, better 1024");
         }
-        if (picture->isBlank()) {
-            throw Refusal("The icon " + path + " shows nothing");
-        }
         return *picture;
     }
     std::string error;
@@ -75,9 +72,6 @@ Picture pictureOf(const std::string &image, const std::string &path) {
     if (!picture) {
         throw Refusal("The icon " + path + " is not an .icns file, a PNG or an SVG image" +
                       (image.starts_with('<') ? ": " + error : ""));
-    }
-    if (picture->isBlank()) {
-        throw Refusal("The icon " + path + " shows nothing; what an SVG image takes from other files is not drawn");
     }
     return *picture;
 }
@@ -129,7 +123,12 @@ std::string iconFile(const Request &request) {
     }
     std::string content = contentOf(*request.icon);
     if (!content.starts_with(iconMark)) {
-        return iconFileOf(pictureOf(content, *request.icon));
+        const Picture picture = pictureOf(content, *request.icon);
+        if (picture.isBlank()) {
+            throw Refusal("The icon " + *request.icon +
+                          " shows nothing; what an SVG image takes from other files is not drawn");
+        }
+        return iconFileOf(picture);
     }
     if (!isIcon(content)) {
         throw Refusal("The icon " + *request.icon + " is not an .icns file, only the beginning of one");

@@ -13,8 +13,8 @@
 
 namespace kestrav::tools {
 
-/// Returns all that travels of the runtime, and puts it at `templateRuntime` in the application if it stays
-/// there or is to be tried there. Gives it the archive of its classes unless the request has none; `folder`, which is
+/// Returns all that travels of the runtime, and puts it at `templateRuntime` in the application if it stays there or is
+/// to be tried there. Gives it the archive of its classes unless the request has none; `folder`, which is
 /// made, is for that.
 [[nodiscard]] FileTree placeRuntime(const Runtime &runtime, const Request &request, const std::string &application,
                                     const std::string &folder, const Progress &progress,

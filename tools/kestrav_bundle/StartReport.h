@@ -39,7 +39,7 @@ struct StartReport {
         std::string reason;
         bool operator==(const LeftOut &) const = default;
     };
-    std::vector<LeftOut> leftOut;        ///< options files, runtimes of the application's
+    std::vector<LeftOut> leftOut;        ///< options files, and runtimes below "ksv.baseDir"
     std::vector<std::string> missing;    ///< entries of the class path that are not there
     std::vector<std::string> unreplaced; ///< variables that stand for nothing
 

@@ -53,7 +53,7 @@ int check(const kestrav::tools::Request &request) {
     return flushed() && report.problems.empty() ? 0 : failed;
 }
 
-/// The same for a program, which finds an object on standard output even if the question makes no sense.
+/// The same for a program, which finds an object on standard output even if there is no such application.
 int checkForProgram(const kestrav::tools::Request &request) {
     std::string object;
     bool wouldStart = false;

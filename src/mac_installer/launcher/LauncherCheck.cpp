@@ -4,7 +4,6 @@
 #include "platform/DebugLog.h"
 #include "platform/FileManager.h"
 #include "platform/Machine.h"
-#include "platform/path.h"
 #include "platform/text.h"
 
 #include <utility>
@@ -100,9 +99,7 @@ CandidateVerdict Launcher::checkBundleVersion(const CandidateInfo &info, const R
 }
 
 std::string Launcher::otherProcessorReason(const std::string &path) {
-    const std::string home = getJreLocation(path);
-    const bool runs = platform::runsOnThisProcessor(platform::appendingPathComponent(home, "bin/java"));
-    return runs ? "" : "its bin/java is for another processor";
+    return platform::runsOnThisProcessor(javaProgram(path)) ? "" : "its bin/java is for another processor";
 }
 
 CandidateVerdict Launcher::requiringLaunchLibrary(CandidateVerdict verdict, const std::string &path,

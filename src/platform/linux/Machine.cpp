@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 namespace kestrav::platform {
 
@@ -77,7 +78,8 @@ bool isCutOff(const std::string &library) {
         return count == static_cast<ssize_t>(sizeof record);
     };
     ElfW(Ehdr) header{};
-    if (!readAt(0, header) || elfMachine(FileHeader(library)) != thisProcessor().machine ||
+    if (!readAt(0, header) || std::memcmp(&header.e_ident, ELFMAG, SELFMAG) != 0 ||
+        header.e_machine != thisProcessor().machine.number ||
         header.e_ident[EI_CLASS] != (sizeof(void *) == sizeof(Elf64_Addr) ? ELFCLASS64 : ELFCLASS32)) {
         return false; // the headers of another processor's library have another form; the system refuses it
     }
